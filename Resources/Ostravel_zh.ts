@@ -1,0 +1,726 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="zh_CN" sourcelanguage="en">
+<context>
+    <name>CommonModule</name>
+    <message>
+        <source>LocationInput</source>
+        <translation>位置输入</translation>
+    </message>
+    <message>
+        <source>Loc1_lng：</source>
+        <translation>1点经度：</translation>
+    </message>
+    <message>
+        <source>Loc1_lat：</source>
+        <translation>1点纬度：</translation>
+    </message>
+    <message>
+        <source>Loc2_lng：</source>
+        <translation>2点经度：</translation>
+    </message>
+    <message>
+        <source>Loc2_lat：</source>
+        <translation>2点纬度：</translation>
+    </message>
+    <message>
+        <source>calculate</source>
+        <translation>计算</translation>
+    </message>
+    <message>
+        <source>DistanceAndBearing</source>
+        <translation>距离和方位</translation>
+    </message>
+    <message>
+        <source>Distance：</source>
+        <translation>相对距离：</translation>
+    </message>
+    <message>
+        <source>m</source>
+        <translation>米</translation>
+    </message>
+    <message>
+        <source>Bearing：</source>
+        <translation>相对方位：</translation>
+    </message>
+    <message>
+        <source>°</source>
+        <translation>度</translation>
+    </message>
+    <message>
+        <source>Offset</source>
+        <translation>航点偏移量</translation>
+    </message>
+    <message>
+        <source>Offset_North：</source>
+        <translation>北向偏移量：</translation>
+    </message>
+    <message>
+        <source>Offset_East：</source>
+        <translation>东向偏移量：</translation>
+    </message>
+    <message>
+        <source>OffsetRoute</source>
+        <translation>偏移航点位置</translation>
+    </message>
+    <message>
+        <source>Offset_Lng：</source>
+        <translation>偏移航点经度：</translation>
+    </message>
+    <message>
+        <source>Offset_Lat：</source>
+        <translation>偏移航点纬度：</translation>
+    </message>
+    <message>
+        <source>Vector2Input</source>
+        <translation>向量输入</translation>
+    </message>
+    <message>
+        <source>Vector2 a</source>
+        <translation>二维向量a</translation>
+    </message>
+    <message>
+        <source>Vector2 b</source>
+        <translation>二维向量b</translation>
+    </message>
+    <message>
+        <source>Angle</source>
+        <translation>角度</translation>
+    </message>
+    <message>
+        <source>AddAndSub</source>
+        <translation>加减</translation>
+    </message>
+    <message>
+        <source>MulAndDot</source>
+        <translation>叉积和点积</translation>
+    </message>
+</context>
+<context>
+    <name>DataHandler</name>
+    <message>
+        <source>start decoding data</source>
+        <translation>开始解析数据</translation>
+    </message>
+    <message>
+        <source>decode sucess, handling data...</source>
+        <translation>文件解析成功,处理数据...</translation>
+    </message>
+    <message>
+        <source>file open failed</source>
+        <translation>文件打开失败</translation>
+    </message>
+    <message>
+        <source>data handing finished</source>
+        <translation>数据处理完成</translation>
+    </message>
+</context>
+<context>
+    <name>DecodeRoutes</name>
+    <message>
+        <source>SelectRoute</source>
+        <translation>选择航线</translation>
+    </message>
+    <message>
+        <source>DecodeRoutes</source>
+        <translation>解析航线</translation>
+    </message>
+    <message>
+        <source>Select route file</source>
+        <translation>选择航线文件</translation>
+    </message>
+    <message>
+        <source>ID</source>
+        <translation>序号</translation>
+    </message>
+    <message>
+        <source>longitude</source>
+        <translation>经度</translation>
+    </message>
+    <message>
+        <source>latitude</source>
+        <translation>纬度</translation>
+    </message>
+    <message>
+        <source>height</source>
+        <translation>高度</translation>
+    </message>
+    <message>
+        <source>radius</source>
+        <translation>半径</translation>
+    </message>
+    <message>
+        <source>speed</source>
+        <translation>速度</translation>
+    </message>
+    <message>
+        <source>distance</source>
+        <translation>相对距离</translation>
+    </message>
+    <message>
+        <source>flyTime</source>
+        <translation>飞行时间</translation>
+    </message>
+    <message>
+        <source>totalTime</source>
+        <translation>总时间</translation>
+    </message>
+</context>
+<context>
+    <name>GlobalSettingDialog</name>
+    <message>
+        <source>GraphSetting</source>
+        <translation>曲线设置</translation>
+    </message>
+    <message>
+        <source>Global</source>
+        <translation>全局</translation>
+    </message>
+    <message>
+        <source>Setting</source>
+        <translation>设置</translation>
+    </message>
+    <message>
+        <source>EnableId</source>
+        <translation>启用Id</translation>
+    </message>
+    <message>
+        <source>UavId</source>
+        <translation>飞机ID</translation>
+    </message>
+    <message>
+        <source>Enable</source>
+        <translation>启用</translation>
+    </message>
+    <message>
+        <source>Period</source>
+        <translation>周期</translation>
+    </message>
+</context>
+<context>
+    <name>MPlotDialog</name>
+    <message>
+        <source>Height</source>
+        <translation>高度</translation>
+    </message>
+    <message>
+        <source>Two-dimensional track</source>
+        <translation>二维航迹</translation>
+    </message>
+    <message>
+        <source>Three-dimensional - full stage</source>
+        <translation>三维-全阶段</translation>
+    </message>
+    <message>
+        <source>Three-dimensional-attack</source>
+        <translation>三维-末端攻击</translation>
+    </message>
+    <message>
+        <source>use last data</source>
+        <translation>使用上次数据</translation>
+    </message>
+</context>
+<context>
+    <name>MainWindow</name>
+    <message>
+        <source>Pitch</source>
+        <translation>俯仰</translation>
+    </message>
+    <message>
+        <source>TargetPitch</source>
+        <translation>目标俯仰</translation>
+    </message>
+    <message>
+        <source>PitchDiff</source>
+        <translation>俯仰差值</translation>
+    </message>
+    <message>
+        <source>Roll</source>
+        <translation>横滚</translation>
+    </message>
+    <message>
+        <source>TargetRoll</source>
+        <translation>目标横滚</translation>
+    </message>
+    <message>
+        <source>RollDiff</source>
+        <translation>横滚差值</translation>
+    </message>
+    <message>
+        <source>Yaw</source>
+        <translation>航向</translation>
+    </message>
+    <message>
+        <source>TargetYaw</source>
+        <translation>目标航向</translation>
+    </message>
+    <message>
+        <source>YawDiff</source>
+        <translation>航向差值</translation>
+    </message>
+    <message>
+        <source>RelativeHeight</source>
+        <translation>相对高度</translation>
+    </message>
+    <message>
+        <source>TargetHeight</source>
+        <translation>目标高度</translation>
+    </message>
+    <message>
+        <source>HeightDiff</source>
+        <translation>高度差值</translation>
+    </message>
+    <message>
+        <source>IndicatedAirspeed</source>
+        <translation>指示空速</translation>
+    </message>
+    <message>
+        <source>TargetSpeed</source>
+        <translation>目标速度</translation>
+    </message>
+    <message>
+        <source>SpeedDiff</source>
+        <translation>速度差值</translation>
+    </message>
+    <message>
+        <source>File(F)</source>
+        <translation>文件(F)</translation>
+    </message>
+    <message>
+        <source>SelectFile(O)</source>
+        <translation>选择文件(O)</translation>
+    </message>
+    <message>
+        <source>ReadData(R)</source>
+        <translation>读取数据(R)</translation>
+    </message>
+    <message>
+        <source>WriteExcel</source>
+        <translation>写Excel</translation>
+    </message>
+    <message>
+        <source>WriteTxt</source>
+        <translation>写Txt</translation>
+    </message>
+    <message>
+        <source>View(V)</source>
+        <translation>视图(V)</translation>
+    </message>
+    <message>
+        <source>Clear(C)</source>
+        <translation>清空(C)</translation>
+    </message>
+    <message>
+        <source>Rescale(R)</source>
+        <translation>缩放(R)</translation>
+    </message>
+    <message>
+        <source>Setting(S)</source>
+        <translation>设置(S)</translation>
+    </message>
+    <message>
+        <source>DataSetting(D)</source>
+        <translation>数据设置(D)</translation>
+    </message>
+    <message>
+        <source>UiSetting(G)</source>
+        <translation>界面设置(G)</translation>
+    </message>
+    <message>
+        <source>Trace(T)</source>
+        <translation>轨迹(T)</translation>
+    </message>
+    <message>
+        <source>Other(O)</source>
+        <translation>其他(O)</translation>
+    </message>
+    <message>
+        <source>route(R)</source>
+        <translation>航线解析(R)</translation>
+    </message>
+    <message>
+        <source>MathLib(M)</source>
+        <translation>共用模块(M)</translation>
+    </message>
+    <message>
+        <source>Help(H)</source>
+        <translation>帮助(H)</translation>
+    </message>
+    <message>
+        <source>About(A)</source>
+        <translation>关于(A)</translation>
+    </message>
+    <message>
+        <source>Document(D)</source>
+        <translation>文档(D)</translation>
+    </message>
+    <message>
+        <source>Update(D)</source>
+        <translation>更新(D)</translation>
+    </message>
+    <message>
+        <source>File selected is empty</source>
+        <translation>未选择文件</translation>
+    </message>
+    <message>
+        <source>Decode finished:</source>
+        <translation>解析完成:</translation>
+    </message>
+    <message>
+        <source>TotalFrame:</source>
+        <translation>总帧数:</translation>
+    </message>
+    <message>
+        <source>ErrorFrame:</source>
+        <translation>错误帧：</translation>
+    </message>
+    <message>
+        <source>%1# plane&apos;s frame:</source>
+        <translation>%1#飞机的帧数：</translation>
+    </message>
+    <message>
+        <source>All plane&apos;s frame:</source>
+        <translation>所有飞机的帧数：</translation>
+    </message>
+    <message>
+        <source>QuitApp</source>
+        <translation>退出程序</translation>
+    </message>
+    <message>
+        <source>QuitApp?</source>
+        <translation>退出程序？</translation>
+    </message>
+    <message>
+        <source>The data has not been read</source>
+        <translation>还未读取数据</translation>
+    </message>
+    <message>
+        <source>%1 Curve not found</source>
+        <translation>%1曲线未找到</translation>
+    </message>
+    <message>
+        <source>Modify label</source>
+        <translation>修改标签</translation>
+    </message>
+    <message>
+        <source>Modify name of axis</source>
+        <translation>修改坐标轴名称</translation>
+    </message>
+    <message>
+        <source>Modify title</source>
+        <translation>修改标题</translation>
+    </message>
+    <message>
+        <source>Modify font size</source>
+        <translation>修改字体大小</translation>
+    </message>
+    <message>
+        <source>Focus Y</source>
+        <translation>聚焦Y</translation>
+    </message>
+    <message>
+        <source>Focus</source>
+        <translation>聚焦</translation>
+    </message>
+    <message>
+        <source>Delete error data</source>
+        <translation>去除错误帧</translation>
+    </message>
+    <message>
+        <source>Delete error point</source>
+        <translation>删除选定的点</translation>
+    </message>
+    <message>
+        <source>Delete selected curve</source>
+        <translation>删除选定的曲线</translation>
+    </message>
+    <message>
+        <source>Setting</source>
+        <translation>设置</translation>
+    </message>
+    <message>
+        <source>Add one point</source>
+        <translation>增加1个数据</translation>
+    </message>
+    <message>
+        <source>Add ten points</source>
+        <translation>增加10个数据</translation>
+    </message>
+    <message>
+        <source>Swap position</source>
+        <translation>交换显示位置</translation>
+    </message>
+    <message>
+        <source>Adaptive scaling axis Y</source>
+        <translation>自适应Y轴</translation>
+    </message>
+    <message>
+        <source>Adaptive scaling</source>
+        <translation>自适应缩放</translation>
+    </message>
+    <message>
+        <source>Remove all curves</source>
+        <translation>清空所有曲线</translation>
+    </message>
+    <message>
+        <source>Excel export finished!</source>
+        <translation>Excel导出完成！</translation>
+    </message>
+    <message>
+        <source>Txt export finished!</source>
+        <translation>Txt导出完成！</translation>
+    </message>
+</context>
+<context>
+    <name>MapWidget</name>
+    <message>
+        <source>GroupBox</source>
+        <translation>控制</translation>
+    </message>
+    <message>
+        <source>CallWMTS</source>
+        <translation>启功WMTS</translation>
+    </message>
+    <message>
+        <source>DrawUavTrace</source>
+        <translation>画无人机航迹</translation>
+    </message>
+    <message>
+        <source>EnableRoutesLine</source>
+        <translation>航线使能</translation>
+    </message>
+    <message>
+        <source>measureDis</source>
+        <translation>测距</translation>
+    </message>
+    <message>
+        <source>ClearAllLines</source>
+        <translation>清除所有航线</translation>
+    </message>
+    <message>
+        <source>OpenInBrowser</source>
+        <translation>在浏览器中打开</translation>
+    </message>
+</context>
+<context>
+    <name>MyCustomPlot</name>
+    <message>
+        <source>not find graph</source>
+        <translation>未找到曲线</translation>
+    </message>
+    <message>
+        <source>data count is zero</source>
+        <translation>数据量为0</translation>
+    </message>
+    <message>
+        <source>show graph:</source>
+        <translation>显示曲线：</translation>
+    </message>
+    <message>
+        <source>not read data yet</source>
+        <translation>还未读取数据</translation>
+    </message>
+    <message>
+        <source>remove</source>
+        <translation>移除</translation>
+    </message>
+    <message>
+        <source>graph</source>
+        <translation>曲线</translation>
+    </message>
+    <message>
+        <source>remove all graph</source>
+        <translation>移除所有曲线</translation>
+    </message>
+    <message>
+        <source>Diff: </source>
+        <translation>偏       差: </translation>
+    </message>
+    <message>
+        <source>Area: </source>
+        <translation>面       积: </translation>
+    </message>
+    <message>
+        <source>RisingTime: </source>
+        <translation>上升时间: </translation>
+    </message>
+</context>
+<context>
+    <name>PyPlotDialog</name>
+    <message>
+        <source>Height</source>
+        <translation>高度</translation>
+    </message>
+    <message>
+        <source>Two-dimensional track</source>
+        <translation>二维航迹</translation>
+    </message>
+    <message>
+        <source>Three-dimensional - full stage</source>
+        <translation>三维-全阶段</translation>
+    </message>
+    <message>
+        <source>Three-dimensional-attack</source>
+        <translation>三维-末端攻击</translation>
+    </message>
+    <message>
+        <source>use last data</source>
+        <translation>使用上次数据</translation>
+    </message>
+</context>
+<context>
+    <name>QObject</name>
+    <message>
+        <source>Roll</source>
+        <translation>横滚</translation>
+    </message>
+    <message>
+        <source>Pitch</source>
+        <translation>俯仰</translation>
+    </message>
+    <message>
+        <source>Yaw</source>
+        <translation>航向</translation>
+    </message>
+    <message>
+        <source>IndicatedAirspeed</source>
+        <translation>指示空速</translation>
+    </message>
+    <message>
+        <source>RelativeHeight</source>
+        <translation>相对高度</translation>
+    </message>
+    <message>
+        <source>RollDiff</source>
+        <translation>横滚差值</translation>
+    </message>
+    <message>
+        <source>PitchDiff</source>
+        <translation>俯仰差值</translation>
+    </message>
+    <message>
+        <source>YawDiff</source>
+        <translation>航向差值</translation>
+    </message>
+    <message>
+        <source>SpeedDiff</source>
+        <translation>速度差值</translation>
+    </message>
+    <message>
+        <source>HeightDiff</source>
+        <translation>高度差值</translation>
+    </message>
+    <message>
+        <source>TargetRoll</source>
+        <translation>目标横滚</translation>
+    </message>
+    <message>
+        <source>TargetPitch</source>
+        <translation>目标俯仰</translation>
+    </message>
+    <message>
+        <source>TargetYaw</source>
+        <translation>目标航向</translation>
+    </message>
+    <message>
+        <source>TargetSpeed</source>
+        <translation>目标速度</translation>
+    </message>
+    <message>
+        <source>TargetHeight</source>
+        <translation>目标高度</translation>
+    </message>
+</context>
+<context>
+    <name>SettingDialog</name>
+    <message>
+        <source>Setting</source>
+        <translation>设置</translation>
+    </message>
+    <message>
+        <source>Color</source>
+        <translation>颜色</translation>
+    </message>
+    <message>
+        <source>LineStyle</source>
+        <translation>线型</translation>
+    </message>
+    <message>
+        <source>Thickness</source>
+        <translation>粗细</translation>
+    </message>
+    <message>
+        <source>Solid line</source>
+        <translation>实线</translation>
+    </message>
+    <message>
+        <source>Dotted line</source>
+        <translation>点划线</translation>
+    </message>
+    <message>
+        <source>Dot line</source>
+        <translation>点线</translation>
+    </message>
+    <message>
+        <source>Double dotted line</source>
+        <translation>双点划线</translation>
+    </message>
+    <message>
+        <source>Custom dotted line</source>
+        <translation>定制虚线</translation>
+    </message>
+</context>
+<context>
+    <name>SettingDialog_2</name>
+    <message>
+        <source>Setting</source>
+        <translation>设置</translation>
+    </message>
+    <message>
+        <source>FontSize</source>
+        <translation>字体大小</translation>
+    </message>
+</context>
+<context>
+    <name>TxtOperator</name>
+    <message>
+        <source>file name is empty</source>
+        <translation>文件名为空</translation>
+    </message>
+    <message>
+        <source>open file failed</source>
+        <translation>打开文件失败</translation>
+    </message>
+    <message>
+        <source>occur exception when close file</source>
+        <translation>关闭文件时发生异常</translation>
+    </message>
+</context>
+<context>
+    <name>WindowSettingDialog</name>
+    <message>
+        <source>Show Setting</source>
+        <translation>显示设置</translation>
+    </message>
+    <message>
+        <source>ShowFactor</source>
+        <translation>指标显示</translation>
+    </message>
+    <message>
+        <source>TouchMode</source>
+        <translation>触摸模式</translation>
+    </message>
+    <message>
+        <source>NightMode</source>
+        <translation>夜间模式</translation>
+    </message>
+    <message>
+        <source>Color1 </source>
+        <translation>颜色1 </translation>
+    </message>
+    <message>
+        <source>Color2 </source>
+        <translation>颜色2 </translation>
+    </message>
+</context>
+</TS>
