@@ -1,0 +1,133 @@
+#include "AppConfig.h"
+
+#include "ChannelStore.h"
+#include "Logging.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+#include <QTextStream>
+#include <cstdio>
+
+namespace
+{
+
+constexpr char kGroup[] = "Global";
+constexpr char kTouchMode[] = "touchMode";
+constexpr char kTheme[] = "theme";
+constexpr char kShowFactor[] = "showFactor";
+constexpr char kLightTheme[] = "lightTheme";
+constexpr char kDarkTheme[] = "darkTheme";
+
+void applyStyle(const QString &path)
+{
+    QFile file(path);
+    if (!file.exists()) {
+        std::printf("Unable to set stylesheet, file not found\n");
+        return;
+    }
+    file.open(QFile::ReadOnly | QFile::Text);
+    qApp->setStyleSheet(QTextStream(&file).readAll());
+}
+
+} // namespace
+
+AppConfig &AppConfig::getInstance()
+{
+    static AppConfig instance;
+    return instance;
+}
+
+void AppConfig::init()
+{
+    initPaths();
+    createPlotDir();
+    initLogger();
+    readConfigIni(m_configPath);
+    initData();
+    switchThemeSlot(m_theme);
+}
+
+void AppConfig::shutdown()
+{
+    writeConfigIni(m_configPath);
+    clearData();
+    closeLogger();
+}
+
+void AppConfig::initPaths()
+{
+    const QString applicationDir = QCoreApplication::applicationDirPath();
+    m_configPath = applicationDir + QStringLiteral("/config.ini");
+    m_plotDir = applicationDir + QStringLiteral("/myPlot");
+    m_dataPath = m_plotDir + QStringLiteral("/data.txt");
+    m_attackDataPath = m_plotDir + QStringLiteral("/data_attack.txt");
+}
+
+void AppConfig::createPlotDir()
+{
+    const QDir dir(m_plotDir);
+    if (!dir.exists())
+        dir.mkdir(m_plotDir);
+}
+
+void AppConfig::initLogger()
+{
+    openLogger();
+}
+
+void AppConfig::readConfigIni(const QString &path)
+{
+    logToBoth(info, "read config.ini");
+    if (!QFileInfo(path).exists()) {
+        logToBoth(warn, "config.ini donot exist, create config.ini");
+        try {
+            QFile file(path);
+            file.open(QFile::ReadWrite);
+            file.close();
+        } catch (const std::exception &exception) {
+            // The line holds the words alone: its format has no place for the reason.
+            logToBoth(error, "create config.ini failed, exception:", exception.what());
+        }
+    }
+    QSettings settings(path, QSettings::IniFormat);
+    settings.beginGroup(QLatin1String(kGroup));
+    m_touchMode = settings.value(QLatin1String(kTouchMode)).toBool();
+    // Every other word, and none, means the dark theme.
+    const bool light = settings.value(QLatin1String(kTheme)).toString() == QLatin1String(kLightTheme);
+    m_theme = light ? lightTheme : darkTheme;
+    m_showFactor = settings.value(QLatin1String(kShowFactor)).toBool();
+}
+
+void AppConfig::writeConfigIni(const QString &path)
+{
+    logToBoth(info, "write config ini");
+    QSettings settings(path, QSettings::IniFormat);
+    settings.beginGroup(QLatin1String(kGroup));
+    settings.setValue(QLatin1String(kTouchMode), m_touchMode);
+    settings.setValue(QLatin1String(kTheme), QLatin1String(m_theme == darkTheme ? kDarkTheme : kLightTheme));
+    settings.setValue(QLatin1String(kShowFactor), m_showFactor);
+    settings.endGroup();
+}
+
+void AppConfig::applyDarkStyle()
+{
+    applyStyle(QStringLiteral(":qdarkstyle/dark/darkstyle.qss"));
+}
+
+void AppConfig::applyLightStyle()
+{
+    applyStyle(QStringLiteral(":qdarkstyle/light/lightstyle.qss"));
+}
+
+void AppConfig::switchThemeSlot(MyThemes theme)
+{
+    logToBoth(info, "switchTheme");
+    if (theme == lightTheme)
+        applyLightStyle();
+    else if (theme == darkTheme)
+        applyDarkStyle();
+    emit switchThemeSignal(theme);
+}

@@ -1,0 +1,7 @@
+#include "AppEvent.h"
+
+AppEvent &AppEvent::getInstance()
+{
+    static AppEvent instance;
+    return instance;
+}

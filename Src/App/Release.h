@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+
+inline constexpr char kVersion[] = "2.3.2";
+inline constexpr int kBuildCounter = 1;
+
+/** Date and time at which this build was compiled, in local time. */
+QDateTime buildDateTime();
+
+/**
+ * Reads the compiler's date and time texts, joined without a separator ("Dec  6 202315:14:20").
+ *
+ * The compiler pads a one-digit day with a blank; an English locale is used whatever the system's language.
+ * @return an invalid QDateTime when the text is of another form
+ */
+QDateTime parseBuildDateTime(QString text);

@@ -1,0 +1,413 @@
+#include "DataHandler.h"
+
+#include "AppConfig.h"
+#include "ChannelStore.h"
+#include "DataListDia.h"
+#include "FrameTable.h"
+#include "HexText.h"
+#include "Logging.h"
+#include "PostProcess.h"
+#include "TxtOperator.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QFileInfo>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QTextStream>
+#include <QVariant>
+#include <array>
+#include <exception>
+#include <iterator>
+
+namespace
+{
+
+/** Samples of a group, told by its first channel. */
+int lengthOf(MyGraph *const *group)
+{
+    return std::as_const(*group[0]).yvalue().size();
+}
+
+/** The low 32 bits, as progress is counted. */
+int low32(qint64 value)
+{
+    return static_cast<int>(static_cast<quint32>(value));
+}
+
+/** A bad line for the log: whole up to 64 KiB, so that one endless line does not fill the log's history. */
+QString forLog(const QString &line)
+{
+    constexpr int kMostBytes = 64 * 1024;
+    QByteArray text = line.left(kMostBytes).toUtf8();
+    if (line.size() <= kMostBytes && text.size() <= kMostBytes)
+        return line;
+    int end = std::min(kMostBytes, text.size());
+    while (end > 0 && (static_cast<unsigned char>(text.at(end - 1)) & 0xC0U) == 0x80U)
+        --end; // back to the first byte of the character that the limit cuts
+    if (end > 0 && static_cast<unsigned char>(text.at(end - 1)) >= 0xC0U)
+        --end;
+    text.truncate(end);
+    return QStringLiteral("%1... (%2 characters)").arg(QString::fromUtf8(text)).arg(line.size());
+}
+
+/** Runs a query and says in the log why it gives nothing. */
+void execute(QSqlQuery &query, const QString &text)
+{
+    query.setForwardOnly(true);
+    if (!query.exec(text))
+        logToBoth(warn, "database query failed: {}: {}", text, query.lastError().text());
+}
+
+} // namespace
+
+/** A frame as far as the tables reach; bytes that the text did not give are zero. */
+struct DataHandler::Frame {
+    std::array<std::uint8_t, frame::reach()> bytes;
+    qint64 length;
+
+    std::uint8_t planeId() const { return bytes[frame::kPlaneIdPosition]; }
+    std::uint8_t functionCode() const { return bytes[frame::kFunctionCodePosition]; }
+    std::uint16_t deviceState() const { return readBe16(bytes.data() + frame::kDeviceStatePosition); }
+    bool hasHeader() const
+    {
+        return length >= frame::kLeastBytes && bytes[0] == frame::kHeader1 && bytes[1] == frame::kHeader2;
+    }
+    double value(const frame::FieldRow &field) const
+    {
+        return readFieldValue(bytes.data() + field.offset - 1, field.isSigned, field.width) / field.divisor;
+    }
+};
+
+DataHandler::DataHandler(QObject *parent)
+    : QObject(parent)
+{
+}
+
+DataHandler::~DataHandler() = default;
+
+void DataHandler::initData()
+{
+    ::initData();
+}
+
+void DataHandler::clearData()
+{
+    ::clearData();
+}
+
+MyGraph *DataHandler::createGraph(quint16 code, int row)
+{
+    return ::createGraph(code, row);
+}
+
+void DataHandler::readDataSlot(QString filePath)
+{
+    if (filePath.isEmpty()) {
+        emit statusFeedbackSignal(QStringLiteral("file is empty"));
+        return;
+    }
+    const QString suffix = QFileInfo(filePath).suffix();
+    qDebug() << suffix;
+    if (suffix == QLatin1String("db"))
+        handleDb(filePath);
+    else if (suffix == QLatin1String("txt"))
+        handleTxt(filePath);
+
+    logToBoth(info, "total frame cnt is {}", m_frameTotal);
+    logToBoth(info, "error frame cnt is {}", m_frameError);
+    if (selectedPlaneEnabled)
+        logToBoth(info, "select plane id is {}, frame is {}", selectedPlaneId, m_frameSelectedId);
+    else
+        logToBoth(info, "All plane's frame is {}", m_frameTotal - m_frameError);
+
+    const int total = low32(m_total);
+    emit process(low32(m_total - 30), total);
+    if (!startTimeFromUser)
+        calStartTime();
+    calOrigin();
+    emit process(low32(m_total - 20), total);
+    calTrack();
+    calAttackTrack();
+    writeTracks();
+    emit process(low32(m_total - 10), total);
+    try {
+        calFactors();
+    } catch (const std::exception &) {
+        logToBoth(warn, "when cal factor, data count is not equal");
+    }
+    calSpeedAngle();
+    emit process(total, total);
+    emit statusFeedbackSignal(tr("data handing finished"));
+    emit readDataFinishedSinal(m_frameTotal, m_frameError, m_frameSelectedId);
+}
+
+void DataHandler::writeTracks()
+{
+    // A database read has no file operator of its own; here one is needed for its report alone.
+    TxtOperator stranger;
+    connect(&stranger, &TxtOperator::statusFeedbackSignal, this, &DataHandler::statusFeedbackSignal);
+    TxtOperator &writer = m_fileOperator != nullptr ? *m_fileOperator : stranger;
+    AppConfig &config = AppConfig::getInstance();
+    writer.writeTrack(config.getDataPath(), trackX, trackY, trackZ);
+    writer.writeTrack(config.getAttackDataPath(), attackTrackX, attackTrackY, attackTrackZ);
+}
+
+void DataHandler::handleTxt(const QString &filePath)
+{
+    if (m_fileOperator == nullptr) {
+        m_fileOperator = std::make_unique<TxtOperator>();
+        connect(m_fileOperator.get(), &TxtOperator::statusFeedbackSignal, this, &DataHandler::statusFeedbackSignal);
+    }
+    emit doHandleReady();
+    m_total = QFileInfo(filePath).size();
+    resetCounters();
+    emit process(1, low32(m_total));
+
+    m_fileOperator->setFileName(filePath);
+    if (m_fileOperator->openFile(QIODevice::ReadOnly)) {
+        decodeData();
+        emit statusFeedbackSignal(tr("decode sucess, handling data..."));
+        m_fileOperator->closeFile();
+    } else {
+        emit statusFeedbackSignal(tr("file open failed"));
+        emit process(0, low32(m_total));
+        emit readDataFinishedSinal(0, 0, 0);
+        logToBoth(warn, "open file error:{}", filePath);
+    }
+}
+
+bool DataHandler::decodeData()
+{
+    logToBoth(info, "start decode data");
+    emit statusFeedbackSignal(tr("start decoding data"));
+    QTextStream stream(&m_fileOperator->file());
+    QString line;
+    while (!stream.atEnd()) {
+        stream.readLineInto(&line);
+        decodeLine(line);
+    }
+    evenTail();
+    return true;
+}
+
+void DataHandler::handleDb(const QString &filePath)
+{
+    const QString connectionName = QStringLiteral("qt_sql_default_connection");
+    QSqlDatabase database;
+    if (QSqlDatabase::contains(connectionName)) {
+        // The connection keeps the first file of the run, whatever is asked for.
+        database = QSqlDatabase::database(connectionName);
+    } else {
+        database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
+        database.setDatabaseName(filePath);
+        database.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY;QSQLITE_BUSY_TIMEOUT=500"));
+    }
+    if (!database.open())
+        logToBoth(error, "database connect failed!");
+
+    QSqlQuery query(database);
+    execute(query, QStringLiteral("select * from t_fly_task;"));
+    DataListDia list(nullptr);
+    while (query.next()) {
+        list.addRow(static_cast<quint8>(query.value(QStringLiteral("id")).toUInt()),
+                    query.value(QStringLiteral("name")).toString(),
+                    query.value(QStringLiteral("ctime")).toULongLong());
+    }
+    query.finish();
+    list.exec();
+
+    emit doHandleReady();
+    const QList<quint8> ids = list.selectedIds();
+    if (ids.isEmpty()) {
+        database.close();
+        emit statusFeedbackSignal(QStringLiteral("No data is selected!"));
+        return;
+    }
+    QString condition;
+    for (const quint8 id : ids) {
+        const QString task = QStringLiteral("task_id = %1").arg(id);
+        execute(query, QStringLiteral("select count(*) from t_fly_record where %1;").arg(task));
+        if (query.next())
+            m_total += query.value(0).toUInt();
+        condition += condition.isEmpty() ? task : QStringLiteral(" OR ") + task;
+    }
+    resetCounters();
+    logToBoth(info, "start decode data");
+    emit statusFeedbackSignal(tr("start decoding data"));
+    emit process(1, low32(m_total));
+
+    execute(query, QStringLiteral("select frame from t_fly_record where ") + condition);
+    while (query.next())
+        decodeLine(query.value(0).toString());
+    evenTail();
+    query.finish();
+    database.close();
+}
+
+void DataHandler::resetCounters()
+{
+    m_processed = 0;
+    m_frameTotal = 0;
+    m_frameError = 0;
+    m_frameSelectedId = 0;
+}
+
+bool DataHandler::decodeLine(const QString &line)
+{
+    constexpr int kProgressOffset = 40;
+    QCoreApplication::processEvents();
+    Frame data;
+    data.length = decodeHex(line, data.bytes.data(), static_cast<int>(data.bytes.size()));
+    m_processed += data.length;
+    ++m_frameTotal;
+    emit process(low32(m_processed - kProgressOffset), low32(m_total));
+
+    if (!data.hasHeader()) {
+        ++m_frameError;
+        logToBoth(info, "error data :{}", forLog(line));
+        return false;
+    }
+    if (selectedPlaneEnabled) {
+        if (data.planeId() != selectedPlaneId)
+            return false;
+        ++m_frameSelectedId;
+    }
+    appendSamples(data);
+    repair();
+    return true;
+}
+
+void DataHandler::appendSamples(const Frame &data)
+{
+    switch (data.functionCode()) {
+    case frame::kControlStatus: {
+        constexpr int kGate = frame::layoutOf(frame::kControlStatus).gate;
+        const std::uint16_t state = data.deviceState();
+        for (int bit = 0; bit < static_cast<int>(std::size(equipmentGraphs)); ++bit) {
+            if (data.length > kGate)
+                equipmentGraphs[bit]->yvalue().append((state >> bit & 1) != 0 ? 1.0 : 0.0);
+            else
+                repeatLast(bit, equipmentGraphs);
+        }
+        appendFields(frame::layoutOf(frame::kControlStatus), controlStatusGraphs, data);
+        break;
+    }
+    case frame::kHeartBeat:
+        appendFields(frame::layoutOf(frame::kHeartBeat), heartBeatGraphs, data);
+        break;
+    case frame::kAttitude:
+        appendFields(frame::layoutOf(frame::kAttitude), attitudeGraphs, data);
+        break;
+    case frame::kSensor:
+        appendFields(frame::layoutOf(frame::kSensor), sensorGraphs, data);
+        break;
+    case frame::kTarget:
+        appendFields(frame::layoutOf(frame::kTarget), targetGraphs, data);
+        break;
+    case frame::kPayload:
+        appendFields(frame::layoutOf(frame::kPayload), payloadGraphs, data);
+        break;
+    case frame::kBackup:
+        appendFields(frame::layoutOf(frame::kBackup), &backupGraph, data);
+        break;
+    default: // unknown, or computed and never sent
+        break;
+    }
+}
+
+void DataHandler::appendFields(const frame::Layout &layout, MyGraph **group, const Frame &data)
+{
+    for (int row = 0; row < layout.rowCount; ++row) {
+        if (data.length > layout.gate)
+            group[row]->yvalue().append(data.value(layout.rows[row]));
+        else
+            repeatLast(row, group);
+    }
+}
+
+void DataHandler::repeatLast(int row, MyGraph **group)
+{
+    QVector<double> &samples = group[row]->yvalue();
+    samples.append(samples.isEmpty() ? 0.0 : samples.constLast());
+}
+
+template <std::size_t Count>
+void DataHandler::extend(MyGraph *(&group)[Count])
+{
+    for (int row = 0; row < static_cast<int>(Count); ++row)
+        repeatLast(row, group);
+}
+
+void DataHandler::repair()
+{
+    // A group may lead its neighbour by one sample; each pair moves by at most one sample a frame.
+    constexpr int kLead = 1;
+    const int sensorLead = lengthOf(sensorGraphs) - lengthOf(targetGraphs);
+    if (sensorLead < 0)
+        extend(sensorGraphs);
+    else if (sensorLead > kLead)
+        extend(targetGraphs);
+
+    const int statusLead = lengthOf(controlStatusGraphs) - lengthOf(sensorGraphs);
+    if (statusLead < 0) {
+        extend(controlStatusGraphs);
+        extend(equipmentGraphs);
+    } else if (statusLead > kLead) {
+        extend(sensorGraphs);
+    }
+
+    const int attitudeLead = lengthOf(attitudeGraphs) - lengthOf(controlStatusGraphs);
+    if (attitudeLead < 0)
+        extend(attitudeGraphs);
+    else if (attitudeLead > kLead)
+        extend(controlStatusGraphs); // alone: here the equipment channels stay behind
+}
+
+void DataHandler::evenTail()
+{
+    if (lengthOf(attitudeGraphs) > lengthOf(controlStatusGraphs)) {
+        extend(controlStatusGraphs);
+        extend(equipmentGraphs);
+    }
+    if (lengthOf(controlStatusGraphs) > lengthOf(sensorGraphs))
+        extend(sensorGraphs);
+    if (lengthOf(sensorGraphs) > lengthOf(targetGraphs))
+        extend(targetGraphs);
+}
+
+void DataHandler::calStartTime()
+{
+    postprocess::calStartTime();
+}
+
+void DataHandler::calOrigin()
+{
+    postprocess::calOrigin();
+}
+
+void DataHandler::calTrack()
+{
+    postprocess::calTrack();
+}
+
+void DataHandler::calAttackTrack()
+{
+    postprocess::calAttackTrack();
+}
+
+void DataHandler::calFactors()
+{
+    postprocess::calFactors();
+}
+
+void DataHandler::calSpeedAngle()
+{
+    postprocess::calSpeedAngle();
+}
+
+void DataHandler::dataProcess()
+{
+    postprocess::dataProcess();
+}

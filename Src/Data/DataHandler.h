@@ -1,0 +1,95 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <memory>
+
+class MyGraph;
+class TxtOperator;
+namespace frame
+{
+struct Layout;
+}
+
+/**
+ * Turns one recorded flight into the channel store: a text log or a flight database, all in one call of readDataSlot.
+ *
+ * Serves a single read, on the main thread. The event loop runs once a line, so that the interface stays alive.
+ */
+class DataHandler : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit DataHandler(QObject *parent = nullptr);
+    ~DataHandler() override;
+
+    static void initData();
+    static void clearData();
+    static MyGraph *createGraph(quint16 code, int row);
+
+    /** Reads a text log; reports an unreadable file by its signals. */
+    void handleTxt(const QString &filePath);
+    /** Reads the tasks of a flight database that the user ticks. */
+    void handleDb(const QString &filePath);
+    /** Decodes every line of the open text log. @return always true */
+    bool decodeData();
+
+    /**
+     * Decodes one frame.
+     *
+     * @param line hexadecimal text of the frame
+     * @return false when its header was wrong or the plane filter dropped it
+     */
+    bool decodeLine(const QString &line);
+    /** Appends to a channel a copy of its last sample, or 0.0 when it is empty. */
+    void repeatLast(int row, MyGraph **group);
+    /** Evens the series once more after the last line. */
+    void evenTail();
+
+    // The derivations of PostProcess.
+    void calStartTime();
+    void calOrigin();
+    void calTrack();
+    void calAttackTrack();
+    void calFactors();
+    void calSpeedAngle();
+    void dataProcess();
+
+    TxtOperator *fileOperator() const { return m_fileOperator.get(); }
+    qint64 total() const { return m_total; }
+    void setTotal(qint64 total) { m_total = total; }
+    qint64 processed() const { return m_processed; }
+    // Lines, wrong headers, and frames of the selected plane. They wrap at 65536, also for the user.
+    quint16 frameTotal() const { return m_frameTotal; }
+    quint16 frameError() const { return m_frameError; }
+    quint16 frameSelectedId() const { return m_frameSelectedId; }
+
+signals:
+    void statusFeedbackSignal(QString _sMessage);
+    void doHandleReady();
+    void process(int now, int total);
+    void readDataFinishedSinal(ushort frameTotal, ushort frameError, ushort frameSelectedId);
+
+public slots:
+    void readDataSlot(QString filePath);
+
+private:
+    struct Frame;
+
+    void writeTracks();
+    void resetCounters();
+    void appendSamples(const Frame &data);
+    void appendFields(const frame::Layout &layout, MyGraph **group, const Frame &data);
+    /** Pulls groups that lost frames back into step with their neighbours. */
+    void repair();
+    template <std::size_t Count>
+    void extend(MyGraph *(&group)[Count]);
+
+    std::unique_ptr<TxtOperator> m_fileOperator;
+    qint64 m_total = 0;
+    qint64 m_processed = 0;
+    quint16 m_frameTotal = 0;
+    quint16 m_frameError = 0;
+    quint16 m_frameSelectedId = 0;
+};

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QDialog>
+#include <QList>
+#include <memory>
+
+namespace Ui
+{
+class DataListDia;
+}
+
+/** Lists the flight tasks of a database for the user to tick. */
+class DataListDia : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit DataListDia(QWidget *parent);
+    ~DataListDia() override;
+
+    /** @param ctime creation time in milliseconds since the epoch */
+    void addRow(quint8 id, const QString &name, quint64 ctime);
+    /** The ticked ids, in ticking order. */
+    QList<quint8> selectedIds() const { return m_selectedIds; }
+
+signals:
+    void doSendList(QList<quint8> ids);
+
+private slots:
+    void on_pushButton_clicked();
+
+private:
+    void onCellChanged(int row, int column);
+
+    std::unique_ptr<Ui::DataListDia> m_ui;
+    QList<quint8> m_selectedIds;
+};

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <QColor>
+#include <QString>
+#include <QVector>
+
+/**
+ * One channel of the flight: its samples, and how its curve looks.
+ *
+ * A curve on a canvas is tied to its channel by name alone. Main thread only.
+ */
+class MyGraph
+{
+public:
+    enum Role { Actual = 0, Target = 1, Difference = 2, Ordinary = 3 };
+    enum Position { FirstCanvas = 0, SecondCanvas = 1 };
+
+    /**
+     * Role, partners, canvas and colour follow from the name and the function code.
+     *
+     * The partners are found by the names that the catalogue gives, so the catalogue must be installed before.
+     */
+    MyGraph(const QString &graphName, quint8 planeId, quint8 functionCode);
+
+    /** Samples in the channel's unit. The const form does not detach a shared vector. */
+    QVector<double> &yvalue() { return m_yvalue; }
+    const QVector<double> &yvalue() const { return m_yvalue; }
+    void setYvalue(const QVector<double> &yvalue) { m_yvalue = yvalue; }
+
+    /** Time keys in seconds since the epoch, made when the curve is shown. */
+    QVector<double> &xvalue() { return m_xvalue; }
+    const QVector<double> &xvalue() const { return m_xvalue; }
+    void setXvalue(const QVector<double> &xvalue) { m_xvalue = xvalue; }
+
+    int role() const { return m_role; }
+    void setRole(int role) { m_role = role; }
+    const QString &graphName() const { return m_graphName; }
+    void setGraphName(const QString &graphName) { m_graphName = graphName; }
+    quint8 planeId() const { return m_planeId; }
+    void setPlaneId(quint8 planeId) { m_planeId = planeId; }
+    quint8 functionCode() const { return m_functionCode; }
+    void setFunctionCode(quint8 functionCode) { m_functionCode = functionCode; }
+    int position() const { return m_position; }
+    void setPosition(int position) { m_position = position; }
+    /** Index of the curve in its canvas; -1 when there is none. */
+    int graphIndex() const { return m_graphIndex; }
+    void setGraphIndex(int graphIndex) { m_graphIndex = graphIndex; }
+    /** Milliseconds between two samples. */
+    int interval() const { return m_interval; }
+    void setInterval(int interval) { m_interval = interval; }
+    const QColor &color() const { return m_color; }
+    void setColor(const QColor &color) { m_color = color; }
+    int width() const { return m_width; }
+    void setWidth(int width) { m_width = width; }
+    /** A Qt::PenStyle value. */
+    int style() const { return m_style; }
+    void setStyle(int style) { m_style = style; }
+    /** The curve stands on a canvas. */
+    bool shown() const { return m_shown; }
+    void setShown(bool shown) { m_shown = shown; }
+
+    // Names of the other channels of its triad; empty where there is none.
+    const QString &diffName() const { return m_diffName; }
+    void setDiffName(const QString &diffName) { m_diffName = diffName; }
+    const QString &targetName() const { return m_targetName; }
+    void setTargetName(const QString &targetName) { m_targetName = targetName; }
+    const QString &actualName() const { return m_actualName; }
+    void setActualName(const QString &actualName) { m_actualName = actualName; }
+
+private:
+    QVector<double> m_yvalue;
+    QVector<double> m_xvalue;
+    int m_role = Ordinary;
+    QString m_graphName;
+    quint8 m_planeId;
+    quint8 m_functionCode;
+    int m_position = FirstCanvas;
+    int m_graphIndex = -1;
+    int m_interval;
+    QColor m_color;
+    int m_width = 1;
+    int m_style = Qt::SolidLine;
+    bool m_shown = false;
+    QString m_diffName;
+    QString m_targetName;
+    QString m_actualName;
+};

@@ -1,0 +1,1 @@
+#include "QDataPacket.h"
