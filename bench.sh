@@ -1,0 +1,98 @@
+#!/usr/bin/env bash
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+# shellcheck source=scripts/common.sh
+. scripts/common.sh
+
+usage() {
+    cat <<'USAGE'
+Usage: ./bench.sh [NAME...]
+
+Installs what is missing (Debian 12), builds the release preset, runs the benchmarks (all, or those named, as in
+./bench.sh read show for bench_read and bench_show) and prints one table. Run it on a machine that does nothing else.
+
+A benchmark is a program build/release/bench/bench_*. On its standard output a line
+    name | floor | measured | ratio | target
+is a row of the table; everything else that it says goes to build/logs/bench.log.
+USAGE
+}
+
+case ${1:-} in
+-h | --help)
+    usage
+    exit 0
+    ;;
+-*)
+    usage >&2
+    exit 2
+    ;;
+esac
+
+install_packages "${packages_build[@]}" "${packages_bench[@]}"
+configure release
+build release Ostravel ostravel-demo bench/all
+
+programs=()
+if [ $# -gt 0 ]; then
+    for name in "$@"; do
+        programs+=("build/release/bench/bench_${name#bench_}")
+    done
+else
+    for program in build/release/bench/bench_*; do
+        if [ -f "$program" ] && [ -x "$program" ]; then
+            programs+=("$program")
+        fi
+    done
+fi
+[ "${#programs[@]}" -gt 0 ] || fail "There are no benchmarks in build/release/bench." "Remove build/release and try again."
+
+log=$log_dir/bench.log
+mkdir -p "$log_dir"
+: >"$log"
+rows=()
+failed=()
+for program in "${programs[@]}"; do
+    name=${program##*/}
+    [ -x "$program" ] || fail "There is no benchmark $name." "Names are: $(find build/release/bench -maxdepth 1 -type f -name 'bench_*' -printf '%f ' | sort)"
+    # On the screen only: a table in a file or a pipe stays a table.
+    [ ! -t 2 ] || printf 'Running %s\n' "$name" >&2
+    if ! output=$(QT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen} LC_ALL=C.UTF-8 "$program" 2>>"$log" </dev/null); then
+        failed+=("$name")
+    fi
+    while IFS= read -r line; do
+        case $line in
+        *\|*\|*\|*\|*) rows+=("$line") ;;
+        *) printf '%s: %s\n' "$name" "$line" >>"$log" ;;
+        esac
+    done <<<"$output"
+done
+
+printf '%s\n' "name | floor | measured | ratio | target" "${rows[@]}" | awk -F'|' '
+    {
+        for (i = 1; i <= NF; ++i) {
+            gsub(/^[ \t]+|[ \t]+$/, "", $i)
+            cell[NR, i] = $i
+            if (length($i) > width[i])
+                width[i] = length($i)
+        }
+        if (NF > columns)
+            columns = NF
+    }
+    END {
+        for (row = 1; row <= NR; ++row) {
+            line = ""
+            for (i = 1; i <= columns; ++i)
+                line = line (i > 1 ? " | " : "") sprintf("%-" width[i] "s", cell[row, i])
+            sub(/ +$/, "", line)
+            print line
+            if (row == 1) {
+                gsub(/[^|]/, "-", line)
+                print line
+            }
+        }
+    }'
+
+if [ "${#failed[@]}" -gt 0 ]; then
+    tail -n 20 "$log" >&2
+    fail "Failed: ${failed[*]}. Whole output: $log" "Run the one that failed by itself: build/release/bench/${failed[0]}"
+fi

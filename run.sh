@@ -1,0 +1,79 @@
+#!/usr/bin/env bash
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+# shellcheck source=scripts/common.sh
+. scripts/common.sh
+
+usage() {
+    cat <<'USAGE'
+Usage: ./run.sh [--build-only]
+
+Installs what is missing (Debian 12), builds Ostravel, makes a demo flight and starts the program. Without a display
+the program runs on a virtual screen, where it opens the demo flight, shows fifteen curves and leaves a screenshot.
+
+  --build-only   stop after the build
+USAGE
+}
+
+build_only=false
+for argument in "$@"; do
+    case $argument in
+    --build-only) build_only=true ;;
+    -h | --help)
+        usage
+        exit 0
+        ;;
+    *)
+        usage >&2
+        exit 2
+        ;;
+    esac
+done
+
+on_screen=true
+if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+    on_screen=false
+fi
+
+packages=("${packages_build[@]}")
+if ! $on_screen && ! $build_only; then
+    packages+=("${packages_screen[@]}")
+fi
+install_packages "${packages[@]}"
+configure release
+build release Ostravel ostravel-demo
+if $build_only; then
+    exit 0
+fi
+
+program=$root/build/release/bin/Ostravel
+generator=$root/build/release/bin/ostravel-demo
+flights=$root/demo-flights
+flight=$flights/demo-flight.txt
+
+make_flight() {
+    # Under another name first: a flight that was interrupted half way must not look finished.
+    "$generator" log --minutes 120 --seed 1 "$flights/.unfinished.txt" && mv "$flights/.unfinished.txt" "$flight"
+}
+
+mkdir -p "$flights"
+if [ ! -s "$flight" ] || [ "$generator" -nt "$flight" ]; then
+    step demo-flight "Making a demo flight of two hours" "Is there room on the disk? 'df -h .' tells." make_flight
+fi
+say "Demo flight: $flight"
+
+# From the folder of the flights, since the program's file dialog opens where it was started.
+cd "$flights"
+if $on_screen; then
+    say "Starting Ostravel: Ctrl+O selects the flight, Ctrl+R reads it, the boxes at the left show curves"
+    exec "$program"
+fi
+
+say "There is no display: starting Ostravel on a virtual screen"
+screenshot=$flights/screenshot.png
+if ! /usr/bin/python3 "$root/scripts/show_flight.py" "$program" "$flight" "$screenshot" >"$log_dir/show.log" 2>&1; then
+    tail -n 40 "$log_dir/show.log" >&2
+    fail "Driving the program failed. Whole output: $log_dir/show.log, program's own log: $flights/logs/log.txt" \
+        "Start it on a real display, or look at $screenshot when it is there."
+fi
+say "Screenshot: $screenshot"

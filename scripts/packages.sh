@@ -1,0 +1,61 @@
+# shellcheck shell=bash
+# The one place that names Debian packages. Sourced by scripts/common.sh; never run by itself.
+# shellcheck disable=SC2034  # the lists are read by the scripts that source this file
+
+packages_build=(
+    cmake g++ ninja-build ccache git pkg-config
+    qtbase5-dev libqt5sql5-sqlite libqt5svg5-dev qttools5-dev qttools5-dev-tools
+    libqcustomplot-dev libspdlog-dev libfmt-dev libminizip-dev zlib1g-dev libdouble-conversion-dev
+    libgeographiclib-dev qtwebengine5-dev python3-qdarkstyle libjs-leaflet libcpp-httplib-dev libsqlite3-dev
+    fonts-noto-cjk python3-matplotlib python3-numpy octave fonts-freefont-otf xdg-utils pandoc
+)
+
+# What a virtual screen needs, and the hands and eyes that work on it.
+packages_screen=(xvfb openbox xdotool at-spi2-core python3-pyatspi dbus dbus-x11 imagemagick)
+
+packages_test=(
+    "${packages_screen[@]}"
+    python3-openpyxl libreoffice-calc-nogui chromium
+)
+
+packages_bench=(libxlsxwriter-dev python3-xlsxwriter python3-openpyxl)
+
+packages_deeper=(clang gcovr valgrind doxygen)
+
+# missing_packages NAME...: prints those that are not installed, one a line.
+missing_packages() {
+    local installed name
+    # dpkg-query fails when it knows one of the names not at all; what it does know is printed all the same.
+    installed=$(dpkg-query -W -f='${db:Status-Status} ${Package}\n' "$@" 2>/dev/null || true)
+    for name in "$@"; do
+        case $'\n'$installed$'\n' in
+        *$'\n'"installed $name"$'\n'*) ;;
+        *) printf '%s\n' "$name" ;;
+        esac
+    done
+}
+
+# install_packages NAME...: installs what is missing and nothing else.
+install_packages() {
+    local missing=() as_root=()
+    if ! command -v dpkg-query >/dev/null; then
+        say "This is no Debian: nothing installed. Needed by their Debian names: $*"
+        return
+    fi
+    mapfile -t missing < <(missing_packages "$@" | sort -u)
+    if [ "${#missing[@]}" -eq 0 ]; then
+        return
+    fi
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null || fail "${#missing[@]} Debian packages are missing and there is no sudo." \
+            "As root: apt-get update && apt-get install --no-install-recommends ${missing[*]}"
+        as_root=(sudo)
+    fi
+    step apt-update "Refreshing the list of Debian packages" \
+        "Check the network and /etc/apt/sources.list, then try again." \
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=300 update
+    step apt-install "Installing ${#missing[@]} Debian packages (${missing[*]:0:4}$([ "${#missing[@]}" -le 4 ] || echo ' ...'))" \
+        "See what apt says above; 'sudo apt-get -f install' mends a broken state. Then try again." \
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=300 \
+        install -y --no-install-recommends "${missing[@]}"
+}

@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+# shellcheck source=scripts/common.sh
+. scripts/common.sh
+
+usage() {
+    cat <<'USAGE'
+Usage: ./test.sh [--debug | --release | --asan | --tsan] [-- CTEST-ARGUMENT...]
+
+Installs what is missing (Debian 12), builds and runs every test. The build is that of the preset named, debug when
+none is: with assertions, without optimisation. Examples:
+
+  ./test.sh --asan              under the address and undefined-behaviour sanitizers
+  ./test.sh -- -R Store         the tests whose names contain Store
+  ./test.sh -- -LE e2e          all but the end-to-end tests
+USAGE
+}
+
+preset=debug
+while [ $# -gt 0 ]; do
+    case $1 in
+    --debug | --release | --asan | --tsan) preset=${1#--} ;;
+    --)
+        shift
+        break
+        ;;
+    -h | --help)
+        usage
+        exit 0
+        ;;
+    *)
+        usage >&2
+        exit 2
+        ;;
+    esac
+    shift
+done
+
+install_packages "${packages_build[@]}" "${packages_test[@]}"
+configure "$preset"
+build "$preset" all
+
+# The limit of time is for a test that hangs; tests that need longer set a limit of their own.
+exec env LC_ALL=C.UTF-8 ctest --preset "$preset" --output-on-failure --no-tests=error \
+    --parallel "$(nproc)" --timeout 300 "$@"
