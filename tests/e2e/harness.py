@@ -1,0 +1,407 @@
+"""Hands and eyes for end-to-end tests: a screen of their own, a program on it, real mouse and keys.
+
+Widgets are found by the texts that a user sees, through the accessibility bus; clicks and keys go through the X server
+and the window manager, as a user's would. One Desktop a process, since the accessibility library binds itself to the
+first bus that it meets. Needs Debian's own Python (python3-pyatspi, python3-numpy), Xvfb, openbox, xdotool and
+ImageMagick.
+"""
+
+import ctypes
+import os
+import re
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+from collections import namedtuple
+from pathlib import Path
+
+import numpy
+
+LIMIT = 20.0  # seconds that any single thing may take before a wait gives up
+
+# Some machines carry stand-ins for ImageMagick's programs in front of the packages' own.
+_TOOL_PATH = "/usr/bin:/bin:" + os.environ.get("PATH", "")
+
+Rect = namedtuple("Rect", "x y width height")
+LogLine = namedtuple("LogLine", "time level source function message")
+
+_LOG_LINE = re.compile(r"\[([^\]]*)\] \[(\w+)\] \[([^\]]*)\] <([^>]*)> (.*)")
+
+
+class WaitFailed(AssertionError):
+    """Something that was waited for did not happen in time."""
+
+
+def tool(name):
+    path = shutil.which(name, path=_TOOL_PATH)
+    if path is None:
+        raise RuntimeError(f"{name} is not installed")
+    return path
+
+
+def wait_for(probe, what, timeout=LIMIT, interval=0.05):
+    """Calls probe until it gives something true, and returns that. Raises WaitFailed, naming what, after timeout s."""
+    end = time.monotonic() + timeout
+    while True:
+        result = probe()
+        if result:
+            return result
+        if time.monotonic() > end:
+            raise WaitFailed(f"waited {timeout:g} s in vain for {what}")
+        time.sleep(interval)
+
+
+def _end_with_parent():
+    # A test that is killed by its time limit must leave no screen behind.
+    pr_set_pdeathsig = 1
+    ctypes.CDLL(None).prctl(pr_set_pdeathsig, signal.SIGKILL)
+
+
+class Picture:
+    """A screenshot; data holds rows x columns x (red, green, blue)."""
+
+    def __init__(self, path):
+        self.path = Path(path)
+        size = subprocess.run([tool("identify"), "-format", "%w %h", str(path)], check=True, capture_output=True)
+        self.width, self.height = (int(n) for n in size.stdout.split())
+        raw = subprocess.run([tool("convert"), str(path), "-depth", "8", "rgb:-"], check=True, capture_output=True)
+        self.data = numpy.frombuffer(raw.stdout, numpy.uint8).reshape(self.height, self.width, 3)
+
+    def part(self, rect=None):
+        if rect is None:
+            return self.data
+        return self.data[max(rect.y, 0):rect.y + rect.height, max(rect.x, 0):rect.x + rect.width]
+
+    def pixels(self, colour, rect=None, tolerance=0):
+        """All (x, y) inside rect (default: everywhere) that differ from (r, g, b) by at most tolerance in each part."""
+        distance = numpy.abs(self.part(rect).astype(int) - numpy.array(colour)).max(axis=2)
+        left, top = (max(rect.x, 0), max(rect.y, 0)) if rect else (0, 0)
+        return [(left + int(x), top + int(y)) for y, x in numpy.argwhere(distance <= tolerance)]
+
+    def colours(self, rect=None):
+        """Number of different colours inside rect: a plain surface has one or two, a drawing many."""
+        return len(numpy.unique(self.part(rect).reshape(-1, 3), axis=0))
+
+
+class Widget:
+    """Something on the screen that has a name or a role. Its answers are those of the moment."""
+
+    def __init__(self, desktop, accessible):
+        self._desktop = desktop
+        self.accessible = accessible
+
+    @property
+    def name(self):
+        return self.accessible.name
+
+    @property
+    def role(self):
+        return self.accessible.getRoleName()
+
+    @property
+    def rect(self):
+        import pyatspi
+        box = self.accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+        return Rect(box.x, box.y, box.width, box.height)
+
+    @property
+    def centre(self):
+        box = self.rect
+        return box.x + box.width // 2, box.y + box.height // 2
+
+    @property
+    def checked(self):
+        return self._has_state("STATE_CHECKED")
+
+    @property
+    def showing(self):
+        return self._has_state("STATE_SHOWING")
+
+    @property
+    def enabled(self):
+        return self._has_state("STATE_ENABLED")
+
+    @property
+    def children(self):
+        return [Widget(self._desktop, child) for child in self.accessible if child is not None]
+
+    @property
+    def parent(self):
+        return Widget(self._desktop, self.accessible.parent)
+
+    def click(self, button=1):
+        self._desktop.click(*self.centre, button=button)
+
+    def find_all(self, name=None, role=None):
+        """Every showing widget below this one with that name (a text or a compiled pattern) and that role."""
+        found = []
+        waiting = [self.accessible]
+        while waiting:
+            accessible = waiting.pop(0)
+            children = [child for child in accessible if child is not None]
+            for child in children:
+                widget = Widget(self._desktop, child)
+                if _fits(widget, name, role) and widget.showing:
+                    found.append(widget)
+            waiting.extend(children)
+        return found
+
+    def _has_state(self, state):
+        import pyatspi
+        return self.accessible.getState().contains(getattr(pyatspi, state))
+
+    def __repr__(self):
+        return f"<{self.role} '{self.name}'>"
+
+
+def _fits(widget, name, role):
+    if role is not None and widget.role != role:
+        return False
+    if name is None:
+        return True
+    if isinstance(name, re.Pattern):
+        return name.search(widget.name) is not None
+    return widget.name == name
+
+
+class Desktop:
+    """A virtual screen with a window manager and a message bus that nobody else uses. A context manager."""
+
+    def __init__(self, width=1920, height=1080):
+        self.size = width, height
+        self._children = []
+        self._folder = None
+        self._environment = None
+
+    def __enter__(self):
+        try:
+            self._start()
+        except BaseException:
+            self.close()
+            raise
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    def _start(self):
+        self._folder = Path(tempfile.mkdtemp(prefix="desktop-"))
+        runtime = self._folder / "runtime"
+        runtime.mkdir(mode=0o700)
+        for name in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "QT_QPA_PLATFORMTHEME", "XDG_CURRENT_DESKTOP",
+                     "AT_SPI_BUS_ADDRESS", "DBUS_SESSION_BUS_ADDRESS", "QT_SCALE_FACTOR", "NO_AT_BRIDGE"):
+            os.environ.pop(name, None)
+        # Settings of whoever starts the tests must not reach the program: the home is empty too.
+        home = self._folder / "home"
+        home.mkdir()
+        os.environ.update(
+            HOME=str(home), XDG_CONFIG_HOME=str(home / ".config"), XDG_RUNTIME_DIR=str(runtime),
+            QT_QPA_PLATFORM="xcb", QT_ACCESSIBILITY="1", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
+            LC_ALL="C.UTF-8", LIBGL_ALWAYS_SOFTWARE="1")
+
+        width, height = self.size
+        read_end, write_end = os.pipe()
+        quiet = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
+        self.run_beside([tool("Xvfb"), "-displayfd", str(write_end), "-screen", "0", f"{width}x{height}x24",
+                         "-nolisten", "tcp", "-noreset"], pass_fds=(write_end,), **quiet)
+        os.close(write_end)
+        os.environ["DISPLAY"] = ":" + self._line(read_end, "the X server's number")
+
+        read_end, write_end = os.pipe()
+        self.run_beside([tool("dbus-daemon"), "--session", "--nofork", f"--print-address={write_end}"],
+                        pass_fds=(write_end,), **quiet)
+        os.close(write_end)
+        os.environ["DBUS_SESSION_BUS_ADDRESS"] = self._line(read_end, "the bus's address")
+
+        self.run_beside([tool("openbox")], **quiet)
+        wait_for(lambda: self.xdotool("get_desktop", check=False).strip() != "", "the window manager")
+
+        import gi
+        gi.require_version("Atspi", "2.0")
+        from gi.repository import Atspi
+        # A program that reads a log does not answer for a while; waits ask again.
+        Atspi.set_timeout(2000, 5000)
+
+    @staticmethod
+    def _line(descriptor, what):
+        with os.fdopen(descriptor) as stream:
+            line = stream.readline().strip()
+        if not line:
+            raise RuntimeError(f"did not get {what}")
+        return line
+
+    def run_beside(self, command, **options):
+        """Starts a command that ends with this desktop, at the latest."""
+        child = subprocess.Popen(command, stdin=subprocess.DEVNULL, start_new_session=True,
+                                 preexec_fn=_end_with_parent, **options)
+        self._children.append(child)
+        return child
+
+    def start(self, program, cwd):
+        """Starts a program in the folder cwd and waits for its first window."""
+        app = App(self, self.run_beside([str(program)], cwd=str(cwd)), Path(cwd))
+        app.wait_for_window()
+        return app
+
+    def close(self):
+        for child in reversed(self._children):
+            try:
+                # The whole group: the bus starts programs of its own.
+                os.killpg(child.pid, signal.SIGTERM)
+            except ProcessLookupError:
+                pass
+            try:
+                child.wait(5)
+            except subprocess.TimeoutExpired:
+                os.killpg(child.pid, signal.SIGKILL)
+                child.wait()
+        self._children.clear()
+        if self._folder:
+            shutil.rmtree(self._folder, ignore_errors=True)
+
+    def xdotool(self, *arguments, check=True):
+        done = subprocess.run([tool("xdotool"), *map(str, arguments)], capture_output=True, text=True, timeout=LIMIT)
+        if check and done.returncode != 0:
+            raise RuntimeError(f"xdotool {' '.join(map(str, arguments))}: {done.stderr.strip()}")
+        return done.stdout
+
+    def move(self, x, y):
+        self.xdotool("mousemove", x, y)
+
+    def click(self, x, y, button=1):
+        self.xdotool("mousemove", x, y, "click", button)
+
+    def key(self, *keys):
+        self.xdotool("key", "--clearmodifiers", *keys)
+
+    def type(self, text):
+        self.xdotool("type", "--clearmodifiers", "--delay", "8", text)
+
+    def screenshot(self, path):
+        Path(path).parent.mkdir(parents=True, exist_ok=True)
+        subprocess.run([tool("import"), "-window", "root", str(path)], check=True, timeout=LIMIT)
+        return Picture(path)
+
+
+class App:
+    """A running program: its windows, its menus, its log."""
+
+    def __init__(self, desktop, process, folder):
+        self.desktop = desktop
+        self.process = process
+        self.folder = folder
+
+    @property
+    def windows(self):
+        import pyatspi
+        from gi.repository import Atspi, GLib
+        try:
+            for application in pyatspi.Registry.getDesktop(0):
+                if application is not None and application.get_process_id() == self.process.pid:
+                    # The library would remember names, and a status bar does not tell when its text changes.
+                    application.set_cache_mask(Atspi.Cache.NONE)
+                    return [Widget(self.desktop, child) for child in application if child is not None]
+        except (GLib.Error, LookupError):
+            pass  # not on the bus yet, or just busy
+        return []
+
+    def _alive(self):
+        if self.process.poll() is not None:
+            raise WaitFailed(f"the program ended by itself with {self.process.returncode}")
+
+    def wait_for_window(self, timeout=LIMIT):
+        def probe():
+            self._alive()
+            return [window for window in self.windows if window.showing]
+        return wait_for(probe, "the program's first window", timeout)[0]
+
+    def find_all(self, name=None, role=None):
+        from gi.repository import GLib
+        try:
+            found = []
+            for window in self.windows:
+                if _fits(window, name, role) and window.showing:
+                    found.append(window)
+                found.extend(window.find_all(name, role))
+            return found
+        except (GLib.Error, LookupError):
+            return []  # a window went while it was looked through
+
+    def find(self, name=None, role=None, timeout=LIMIT):
+        """Waits for one widget with that text and role on the screen."""
+        def probe():
+            self._alive()
+            return self.find_all(name, role)
+        try:
+            return wait_for(probe, f"{role or 'widget'} {name!r}", timeout)[0]
+        except WaitFailed as failure:
+            seen = [repr(widget) for widget in self.find_all() if widget.name]
+            raise WaitFailed(f"{failure}; there are: {', '.join(seen)}") from None
+
+    def wait_until_gone(self, name=None, role=None, timeout=LIMIT):
+        wait_for(lambda: not self.find_all(name, role), f"{role or 'widget'} {name!r} to go", timeout)
+
+    def choose(self, entry, before):
+        """Picks an entry of the pop-up menu that the call before() opens, by its text. Returns the menu's texts."""
+        import pyatspi
+        from gi.repository import GLib
+        heard = []
+        listener = heard.append
+        # A pop-up menu hangs on no window's tree. What it has in focus says where it is.
+        pyatspi.Registry.registerEventListener(listener, "object:state-changed:focused")
+        try:
+            before()
+
+            def focused_entry():
+                self.desktop.key("Down")
+                end = time.monotonic() + 0.5
+                while time.monotonic() < end:
+                    GLib.MainContext.default().iteration(False)
+                    for event in heard:
+                        if event.detail1 and event.source.getRoleName() in ("menu item", "check menu item"):
+                            return event.source
+                    time.sleep(0.01)
+                return None
+
+            menu = Widget(self.desktop, wait_for(focused_entry, "a pop-up menu", 10)).parent
+        finally:
+            pyatspi.Registry.deregisterEventListener(listener, "object:state-changed:focused")
+        entries = [child for child in menu.children if child.name]
+        texts = [child.name for child in entries]
+        if entry not in texts:
+            self.desktop.key("Escape")
+            raise AssertionError(f"the menu has no {entry!r}: {texts}")
+        entries[texts.index(entry)].click()
+        return texts
+
+    def wait_for_end(self, timeout=LIMIT):
+        """The exit status, once the program has ended."""
+        try:
+            return self.process.wait(timeout)
+        except subprocess.TimeoutExpired:
+            raise WaitFailed(f"the program did not end within {timeout:g} s") from None
+
+    def log_lines(self):
+        """What the program has logged so far, as LogLine; info lines come with up to three seconds' delay."""
+        lines = []
+        for text in (self.folder / "logs" / "log.txt").read_text(encoding="utf-8").splitlines():
+            match = _LOG_LINE.fullmatch(text)
+            if match:
+                lines.append(LogLine(*match.groups()))
+            elif lines:  # a message of several lines
+                lines[-1] = lines[-1]._replace(message=lines[-1].message + "\n" + text)
+        return lines
+
+    def wait_for_log(self, message, timeout=LIMIT):
+        return wait_for(lambda: [line for line in self.log_lines() if line.message == message],
+                        f"the log line {message!r}", timeout)[0]
+
+
+def install_copy(program, folder):
+    """Copies a program with what lies beside it into folder, without anything that earlier runs left. Its path."""
+    program = Path(program).resolve()
+    left_by_runs = {"config.ini", "data.txt", "data_attack.txt", "logs"}
+    shutil.copytree(program.parent, folder, ignore=lambda _, names: left_by_runs & set(names))
+    return Path(folder) / program.name
