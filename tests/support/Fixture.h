@@ -1,0 +1,119 @@
+#pragma once
+
+#include "AppConfig.h"
+#include "ChannelStore.h"
+#include "Geodesy.h"
+#include "Logging.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTranslator>
+
+#include <spdlog/spdlog.h>
+
+/**
+ * The surroundings of one test: a working directory of its own, the folder of the executable as after an
+ * installation, the logging up, an empty store, all globals at their initial values.
+ *
+ * Made at the start of a test (or in init()) and gone at its end. Needs the application object. The executable's
+ * folder is that of the test program, so no two test programs may share one.
+ */
+class Fixture
+{
+public:
+    enum class Catalogue { Installed, Missing };
+
+    explicit Fixture(Catalogue catalogue = Catalogue::Installed)
+        : m_before(QDir::currentPath())
+    {
+        if (!m_dir.isValid() || !QDir::setCurrent(m_dir.path()))
+            qFatal("no working directory for the test");
+        cleanApplicationDir();
+        resetGlobals();
+        if (catalogue == Catalogue::Installed) {
+            if (!m_translator.load(QStringLiteral(":/Ostravel_zh.qm")))
+                qFatal("the Chinese catalogue is not among the resources");
+            QCoreApplication::installTranslator(&m_translator);
+        }
+        AppConfig &config = AppConfig::getInstance();
+        config.setTheme(darkTheme);
+        config.setTouchMode(false);
+        config.setShowFactor(false);
+        config.initPaths();
+        config.createPlotDir();
+        config.initLogger();
+        initData();
+    }
+
+    ~Fixture()
+    {
+        clearData();
+        // A test may have closed the logging itself.
+        if (spdlog::get("file_logger"))
+            closeLogger();
+        QCoreApplication::removeTranslator(&m_translator);
+        resetGlobals();
+        cleanApplicationDir();
+        QDir::setCurrent(m_before);
+    }
+
+    Fixture(const Fixture &) = delete;
+    Fixture &operator=(const Fixture &) = delete;
+
+    /** The working directory, which is empty but for "logs". */
+    QString dir() const { return m_dir.path(); }
+    QString path(const QString &name) const { return m_dir.filePath(name); }
+    QString applicationPath(const QString &name) const
+    {
+        return QCoreApplication::applicationDirPath() + QLatin1Char('/') + name;
+    }
+
+    /** All channels anew, as a decode makes them. */
+    static void renewStore()
+    {
+        clearData();
+        initData();
+    }
+
+    static void resetGlobals()
+    {
+        selectedPlaneEnabled = false;
+        selectedPlaneId = 0;
+        startTimeFromUser = false;
+        startDateTime = QDateTime::currentDateTime();
+        sampleInterval = 200;
+        dataRead = false;
+        originLat = 33.947071f;
+        originLng = 113.91378f;
+        longitudeScale = longitude_scale({truncatedToLocationUnit(double(originLat) * 10000000.0),
+                                          truncatedToLocationUnit(double(originLng) * 10000000.0)});
+        for (std::vector<double> *track : {&trackX, &trackY, &trackZ, &attackTrackX, &attackTrackY, &attackTrackZ})
+            track->clear();
+        defaultColor = QColor(Qt::black);
+        targetColor = QColor(Qt::red);
+    }
+
+private:
+    static void cleanApplicationDir()
+    {
+        const QDir dir(QCoreApplication::applicationDirPath());
+        QFile::remove(dir.filePath(QStringLiteral("config.ini")));
+        QDir(dir.filePath(QStringLiteral("config.ini"))).removeRecursively();
+        QDir(dir.filePath(QStringLiteral("myPlot"))).removeRecursively();
+    }
+
+    QTemporaryDir m_dir;
+    QString m_before;
+    QTranslator m_translator;
+};
+
+/** Fills a channel; a test sets up a flight without decoding one. */
+inline void setSamples(const char *label, const QVector<double> &samples)
+{
+    MyGraph *graph = findGraph(QString::fromUtf8(label));
+    if (!graph)
+        qFatal("no channel %s", label);
+    graph->setYvalue(samples);
+}

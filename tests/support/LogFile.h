@@ -1,0 +1,98 @@
+#pragma once
+
+#include <QFile>
+#include <QList>
+#include <QRegularExpression>
+#include <QString>
+#include <QStringList>
+
+#include <spdlog/spdlog.h>
+
+/** One entry of the log file, taken apart by the pattern "[time] [level] [file line] <function> message". */
+struct LogLine {
+    QString time;
+    QString level;
+    QString file;
+    int line = 0;
+    QString function;
+    QString message;
+};
+
+/**
+ * Reads what was written to the log file since this object was made.
+ *
+ * A message with line breaks stays one entry. An object that is made before the logging is up reads from the start of
+ * a file that does not exist yet.
+ */
+class LogFile
+{
+public:
+    explicit LogFile(const QString &path = QStringLiteral("logs/log.txt"))
+        : m_path(path)
+    {
+        mark();
+    }
+
+    /** Forgets what stands in the file by now. */
+    void mark()
+    {
+        flush();
+        m_start = QFile(m_path).size();
+    }
+
+    QList<LogLine> lines() const
+    {
+        flush();
+        QFile file(m_path);
+        if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+            return {};
+        file.seek(m_start);
+        static const QRegularExpression pattern(QStringLiteral(
+            R"(^\[(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3})\] \[(\w+)\] \[(\S+) (\d+)\] <([^>]*)> (.*)$)"));
+        QList<LogLine> result;
+        QString text = QString::fromUtf8(file.readAll());
+        if (text.endsWith(QLatin1Char('\n')))
+            text.chop(1);
+        if (text.isEmpty())
+            return {};
+        for (const QString &line : text.split(QLatin1Char('\n'))) {
+            const QRegularExpressionMatch match = pattern.match(line);
+            if (match.hasMatch())
+                result.append({match.captured(1), match.captured(2), match.captured(3), match.captured(4).toInt(),
+                               match.captured(5), match.captured(6)});
+            else if (!result.isEmpty())
+                result.last().message += QLatin1Char('\n') + line;
+            else
+                result.append({{}, {}, {}, 0, {}, line});
+        }
+        return result;
+    }
+
+    /** The messages alone, in their order. */
+    QStringList messages() const
+    {
+        QStringList result;
+        for (const LogLine &line : lines())
+            result.append(line.message);
+        return result;
+    }
+
+    /** "level: message" of each entry, in their order. */
+    QStringList leveledMessages() const
+    {
+        QStringList result;
+        for (const LogLine &line : lines())
+            result.append(line.level + QLatin1String(": ") + line.message);
+        return result;
+    }
+
+private:
+    static void flush()
+    {
+        if (const std::shared_ptr<spdlog::logger> logger = spdlog::get("file_logger"))
+            logger->flush();
+    }
+
+    QString m_path;
+    qint64 m_start = 0;
+};

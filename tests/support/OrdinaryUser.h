@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <cstdio>
+#include <exception>
+#include <grp.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+/**
+ * Runs a piece of a test in a child process as a user without rights, since root may read and write everything.
+ *
+ * @param action  a callable that gives the child's exit code, 0 to 99
+ * @return that code; 100 when it threw; 128 plus the number of the signal that ended the child; -1 when it did not
+ *         start. Checks of QtTest inside the action count for nothing: report by the code.
+ */
+template <typename Action>
+int asOrdinaryUser(Action action)
+{
+    constexpr uid_t kNobody = 65534;
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        if (geteuid() == 0) {
+            const gid_t group = kNobody;
+            if (setgroups(1, &group) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0)
+                _exit(101);
+        }
+        int code = 100;
+        try {
+            code = action();
+        } catch (const std::exception &) {
+        }
+        std::fflush(nullptr);
+        // Not exit(): the parent's objects are the parent's to destroy.
+        _exit(code);
+    }
+    int status = 0;
+    if (child < 0 || waitpid(child, &status, 0) != child)
+        return -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
