@@ -1,0 +1,360 @@
+#include "ChannelStore.h"
+#include "DataHandler.h"
+#include "DebugOutput.h"
+#include "FieldTables.h"
+#include "Fixture.h"
+#include "LogFile.h"
+
+#include <QSet>
+#include <QTest>
+
+#include <memory>
+
+namespace
+{
+
+// The globals as they stand before any test has touched them.
+struct Initial {
+    bool selectedPlaneEnabled;
+    quint8 selectedPlaneId;
+    bool startTimeFromUser;
+    QDateTime startDateTime;
+    int sampleInterval;
+    bool dataRead;
+    float originLat;
+    float originLng;
+    double longitudeScale;
+    bool tracksEmpty;
+    QColor defaultColor;
+    QColor targetColor;
+};
+
+MyGraph *channel(int code, int row)
+{
+    switch (code) {
+    case 0x01:
+        return heartBeatGraphs[row];
+    case 0x02:
+        return controlStatusGraphs[row];
+    case 0x03:
+        return attitudeGraphs[row];
+    case 0x04:
+        return sensorGraphs[row];
+    case 0x05:
+        return targetGraphs[row];
+    case 0x41:
+        return payloadGraphs[row];
+    case 0x51:
+        return differenceGraphs[row];
+    case 0x52:
+        return row == 0 ? backupGraph : nullptr;
+    case 0x53:
+        return equipmentGraphs[row];
+    default:
+        return nullptr;
+    }
+}
+
+} // namespace
+
+class TestChannelStore : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void globalsHaveTheirInitialValues();
+    void arraysHaveARoomForEveryRow();
+    void everyRowGetsItsChannelAtItsIndex();
+    void channelsCarryThePlaneSelectedAtTheirMaking();
+    void initLogsItsWords();
+    void clearLogsItsWordsAndDeletesEveryChannel();
+    void clearLeavesStalePointersThatInitReplaces();
+    void clearSkipsNullChannels();
+    void newChannelsAreEmptyAndStartTimeStays();
+    void perChannelSettingsDoNotSurviveADecode();
+    void createGraphGivesNullForAnUnknownCode();
+    void createGraphDoesNotTouchTheStore();
+    void findGraphFindsEveryChannel();
+    void findGraphGivesNullForAnUnknownLabel_data();
+    void findGraphGivesNullForAnUnknownLabel();
+    void findGraphByCodeFindsInItsGroupAlone();
+    void findGraphByCodeTakesTenHexForEquipment();
+    void findGraphByCodeReportsUnknownCodes_data();
+    void findGraphByCodeReportsUnknownCodes();
+    void staticMembersOfTheHandlerAreTheStoresOperations();
+
+private:
+    Initial m_initial;
+    QDateTime m_started;
+};
+
+void TestChannelStore::initTestCase()
+{
+    m_started = QDateTime::currentDateTime();
+    m_initial = {selectedPlaneEnabled,
+                 selectedPlaneId,
+                 startTimeFromUser,
+                 startDateTime,
+                 sampleInterval,
+                 dataRead,
+                 originLat,
+                 originLng,
+                 longitudeScale,
+                 trackX.empty() && trackY.empty() && trackZ.empty() && attackTrackX.empty() && attackTrackY.empty()
+                     && attackTrackZ.empty(),
+                 defaultColor,
+                 targetColor};
+}
+
+void TestChannelStore::globalsHaveTheirInitialValues()
+{
+    QCOMPARE(m_initial.selectedPlaneEnabled, false);
+    QCOMPARE(int(m_initial.selectedPlaneId), 0);
+    QCOMPARE(m_initial.startTimeFromUser, false);
+    QCOMPARE(m_initial.sampleInterval, 200);
+    QCOMPARE(m_initial.dataRead, false);
+    QVERIFY(m_initial.originLat == 33.947071f);
+    QVERIFY(m_initial.originLng == 113.91378f);
+    QVERIFY(m_initial.tracksEmpty);
+    QCOMPARE(m_initial.defaultColor, QColor(0, 0, 0));
+    QCOMPARE(m_initial.targetColor, QColor(255, 0, 0));
+
+    // The cosine of 33.9470710 degrees, the nearest whole unit below the latitude as a float holds it.
+    QVERIFY(std::abs(m_initial.longitudeScale - 0.82955379) < 1e-7);
+    QVERIFY(m_initial.longitudeScale == double(float(m_initial.longitudeScale)));
+
+    // The time of the program's start lies before this test and not long ago.
+    QVERIFY(m_initial.startDateTime.isValid());
+    QCOMPARE(m_initial.startDateTime.timeSpec(), Qt::LocalTime);
+    QVERIFY(m_initial.startDateTime <= m_started);
+    QVERIFY(m_initial.startDateTime.secsTo(m_started) < 60);
+}
+
+void TestChannelStore::arraysHaveARoomForEveryRow()
+{
+    QCOMPARE(int(std::size(heartBeatGraphs)), 5);
+    QCOMPARE(int(std::size(controlStatusGraphs)), 37);
+    QCOMPARE(int(std::size(attitudeGraphs)), 18);
+    QCOMPARE(int(std::size(sensorGraphs)), 34);
+    QCOMPARE(int(std::size(targetGraphs)), 13);
+    QCOMPARE(int(std::size(payloadGraphs)), 14);
+    QCOMPARE(int(std::size(differenceGraphs)), 5);
+    QCOMPARE(int(std::size(equipmentGraphs)), 16);
+}
+
+void TestChannelStore::everyRowGetsItsChannelAtItsIndex()
+{
+    const Fixture fixture;
+    QSet<MyGraph *> different;
+    for (const ExpectedField &field : expectedFields()) {
+        const MyGraph *graph = channel(field.code, field.number - 1);
+        QVERIFY2(graph, qPrintable(field.name));
+        QCOMPARE(graph->graphName(), field.label);
+        QCOMPARE(int(graph->functionCode()), field.code);
+        QVERIFY(graph->yvalue().isEmpty());
+        QVERIFY(graph->xvalue().isEmpty());
+        different.insert(const_cast<MyGraph *>(graph));
+    }
+    QCOMPARE(different.size(), 143);
+}
+
+void TestChannelStore::channelsCarryThePlaneSelectedAtTheirMaking()
+{
+    const Fixture fixture;
+    selectedPlaneId = 77;
+    QCOMPARE(int(attitudeGraphs[0]->planeId()), 0);
+    Fixture::renewStore();
+    for (const ExpectedField &field : expectedFields())
+        QCOMPARE(int(channel(field.code, field.number - 1)->planeId()), 77);
+}
+
+void TestChannelStore::initLogsItsWords()
+{
+    const Fixture fixture;
+    clearData();
+    const LogFile log;
+    initData();
+    QCOMPARE(log.leveledMessages(), QStringList{"info: init global data"});
+}
+
+void TestChannelStore::clearLogsItsWordsAndDeletesEveryChannel()
+{
+    const Fixture fixture;
+    // A shared vector shows who holds it: once every channel is gone, it is ours alone.
+    QVector<double> samples(3, 1.0);
+    for (const ExpectedField &field : expectedFields())
+        channel(field.code, field.number - 1)->setYvalue(samples);
+    const LogFile log;
+    clearData();
+    const QStringList messages = log.leveledMessages();
+    const bool ours = samples.isDetached();
+    initData();
+    QCOMPARE(messages, QStringList{"info: clear data;"});
+    QVERIFY(ours);
+}
+
+void TestChannelStore::clearLeavesStalePointersThatInitReplaces()
+{
+    const Fixture fixture;
+    QVector<const void *> before;
+    for (const ExpectedField &field : expectedFields())
+        before.append(channel(field.code, field.number - 1));
+    clearData();
+    QVector<const void *> after;
+    for (const ExpectedField &field : expectedFields())
+        after.append(channel(field.code, field.number - 1));
+    initData();
+    // Compared as addresses only; what they point at is gone.
+    QCOMPARE(after, before);
+    QVERIFY(attitudeGraphs[0]->yvalue().isEmpty());
+}
+
+void TestChannelStore::clearSkipsNullChannels()
+{
+    const Fixture fixture;
+    delete backupGraph;
+    backupGraph = nullptr;
+    delete attitudeGraphs[17];
+    attitudeGraphs[17] = nullptr;
+    clearData();
+    initData();
+    QVERIFY(backupGraph);
+    QVERIFY(attitudeGraphs[17]);
+}
+
+void TestChannelStore::newChannelsAreEmptyAndStartTimeStays()
+{
+    const Fixture fixture;
+    const QDateTime start(QDate(2023, 7, 4), QTime(10, 11, 12));
+    startDateTime = start;
+    for (const ExpectedField &field : expectedFields()) {
+        channel(field.code, field.number - 1)->setYvalue({1.0});
+        channel(field.code, field.number - 1)->setXvalue({2.0});
+    }
+    Fixture::renewStore();
+    for (const ExpectedField &field : expectedFields()) {
+        QVERIFY(channel(field.code, field.number - 1)->yvalue().isEmpty());
+        QVERIFY(channel(field.code, field.number - 1)->xvalue().isEmpty());
+    }
+    QCOMPARE(startDateTime, start);
+}
+
+void TestChannelStore::perChannelSettingsDoNotSurviveADecode()
+{
+    const Fixture fixture;
+    attitudeGraphs[0]->setInterval(40);
+    attitudeGraphs[0]->setPosition(1);
+    attitudeGraphs[0]->setWidth(5);
+    attitudeGraphs[0]->setShown(true);
+    Fixture::renewStore();
+    QCOMPARE(attitudeGraphs[0]->interval(), 200);
+    QCOMPARE(attitudeGraphs[0]->position(), 0);
+    QCOMPARE(attitudeGraphs[0]->width(), 1);
+    QCOMPARE(attitudeGraphs[0]->shown(), false);
+}
+
+void TestChannelStore::createGraphGivesNullForAnUnknownCode()
+{
+    const Fixture fixture;
+    for (const int code : {0x00, 0x06, 0x10, 0x54, 0x103})
+        QVERIFY(!createGraph(quint16(code), 0));
+}
+
+void TestChannelStore::createGraphDoesNotTouchTheStore()
+{
+    const Fixture fixture;
+    MyGraph *const inStore = attitudeGraphs[2];
+    selectedPlaneId = 12;
+    const std::unique_ptr<MyGraph> graph(createGraph(0x03, 2));
+    QVERIFY(graph);
+    QVERIFY(graph.get() != inStore);
+    QCOMPARE(graph->graphName(), QStringLiteral("航向"));
+    QCOMPARE(int(graph->planeId()), 12);
+    QCOMPARE(int(graph->functionCode()), 0x03);
+    QCOMPARE(attitudeGraphs[2], inStore);
+}
+
+void TestChannelStore::findGraphFindsEveryChannel()
+{
+    const Fixture fixture;
+    for (const ExpectedField &field : expectedFields())
+        QCOMPARE(findGraph(field.label), channel(field.code, field.number - 1));
+}
+
+void TestChannelStore::findGraphGivesNullForAnUnknownLabel_data()
+{
+    QTest::addColumn<QString>("label");
+    QTest::newRow("empty") << QString();
+    QTest::newRow("name in place of label") << QStringLiteral("PGS_Roll");
+    QTest::newRow("source text") << QStringLiteral("Roll");
+    QTest::newRow("blank behind") << QStringLiteral("横滚 ");
+    QTest::newRow("beginning of a label") << QStringLiteral("横");
+}
+
+void TestChannelStore::findGraphGivesNullForAnUnknownLabel()
+{
+    const Fixture fixture;
+    QFETCH(QString, label);
+    QVERIFY(!findGraph(label));
+}
+
+void TestChannelStore::findGraphByCodeFindsInItsGroupAlone()
+{
+    const Fixture fixture;
+    const DebugOutput debug;
+    const int codes[] = {0x01, 0x02, 0x03, 0x04, 0x05, 0x41, 0x51, 0x52, 0x53};
+    for (const ExpectedField &field : expectedFields()) {
+        for (const int code : codes) {
+            MyGraph *const expected = code == field.code ? channel(field.code, field.number - 1) : nullptr;
+            QCOMPARE(findGraphByCode(field.label, quint8(code)), expected);
+        }
+    }
+    QVERIFY(debug.entries().isEmpty());
+}
+
+void TestChannelStore::findGraphByCodeTakesTenHexForEquipment()
+{
+    const Fixture fixture;
+    const DebugOutput debug;
+    QCOMPARE(findGraphByCode(QStringLiteral("陀螺"), 0x10), equipmentGraphs[0]);
+    QCOMPARE(findGraphByCode(QStringLiteral("载荷"), 0x10), equipmentGraphs[15]);
+    QVERIFY(!findGraphByCode(QStringLiteral("横滚"), 0x10));
+    QVERIFY(debug.entries().isEmpty());
+}
+
+void TestChannelStore::findGraphByCodeReportsUnknownCodes_data()
+{
+    QTest::addColumn<int>("code");
+    for (const int code : {0x00, 0x06, 0x11, 0x42, 0x50, 0x54, 0xFF})
+        QTest::addRow("0x%02x", code) << code;
+}
+
+void TestChannelStore::findGraphByCodeReportsUnknownCodes()
+{
+    const Fixture fixture;
+    QFETCH(int, code);
+    const DebugOutput debug;
+    QVERIFY(!findGraphByCode(QStringLiteral("横滚"), quint8(code)));
+    QCOMPARE(debug.entries().size(), 1);
+    QCOMPARE(debug.entries().first().type, QtInfoMsg);
+    QCOMPARE(debug.entries().first().text, QStringLiteral("功能码错误"));
+}
+
+void TestChannelStore::staticMembersOfTheHandlerAreTheStoresOperations()
+{
+    const Fixture fixture;
+    MyGraph *const before = heartBeatGraphs[0];
+    before->setWidth(9);
+    const LogFile log;
+    DataHandler::clearData();
+    DataHandler::initData();
+    QCOMPARE(log.leveledMessages(), (QStringList{"info: clear data;", "info: init global data"}));
+    QCOMPARE(heartBeatGraphs[0]->width(), 1);
+    const std::unique_ptr<MyGraph> graph(DataHandler::createGraph(0x01, 4));
+    QCOMPARE(graph->graphName(), QStringLiteral("通信协议版本"));
+    QVERIFY(!DataHandler::createGraph(0x06, 0));
+}
+
+QTEST_GUILESS_MAIN(TestChannelStore)
+#include "TestChannelStore.moc"
