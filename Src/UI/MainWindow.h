@@ -1,0 +1,140 @@
+#pragma once
+
+#include "MyThemes.h"
+
+#include <QList>
+#include <QMainWindow>
+#include <QString>
+#include <initializer_list>
+#include <memory>
+#include <qcustomplot.h>
+
+class DataHandler;
+class DecodeRoutes;
+class ExportOperator;
+class MyCustomPlot;
+class QCheckBox;
+class QProcess;
+class QProgressDialog;
+
+namespace Ui
+{
+class MainWindow;
+}
+
+/**
+ * The one top-level window: two canvases on one time axis, the check boxes of the main channels, and the ways to
+ * everything else. Decodes nothing and plots nothing itself. Main thread only.
+ *
+ * There is one in the process: its destructor ends the run (AppConfig::shutdown), so the log and the channel store are
+ * closed after it.
+ */
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit MainWindow(QWidget *parent = nullptr);
+    ~MainWindow() override;
+
+    /** The log chosen last; empty after a cancelled file dialog. */
+    const QString &filePath() const { return m_filePath; }
+    /** Controller of the upper canvas. */
+    MyCustomPlot *myPlot() const { return m_myPlot.get(); }
+    /** Controller of the lower canvas. */
+    MyCustomPlot *myPlot_2() const { return m_myPlot_2.get(); }
+    /** The boxes of the main channels, from top to bottom. */
+    const QList<QCheckBox *> &checkBoxes() const { return m_checkBoxes; }
+    /** Null before the first read. */
+    QProgressDialog *progressDialog() const { return m_progressDialog.get(); }
+    /** The export that runs now, or null. */
+    ExportOperator *exportThread() const { return m_exportThread; }
+    /** Null before the first use of the update action. */
+    QProcess *updaterProcess() const { return m_updaterProcess; }
+    /** Null before the first use of the route converter. */
+    DecodeRoutes *decodeRoutes() const { return m_decodeRoutes; }
+
+signals:
+    void readDataSignal(QString filePath);
+    void removePointSignal(QCPGraph *graph, QCPItemPosition *position);
+
+public slots:
+    /** Shows a text in the status bar for 2500 ms. */
+    void statusShowSlot(QString s);
+    /** Sets every box to what its channel's shown flag says. */
+    void checkBoxSlot();
+    Qt::CheckState checkState(bool state);
+    bool checkState2Bool(Qt::CheckState state);
+    /** Dresses this window alone; the application's themes are style sheets of AppConfig. */
+    void switchThemeSlot(MyThemes theme);
+    /** Opens the store to the user and shows the report, modally. */
+    void readDataFinishedSlot(ushort frameTotal, ushort frameError, ushort frameSelectedId);
+    /** Shows (flag) or removes a channel on the canvas of its own position; the last two arguments are not looked at.
+     */
+    void showGraphSlot(QString graphName, bool flag, uchar functionCode, uchar position = 0, uchar pen = 0);
+    /** Shows or removes the channel of the check box that sent the signal. */
+    void showSlot();
+
+protected:
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+
+private slots:
+    void onSelectFileSlot();
+    void readDataSlot_1();
+    void settingSlot();
+    void settingSlot_2();
+    void onGlobalSetting();
+    void on_actionAboutTriggered();
+    void on_actionDocumentTriggered();
+    void on_actionViewSettingTriggered();
+    void writeExcelSlot();
+    void onDecodeRouteSlot();
+    void writeTxtSlot();
+    void MPlotSlot();
+    void PyPlotSlot();
+    void onMapClickSlot();
+    void onCommonModuleSlot();
+    void titleDoubleClick(QMouseEvent *event);
+    void legendDoubleClick(QCPLegend *legend, QCPAbstractLegendItem *item);
+    void axisLabelDoubleClick(QCPAxis *axis, QCPAxis::SelectablePart part);
+    void contextMenuRequest(QPoint pos);
+    void contextMenuRequest_2(QPoint pos);
+    void moveLegend();
+    void graphClicked(QCPAbstractPlottable *plottable, int dataIndex);
+    void followRescaleXAxisSlot();
+    void followRescaleXAxisSlot(QCPRange newRange);
+    void followRescaleXAxisSlot_2(QCPRange newRange);
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    /** An entry of a right-click menu; without a slot it opens the pen settings. */
+    struct PlotAction {
+        const char *text;
+        const char *icon;
+        void (MyCustomPlot::*slot)();
+    };
+
+    void customPlotInit();
+    void mainWindowViewSetting();
+    void setUpCheckBoxes();
+    void setUpToolBar();
+    void setUpMenus();
+    void setUpProgress(const DataHandler *handler);
+    void startUpdate();
+    void showChannel(const QString &graphName, quint8 functionCode, bool flag);
+    void popUpMenu(MyCustomPlot *controller, std::initializer_list<PlotAction> curveActions, QPoint pos);
+    QString askForText(const QString &title, const QString &prompt, const QString &current, bool *ok);
+
+    std::unique_ptr<Ui::MainWindow> m_ui;
+    QString m_filePath;
+    std::shared_ptr<MyCustomPlot> m_myPlot;
+    std::shared_ptr<MyCustomPlot> m_myPlot_2;
+    std::unique_ptr<QProgressDialog> m_progressDialog;
+    QList<QCheckBox *> m_checkBoxes{nullptr};
+    ExportOperator *m_exportThread = nullptr;
+    QProcess *m_updaterProcess = nullptr;
+    DecodeRoutes *m_decodeRoutes = nullptr;
+    bool m_reading = false;
+    bool m_closed = false;
+};
