@@ -1,12 +1,32 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QFile>
+#include <QString>
 
 #include <cstdio>
 #include <exception>
 #include <grp.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+/** Lets every user read a file or walk a folder, and nobody but its owner (and root) change it. */
+inline bool letOthersRead(const QString &path)
+{
+    return chmod(QFile::encodeName(path).constData(), 0755) == 0;
+}
+
+/** Takes everybody's rights to read a file or walk a folder; root still may. */
+inline bool letNobodyRead(const QString &path)
+{
+    return chmod(QFile::encodeName(path).constData(), 0) == 0;
+}
+
+/** Gives every user all rights. */
+inline bool letOthersWrite(const QString &path)
+{
+    return chmod(QFile::encodeName(path).constData(), 0777) == 0;
+}
 
 /**
  * Runs a piece of a test in a child process as a user without rights, since root may read and write everything.
