@@ -117,10 +117,13 @@ private:
     int m_code;
 };
 
-/** One frame of each of the codes 0x02, 0x03, 0x04 and 0x05, which together make one sample of the common time axis. */
+/**
+ * One frame of each of the codes 0x03, 0x02, 0x04 and 0x05, which together make one sample of the common time axis. In
+ * this order no group ever leads another by more than one sample, so nothing is repeated.
+ */
 inline QStringList oneCycle(int planeId = 1)
 {
-    return {FrameText(0x02, planeId).text(), FrameText(0x03, planeId).text(), FrameText(0x04, planeId).text(),
+    return {FrameText(0x03, planeId).text(), FrameText(0x02, planeId).text(), FrameText(0x04, planeId).text(),
             FrameText(0x05, planeId).text()};
 }
 
