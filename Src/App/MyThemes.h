@@ -3,6 +3,6 @@
 #include <QMetaType>
 
 /** The two looks of the program; the configuration file names them by these words. */
-enum MyThemes { lightTheme = 0, darkTheme = 1 };
+enum MyThemes : int { lightTheme = 0, darkTheme = 1 };
 
 Q_DECLARE_METATYPE(MyThemes)

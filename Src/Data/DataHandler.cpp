@@ -5,6 +5,7 @@
 #include "DataListDia.h"
 #include "FrameTable.h"
 #include "HexText.h"
+#include "LineReader.h"
 #include "Logging.h"
 #include "PostProcess.h"
 #include "TxtOperator.h"
@@ -15,7 +16,6 @@
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
-#include <QTextStream>
 #include <QVariant>
 #include <array>
 #include <exception>
@@ -52,6 +52,27 @@ QString forLog(const QString &line)
     return QStringLiteral("%1... (%2 characters)").arg(QString::fromUtf8(text)).arg(line.size());
 }
 
+/** Characters of one line of each decoded function code, as recorders write them. */
+constexpr int roundOfLines()
+{
+    int characters = 0;
+    for (const frame::Layout &layout : frame::kLayouts) {
+        if (layout.gate != frame::kNoGate)
+            characters += 2 * frame::reach(layout) + 1;
+    }
+    return characters;
+}
+
+/** Makes room for an expected number of samples a channel, so that the series need not grow step by step. */
+void reserveSamples(qint64 samples)
+{
+    constexpr qint64 kMost = 10'000'000;
+    for (const ChannelGroup &group : channelGroups()) {
+        for (MyGraph *const graph : group)
+            graph->yvalue().reserve(static_cast<int>(std::min(samples, kMost)));
+    }
+}
+
 /** Runs a query and says in the log why it gives nothing. */
 void execute(QSqlQuery &query, const QString &text)
 {
@@ -74,9 +95,11 @@ struct DataHandler::Frame {
     {
         return length >= frame::kLeastBytes && bytes[0] == frame::kHeader1 && bytes[1] == frame::kHeader2;
     }
-    double value(const frame::FieldRow &field) const
+    template <const auto &Rows, std::size_t Row>
+    double value() const
     {
-        return readFieldValue(bytes.data() + field.offset - 1, field.isSigned, field.width) / field.divisor;
+        constexpr frame::FieldRow kField = Rows[Row];
+        return readFieldValue(bytes.data() + kField.offset - 1, kField.isSigned, kField.width) / kField.divisor;
     }
 };
 
@@ -182,12 +205,11 @@ bool DataHandler::decodeData()
 {
     logToBoth(info, "start decode data");
     emit statusFeedbackSignal(tr("start decoding data"));
-    QTextStream stream(&m_fileOperator->file());
+    reserveSamples(m_fileOperator->file().size() / roundOfLines());
+    LineReader lines(m_fileOperator->file());
     QString line;
-    while (!stream.atEnd()) {
-        stream.readLineInto(&line);
+    while (lines.next(line))
         decodeLine(line);
-    }
     evenTail();
     return true;
 }
@@ -279,6 +301,30 @@ bool DataHandler::decodeLine(const QString &line)
     return true;
 }
 
+namespace
+{
+
+/** Appends the value of each row to its channel. The rows are constants, so that a field costs no lookup. */
+template <const auto &Rows, typename Frame, std::size_t... Row>
+void appendValues(MyGraph **group, const Frame &data, std::index_sequence<Row...>)
+{
+    (group[Row]->yvalue().append(data.template value<Rows, Row>()), ...);
+}
+
+} // namespace
+
+template <const auto &Rows>
+void DataHandler::appendFields(MyGraph **group, const Frame &data)
+{
+    constexpr int kGate = frame::gateOf(Rows);
+    if (data.length > kGate) {
+        appendValues<Rows>(group, data, std::make_index_sequence<Rows.size()>());
+        return;
+    }
+    for (int row = 0; row < static_cast<int>(Rows.size()); ++row)
+        repeatLast(row, group);
+}
+
 void DataHandler::appendSamples(const Frame &data)
 {
     switch (data.functionCode()) {
@@ -291,39 +337,29 @@ void DataHandler::appendSamples(const Frame &data)
             else
                 repeatLast(bit, equipmentGraphs);
         }
-        appendFields(frame::layoutOf(frame::kControlStatus), controlStatusGraphs, data);
+        appendFields<frame::kControlStatusRows>(controlStatusGraphs, data);
         break;
     }
     case frame::kHeartBeat:
-        appendFields(frame::layoutOf(frame::kHeartBeat), heartBeatGraphs, data);
+        appendFields<frame::kHeartBeatRows>(heartBeatGraphs, data);
         break;
     case frame::kAttitude:
-        appendFields(frame::layoutOf(frame::kAttitude), attitudeGraphs, data);
+        appendFields<frame::kAttitudeRows>(attitudeGraphs, data);
         break;
     case frame::kSensor:
-        appendFields(frame::layoutOf(frame::kSensor), sensorGraphs, data);
+        appendFields<frame::kSensorRows>(sensorGraphs, data);
         break;
     case frame::kTarget:
-        appendFields(frame::layoutOf(frame::kTarget), targetGraphs, data);
+        appendFields<frame::kTargetRows>(targetGraphs, data);
         break;
     case frame::kPayload:
-        appendFields(frame::layoutOf(frame::kPayload), payloadGraphs, data);
+        appendFields<frame::kPayloadRows>(payloadGraphs, data);
         break;
     case frame::kBackup:
-        appendFields(frame::layoutOf(frame::kBackup), &backupGraph, data);
+        appendFields<frame::kBackupRows>(&backupGraph, data);
         break;
     default: // unknown, or computed and never sent
         break;
-    }
-}
-
-void DataHandler::appendFields(const frame::Layout &layout, MyGraph **group, const Frame &data)
-{
-    for (int row = 0; row < layout.rowCount; ++row) {
-        if (data.length > layout.gate)
-            group[row]->yvalue().append(data.value(layout.rows[row]));
-        else
-            repeatLast(row, group);
     }
 }
 

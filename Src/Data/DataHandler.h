@@ -6,10 +6,6 @@
 
 class MyGraph;
 class TxtOperator;
-namespace frame
-{
-struct Layout;
-}
 
 /**
  * Turns one recorded flight into the channel store: a text log or a flight database, all in one call of readDataSlot.
@@ -80,7 +76,8 @@ private:
     void writeTracks();
     void resetCounters();
     void appendSamples(const Frame &data);
-    void appendFields(const frame::Layout &layout, MyGraph **group, const Frame &data);
+    template <const auto &Rows>
+    void appendFields(MyGraph **group, const Frame &data);
     /** Pulls groups that lost frames back into step with their neighbours. */
     void repair();
     template <std::size_t Count>

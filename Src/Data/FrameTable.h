@@ -259,6 +259,17 @@ constexpr const Layout &layoutOf(std::uint8_t code)
     throw "no such function code";
 }
 
+/** The gate of the code to which a table of rows belongs. */
+template <typename Rows>
+constexpr int gateOf(const Rows &rows)
+{
+    for (const Layout &layout : kLayouts) {
+        if (layout.rows == rows.data())
+            return layout.gate;
+    }
+    throw "no such table";
+}
+
 /** Number of the last byte that a table reaches, counted from 1. */
 constexpr int reach(const Layout &layout)
 {
