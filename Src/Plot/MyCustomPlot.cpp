@@ -1,0 +1,715 @@
+#include "MyCustomPlot.h"
+
+#include "AppConfig.h"
+#include "AppEvent.h"
+#include "ChannelStore.h"
+#include "CurveMath.h"
+#include "FrameTable.h"
+#include "Logging.h"
+
+#include <QEvent>
+#include <QMouseEvent>
+#include <QPointer>
+#include <QToolTip>
+#include <qcustomplot.h>
+
+namespace
+{
+
+constexpr int kSmallPointSize = 8;
+constexpr double kTracerSize = 6;
+constexpr int kLegendColumns = 6;
+constexpr int kLegendAlpha = 150;
+constexpr int kPrecision = 6;
+constexpr int kSamplePrecision = 12;
+constexpr char kAllGraphs[] = "ALL";
+
+/** What one theme paints differently from the other. */
+struct ThemeLook {
+    QColor background;
+    QColor base;
+    QColor tick;
+    QColor subTick;
+    QColor tickLabel;
+    QColor grid;
+    QColor subGrid;
+    QColor zeroLine;
+    QColor legend;
+    QColor legendText;
+};
+
+ThemeLook dayLook()
+{
+    ThemeLook look;
+    look.background = Qt::white;
+    look.base = Qt::black;
+    look.tick = Qt::green;
+    look.subTick = Qt::black;
+    look.tickLabel = QColor(6, 107, 248);
+    look.grid = QColor(140, 0, 0);
+    look.subGrid = QColor(80, 80, 80);
+    look.zeroLine = Qt::black;
+    look.legend = QColor(255, 255, 255, kLegendAlpha);
+    look.legendText = Qt::black;
+    return look;
+}
+
+ThemeLook nightLook()
+{
+    ThemeLook look;
+    look.background = QColor(53, 53, 53);
+    look.base = Qt::white;
+    look.tick = Qt::white;
+    look.subTick = Qt::white;
+    look.tickLabel = Qt::white;
+    look.grid = Qt::white;
+    look.subGrid = Qt::white;
+    look.zeroLine = Qt::white;
+    look.legend = QColor(53, 53, 53, kLegendAlpha);
+    look.legendText = Qt::white;
+    return look;
+}
+
+QPen linePen(const QColor &color, Qt::PenStyle style = Qt::SolidLine)
+{
+    return {QBrush(color), 1, style};
+}
+
+QFont smallFont()
+{
+    QFont font;
+    font.setPointSize(kSmallPointSize);
+    return font;
+}
+
+void setAxisLook(QCPAxis *axis, const ThemeLook &look)
+{
+    axis->setBasePen(linePen(look.base));
+    axis->setTickPen(linePen(look.tick));
+    axis->setSubTickPen(linePen(look.subTick));
+    axis->setTickLabelColor(look.tickLabel);
+    axis->grid()->setPen(linePen(look.grid, Qt::DashLine));
+    axis->grid()->setSubGridPen(linePen(look.subGrid, Qt::DotLine));
+}
+
+void setLook(QCustomPlot *plot, const ThemeLook &look)
+{
+    plot->setBackground(QBrush(look.background));
+    setAxisLook(plot->xAxis, look);
+    setAxisLook(plot->yAxis, look);
+    plot->yAxis->grid()->setZeroLinePen(linePen(look.zeroLine));
+    plot->legend->setBrush(QBrush(look.legend));
+    plot->legend->setTextColor(look.legendText);
+}
+
+/** A pair of opposite axes is selected as one. */
+void selectTogether(QCPAxis *axis, QCPAxis *opposite)
+{
+    const QCPAxis::SelectableParts parts = QCPAxis::spAxis | QCPAxis::spTickLabels;
+    if (!((axis->selectedParts() | opposite->selectedParts()) & parts))
+        return;
+    axis->setSelectedParts(parts);
+    opposite->setSelectedParts(parts);
+}
+
+/**
+ * A tracer whose deferred deletion goes through its canvas: the canvas keeps a list of its items and would delete once
+ * more what had gone without its knowledge.
+ */
+class CanvasTracer : public QCPItemTracer
+{
+public:
+    using QCPItemTracer::QCPItemTracer;
+
+    bool event(QEvent *event) override
+    {
+        if (event->type() == QEvent::DeferredDelete && parentPlot()->removeItem(this))
+            return true;
+        return QCPItemTracer::event(event);
+    }
+};
+
+} // namespace
+
+MyCustomPlot::MyCustomPlot(QObject *parent)
+    : QObject(parent)
+{
+    connect(&AppEvent::getInstance(), &AppEvent::touchModeSignal, this, &MyCustomPlot::switchRectMode);
+    connect(&AppEvent::getInstance(), &AppEvent::resetGraphSignal, this, &MyCustomPlot::resetGraphSlot);
+    connect(&AppConfig::getInstance(), &AppConfig::switchThemeSignal, this, &MyCustomPlot::switchThemeSlot);
+}
+
+void MyCustomPlot::initCustomPlot(QCustomPlot *canvas)
+{
+    m_plot = canvas;
+    createTracer();
+    connectCanvas();
+    m_plot->setInteractions(QCP::iRangeDrag | QCP::iRangeZoom | QCP::iMultiSelect | QCP::iSelectPlottables
+                            | QCP::iSelectAxes | QCP::iSelectLegend);
+    m_plot->setMultiSelectModifier(Qt::ControlModifier);
+    dressLegend();
+    dressAxes();
+    addPlaceholderIfEmpty();
+    switchThemeSlot(AppConfig::getInstance().getTheme());
+    emit statusShowSignal(QStringLiteral("画布初始化完成"));
+}
+
+void MyCustomPlot::createTracer()
+{
+    // The canvas may go first and takes its items along, so the last release looks whether there is still one.
+    QPointer<QCPItemTracer> tracer(new CanvasTracer(m_plot));
+    m_tracer = std::shared_ptr<QCPItemTracer>(tracer.data(), [tracer](QCPItemTracer *) {
+        if (tracer)
+            tracer->deleteLater();
+    });
+    m_tracer->setInterpolating(false);
+    m_tracer->setStyle(QCPItemTracer::tsCrosshair);
+    m_tracer->setPen(linePen(Qt::red));
+    m_tracer->setBrush(QBrush(Qt::red));
+    m_tracer->setSize(kTracerSize);
+    // A crosshair that stands on no curve would look like a pair of axes.
+    m_tracer->setVisible(false);
+}
+
+void MyCustomPlot::connectCanvas()
+{
+    connect(m_plot, &QCustomPlot::mouseMove, this, &MyCustomPlot::myMouseMoveEvent);
+    m_plot->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(m_plot, &QCustomPlot::selectionChangedByUser, this, &MyCustomPlot::selectionChanged);
+    connect(m_plot, &QCustomPlot::mousePress, this, &MyCustomPlot::mousePress);
+    connect(m_plot, &QCustomPlot::mouseWheel, this, &MyCustomPlot::mouseWheel);
+    connect(m_plot->xAxis, qOverload<const QCPRange &>(&QCPAxis::rangeChanged), m_plot->xAxis2,
+            qOverload<const QCPRange &>(&QCPAxis::setRange));
+    connect(m_plot->yAxis, qOverload<const QCPRange &>(&QCPAxis::rangeChanged), m_plot->yAxis2,
+            qOverload<const QCPRange &>(&QCPAxis::setRange));
+    connect(m_plot, &QCustomPlot::plottableClick, this, &MyCustomPlot::graphClicked);
+}
+
+void MyCustomPlot::dressLegend()
+{
+    constexpr double kLegendStretch = 0.001;
+
+    QCPLegend *const legend = m_plot->legend;
+    legend->setFont(smallFont());
+    // So that an entry does not change its size when it is selected.
+    legend->setSelectedFont(smallFont());
+    legend->setMargins(QMargins());
+    legend->setRowSpacing(-3);
+    legend->setBrush(QBrush(QColor(53, 53, 53, kLegendAlpha)));
+    legend->setFillOrder(QCPLayoutGrid::foColumnsFirst, true);
+    legend->setWrap(kLegendColumns);
+    legend->setVisible(true);
+    // Taken into a layout, an element leaves the one that it was in: here the inset of the axis rect.
+    m_plot->plotLayout()->addElement(1, 0, legend);
+    m_plot->plotLayout()->setRowStretchFactor(1, kLegendStretch);
+    legend->setMargins(QMargins(200, 1, 10, 1));
+    legend->setBorderPen(QPen(Qt::NoPen));
+}
+
+void MyCustomPlot::dressAxes()
+{
+    const QSharedPointer<QCPAxisTickerDateTime> ticker(new QCPAxisTickerDateTime);
+    ticker->setDateTimeFormat(QStringLiteral("yyyy-MM-dd\nhh:mm:ss"));
+    m_plot->xAxis->setTicker(ticker);
+
+    m_plot->axisRect()->setupFullAxesBox(false);
+    m_plot->xAxis->setRange(0, 1);
+    m_plot->yAxis->setRange(-1, 1);
+    for (QCPAxis *const axis : {m_plot->xAxis, m_plot->yAxis}) {
+        axis->setSelectableParts(QCPAxis::spAxis | QCPAxis::spTickLabels | QCPAxis::spAxisLabel);
+        axis->setLabelFont(smallFont());
+        axis->setTickLabels(true);
+        axis->setUpperEnding(QCPLineEnding(QCPLineEnding::esSpikeArrow, 8, 10, false));
+        axis->setTickLabelFont(smallFont());
+        axis->setBasePen(linePen(Qt::black));
+        axis->setTickPen(linePen(Qt::green));
+        axis->setSubTickPen(linePen(Qt::black));
+        axis->grid()->setPen(linePen(QColor(140, 0, 0), Qt::DashLine));
+        axis->grid()->setSubGridPen(linePen(QColor(80, 80, 80), Qt::DotLine));
+        axis->grid()->setSubGridVisible(true);
+    }
+    m_plot->xAxis->grid()->setZeroLinePen(QPen(Qt::NoPen));
+    for (QCPAxis *const axis : {m_plot->xAxis2, m_plot->yAxis2}) {
+        axis->setTickLabels(false);
+        axis->setVisible(false);
+    }
+}
+
+QCPGraph *MyCustomPlot::addCurve()
+{
+    QCPGraph *const curve = m_plot->addGraph();
+    // However a curve goes, the tracer must not be left with a pointer to it.
+    connect(curve, &QObject::destroyed, this, &MyCustomPlot::forgetCurve);
+    return curve;
+}
+
+void MyCustomPlot::forgetCurve(QObject *curve)
+{
+    if (m_tracer->graph() != curve)
+        return;
+    m_tracer->setGraph(nullptr);
+    m_tracer->setVisible(false);
+}
+
+void MyCustomPlot::addPlaceholderIfEmpty()
+{
+    if (m_plot->graphCount() > 0)
+        return;
+    QCPGraph *const placeholder = addCurve();
+    placeholder->setPen(linePen(defaultColor));
+    placeholder->setName(QString());
+}
+
+void MyCustomPlot::removePlaceholder()
+{
+    if (m_plot->graphCount() == 1 && m_plot->graph(0)->data()->isEmpty())
+        m_plot->removeGraph(0);
+}
+
+void MyCustomPlot::fitAxesToOnlyCurve(QCPGraph *curve)
+{
+    if (m_plot->graphCount() >= 2)
+        return;
+    curve->rescaleAxes(true);
+    curve->rescaleAxes(false);
+}
+
+QCPGraph *MyCustomPlot::curveNamed(const QString &graphName) const
+{
+    // Counted in whole integers: eight bits would never reach the end of a canvas with 256 curves.
+    for (int i = 0; i < m_plot->graphCount(); ++i) {
+        if (m_plot->graph(i)->name() == graphName)
+            return m_plot->graph(i);
+    }
+    return nullptr;
+}
+
+QCPGraph *MyCustomPlot::selectedCurve() const
+{
+    return m_plot != nullptr ? m_plot->selectedGraphs().value(0) : nullptr;
+}
+
+MyGraph *MyCustomPlot::selectedChannel() const
+{
+    const QCPGraph *const curve = selectedCurve();
+    return curve != nullptr ? findGraph(curve->name()) : nullptr;
+}
+
+void MyCustomPlot::replot()
+{
+    m_plot->replot(QCustomPlot::rpRefreshHint);
+}
+
+void MyCustomPlot::myAddGraph(MyGraph *graphSelected)
+{
+    if (graphSelected == nullptr) {
+        emit statusShowSignal(tr("not find graph"));
+        return;
+    }
+    MyGraph &channel = *graphSelected;
+    if (curveNamed(channel.graphName()) != nullptr) {
+        logToBoth(warn, "add graph,but graph is exist:{}", channel.graphName());
+        return;
+    }
+    const QVector<double> &samples = graphSelected->yvalue();
+    if (samples.isEmpty())
+        emit statusShowSignal(tr("data count is zero"));
+
+    removePlaceholder();
+    QCPGraph *const curve = addCurve();
+    const int index = m_plot->graphCount() - 1;
+    channel.setXvalue(curvemath::timeKeys(samples.size(), startDateTime.toSecsSinceEpoch(), channel.interval()));
+    curve->setData(channel.xvalue(), samples, false);
+    curve->setName(channel.graphName());
+    fitAxesToOnlyCurve(curve);
+    curve->setPen(QPen(QBrush(channel.color()), channel.width(), static_cast<Qt::PenStyle>(channel.style())));
+
+    channel.setShown(true);
+    emit statusShowSignal(tr("show graph:") + channel.graphName());
+    replot();
+    channel.setGraphIndex(index);
+    emit graphCheckedSignal();
+    logToBoth(info, "add graph:{}, graph index is {}", channel.graphName(), index);
+}
+
+void MyCustomPlot::myAddGraph(MyGraph *graphSelected, bool flag)
+{
+    if (flag)
+        myAddGraph(graphSelected);
+    else
+        myRemoveGraph(graphSelected);
+}
+
+void MyCustomPlot::myAddGraph(QString graphName, uchar functionCode)
+{
+    if (!dataRead) {
+        emit statusShowSignal(tr("not read data yet"));
+        return;
+    }
+    if (curveNamed(graphName) != nullptr) {
+        logToBoth(warn, "add graph,but graph is exist:{}", graphName);
+        return;
+    }
+    myAddGraph(findGraphByCode(graphName, functionCode));
+}
+
+void MyCustomPlot::myAddGraph(QString graphName, QVector<double> yvalue, QVector<double> xvalue)
+{
+    removeAllGraphsSlot();
+    removePlaceholder();
+    QCPGraph *const curve = addCurve();
+    curve->setData(xvalue, yvalue);
+    curve->setName(graphName);
+    fitAxesToOnlyCurve(curve);
+    curve->setPen(linePen(Qt::red));
+    emit statusShowSignal(tr("show graph:") + graphName);
+    replot();
+}
+
+bool MyCustomPlot::myRemoveGraph(MyGraph *graph)
+{
+    if (graph == nullptr) {
+        emit statusShowSignal(tr("not find graph"));
+        return false;
+    }
+    if (m_plot->graphCount() == 0)
+        return false;
+    // The index goes on after a removal: of two neighbours with the same name the second one stays.
+    for (int i = 0; i < m_plot->graphCount(); ++i) {
+        if (m_plot->graph(i)->name() != graph->graphName())
+            continue;
+        m_plot->removeGraph(i);
+        logToBoth(info, "delete graph {}", graph->graphName());
+        graph->setShown(false);
+        graph->setGraphIndex(-1);
+    }
+    addPlaceholderIfEmpty();
+    replot();
+    emit graphCheckedSignal();
+    return true;
+}
+
+bool MyCustomPlot::myRemoveGraph(const QString &graphName)
+{
+    return myRemoveGraph(findGraph(graphName));
+}
+
+void MyCustomPlot::removeSelectedGraphSlot()
+{
+    QCPGraph *const curve = selectedCurve();
+    if (curve == nullptr)
+        return;
+    const QString name = curve->name();
+    m_plot->removeGraph(curve);
+    emit statusShowSignal(tr("remove") + name + tr("graph"));
+    addPlaceholderIfEmpty();
+    replot();
+    removeGraphFeedback(name);
+    logToBoth(info, "delete selected graph {}", name);
+}
+
+void MyCustomPlot::removeAllGraphsSlot()
+{
+    logToBoth(info, "remove all Graph");
+    m_plot->clearGraphs();
+    addPlaceholderIfEmpty();
+    replot();
+    removeGraphFeedback(QString::fromLatin1(kAllGraphs));
+    emit statusShowSignal(tr("remove all graph"));
+}
+
+void MyCustomPlot::removeGraphFeedback(QString graphName)
+{
+    if (graphName == QLatin1String(kAllGraphs)) {
+        for (const ChannelGroup &group : channelGroups()) {
+            // The backup channel keeps its flag.
+            if (group.code == frame::kBackup)
+                continue;
+            for (MyGraph *const channel : group) {
+                if (channel != nullptr)
+                    channel->setShown(false);
+            }
+        }
+    } else if (MyGraph *const channel = findGraph(graphName)) {
+        channel->setShown(false);
+    }
+    emit graphCheckedSignal();
+}
+
+void MyCustomPlot::deleteErrorDataSlot()
+{
+    QCPGraph *const curve = selectedCurve();
+    MyGraph *const channel = selectedChannel();
+    // One sample has no neighbour to be compared with.
+    if (channel == nullptr || channel->yvalue().size() < 2)
+        return;
+    curvemath::removeSpikes(channel->yvalue());
+    m_plot->removeGraph(curve);
+    myAddGraph(channel);
+    logToBoth(info, "delete error data of {}", channel->graphName());
+}
+
+void MyCustomPlot::removeSelectedPointSlot()
+{
+    QCPGraph *const curve = m_tracer ? m_tracer->graph() : nullptr;
+    if (curve == nullptr)
+        return;
+    curve->data()->remove(m_tracer->position->key());
+    replot();
+}
+
+void MyCustomPlot::addOnePointSlot()
+{
+    delaySelectedCurve(1);
+}
+
+void MyCustomPlot::addPointsSlot()
+{
+    delaySelectedCurve(10);
+}
+
+void MyCustomPlot::delaySelectedCurve(int count)
+{
+    // Showing the partner anew lets others act on this canvas, so the curve may be gone when its turn comes.
+    const QPointer<QCPGraph> curve = selectedCurve();
+    MyGraph *const channel = selectedChannel();
+    if (channel == nullptr || channel->yvalue().isEmpty())
+        return;
+
+    // The differences are counted by what the curve held before it was moved.
+    const int samples = channel->yvalue().size();
+    const bool isActual = channel->role() == MyGraph::Actual;
+    curvemath::repeatFirst(channel->yvalue(), count);
+    if (isActual || channel->role() == MyGraph::Target) {
+        MyGraph *const partner = findGraph(isActual ? channel->targetName() : channel->actualName());
+        MyGraph *const difference = findGraph(channel->diffName());
+        if (partner != nullptr)
+            curvemath::repeatLast(partner->yvalue(), count);
+        if (difference != nullptr)
+            curvemath::appendZeros(difference->yvalue(), count);
+        if (partner != nullptr && partner->shown()) {
+            myRemoveGraph(partner);
+            myAddGraph(partner);
+        }
+        if (partner != nullptr && difference != nullptr) {
+            const MyGraph *const minuend = isActual ? channel : partner;
+            const MyGraph *const subtrahend = isActual ? partner : channel;
+            curvemath::recalculateDifferences(difference->yvalue(), minuend->yvalue(), subtrahend->yvalue(), samples);
+        }
+    }
+    if (curve)
+        m_plot->removeGraph(curve);
+    myAddGraph(channel);
+}
+
+void MyCustomPlot::onSwapPosSlot()
+{
+    MyGraph *const channel = selectedChannel();
+    if (channel == nullptr)
+        return;
+    channel->setPosition(channel->position() == MyGraph::FirstCanvas ? MyGraph::SecondCanvas : MyGraph::FirstCanvas);
+    myRemoveGraph(channel);
+    emit doSwapPosSignal(channel);
+}
+
+void MyCustomPlot::resetGraphSlot(QPen pen)
+{
+    QCPGraph *const curve = selectedCurve();
+    if (curve == nullptr)
+        return;
+    curve->setPen(pen);
+    replot();
+}
+
+void MyCustomPlot::rescaleGraphSlot()
+{
+    QCPGraph *const curve = selectedCurve();
+    if (curve == nullptr)
+        return;
+    curve->rescaleAxes(false);
+    replot();
+}
+
+void MyCustomPlot::rescaleYSlot()
+{
+    QCPGraph *const curve = selectedCurve();
+    if (curve == nullptr)
+        return;
+    curve->rescaleValueAxis(false, false);
+    replot();
+}
+
+void MyCustomPlot::rescaleAllGraphSlot()
+{
+    QCPGraph *const lastAdded = m_plot->graph();
+    if (lastAdded == nullptr)
+        return;
+    lastAdded->rescaleAxes(false);
+    replot();
+}
+
+void MyCustomPlot::rescaleAllYSlot()
+{
+    QCPGraph *const lastAdded = m_plot->graph();
+    if (lastAdded == nullptr)
+        return;
+    lastAdded->rescaleValueAxis(false, false);
+    replot();
+}
+
+void MyCustomPlot::resetAxisSizeSlot(QFont font)
+{
+    if (m_plot->selectedAxes().isEmpty())
+        return;
+    m_plot->xAxis->setTickLabelFont(font);
+    m_plot->yAxis->setTickLabelFont(font);
+    replot();
+}
+
+void MyCustomPlot::switchThemeSlot(MyThemes mode)
+{
+    // The configuration may speak before there is a canvas.
+    if (m_plot == nullptr)
+        return;
+    if (mode == lightTheme) {
+        logToBoth(info, "graph set day mode");
+        setLook(m_plot, dayLook());
+    } else if (mode == darkTheme) {
+        logToBoth(info, "graph set night mode");
+        setLook(m_plot, nightLook());
+    }
+    m_plot->selectionRect()->setPen(linePen(defaultColor));
+    replot();
+}
+
+void MyCustomPlot::switchRectMode(bool flag)
+{
+    if (m_plot == nullptr)
+        return;
+    if (flag)
+        logToBoth(info, "graph enable touch mode");
+    else
+        logToBoth(info, "graph disable touch mode");
+    m_plot->selectionRect()->setPen(linePen(defaultColor));
+    m_plot->setSelectionRectMode(flag ? QCP::srmZoom : QCP::srmNone);
+}
+
+void MyCustomPlot::selectionChanged()
+{
+    selectTogether(m_plot->xAxis, m_plot->xAxis2);
+    selectTogether(m_plot->yAxis, m_plot->yAxis2);
+
+    for (int i = 0; i < m_plot->graphCount(); ++i) {
+        QCPGraph *const curve = m_plot->graph(i);
+        QCPPlottableLegendItem *const item = m_plot->legend->itemWithPlottable(curve);
+        if (item == nullptr || !(item->selected() || curve->selected()))
+            continue;
+        item->setSelected(true);
+        curve->setSelection(QCPDataSelection(curve->data()->dataRange()));
+    }
+}
+
+Qt::Orientations MyCustomPlot::mouseOrientations() const
+{
+    for (const QCPAxis *const axis : {m_plot->xAxis, m_plot->yAxis}) {
+        if (axis->selectedParts().testFlag(QCPAxis::spAxis))
+            return axis->orientation();
+    }
+    return Qt::Horizontal | Qt::Vertical;
+}
+
+void MyCustomPlot::mousePress()
+{
+    m_plot->axisRect()->setRangeDrag(mouseOrientations());
+}
+
+void MyCustomPlot::mouseWheel()
+{
+    m_plot->axisRect()->setRangeZoom(mouseOrientations());
+}
+
+void MyCustomPlot::graphClicked(QCPAbstractPlottable *plottable, int dataIndex)
+{
+    QCPPlottableInterface1D *const points = plottable->interface1D();
+    if (points == nullptr)
+        return;
+    // All three at once: a curve's name is the user's to edit and may itself hold a place marker.
+    emit statusShowSignal(QStringLiteral("Clicked on graph '%1' at data point #%2 with value %3.")
+                              .arg(plottable->name(), QString::number(dataIndex),
+                                   QStringLiteral("%1").arg(points->dataMainValue(dataIndex))));
+}
+
+double MyCustomPlot::calRisingTime(MyGraph *g, MyGraph *t, int index)
+{
+    return curvemath::risingTime(g, t, index);
+}
+
+double MyCustomPlot::calArea(MyGraph *g, MyGraph *t, int index)
+{
+    return curvemath::area(g, t, index);
+}
+
+void MyCustomPlot::myMouseMoveEvent(QMouseEvent *event)
+{
+    const QPoint pixel = event->localPos().toPoint();
+    const double key = m_plot->xAxis->pixelToCoord(pixel.x());
+
+    QString text;
+    if (QCPGraph *const curve = selectedCurve()) {
+        text = readOut(curve, key);
+    } else {
+        m_tracer->setVisible(false);
+        const double value = m_plot->yAxis->pixelToCoord(pixel.y());
+        text = QLatin1Char('(') + curvemath::dateTimeText(key) + QLatin1String(", ")
+            + QString::number(value, 'g', kPrecision) + QLatin1Char(')');
+    }
+    QToolTip::showText(event->screenPos().toPoint(), text, m_plot);
+    replot();
+}
+
+QString MyCustomPlot::readOut(QCPGraph *curve, double key)
+{
+    m_tracer->setVisible(true);
+    m_tracer->setGraph(curve);
+    m_tracer->setGraphKey(key);
+    m_tracer->setInterpolating(false);
+    m_tracer->updatePosition();
+
+    const double sampleKey = m_tracer->position->key();
+    const double value = m_tracer->position->value();
+    const QString valueText = QString::number(value, 'g', kSamplePrecision);
+    const QString start = QLatin1Char('(') + curvemath::dateTimeText(sampleKey) + QLatin1String(",  ") + valueText;
+
+    const QString name = curve->name();
+    // Without a channel, as after an edit of the name, the line of time and value is all there is to tell.
+    MyGraph *const channel = findGraph(name);
+    if (channel != nullptr && channel->role() == MyGraph::Actual && AppConfig::getInstance().getShowFactor())
+        return start + QLatin1Char(')') + factorText(channel, sampleKey);
+
+    const bool mainMode = name == curvemath::kMainFlightModeLabel;
+    if (!mainMode && name != curvemath::kSubFlightModeLabel)
+        return start + QLatin1Char(')');
+    const QString mode = mainMode ? curvemath::mainFlightModeText(value) : curvemath::subFlightModeText(value);
+    return start + QLatin1Char(' ') + (mode.isEmpty() ? valueText : mode) + QLatin1Char(')');
+}
+
+QString MyCustomPlot::factorText(MyGraph *channel, double key)
+{
+    MyGraph *const target = findGraph(channel->targetName());
+    const MyGraph *const actual = channel;
+
+    QString deviationText;
+    QString areaText;
+    QString riseText;
+    // Where the curve no longer fits the channel's keys there is no sample to tell of, and the lines stay empty.
+    const int index = curvemath::indexOfKey(actual->xvalue(), key);
+    if (index >= 0) {
+        deviationText = QString::number(curvemath::deviation(channel, target, index), 'g', kPrecision);
+        const double rise = calRisingTime(channel, target, index);
+        if (rise >= 0)
+            riseText = QString::number(rise, 'g', kPrecision);
+        areaText = QStringLiteral("%1").arg(calArea(channel, target, index));
+    }
+    return QLatin1Char('\n') + tr("Diff: ") + deviationText + QLatin1Char('\n') + tr("Area: ") + areaText
+        + QLatin1Char('\n') + tr("RisingTime: ") + riseText;
+}

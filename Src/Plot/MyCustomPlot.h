@@ -1,0 +1,117 @@
+#pragma once
+
+#include "MyThemes.h"
+
+#include <QFont>
+#include <QObject>
+#include <QPen>
+#include <QString>
+#include <QVector>
+#include <memory>
+
+class MyGraph;
+class QCPAbstractPlottable;
+class QCPGraph;
+class QCPItemTracer;
+class QCustomPlot;
+class QMouseEvent;
+
+/**
+ * Controller of one canvas: dresses it, puts channels on it as curves, edits them, and reads out what lies under the
+ * cursor.
+ *
+ * A curve and its channel are tied by name alone. A canvas always holds a curve; where there is none to show, an empty
+ * one without a name stands in. The selected curve is the first of the canvas's selected graphs; slots that need one
+ * do nothing without. Main thread only.
+ */
+class MyCustomPlot : public QObject
+{
+    Q_OBJECT
+
+public:
+    /** Listens to AppEvent and AppConfig from here on. */
+    explicit MyCustomPlot(QObject *parent);
+
+    /** Dresses a canvas and takes control of it. Once, before anything else. The canvas stays with its parent. */
+    void initCustomPlot(QCustomPlot *canvas);
+
+    QCustomPlot *plot() const { return m_plot; }
+    /** Marker of the read-out; the canvas owns it as well. */
+    QCPItemTracer *tracer() const { return m_tracer.get(); }
+
+    /** Takes a channel off the canvas. True also when it was not there, false for null. */
+    bool myRemoveGraph(MyGraph *graph);
+    bool myRemoveGraph(const QString &graphName);
+
+    /** Seconds until the actual channel reaches the target's value at index; negative for never. O(samples). */
+    double calRisingTime(MyGraph *g, MyGraph *t, int index);
+    /** Signed area between the two about index, in value units times seconds. */
+    double calArea(MyGraph *g, MyGraph *t, int index);
+
+signals:
+    void statusShowSignal(QString s);
+    /** The curves have changed; the receiver may show and remove further ones inside the signal. */
+    void graphCheckedSignal();
+    /** The channel has left this canvas for the other one. */
+    void doSwapPosSignal(MyGraph *g);
+
+public slots:
+    /** Takes the point under the crosshair out of the curve; the channel keeps it. */
+    void removeSelectedPointSlot();
+    /** Shows a channel of the store by name and function code. */
+    void myAddGraph(QString graphName, uchar functionCode);
+    /** Shows the channel, or removes it where flag is false. */
+    void myAddGraph(MyGraph *graphSelected, bool flag);
+    /** Shows a channel and builds its time keys. O(samples). */
+    void myAddGraph(MyGraph *graphSelected);
+    /** Shows loose data, with no channel behind it, in place of everything else. */
+    void myAddGraph(QString graphName, QVector<double> yvalue, QVector<double> xvalue);
+    void removeSelectedGraphSlot();
+    void removeAllGraphsSlot();
+    void rescaleGraphSlot();
+    void rescaleAllGraphSlot();
+    void rescaleYSlot();
+    void rescaleAllYSlot();
+    /** Removes the spikes of the selected curve from its channel. */
+    void deleteErrorDataSlot();
+    void resetGraphSlot(QPen pen);
+    void resetAxisSizeSlot(QFont font);
+    void switchThemeSlot(MyThemes mode);
+    /** Touch mode: a drag zooms to a rectangle rather than moving the ranges. */
+    void switchRectMode(bool flag);
+    /** Moves the selected curve later against its partner by ten samples. */
+    void addPointsSlot();
+    /** Moves the selected curve later against its partner by one sample. */
+    void addOnePointSlot();
+    void onSwapPosSlot();
+
+private slots:
+    void selectionChanged();
+    void mousePress();
+    void mouseWheel();
+    void graphClicked(QCPAbstractPlottable *plottable, int dataIndex);
+    void myMouseMoveEvent(QMouseEvent *event);
+    void removeGraphFeedback(QString graphName);
+
+private:
+    void createTracer();
+    void connectCanvas();
+    void dressLegend();
+    void dressAxes();
+    QCPGraph *addCurve();
+    void addPlaceholderIfEmpty();
+    void removePlaceholder();
+    void fitAxesToOnlyCurve(QCPGraph *curve);
+    void forgetCurve(QObject *curve);
+    QCPGraph *curveNamed(const QString &graphName) const;
+    QCPGraph *selectedCurve() const;
+    MyGraph *selectedChannel() const;
+    Qt::Orientations mouseOrientations() const;
+    void delaySelectedCurve(int count);
+    QString readOut(QCPGraph *curve, double key);
+    QString factorText(MyGraph *channel, double key);
+    void replot();
+
+    QCustomPlot *m_plot = nullptr;
+    std::shared_ptr<QCPItemTracer> m_tracer;
+};
