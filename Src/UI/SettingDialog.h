@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QColor>
+#include <QDialog>
+#include <QPen>
+#include <memory>
+
+namespace Ui
+{
+class SettingDialog;
+}
+
+/** Builds a pen for the selected curves. Starts from a solid line of width 1 in defaultColor each time. */
+class SettingDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit SettingDialog(QWidget *parent);
+    ~SettingDialog() override;
+
+signals:
+    /** OK was pressed. */
+    void resetGraphSignal(QPen pen);
+
+private slots:
+    void on_btnColor2_clicked();
+    void on_buttonBox_accepted();
+    void on_buttonBox_rejected();
+
+private:
+    void showColor();
+
+    std::unique_ptr<Ui::SettingDialog> m_ui;
+    QColor m_color;
+};

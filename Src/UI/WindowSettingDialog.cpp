@@ -1,0 +1,71 @@
+#include "WindowSettingDialog.h"
+
+#include "AppConfig.h"
+#include "AppEvent.h"
+#include "ChannelStore.h"
+#include "ColorButtonStyle.h"
+#include "ui_WindowSettingDialog.h"
+
+#include <QColorDialog>
+#include <QDebug>
+
+WindowSettingDialog::WindowSettingDialog(QWidget *parent)
+    : QDialog(parent)
+    , m_ui(std::make_unique<Ui::WindowSettingDialog>())
+{
+    m_ui->setupUi(this);
+    setWindowTitle(tr("Show Setting"));
+
+    // Each tick runs its slot, which stores the value that is stored already.
+    AppConfig &config = AppConfig::getInstance();
+    if (config.getTouchMode())
+        m_ui->checkBox_touch->setChecked(true);
+    if (config.getTheme() == darkTheme)
+        m_ui->checkBox_dartMode->setChecked(true);
+    if (config.getShowFactor())
+        m_ui->checkBox_factor->setChecked(true);
+
+    m_ui->btnTargetColor->setStyleSheet(colorButtonStyle(m_ui->btnTargetColor->objectName(), targetColor));
+    m_ui->btnDefaultColor->setStyleSheet(colorButtonStyle(m_ui->btnDefaultColor->objectName(), defaultColor));
+
+    // Last, so that the ticks above reach neither: opening the dialog changes no theme and no touch mode.
+    connect(this, &WindowSettingDialog::touchModeSignal, &AppEvent::getInstance(), &AppEvent::touchModeSignal);
+    connect(this, &WindowSettingDialog::switchThemeSignal, &config, &AppConfig::switchThemeSlot);
+}
+
+WindowSettingDialog::~WindowSettingDialog() = default;
+
+void WindowSettingDialog::on_checkBox_touch_stateChanged(int arg1)
+{
+    AppConfig &config = AppConfig::getInstance();
+    config.setTouchMode(arg1 >= 1);
+    emit touchModeSignal(config.getTouchMode());
+}
+
+void WindowSettingDialog::on_checkBox_dartMode_stateChanged(int arg1)
+{
+    AppConfig &config = AppConfig::getInstance();
+    config.setTheme(arg1 >= 1 ? darkTheme : lightTheme);
+    emit switchThemeSignal(config.getTheme());
+}
+
+void WindowSettingDialog::on_checkBox_factor_stateChanged(int arg1)
+{
+    AppConfig::getInstance().setShowFactor(arg1 >= 1);
+}
+
+void WindowSettingDialog::on_btnDefaultColor_clicked()
+{
+    // A cancelled choice is an invalid colour and is taken like any other.
+    const QColor color = QColorDialog::getColor(Qt::white, nullptr, QString(), {});
+    qInfo() << color;
+    m_ui->btnDefaultColor->setStyleSheet(colorButtonStyle(m_ui->btnDefaultColor->objectName(), color));
+    defaultColor = color.toRgb();
+}
+
+void WindowSettingDialog::on_btnTargetColor_clicked()
+{
+    const QColor color = QColorDialog::getColor(Qt::white, nullptr, QString(), {});
+    m_ui->btnTargetColor->setStyleSheet(colorButtonStyle(m_ui->btnTargetColor->objectName(), color));
+    targetColor = color.toRgb();
+}
