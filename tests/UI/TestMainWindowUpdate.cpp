@@ -1,0 +1,143 @@
+#include "ModalAnswer.h"
+#include "Release.h"
+#include "WindowFixture.h"
+
+#include <QApplication>
+#include <QProcess>
+#include <QRegularExpression>
+
+#include <csignal>
+
+namespace
+{
+
+constexpr int kLimit = 60000;
+
+/** A program in front of the search path; the path is put back at the end. */
+class SearchPath
+{
+public:
+    explicit SearchPath(const QString &folder)
+        : m_before(qgetenv("PATH"))
+    {
+        qputenv("PATH", QFile::encodeName(folder));
+    }
+    ~SearchPath() { qputenv("PATH", m_before); }
+    SearchPath(const SearchPath &) = delete;
+    SearchPath &operator=(const SearchPath &) = delete;
+
+private:
+    QByteArray m_before;
+};
+
+} // namespace
+
+class TestMainWindowUpdate : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { m_fixture = std::make_unique<WindowFixture>(); }
+    void cleanup() { m_fixture.reset(); }
+
+    void updaterGetsItsFourArgumentsAndTheProgramQuits();
+    void programQuitsWithoutTheUpdater();
+    void updaterOutlivesTheWindow();
+    void processIsMadeOnFirstUseAndKept();
+
+private:
+    /** Puts a shell script named updater.exe into a folder of its own and gives that folder. */
+    QString makeUpdater(const QByteArray &script)
+    {
+        const QString folder = m_fixture->path(QStringLiteral("programs"));
+        if (!QDir().mkpath(folder))
+            qFatal("no folder %s", qPrintable(folder));
+        QFile file(folder + QStringLiteral("/updater.exe"));
+        if (!file.open(QIODevice::WriteOnly) || !file.setPermissions(QFile::ReadOwner | QFile::ExeOwner))
+            qFatal("no %s", qPrintable(file.fileName()));
+        file.write("#!/bin/sh\n" + script);
+        return folder;
+    }
+
+    /** Runs the program's loop, takes the action, and gives what the loop ends with; 99 when it does not end. */
+    int runAction()
+    {
+        QTimer::singleShot(0, &m_fixture->window(), [this] { m_fixture->entry("menuHelp", "更新(D)")->trigger(); });
+        QTimer::singleShot(kLimit, &m_fixture->window(), [] { QCoreApplication::exit(99); });
+        return QApplication::exec();
+    }
+
+    QStringList recorded(const QString &name)
+    {
+        QFile file(m_fixture->path(name));
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    }
+
+    std::unique_ptr<WindowFixture> m_fixture;
+};
+
+void TestMainWindowUpdate::updaterGetsItsFourArgumentsAndTheProgramQuits()
+{
+    const QString record = m_fixture->path(QStringLiteral("arguments"));
+    const SearchPath path(makeUpdater("printf '%s\\n' \"$#\" \"$@\" > '" + QFile::encodeName(record) + ".part'\n"
+                                      + "/bin/mv '" + QFile::encodeName(record) + ".part' '" + QFile::encodeName(record)
+                                      + "'\n"));
+    ModalAnswer answer; // the quit question would come here, and does not
+    QCOMPARE(runAction(), 0);
+    QVERIFY(answer.allAnswered());
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(record), kLimit);
+    const QDate built = buildDateTime().date();
+    QVERIFY(built.isValid());
+    const QString date = QString::asprintf("%04d%02d%02d", built.year(), built.month(), built.day());
+    // No application name is set, so it is the executable's.
+    QCOMPARE(recorded(QStringLiteral("arguments")), QStringList({"4", "TestMainWindowUpdate", "2.3.2", date, "1"}));
+}
+
+void TestMainWindowUpdate::programQuitsWithoutTheUpdater()
+{
+    const SearchPath path(m_fixture->path(QStringLiteral("nothing here")));
+    ModalAnswer answer;
+    QCOMPARE(runAction(), 0);
+    QVERIFY(answer.allAnswered());
+    QCOMPARE(m_fixture->window().updaterProcess()->error(), QProcess::FailedToStart);
+}
+
+void TestMainWindowUpdate::updaterOutlivesTheWindow()
+{
+    const QString record = m_fixture->path(QStringLiteral("pid"));
+    // Busy for longer than the test takes; it is ended at the end.
+    const SearchPath path(makeUpdater("echo $$ > '" + QFile::encodeName(record) + "'\nexec /bin/sleep 600\n"));
+    QCOMPARE(runAction(), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(recorded(QStringLiteral("pid")).size(), 1, kLimit);
+    const qint64 pid = m_fixture->window().updaterProcess()->processId();
+    QCOMPARE(recorded(QStringLiteral("pid")).constFirst().toLongLong(), pid);
+    QPointer<QProcess> process = m_fixture->window().updaterProcess();
+    m_fixture->closeWindow();
+    QVERIFY(process);
+    QCOMPARE(process->state(), QProcess::Running);
+    QCOMPARE(::kill(pid_t(pid), 0), 0);
+    process->kill();
+    QVERIFY(process->waitForFinished(kLimit));
+    delete process;
+}
+
+void TestMainWindowUpdate::processIsMadeOnFirstUseAndKept()
+{
+    QVERIFY(!m_fixture->window().updaterProcess());
+    const SearchPath path(m_fixture->path(QStringLiteral("nothing here")));
+    QCOMPARE(runAction(), 0);
+    const QPointer<QProcess> process = m_fixture->window().updaterProcess();
+    QVERIFY(process);
+    QVERIFY(!process->parent());
+    QCOMPARE(process->program(), QStringLiteral("updater.exe"));
+    QCOMPARE(runAction(), 0);
+    QCOMPARE(m_fixture->window().updaterProcess(), process.data());
+    // One that does not run goes with the window.
+    m_fixture->closeWindow();
+    QVERIFY(process.isNull());
+}
+
+QTEST_MAIN(TestMainWindowUpdate)
+#include "TestMainWindowUpdate.moc"
