@@ -12,10 +12,17 @@ constexpr int kMostCharacters = 1 << 29;
 
 bool isAscii(const char *text, int size)
 {
-    unsigned all = 0;
-    for (int i = 0; i < size; ++i)
+    constexpr quint64 kHighBits = 0x8080808080808080U;
+    quint64 all = 0;
+    int i = 0;
+    for (; i + int {sizeof all} <= size; i += int {sizeof all}) {
+        quint64 word;
+        std::memcpy(&word, text + i, sizeof word);
+        all |= word;
+    }
+    for (; i < size; ++i)
         all |= static_cast<unsigned char>(text[i]);
-    return all < 0x80U;
+    return (all & kHighBits) == 0;
 }
 
 } // namespace
@@ -57,7 +64,9 @@ bool LineReader::next(QString &line)
     }
     if (m_stream->atEnd())
         return false;
-    return m_stream->readLineInto(&line, kMostCharacters);
+    // A file that ends inside a character gives one more line, which is empty.
+    m_stream->readLineInto(&line, kMostCharacters);
+    return true;
 }
 
 /** Reads on behind the started line. @return false at the end of the file, or when a stream has taken over */

@@ -1,0 +1,592 @@
+#include "DataHandler.h"
+#include "DebugOutput.h"
+#include "Fixture.h"
+#include "FrameText.h"
+#include "LogFile.h"
+#include "OrdinaryUser.h"
+#include "ReadRecorder.h"
+#include "TxtOperator.h"
+
+#include <QFileInfo>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTextCodec>
+
+#include <stdexcept>
+#include <sys/resource.h>
+
+namespace
+{
+
+void writeBytes(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    QCOMPARE(file.write(bytes), qint64(bytes.size()));
+}
+
+QByteArray content(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
+}
+
+/** A short flight with everything that the derivations need: clock, twelve heartbeats, positions, commands. */
+QStringList shortFlight()
+{
+    QStringList lines;
+    for (int i = 0; i < 12; ++i) {
+        lines << FrameText(0x01).set("HBS_Lng", 114.0 + i * 0.001).set("HBS_Lat", 34.0).text()
+              << FrameText(0x03)
+                     .set("PGS_GPS_SatelliteCount", 12)
+                     .set("PGS_GPS_Lng", 114.01)
+                     .set("PGS_GPS_Lat", 34.0 + i * 0.0001)
+                     .set("PGS_GPS_Relative_Height", 50)
+                     .set("PGS_Roll", 10)
+                     .set("PGS_GroundSpeed", 20)
+                     .set("PGS_UpSkySpeed", 20)
+                     .text()
+              << FrameText(0x02)
+                     .set("FSS_Month", 7)
+                     .set("FSS_Date", 4)
+                     .set("FSS_Hours", 10)
+                     .set("FSS_Minutes", 11)
+                     .set("FSS_Seconds", 12)
+                     .set("FSS_SubFlightMode", i >= 6 ? 26 : 5)
+                     .text()
+              << FrameText(0x04).text() << FrameText(0x05).set("FTP_TargetRoll", 4).text();
+    }
+    return lines;
+}
+
+} // namespace
+
+class TestReadText : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void emptyPathIsReportedAndNothingElseHappens();
+    void suffixGoesToTheDebugOutput_data();
+    void suffixGoesToTheDebugOutput();
+    void wholeReadOfATextLogInItsOrder();
+    void messagesAreEnglishWithoutTheCatalogue();
+    void readWithThePlaneFilterLogsItsPlane();
+    void otherSuffixesOpenNothingAndFinishWithZeros_data();
+    void otherSuffixesOpenNothingAndFinishWithZeros();
+    void suffixBehindTheLastDotCounts();
+    void missingFileFinishesTwiceWithZeros();
+    void folderNamedAsALogFinishesTwiceWithZeros();
+    void unreadableFileFinishesTwiceWithZeros();
+    void fileThatVanishesAtTheStartIsReported();
+    void countersStartAtZero();
+    void derivationsRunBetweenTheirProgressSteps();
+    void startTimeOfTheUserIsKept();
+    void exceptionInTheDifferencesIsLoggedAndTheReadGoesOn();
+    void trackFilesAreWrittenAndReplaced();
+    void trackFilesThatCannotBeWrittenAreReportedTwice();
+    void emptyLogLeavesTwoEmptyTrackFiles();
+    void damagedFilesAreCounted_data();
+    void damagedFilesAreCounted();
+    void utf16LogWithMarkIsDecoded();
+    void megabytesOfNoiseEndWithAReport();
+    void lineOf200MegabytesIsHeldAFewTimesOnly();
+    void fileIsClosedAfterwards();
+    void decodeDataGivesTrue();
+};
+
+void TestReadText::emptyPathIsReportedAndNothingElseHappens()
+{
+    const Fixture fixture;
+    DataHandler handler;
+    ReadRecorder recorder(handler);
+    const DebugOutput debug;
+    handler.readDataSlot(QString());
+    QCOMPARE(recorder.events(), QStringList{"status file is empty"});
+    QVERIFY(debug.entries().isEmpty());
+    QVERIFY(!QFileInfo::exists(fixture.applicationPath("myPlot/data.txt")));
+}
+
+void TestReadText::suffixGoesToTheDebugOutput_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("suffix");
+    QTest::newRow("txt") << QStringLiteral("flight.txt") << QStringLiteral("txt");
+    QTest::newRow("other") << QStringLiteral("flight.sqlite") << QStringLiteral("sqlite");
+    QTest::newRow("none") << QStringLiteral("flight") << QString();
+}
+
+void TestReadText::suffixGoesToTheDebugOutput()
+{
+    const Fixture fixture;
+    QFETCH(QString, name);
+    QFETCH(QString, suffix);
+    writeLines(fixture.path(name), {});
+    DataHandler handler;
+    const DebugOutput debug;
+    handler.readDataSlot(fixture.path(name));
+    QCOMPARE(debug.entries().size(), 1);
+    QCOMPARE(debug.entries().first().type, QtDebugMsg);
+    // The stream may put quotes around a text.
+    QCOMPARE(debug.texts().first().remove('"').trimmed(), suffix);
+}
+
+void TestReadText::wholeReadOfATextLogInItsOrder()
+{
+    const Fixture fixture;
+    const QString path = fixture.path("flight.txt");
+    // 25 + 13 + 51 bytes of text; the frames have 12, 0 and 25 bytes.
+    writeLines(path, {FrameText(0x52).text(), "recor:: zzzz", FrameText(0x06).resize(25).text()});
+    QCOMPARE(QFileInfo(path).size(), qint64(89));
+    DataHandler handler;
+    ReadRecorder recorder(handler);
+    handler.readDataSlot(path);
+    QCOMPARE(recorder.events(),
+             (QStringList{"ready", "process 1 89", "info: start decode data", "status 开始解析数据", "process -28 89",
+                          // "recor" holds the two digits e and c.
+                          "process -27 89", "info: error data :recor:: zzzz", "process -2 89",
+                          "status 文件解析成功,处理数据..."}
+              + endOfRead(89, 3, 1)));
+    QCOMPARE(handler.total(), qint64(89));
+    QCOMPARE(handler.processed(), qint64(38));
+}
+
+void TestReadText::messagesAreEnglishWithoutTheCatalogue()
+{
+    const Fixture fixture(Fixture::Catalogue::Missing);
+    writeLines(fixture.path("flight.txt"), {});
+    DataHandler handler;
+    const QSignalSpy spy(&handler, &DataHandler::statusFeedbackSignal);
+    handler.readDataSlot(fixture.path("flight.txt"));
+    handler.readDataSlot(fixture.path("missing.txt"));
+    QStringList texts;
+    for (const QList<QVariant> &arguments : spy)
+        texts.append(arguments.first().toString());
+    QCOMPARE(texts,
+             (QStringList{"start decoding data", "decode sucess, handling data...", "data handing finished",
+                          "open file failed", "file open failed", "data handing finished"}));
+}
+
+void TestReadText::readWithThePlaneFilterLogsItsPlane()
+{
+    const Fixture fixture;
+    selectedPlaneEnabled = true;
+    selectedPlaneId = 3;
+    writeLines(fixture.path("flight.txt"),
+               {FrameText(0x52, 3).text(), FrameText(0x52, 4).text(), FrameText(0x06, 3).text(), "x"});
+    const int total = int(QFileInfo(fixture.path("flight.txt")).size());
+    DataHandler handler;
+    ReadRecorder recorder(handler);
+    handler.readDataSlot(fixture.path("flight.txt"));
+    const QStringList end = endOfRead(total, 4, 1, 2, 3);
+    QCOMPARE(recorder.events().mid(recorder.events().size() - end.size()), end);
+}
+
+void TestReadText::otherSuffixesOpenNothingAndFinishWithZeros_data()
+{
+    QTest::addColumn<QString>("name");
+    for (const char *name : {"flight.TXT", "flight.Txt", "flight.DB", "flight.sqlite", "flight.txt.bak", "flight",
+                             "flight.txt ", "flight.", "flight.db3"})
+        QTest::newRow(name) << QString::fromLatin1(name);
+}
+
+void TestReadText::otherSuffixesOpenNothingAndFinishWithZeros()
+{
+    const Fixture fixture;
+    QFETCH(QString, name);
+    writeLines(fixture.path(name), {FrameText(0x52).text()});
+    DataHandler handler;
+    ReadRecorder recorder(handler);
+    handler.readDataSlot(fixture.path(name));
+    QCOMPARE(recorder.events(), endOfRead(0, 0, 0));
+    QVERIFY(!handler.fileOperator());
+    QVERIFY(QFileInfo::exists(fixture.applicationPath("myPlot/data.txt")));
+}
+
+void TestReadText::suffixBehindTheLastDotCounts()
+{
+    const Fixture fixture;
+    writeLines(fixture.path("flight.db.txt"), {FrameText(0x52).text()});
+    DataHandler handler;
+    handler.readDataSlot(fixture.path("flight.db.txt"));
+    QCOMPARE(int(handler.frameTotal()), 1);
+}
+
+void TestReadText::missingFileFinishesTwiceWithZeros()
+{
+    const Fixture fixture;
+    const QString path = fixture.path("missing.txt");
+    DataHandler handler;
+    ReadRecorder recorder(handler);
+    handler.readDataSlot(path);
+    QCOMPARE(recorder.events(),
+             (QStringList{"ready", "process 1 0", "status 打开文件失败", "status 文件打开失败", "process 0 0",
+                          "finished 0 0 0", "warning: open file error:" + path}
+              + endOfRead(0, 0, 0)));
+    QVERIFY(!QFileInfo::exists(path));
+}
+
+void TestReadText::folderNamedAsALogFinishesTwiceWithZeros()
+{
+    const Fixture fixture;
+    const QString path = fixture.path("x.txt");
+    QVERIFY(QDir().mkdir(path));
+    const int total = int(QFileInfo(path).size());
+    DataHandler handler;
+    ReadRecorder recorder(handler);
+    handler.readDataSlot(path);
+    QCOMPARE(
+        recorder.events(),
+        (QStringList{"ready", QStringLiteral("process 1 %1").arg(total), "status 打开文件失败", "status 文件打开失败",
+                     QStringLiteral("process 0 %1").arg(total), "finished 0 0 0", "warning: open file error:" + path}
+         + endOfRead(total, 0, 0)));
+}
+
+void TestReadText::unreadableFileFinishesTwiceWithZeros()
+{
+    const Fixture fixture;
+    const QString path = fixture.path("flight.txt");
+    writeLines(path, {FrameText(0x52).text()});
+    QVERIFY(letNobodyRead(path));
+    QVERIFY(letOthersRead(fixture.dir()));
+    QVERIFY(letOthersWrite(fixture.applicationPath("myPlot")));
+    const QStringList expected = QStringList{"ready",
+                                             "process 1 25",
+                                             "status 打开文件失败",
+                                             "status 文件打开失败",
+                                             "process 0 25",
+                                             "finished 0 0 0",
+                                             "warning: open file error:" + path}
+        + endOfRead(25, 0, 0);
+    const int code = asOrdinaryUser([&] {
+        DataHandler handler;
+        ReadRecorder recorder(handler);
+        handler.readDataSlot(path);
+        const QStringList events = recorder.events();
+        // The track files are no matter of this test, and the program's folder may be closed to this user.
+        QStringList got;
+        for (const QString &event : events) {
+            if (event != "status write data txt failed")
+                got.append(event);
+        }
+        return got == expected ? 0 : 1;
+    });
+    QCOMPARE(code, 0);
+}
+
+void TestReadText::fileThatVanishesAtTheStartIsReported()
+{
+    const Fixture fixture;
+    const QString path = fixture.path("flight.txt");
+    writeLines(path, {FrameText(0x52).text()});
+    DataHandler handler;
+    connect(&handler, &DataHandler::doHandleReady, &handler, [&] { QVERIFY(QFile::remove(path)); });
+    ReadRecorder recorder(handler);
+    handler.readDataSlot(path);
+    QCOMPARE(recorder.events().filter("finished"), (QStringList{"finished 0 0 0", "finished 0 0 0"}));
+    QVERIFY(recorder.events().contains("warning: open file error:" + path));
+}
+
+void TestReadText::countersStartAtZero()
+{
+    const Fixture fixture;
+    writeLines(fixture.path("flight.txt"), {FrameText(0x52).text(), "x"});
+    DataHandler handler;
+    selectedPlaneEnabled = true;
+    selectedPlaneId = 1;
+    for (int i = 0; i < 5; ++i) {
+        handler.decodeLine(FrameText(0x52).text());
+        handler.decodeLine("x");
+    }
+    handler.setTotal(999);
+    const QSignalSpy spy(&handler, &DataHandler::readDataFinishedSinal);
+    handler.readDataSlot(fixture.path("flight.txt"));
+    QCOMPARE(spy.count(), 1);
+    QCOMPARE(spy.first(),
+             (QList<QVariant>{QVariant::fromValue(ushort(2)), QVariant::fromValue(ushort(1)),
+                              QVariant::fromValue(ushort(1))}));
+    QCOMPARE(handler.processed(), qint64(12));
+    QCOMPARE(handler.total(), qint64(27));
+}
+
+void TestReadText::derivationsRunBetweenTheirProgressSteps()
+{
+    const Fixture fixture;
+    const QString path = fixture.path("flight.txt");
+    writeLines(path, shortFlight());
+    const int total = int(QFileInfo(path).size());
+    const QDateTime before(QDate(2001, 1, 1), QTime(1, 2, 3));
+    const QDateTime start(QDate(2023, 7, 4), QTime(10, 11, 12));
+    startDateTime = before;
+    trackX = {-1.0};
+    const QString data = fixture.applicationPath("myPlot/data.txt");
+    const QString attack = fixture.applicationPath("myPlot/data_attack.txt");
+
+    DataHandler handler;
+    QList<int> steps;
+    // Checked inside the slot, since later steps change what earlier ones left.
+    connect(&handler, &DataHandler::process, &handler, [&](int now, int) {
+        if (now < total - 30 || now == 1)
+            return;
+        steps.append(now - total);
+        QCOMPARE(startDateTime == start, now > total - 30);
+        QCOMPARE(startDateTime == before, now == total - 30);
+        // The tenth heartbeat from the end is the third.
+        QCOMPARE(originLng == float(114.002), now > total - 30);
+        QCOMPARE(trackX.size() == 12, now > total - 20);
+        QCOMPARE(attackTrackX.size() == 6, now > total - 20);
+        QCOMPARE(QFileInfo::exists(data), now > total - 20);
+        QCOMPARE(QFileInfo::exists(attack), now > total - 20);
+        QCOMPARE(differenceGraphs[1]->yvalue().isEmpty(), now < total);
+        QCOMPARE(backupGraph->yvalue().isEmpty(), now < total);
+    });
+    handler.readDataSlot(path);
+    QCOMPARE(steps, (QList<int>{-30, -20, -10, 0}));
+    QCOMPARE(differenceGraphs[1]->yvalue(), QVector<double>(12, 6.0));
+    QCOMPARE(backupGraph->yvalue().size(), 12);
+    QCOMPARE(backupGraph->yvalue().first(), 45.0);
+}
+
+void TestReadText::startTimeOfTheUserIsKept()
+{
+    const Fixture fixture;
+    writeLines(fixture.path("flight.txt"), shortFlight());
+    const QDateTime chosen(QDate(2019, 5, 6), QTime(7, 8, 9));
+    startTimeFromUser = true;
+    startDateTime = chosen;
+    DataHandler handler;
+    handler.readDataSlot(fixture.path("flight.txt"));
+    QCOMPARE(startDateTime, chosen);
+    QCOMPARE(startTimeFromUser, true);
+}
+
+void TestReadText::exceptionInTheDifferencesIsLoggedAndTheReadGoesOn()
+{
+    const Fixture fixture;
+    const QString path = fixture.path("flight.txt");
+    writeLines(path, shortFlight());
+    const int total = int(QFileInfo(path).size());
+    DataHandler handler;
+    ReadRecorder recorder(handler);
+    connect(&handler, &DataHandler::process, &handler, [&](int now, int) {
+        if (now == total - 10)
+            QMetaObject::invokeMethod(
+                &handler, [] { throw std::runtime_error("inside the event loop"); }, Qt::QueuedConnection);
+    });
+    handler.readDataSlot(path);
+    QStringList end = endOfRead(total, 60, 0);
+    end.insert(end.indexOf("info: start cal factors") + 1, "warning: when cal factor, data count is not equal");
+    QCOMPARE(recorder.events().mid(recorder.events().size() - end.size()), end);
+    QCOMPARE(backupGraph->yvalue().size(), 12);
+}
+
+void TestReadText::trackFilesAreWrittenAndReplaced()
+{
+    const Fixture fixture;
+    const QString path = fixture.path("flight.txt");
+    const QString data = fixture.applicationPath("myPlot/data.txt");
+    const QString attack = fixture.applicationPath("myPlot/data_attack.txt");
+    writeBytes(data, QByteArray(100000, 'x'));
+    writeBytes(attack, QByteArray(100000, 'x'));
+    writeLines(path, shortFlight());
+    DataHandler handler;
+    handler.readDataSlot(path);
+    QCOMPARE(content(data).count('\n'), 12);
+    QCOMPARE(content(attack).count('\n'), 6);
+    QVERIFY(!content(data).contains('x') && !content(attack).contains('x'));
+    QVERIFY(content(data).endsWith(content(attack)));
+    QCOMPARE(content(data).split('\n').first().split('\t').size(), 3);
+    QCOMPARE(content(data).split('\n').first().trimmed().split('\t').last(), QByteArray("50"));
+}
+
+void TestReadText::trackFilesThatCannotBeWrittenAreReportedTwice()
+{
+    const Fixture fixture;
+    const QString path = fixture.path("flight.txt");
+    writeLines(path, {FrameText(0x52).text()});
+    QVERIFY(QDir(fixture.applicationPath("myPlot")).removeRecursively());
+    for (const QString &name : {path, fixture.path("flight.sqlite")}) {
+        Fixture::renewStore();
+        DataHandler handler;
+        ReadRecorder recorder(handler);
+        handler.readDataSlot(name);
+        const QStringList events = recorder.events();
+        QCOMPARE(events.count("status write data txt failed"), 2);
+        const int total = int(handler.total());
+        QVERIFY(events.indexOf("status write data txt failed")
+                > events.indexOf(QStringLiteral("process %1 %2").arg(total - 20).arg(total)));
+        QVERIFY(events.lastIndexOf("status write data txt failed")
+                < events.indexOf(QStringLiteral("process %1 %2").arg(total - 10).arg(total)));
+        QVERIFY(events.last().startsWith("finished"));
+    }
+}
+
+void TestReadText::emptyLogLeavesTwoEmptyTrackFiles()
+{
+    const Fixture fixture;
+    writeBytes(fixture.applicationPath("myPlot/data.txt"), "old");
+    writeLines(fixture.path("flight.txt"), {});
+    const float lat = originLat;
+    const float lng = originLng;
+    const double scale = longitudeScale;
+    const QDateTime start = startDateTime;
+    DataHandler handler;
+    ReadRecorder recorder(handler);
+    handler.readDataSlot(fixture.path("flight.txt"));
+    QCOMPARE(recorder.events(),
+             (QStringList{"ready", "process 1 0", "info: start decode data", "status 开始解析数据",
+                          "status 文件解析成功,处理数据..."}
+              + endOfRead(0, 0, 0)));
+    QVERIFY(QFileInfo::exists(fixture.applicationPath("myPlot/data_attack.txt")));
+    QCOMPARE(content(fixture.applicationPath("myPlot/data.txt")), QByteArray());
+    QCOMPARE(content(fixture.applicationPath("myPlot/data_attack.txt")), QByteArray());
+    QVERIFY(originLat == lat && originLng == lng && longitudeScale == scale);
+    QCOMPARE(startDateTime, start);
+}
+
+void TestReadText::damagedFilesAreCounted_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<int>("total");
+    QTest::addColumn<int>("wrong");
+    QTest::addColumn<int>("backups"); // samples of BU_SpeedAngle; 0x52 frames stand for good ones
+
+    const QByteArray good = FrameText(0x52).text().toLatin1();
+    QTest::newRow("CR LF line ends") << good + "\r\n" + good + "\r\n" << 2 << 0 << 2;
+    QTest::newRow("mixed line ends") << good + "\n" + good + "\r\n" + good << 3 << 0 << 3;
+    QTest::newRow("no line end behind the last line") << good + "\n" + good << 2 << 0 << 2;
+    QTest::newRow("truncated last line") << good + "\nAAEC01" << 2 << 1 << 1;
+    QTest::newRow("last line cut inside its fields") << good + "\n" + good.left(20) << 2 << 0 << 2;
+    QTest::newRow("blank lines") << QByteArray("\n\n\n\n\n") << 5 << 5 << 0;
+    QTest::newRow("blank lines with CR LF") << QByteArray("\r\n\r\n\r\n") << 3 << 3 << 0;
+    QTest::newRow("blank lines between") << good + "\n\n" + good + "\n\n" << 4 << 2 << 2;
+    QTest::newRow("no line ends at all: one frame") << good + good + good << 1 << 0 << 1;
+    QTest::newRow("UTF-8 with a mark") << QByteArray("\xEF\xBB\xBF") + good + "\n" + good + "\n" << 2 << 0 << 2;
+    QTest::newRow("text") << QByteArray("hello\nworld\n") << 2 << 2 << 0;
+    QTest::newRow("Chinese text between") << good + "\n" + QByteArray("记录\n") + good + "\n" << 3 << 1 << 2;
+    QTest::newRow("bytes that are no text") << good + QByteArray("\n\xFF\xFE\x80\x00\x01\n", 7) + good + "\n"
+                                            << 3 << 1 << 2;
+    QTest::newRow("null bytes between the digits") << QByteArray("AA\0EC\0\1\0", 8) + good.mid(4) + "\n" << 1 << 0 << 1;
+    QTest::newRow("one byte") << QByteArray("A") << 1 << 1 << 0;
+    QTest::newRow("one line end") << QByteArray("\n") << 1 << 1 << 0;
+}
+
+void TestReadText::damagedFilesAreCounted()
+{
+    const Fixture fixture;
+    QFETCH(QByteArray, bytes);
+    QFETCH(int, total);
+    QFETCH(int, wrong);
+    QFETCH(int, backups);
+    writeBytes(fixture.path("flight.txt"), bytes);
+    DataHandler handler;
+    const QSignalSpy spy(&handler, &DataHandler::readDataFinishedSinal);
+    handler.readDataSlot(fixture.path("flight.txt"));
+    QCOMPARE(spy.count(), 1);
+    QCOMPARE(int(handler.frameTotal()), total);
+    QCOMPARE(int(handler.frameError()), wrong);
+    QCOMPARE(backupGraph->yvalue().size(), backups);
+    QCOMPARE(content(fixture.path("flight.txt")), bytes);
+}
+
+void TestReadText::utf16LogWithMarkIsDecoded()
+{
+    const Fixture fixture;
+    const QString text = FrameText(0x52).text() + "\r\n" + FrameText(0x52).text() + "\r\nx\r\n";
+    writeBytes(fixture.path("flight.txt"), QTextCodec::codecForName("UTF-16")->fromUnicode(text));
+    QVERIFY(content(fixture.path("flight.txt")).size() > 2 * text.size());
+    DataHandler handler;
+    handler.readDataSlot(fixture.path("flight.txt"));
+    QCOMPARE(int(handler.frameTotal()), 3);
+    QCOMPARE(int(handler.frameError()), 1);
+    QCOMPARE(backupGraph->yvalue().size(), 2);
+}
+
+void TestReadText::megabytesOfNoiseEndWithAReport()
+{
+    const Fixture fixture;
+    QByteArray noise;
+    quint32 state = 12345;
+    while (noise.size() < 3000000) {
+        state = state * 1664525u + 1013904223u;
+        noise.append(char(state >> 24));
+    }
+    writeBytes(fixture.path("flight.txt"), noise);
+    DataHandler handler;
+    const QSignalSpy spy(&handler, &DataHandler::readDataFinishedSinal);
+    handler.readDataSlot(fixture.path("flight.txt"));
+    QCOMPARE(spy.count(), 1);
+    QVERIFY(int(handler.frameTotal()) > 1000);
+    QCOMPARE(handler.frameTotal(), handler.frameError());
+}
+
+void TestReadText::lineOf200MegabytesIsHeldAFewTimesOnly()
+{
+    const Fixture fixture;
+    const QString path = fixture.path("flight.txt");
+    constexpr qint64 kBytes = 200 * 1000 * 1000;
+    {
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("AAEC0152");
+        const QByteArray block(1000 * 1000, '7');
+        for (int i = 0; i < 200; ++i)
+            file.write(block);
+    }
+    QVERIFY(letOthersRead(fixture.dir()));
+    QVERIFY(letOthersRead(path));
+    QVERIFY(letOthersWrite(fixture.applicationPath("myPlot")));
+    // In a process of its own, whose peak of memory is that of this read.
+    const int code = asOrdinaryUser([&] {
+        rusage before;
+        getrusage(RUSAGE_SELF, &before);
+        DataHandler handler;
+        handler.readDataSlot(path);
+        rusage after;
+        getrusage(RUSAGE_SELF, &after);
+        const qint64 grown = (qint64(after.ru_maxrss) - before.ru_maxrss) * 1024;
+        std::printf("a line of 200 MB took %lld MB\n", static_cast<long long>(grown / 1000000));
+        if (handler.frameTotal() != 1 || handler.frameError() != 0 || handler.processed() != kBytes / 2 + 4)
+            return 1;
+        if (backupGraph->yvalue() != QVector<double>{double(0x7777)})
+            return 2;
+        return grown < 6 * kBytes ? 0 : 3;
+    });
+    QCOMPARE(code, 0);
+}
+
+void TestReadText::fileIsClosedAfterwards()
+{
+    const Fixture fixture;
+    writeLines(fixture.path("flight.txt"), {FrameText(0x52).text()});
+    DataHandler handler;
+    handler.readDataSlot(fixture.path("flight.txt"));
+    QVERIFY(handler.fileOperator());
+    QVERIFY(!handler.fileOperator()->parent());
+    QVERIFY(!handler.fileOperator()->file().isOpen());
+    QCOMPARE(handler.fileOperator()->fileName(), fixture.path("flight.txt"));
+}
+
+void TestReadText::decodeDataGivesTrue()
+{
+    const Fixture fixture;
+    writeLines(fixture.path("flight.txt"), {"x", FrameText(0x03).text()});
+    DataHandler handler;
+    handler.handleTxt(fixture.path("flight.txt"));
+    QVERIFY(handler.fileOperator()->openFile(QIODevice::ReadOnly));
+    QCOMPARE(handler.decodeData(), true);
+    QCOMPARE(int(handler.frameTotal()), 4);
+    // Evened at the end of each of the two.
+    QCOMPARE(targetGraphs[0]->yvalue().size(), attitudeGraphs[0]->yvalue().size());
+}
+
+int main(int argc, char *argv[])
+{
+    // A test lets an exception pass through the event loop, which GLib's C code must not see.
+    qputenv("QT_NO_GLIB", "1");
+    QCoreApplication application(argc, argv);
+    TestReadText test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "TestReadText.moc"
