@@ -102,7 +102,7 @@ bool contains(const QVector<double> &series, qint64 index)
 
 QVector<double> timeKeys(int count, qint64 startSecond, int intervalMs)
 {
-    const double start = static_cast<double>(startSecond);
+    const auto start = static_cast<double>(startSecond);
     const double step = intervalMs / kMillisecondsPerSecond;
     QVector<double> keys(count);
     double *const out = keys.data();
@@ -215,8 +215,8 @@ int indexOfKey(const QVector<double> &keys, double key)
         return -1;
     // Keys of a positive interval ascend; those of none or a negative one stand still or descend.
     const bool ascending = keys.constFirst() < keys.constLast();
-    const auto found = ascending ? std::lower_bound(keys.cbegin(), keys.cend(), key)
-                                 : std::find(keys.cbegin(), keys.cend(), key);
+    const auto found
+        = ascending ? std::lower_bound(keys.cbegin(), keys.cend(), key) : std::find(keys.cbegin(), keys.cend(), key);
     return found != keys.cend() && *found == key ? static_cast<int>(std::distance(keys.cbegin(), found)) : -1;
 }
 

@@ -340,7 +340,7 @@ void MyCustomPlot::myAddGraph(MyGraph *graphSelected, bool flag)
         myRemoveGraph(graphSelected);
 }
 
-void MyCustomPlot::myAddGraph(QString graphName, uchar functionCode)
+void MyCustomPlot::myAddGraph(const QString &graphName, uchar functionCode)
 {
     if (!dataRead) {
         emit statusShowSignal(tr("not read data yet"));
@@ -353,7 +353,7 @@ void MyCustomPlot::myAddGraph(QString graphName, uchar functionCode)
     myAddGraph(findGraphByCode(graphName, functionCode));
 }
 
-void MyCustomPlot::myAddGraph(QString graphName, QVector<double> yvalue, QVector<double> xvalue)
+void MyCustomPlot::myAddGraph(const QString &graphName, const QVector<double> &yvalue, const QVector<double> &xvalue)
 {
     removeAllGraphsSlot();
     removePlaceholder();
@@ -418,7 +418,7 @@ void MyCustomPlot::removeAllGraphsSlot()
     emit statusShowSignal(tr("remove all graph"));
 }
 
-void MyCustomPlot::removeGraphFeedback(QString graphName)
+void MyCustomPlot::removeGraphFeedback(const QString &graphName)
 {
     if (graphName == QLatin1String(kAllGraphs)) {
         for (const ChannelGroup &group : channelGroups()) {
@@ -512,7 +512,7 @@ void MyCustomPlot::onSwapPosSlot()
     emit doSwapPosSignal(channel);
 }
 
-void MyCustomPlot::resetGraphSlot(QPen pen)
+void MyCustomPlot::resetGraphSlot(const QPen &pen)
 {
     QCPGraph *const curve = selectedCurve();
     if (curve == nullptr)
@@ -557,7 +557,7 @@ void MyCustomPlot::rescaleAllYSlot()
     replot();
 }
 
-void MyCustomPlot::resetAxisSizeSlot(QFont font)
+void MyCustomPlot::resetAxisSizeSlot(const QFont &font)
 {
     if (m_plot->selectedAxes().isEmpty())
         return;

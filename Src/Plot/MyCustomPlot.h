@@ -49,7 +49,7 @@ public:
     double calArea(MyGraph *g, MyGraph *t, int index);
 
 signals:
-    void statusShowSignal(QString s);
+    void statusShowSignal(const QString &s);
     /** The curves have changed; the receiver may show and remove further ones inside the signal. */
     void graphCheckedSignal();
     /** The channel has left this canvas for the other one. */
@@ -59,13 +59,13 @@ public slots:
     /** Takes the point under the crosshair out of the curve; the channel keeps it. */
     void removeSelectedPointSlot();
     /** Shows a channel of the store by name and function code. */
-    void myAddGraph(QString graphName, uchar functionCode);
+    void myAddGraph(const QString &graphName, uchar functionCode);
     /** Shows the channel, or removes it where flag is false. */
     void myAddGraph(MyGraph *graphSelected, bool flag);
     /** Shows a channel and builds its time keys. O(samples). */
     void myAddGraph(MyGraph *graphSelected);
     /** Shows loose data, with no channel behind it, in place of everything else. */
-    void myAddGraph(QString graphName, QVector<double> yvalue, QVector<double> xvalue);
+    void myAddGraph(const QString &graphName, const QVector<double> &yvalue, const QVector<double> &xvalue);
     void removeSelectedGraphSlot();
     void removeAllGraphsSlot();
     void rescaleGraphSlot();
@@ -74,8 +74,8 @@ public slots:
     void rescaleAllYSlot();
     /** Removes the spikes of the selected curve from its channel. */
     void deleteErrorDataSlot();
-    void resetGraphSlot(QPen pen);
-    void resetAxisSizeSlot(QFont font);
+    void resetGraphSlot(const QPen &pen);
+    void resetAxisSizeSlot(const QFont &font);
     void switchThemeSlot(MyThemes mode);
     /** Touch mode: a drag zooms to a rectangle rather than moving the ranges. */
     void switchRectMode(bool flag);
@@ -91,7 +91,7 @@ private slots:
     void mouseWheel();
     void graphClicked(QCPAbstractPlottable *plottable, int dataIndex);
     void myMouseMoveEvent(QMouseEvent *event);
-    void removeGraphFeedback(QString graphName);
+    void removeGraphFeedback(const QString &graphName);
 
 private:
     void createTracer();

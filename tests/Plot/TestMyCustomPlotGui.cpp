@@ -1,0 +1,236 @@
+#include "Canvas.h"
+#include "MyCustomPlot.h"
+
+#include <QSignalSpy>
+#include <QTest>
+#include <QWheelEvent>
+
+namespace
+{
+
+constexpr char kActual[] = "横滚";
+constexpr char kTarget[] = "目标横滚";
+
+/** A canvas on the screen with two level lines, at 10 and at 30 of a range from 0 to 40. */
+class ShownCanvas : public Canvas
+{
+public:
+    ShownCanvas()
+    {
+        canvas.show();
+        if (!QTest::qWaitForWindowExposed(&canvas))
+            qFatal("the canvas did not come up");
+        show(kActual, QVector<double>(101, 10.0));
+        show(kTarget, QVector<double>(101, 30.0));
+        canvas.yAxis->setRange(0, 40);
+        canvas.replot();
+    }
+
+    using Canvas::show;
+
+    /** A point of the canvas by seconds from the start and value. */
+    QPoint at(double seconds, double value) const
+    {
+        return {qRound(canvas.xAxis->coordToPixel(kStart + seconds)), qRound(canvas.yAxis->coordToPixel(value))};
+    }
+
+    void click(const QPoint &pos, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        QTest::mouseClick(&canvas, Qt::LeftButton, modifiers, pos);
+    }
+
+    void drag(const QPoint &from, const QPoint &to)
+    {
+        QTest::mousePress(&canvas, Qt::LeftButton, Qt::NoModifier, from);
+        for (const QPoint &pos : {(from + to) / 2, to}) {
+            QMouseEvent move(QEvent::MouseMove, pos, canvas.mapToGlobal(pos), Qt::NoButton, Qt::LeftButton,
+                             Qt::NoModifier);
+            QCoreApplication::sendEvent(&canvas, &move);
+        }
+        QTest::mouseRelease(&canvas, Qt::LeftButton, Qt::NoModifier, to);
+        QCoreApplication::processEvents();
+    }
+
+    void turnWheel(const QPoint &pos)
+    {
+        QWheelEvent wheel(pos, canvas.mapToGlobal(pos), QPoint(), QPoint(0, 120), Qt::NoButton, Qt::NoModifier,
+                          Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(&canvas, &wheel);
+        QCoreApplication::processEvents();
+    }
+
+    /** The middle of a legend entry. */
+    QPoint legendEntry(const char *name) const
+    {
+        return canvas.legend->itemWithPlottable(curve(name))->outerRect().center();
+    }
+
+    QPoint xAxisLine() const
+    {
+        const QRect rect = canvas.axisRect()->rect();
+        return {rect.center().x(), rect.bottom() + 1};
+    }
+
+    QPoint yAxisLine() const
+    {
+        const QRect rect = canvas.axisRect()->rect();
+        return {rect.left() - 1, rect.center().y()};
+    }
+};
+
+} // namespace
+
+class TestMyCustomPlotGui : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { qRegisterMetaType<QCPRange>("QCPRange"); }
+
+    void aClickOnACurveSelectsTheWholeCurveAndItsLegendEntry()
+    {
+        ShownCanvas c;
+        QSignalSpy status(&c.control, &MyCustomPlot::statusShowSignal);
+        c.click(c.at(10, 10));
+        QCOMPARE(c.curve(kActual)->selection(), QCPDataSelection(QCPDataRange(0, 101)));
+        QVERIFY(c.canvas.legend->itemWithPlottable(c.curve(kActual))->selected());
+        QVERIFY(!c.curve(kTarget)->selected());
+        QVERIFY(!c.canvas.legend->itemWithPlottable(c.curve(kTarget))->selected());
+        // The click is told with the point's index and value.
+        QCOMPARE(status.count(), 1);
+        const QString text = status.at(0).at(0).toString();
+        QVERIFY2(text.startsWith(QStringLiteral("Clicked on graph '横滚' at data point #"))
+                     && text.endsWith(QStringLiteral(" with value 10.")),
+                 qPrintable(text));
+    }
+    void aClickOnALegendEntrySelectsItsWholeCurve()
+    {
+        ShownCanvas c;
+        c.click(c.legendEntry(kTarget));
+        QCOMPARE(c.curve(kTarget)->selection(), QCPDataSelection(QCPDataRange(0, 101)));
+        QVERIFY(!c.curve(kActual)->selected());
+    }
+    void aClickBesideEverythingEndsTheSelection()
+    {
+        ShownCanvas c;
+        c.click(c.at(10, 10));
+        c.click(c.at(10, 20));
+        QVERIFY(!c.curve(kActual)->selected());
+        QVERIFY(!c.canvas.legend->itemWithPlottable(c.curve(kActual))->selected());
+    }
+    void controlSelectsSeveralCurves()
+    {
+        ShownCanvas c;
+        c.click(c.at(10, 10));
+        c.click(c.at(10, 30), Qt::ControlModifier);
+        QCOMPARE(c.canvas.selectedGraphs().size(), 2);
+        c.click(c.at(10, 30));
+        QCOMPARE(c.canvas.selectedGraphs().size(), 1);
+    }
+    void aClickOnAnAxisSelectsItsLineAndItsTickLabels()
+    {
+        ShownCanvas c;
+        c.click(c.xAxisLine());
+        QCOMPARE(c.canvas.xAxis->selectedParts(), QCPAxis::SelectableParts(QCPAxis::spAxis | QCPAxis::spTickLabels));
+        QCOMPARE(c.canvas.yAxis->selectedParts(), QCPAxis::SelectableParts(QCPAxis::spNone));
+    }
+
+    void aDragMovesBothRanges()
+    {
+        ShownCanvas c;
+        const QCPRange x = c.canvas.xAxis->range();
+        const QCPRange y = c.canvas.yAxis->range();
+        c.drag(c.at(10, 20), c.at(5, 25));
+        QVERIFY(c.canvas.xAxis->range().lower > x.lower);
+        QVERIFY(c.canvas.yAxis->range().lower < y.lower);
+    }
+    void withTheTimeAxisSelectedADragMovesOnlyTheTime()
+    {
+        ShownCanvas c;
+        c.click(c.xAxisLine());
+        const QCPRange x = c.canvas.xAxis->range();
+        const QCPRange y = c.canvas.yAxis->range();
+        QSignalSpy xChanged(c.canvas.xAxis, qOverload<const QCPRange &>(&QCPAxis::rangeChanged));
+        QSignalSpy yChanged(c.canvas.yAxis, qOverload<const QCPRange &>(&QCPAxis::rangeChanged));
+        c.drag(c.at(10, 20), c.at(5, 25));
+        QVERIFY(c.canvas.xAxis->range().lower > x.lower);
+        QCOMPARE(c.canvas.yAxis->range(), y);
+        // This is what the other canvas is told by.
+        QVERIFY(xChanged.count() > 0);
+        QCOMPARE(yChanged.count(), 0);
+    }
+    void withTheValueAxisSelectedADragMovesOnlyTheValues()
+    {
+        ShownCanvas c;
+        c.click(c.yAxisLine());
+        const QCPRange x = c.canvas.xAxis->range();
+        const QCPRange y = c.canvas.yAxis->range();
+        c.drag(c.at(10, 20), c.at(5, 25));
+        QCOMPARE(c.canvas.xAxis->range(), x);
+        QVERIFY(c.canvas.yAxis->range().lower < y.lower);
+    }
+    void theWheelZoomsTheSelectedAxis()
+    {
+        ShownCanvas c;
+        const QCPRange x = c.canvas.xAxis->range();
+        const QCPRange y = c.canvas.yAxis->range();
+        c.turnWheel(c.at(10, 20));
+        QVERIFY(c.canvas.xAxis->range().size() < x.size());
+        QVERIFY(c.canvas.yAxis->range().size() < y.size());
+        c.canvas.xAxis->setRange(x);
+        c.canvas.yAxis->setRange(y);
+        c.canvas.replot();
+        c.click(c.yAxisLine());
+        c.turnWheel(c.at(10, 20));
+        QCOMPARE(c.canvas.xAxis->range(), x);
+        QVERIFY(c.canvas.yAxis->range().size() < y.size());
+    }
+    void inTouchModeADragZoomsToTheRectangle()
+    {
+        ShownCanvas c;
+        c.control.switchRectMode(true);
+        const QPoint from = c.at(5, 30);
+        const QPoint to = c.at(15, 10);
+        const QCPRange x(c.canvas.xAxis->pixelToCoord(from.x()), c.canvas.xAxis->pixelToCoord(to.x()));
+        const QCPRange y(c.canvas.yAxis->pixelToCoord(to.y()), c.canvas.yAxis->pixelToCoord(from.y()));
+        const double secondsAPixel = c.canvas.xAxis->range().size() / c.canvas.axisRect()->width();
+        const double unitsAPixel = c.canvas.yAxis->range().size() / c.canvas.axisRect()->height();
+        c.drag(from, to);
+        QVERIFY(qAbs(c.canvas.xAxis->range().lower - x.lower) < 2 * secondsAPixel);
+        QVERIFY(qAbs(c.canvas.xAxis->range().upper - x.upper) < 2 * secondsAPixel);
+        QVERIFY(qAbs(c.canvas.yAxis->range().lower - y.lower) < 2 * unitsAPixel);
+        QVERIFY(qAbs(c.canvas.yAxis->range().upper - y.upper) < 2 * unitsAPixel);
+    }
+    void aRightClickAsksForTheMenu()
+    {
+        ShownCanvas c;
+        QSignalSpy menus(&c.canvas, &QWidget::customContextMenuRequested);
+        QContextMenuEvent event(QContextMenuEvent::Mouse, c.at(10, 20), c.canvas.mapToGlobal(c.at(10, 20)));
+        QCoreApplication::sendEvent(&c.canvas, &event);
+        QCOMPARE(menus.count(), 1);
+        QCOMPARE(menus.at(0).at(0).toPoint(), c.at(10, 20));
+    }
+    void theCrosshairIsPaintedWhereTheSampleIs()
+    {
+        ShownCanvas c;
+        c.click(c.at(10, 10));
+        c.moveTo(c.at(10, 25));
+        const QImage image = c.canvas.grab().toImage();
+        // A reddish line down the column of the sample: it may be smoothed over two columns, and nothing else is red.
+        int red = 0;
+        const QPoint sample = c.at(10, 10);
+        for (int row = c.canvas.axisRect()->top() + 1; row < c.canvas.axisRect()->bottom(); ++row) {
+            for (int column = sample.x() - 1; column <= sample.x() + 1; ++column) {
+                const QColor color = image.pixelColor(column, row);
+                if (color.red() - qMax(color.green(), color.blue()) > 60) {
+                    ++red;
+                    break;
+                }
+            }
+        }
+        QVERIFY2(red > c.canvas.axisRect()->height() * 3 / 4, qPrintable(QString::number(red)));
+    }
+};
+
+QTEST_MAIN(TestMyCustomPlotGui)
+#include "TestMyCustomPlotGui.moc"

@@ -1,0 +1,447 @@
+#include "AppConfig.h"
+#include "Canvas.h"
+#include "FlightModes.h"
+#include "MyCustomPlot.h"
+
+#include <QSignalSpy>
+#include <QTest>
+#include <QToolTip>
+#include <climits>
+#include <cmath>
+#include <ctime>
+#include <limits>
+
+using Series = QVector<double>;
+
+namespace
+{
+
+constexpr char kActual[] = "横滚";
+constexpr char kTarget[] = "目标横滚";
+constexpr char kDifference[] = "横滚差值";
+constexpr char kOrdinary[] = "气压高度";
+constexpr char kMainMode[] = "主飞行模式";
+constexpr char kSubMode[] = "子飞行模式";
+
+/** Local date and time of Canvas::kStart, eight hours east. */
+constexpr char kStartText[] = "2023-11-15 06:13:20";
+
+/** Moves the pointer over the sample with this index, as the channel's interval of 200 ms has it. */
+void moveToSample(Canvas &c, int index)
+{
+    c.moveTo({c.canvas.xAxis->coordToPixel(Canvas::kStart + index * 0.2), 100});
+}
+
+QString tip()
+{
+    return QToolTip::text();
+}
+
+/** Shows a curve, selects it and reads out one of its samples. */
+QString readOut(Canvas &c, const char *label, int index)
+{
+    c.select(label);
+    c.canvas.graph()->rescaleAxes();
+    c.canvas.replot();
+    moveToSample(c, index);
+    return tip();
+}
+
+/** An actual channel on the canvas and its target in the store. */
+void flyRoll(Canvas &c, const Series &actual, const Series &target)
+{
+    AppConfig::getInstance().setShowFactor(true);
+    Canvas::channel(kTarget, target);
+    c.show(kActual, actual);
+}
+
+QString factorText(const QString &firstLine, const QString &deviation, const QString &area, const QString &rise)
+{
+    return firstLine + QStringLiteral("\n偏       差: ") + deviation + QStringLiteral("\n面       积: ") + area
+        + QStringLiteral("\n上升时间: ") + rise;
+}
+
+} // namespace
+
+class TestMyCustomPlotReadOut : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        qputenv("TZ", "CST-8");
+        tzset();
+    }
+    void cleanup() { QToolTip::hideText(); }
+
+    // Without a selected curve
+
+    void withoutASelectionTheTipTellsWhereThePointerIs()
+    {
+        Canvas c;
+        c.show(kActual, {1, 2});
+        c.canvas.xAxis->setRange(Canvas::kStart, Canvas::kStart + 1000);
+        c.canvas.yAxis->setRange(0, 3141592.65358979);
+        c.canvas.replot();
+        const QRect rect = c.canvas.axisRect()->rect();
+        const int column = rect.left() + rect.width() / 4;
+        const int row = rect.bottom() - rect.height() / 3;
+        c.moveTo(QPointF(column, row));
+        // A pixel's share of the range, counted from the left and from the bottom; six digits of the value.
+        const qint64 second = Canvas::kStart + qint64(1000.0 * (column - rect.left()) / rect.width());
+        const double value = 3141592.65358979 * (rect.bottom() - row) / rect.height();
+        const QString date = QDateTime::fromSecsSinceEpoch(second).toString("yyyy-MM-dd hh:mm:ss");
+        QCOMPARE(tip(), QStringLiteral("(%1, %2)").arg(date, QString::number(value, 'g', 6)));
+        QVERIFY(date.startsWith("2023-11-15 06:1"));
+    }
+    void theValueHasSixDigitsAndOneBlankBefore()
+    {
+        Canvas c;
+        c.canvas.xAxis->setRange(Canvas::kStart, Canvas::kStart + 1000);
+        // The bottom row is the lower end of the range, the left column the first second.
+        const auto readOutCorner = [&c](double lower) {
+            c.canvas.yAxis->setRange(lower, 5000);
+            c.canvas.replot();
+            c.moveTo(c.canvas.axisRect()->rect().bottomLeft());
+            return tip();
+        };
+        QCOMPARE(readOutCorner(1234.56789), QStringLiteral("(2023-11-15 06:13:20, 1234.57)"));
+        QCOMPARE(readOutCorner(-12345678), QStringLiteral("(2023-11-15 06:13:20, -1.23457e+07)"));
+    }
+    void thePointerIsRoundedToWholePixelsHalfUp()
+    {
+        Canvas c;
+        c.canvas.xAxis->setRange(Canvas::kStart, Canvas::kStart + 1000);
+        c.canvas.yAxis->setRange(0, c.canvas.axisRect()->height());
+        c.canvas.replot();
+        // A unit of value is a pixel.
+        const QRect rect = c.canvas.axisRect()->rect();
+        c.canvas.yAxis->setRange(0, rect.height());
+        c.moveTo(QPointF(rect.left() + 0.49, rect.bottom() - 20.5));
+        QCOMPARE(tip(), QStringLiteral("(2023-11-15 06:13:20, 20)"));
+        c.moveTo(QPointF(rect.left() + 0.49, rect.bottom() - 20.51));
+        QCOMPARE(tip(), QStringLiteral("(2023-11-15 06:13:20, 21)"));
+    }
+    void withoutASelectionTheCrosshairIsGone()
+    {
+        Canvas c;
+        c.show(kActual, {1, 2});
+        c.select(kActual);
+        moveToSample(c, 1);
+        QVERIFY(c.control.tracer()->visible());
+        c.canvas.deselectAll();
+        moveToSample(c, 0);
+        QVERIFY(!c.control.tracer()->visible());
+        // It stays, hidden, on the sample where it last stood.
+        QVERIFY(c.control.tracer()->graph() == c.curve(kActual));
+        QVERIFY(c.control.tracer()->position->key() == Canvas::kStart + 0.2);
+    }
+    void anAxisDraggedBeyondAllDatesIsReadOutWithoutHarm()
+    {
+        Canvas c;
+        const auto readOutCorner = [&c](double first, double last) {
+            c.canvas.yAxis->setRange(0, 1);
+            c.canvas.xAxis->setRange(first, last);
+            c.canvas.replot();
+            c.moveTo(c.canvas.axisRect()->rect().bottomLeft());
+            return tip();
+        };
+        // 2^32 + 5 seconds: the low 32 bits are 5.
+        QCOMPARE(readOutCorner(4294967301.5, 4294967302.5), QStringLiteral("(1970-01-01 08:00:05, 0)"));
+        QCOMPARE(readOutCorner(1e30, 2e30), QStringLiteral("(1970-01-01 08:00:00, 0)"));
+    }
+
+    // With one
+
+    void everyMoveReplotsOnce()
+    {
+        Canvas c;
+        c.show(kActual, {1, 2});
+        QSignalSpy replots(&c.canvas, &QCustomPlot::afterReplot);
+        moveToSample(c, 0);
+        c.select(kActual);
+        moveToSample(c, 1);
+        QCOMPARE(replots.count(), 2);
+    }
+    void theCrosshairSnapsToTheNearestSample_data()
+    {
+        QTest::addColumn<double>("at");
+        QTest::addColumn<int>("index");
+        QTest::newRow("before the curve") << -50.0 << 0;
+        QTest::newRow("nearer to the left") << 1.4 << 1;
+        QTest::newRow("in the middle: the later one") << 1.5 << 2;
+        QTest::newRow("nearer to the right") << 1.6 << 2;
+        QTest::newRow("behind the curve") << 50.0 << 3;
+    }
+    void theCrosshairSnapsToTheNearestSample()
+    {
+        QFETCH(double, at);
+        QFETCH(int, index);
+        Canvas c;
+        MyGraph *const g = Canvas::channel(kOrdinary, {10, 20, 30, 40});
+        g->setInterval(2000);
+        c.control.myAddGraph(g);
+        c.select(kOrdinary);
+        // Ten pixels a second, starting at a whole pixel.
+        const QRect rect = c.canvas.axisRect()->rect();
+        c.canvas.xAxis->setRange(Canvas::kStart - 20, Canvas::kStart - 20 + rect.width() / 10.0);
+        c.moveTo(QPointF(rect.left() + 10 * (20 + 2 * at), 100));
+        QVERIFY(c.control.tracer()->visible());
+        QVERIFY(c.control.tracer()->graph() == c.curve(kOrdinary));
+        QCOMPARE(c.control.tracer()->position->key(), double(Canvas::kStart + 2 * index));
+        QCOMPARE(c.control.tracer()->position->value(), 10.0 * (index + 1));
+    }
+    void anOrdinaryCurveIsReadOutInOneLineWithTwelveDigits()
+    {
+        Canvas c;
+        AppConfig::getInstance().setShowFactor(true);
+        c.show(kOrdinary, {1, 1234567.890123456, 3});
+        QCOMPARE(readOut(c, kOrdinary, 1), QStringLiteral("(%1,  1234567.89012)").arg(kStartText));
+    }
+    void theDateIsThatOfTheSample()
+    {
+        Canvas c;
+        c.show(kOrdinary, Series(11, 4.0));
+        QCOMPARE(readOut(c, kOrdinary, 9), QStringLiteral("(2023-11-15 06:13:21,  4)"));
+        QCOMPARE(readOut(c, kOrdinary, 10), QStringLiteral("(2023-11-15 06:13:22,  4)"));
+    }
+    void aTargetCurveIsReadOutInOneLineEvenWithTheFactors()
+    {
+        Canvas c;
+        AppConfig::getInstance().setShowFactor(true);
+        c.show(kTarget, {7, 8});
+        QCOMPARE(readOut(c, kTarget, 1), QStringLiteral("(%1,  8)").arg(kStartText));
+        c.show(kDifference, {7, 9});
+        QCOMPARE(readOut(c, kDifference, 1), QStringLiteral("(%1,  9)").arg(kStartText));
+    }
+    void anActualCurveIsReadOutInOneLineWithoutTheFactors()
+    {
+        Canvas c;
+        flyRoll(c, {7, 8}, {1, 2});
+        AppConfig::getInstance().setShowFactor(false);
+        QCOMPARE(readOut(c, kActual, 1), QStringLiteral("(%1,  8)").arg(kStartText));
+    }
+    void ofSeveralSelectedCurvesTheFirstIsReadOut()
+    {
+        Canvas c;
+        c.show(kOrdinary, {7, 8});
+        c.show(kTarget, {70, 80});
+        for (int i = 0; i < 2; ++i)
+            c.canvas.graph(i)->setSelection(QCPDataSelection(QCPDataRange(0, 2)));
+        moveToSample(c, 1);
+        QCOMPARE(tip(), QStringLiteral("(%1,  8)").arg(kStartText));
+    }
+    void aCurveRenamedInTheLegendIsReadOutInOneLine()
+    {
+        Canvas c;
+        flyRoll(c, {7, 8}, {1, 2});
+        c.curve(kActual)->setName(QStringLiteral("mine"));
+        QCOMPARE(readOut(c, "mine", 1), QStringLiteral("(%1,  8)").arg(kStartText));
+    }
+    void aCurveThatLostItsSamplesLeavesTheCrosshairWhereItIs()
+    {
+        Canvas c;
+        c.show(kOrdinary, {7, 8});
+        QCOMPARE(readOut(c, kOrdinary, 1), QStringLiteral("(%1,  8)").arg(kStartText));
+        c.control.removeSelectedPointSlot();
+        moveToSample(c, 0);
+        c.control.removeSelectedPointSlot();
+        QCOMPARE(c.curve(kOrdinary)->dataCount(), 0);
+        c.moveTo({500, 120});
+        QCOMPARE(tip(), QStringLiteral("(%1,  7)").arg(kStartText));
+    }
+
+    // Flight modes
+
+    void theMainFlightModeIsReadOutInWords()
+    {
+        Canvas c;
+        c.show(kMainMode, {1, 3});
+        QCOMPARE(readOut(c, kMainMode, 1), QStringLiteral("(%1,  3 保护模式)").arg(kStartText));
+    }
+    void aSubFlightModeWithoutWordsStandsTwice()
+    {
+        Canvas c;
+        c.show(kSubMode, {1, 40});
+        QCOMPARE(readOut(c, kSubMode, 1), QStringLiteral("(%1,  40 40)").arg(kStartText));
+    }
+    void everyModeIsReadOutFromTheTableOfItsChannel()
+    {
+        const QMap<int, QString> mainModes = mainFlightModes();
+        const QMap<int, QString> subModes = subFlightModes();
+        Canvas c;
+        for (int value = -1; value <= 67; ++value) {
+            for (const char *const label : {kMainMode, kSubMode}) {
+                c.control.removeAllGraphsSlot();
+                c.show(label, Series(2, value));
+                const QString number = QString::number(value);
+                const QString words = (label == kMainMode ? mainModes : subModes).value(value, number);
+                QCOMPARE(readOut(c, label, 1), QStringLiteral("(%1,  %2 %3)").arg(kStartText, number, words));
+            }
+        }
+    }
+    void aModeIsTruncatedAndItsNumberPrintedWhole()
+    {
+        Canvas c;
+        c.show(kMainMode, {1, 3.75});
+        QCOMPARE(readOut(c, kMainMode, 1), QStringLiteral("(%1,  3.75 保护模式)").arg(kStartText));
+    }
+    void strangeModesStandTwice_data()
+    {
+        QTest::addColumn<double>("value");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("negative") << -3.0 << "-3";
+        QTest::newRow("huge") << 1e9 << "1000000000";
+        QTest::newRow("beyond twelve digits") << 1e13 << "1e+13";
+        QTest::newRow("not a number") << std::numeric_limits<double>::quiet_NaN() << "nan";
+    }
+    void strangeModesStandTwice()
+    {
+        QFETCH(double, value);
+        QFETCH(QString, text);
+        Canvas c;
+        for (const char *const label : {kMainMode, kSubMode}) {
+            c.control.removeAllGraphsSlot();
+            c.show(label, {1, value});
+            QCOMPARE(readOut(c, label, 1), QStringLiteral("(%1,  %2 %2)").arg(kStartText, text));
+        }
+    }
+
+    // The factors
+
+    void anActualCurveIsReadOutInFourLines()
+    {
+        Canvas c;
+        // At sample 1 the target is 5, first exceeded at sample 3, so 0.4 s later; the deviation is 2 - 5.
+        // Area over all five samples: (-3 - 3 - 1 + 1 + 4) * 0.2.
+        flyRoll(c, {2, 2, 4, 6, 9}, {5, 5, 5, 5, 5});
+        QCOMPARE(readOut(c, kActual, 1), factorText(QStringLiteral("(%1,  2)").arg(kStartText), "-3", "-0.4", "0.4"));
+    }
+    void theFactorsHaveSixDigitsAndTheValueTwelve()
+    {
+        Canvas c;
+        flyRoll(c, {1234567.890123456, 0}, {0, 0});
+        // The goal 0 is reached by sample 1. Area 0.2 * 1234567.89...
+        QCOMPARE(readOut(c, kActual, 0),
+                 factorText(QStringLiteral("(%1,  1234567.89012)").arg(kStartText), "1.23457e+06", "246914", "0.2"));
+    }
+    void equalValuesShowARisingTimeOfZero()
+    {
+        Canvas c;
+        flyRoll(c, {4, 4, 4}, {4, 4, 4});
+        QCOMPARE(readOut(c, kActual, 1), factorText(QStringLiteral("(%1,  4)").arg(kStartText), "0", "0", "0"));
+    }
+    void aGoalNeverReachedLeavesTheRiseEmpty()
+    {
+        Canvas c;
+        flyRoll(c, {1, 1, 1}, {4, 4, 4});
+        QCOMPARE(readOut(c, kActual, 1), factorText(QStringLiteral("(%1,  1)").arg(kStartText), "-3", "-1.8", ""));
+    }
+    void aTargetShorterThanTheIndexShowsMinusOneAndNoRise()
+    {
+        Canvas c;
+        // The area's window ends with the target: sample 0 alone, (7 - 2) * 0.2.
+        flyRoll(c, {7, 8, 9}, {2});
+        QCOMPARE(readOut(c, kActual, 2), factorText(QStringLiteral("(%1,  9)").arg(kStartText), "-1", "1", ""));
+    }
+    void aMissingTargetCountsAsOneWithoutSamples()
+    {
+        Canvas c;
+        flyRoll(c, {7, 8, 9}, {1, 2, 3});
+        findGraph(kActual)->setTargetName(QStringLiteral("nowhere"));
+        QCOMPARE(readOut(c, kActual, 2), factorText(QStringLiteral("(%1,  9)").arg(kStartText), "-1", "0", ""));
+    }
+    void aSampleWithoutAKeyInTheChannelLeavesTheLinesEmpty()
+    {
+        Canvas c;
+        flyRoll(c, {7, 8, 9}, {1, 2, 3});
+        findGraph(kActual)->setXvalue({});
+        QCOMPARE(readOut(c, kActual, 2), factorText(QStringLiteral("(%1,  9)").arg(kStartText), "", "", ""));
+    }
+    void theFactorsAreThoseOfTheMoment()
+    {
+        Canvas c;
+        flyRoll(c, {7, 8, 9}, {1, 1, 1});
+        // The difference channel is not asked.
+        Canvas::channel(kDifference, {100, 100, 100});
+        readOut(c, kActual, 2);
+        setSamples(kTarget, {9, 9, 9});
+        moveToSample(c, 2);
+        QCOMPARE(tip(), factorText(QStringLiteral("(%1,  9)").arg(kStartText), "0", "-0.6", "0"));
+    }
+    void aCurveWithAPeriodOfZeroOrLessIsReadOut_data()
+    {
+        QTest::addColumn<int>("interval");
+        QTest::newRow("zero") << 0;
+        QTest::newRow("negative") << -200;
+        QTest::newRow("smallest") << INT_MIN;
+        QTest::newRow("largest") << INT_MAX;
+    }
+    void aCurveWithAPeriodOfZeroOrLessIsReadOut()
+    {
+        QFETCH(int, interval);
+        Canvas c;
+        AppConfig::getInstance().setShowFactor(true);
+        Canvas::channel(kTarget, {5, 5, 5});
+        MyGraph *const g = Canvas::channel(kActual, {7, 8, 9});
+        g->setInterval(interval);
+        c.control.myAddGraph(g);
+        c.select(kActual);
+        c.canvas.replot();
+        const QRect rect = c.canvas.axisRect()->rect();
+        c.moveTo(rect.topRight());
+        QVERIFY2(tip().count('\n') == 3 && !tip().contains(QStringLiteral("差: \n")), qPrintable(tip()));
+    }
+    void descendingKeysAreFoundByAWalk()
+    {
+        Canvas c;
+        AppConfig::getInstance().setShowFactor(true);
+        Canvas::channel(kTarget, {1, 2, 3});
+        MyGraph *const g = Canvas::channel(kActual, {70, 80, 90});
+        g->setInterval(-1000);
+        c.control.myAddGraph(g);
+        c.select(kActual);
+        c.canvas.replot();
+        // The leftmost point is the last sample: 90 - 3, the area over all three is (69 + 78 + 87) * -1.
+        c.moveTo(c.canvas.axisRect()->rect().topLeft());
+        QCOMPARE(tip(), factorText(QStringLiteral("(2023-11-15 06:13:18,  90)"), "87", "-234", ""));
+    }
+    void readingOutKeepsASharedSeriesShared()
+    {
+        Canvas c;
+        flyRoll(c, {7, 8, 9}, {1, 2, 3});
+        const MyGraph *const g = findGraph(kActual);
+        const Series values = g->yvalue();
+        const Series keys = g->xvalue();
+        readOut(c, kActual, 2);
+        QVERIFY(g->yvalue().constData() == values.constData());
+        QVERIFY(g->xvalue().constData() == keys.constData());
+    }
+    void theHelpersOfTheControllerGiveTheSame()
+    {
+        Canvas c;
+        MyGraph *const g = c.show(kActual, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
+        MyGraph *const t = Canvas::channel(kTarget, Series(10, 5.5));
+        // From 3 above 5.5: at 6, three samples on. The window is samples 0 to 6.
+        QCOMPARE(c.control.calRisingTime(g, t, 2), g->xvalue()[5] - g->xvalue()[2]);
+        QCOMPARE(c.control.calArea(g, t, 2), (28 - 7 * 5.5) * 0.2);
+        QCOMPARE(c.control.calRisingTime(g, t, 10), -2.0);
+        QCOMPARE(c.control.calRisingTime(g, t, 9), -1.0);
+    }
+    void theTipBelongsToTheCanvas()
+    {
+        Canvas c;
+        c.canvas.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&c.canvas));
+        moveToSample(c, 0);
+        QVERIFY(QToolTip::isVisible());
+        // Leaving the canvas hides it, as it does for a tip of that widget alone.
+        QEvent leave(QEvent::Leave);
+        QCoreApplication::sendEvent(&c.canvas, &leave);
+        QTRY_VERIFY(!QToolTip::isVisible());
+    }
+};
+
+QTEST_MAIN(TestMyCustomPlotReadOut)
+#include "TestMyCustomPlotReadOut.moc"
