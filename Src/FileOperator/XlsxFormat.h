@@ -1,0 +1,67 @@
+#pragma once
+
+#include <QColor>
+
+namespace QXlsx
+{
+
+/**
+ * How a cell looks: font colour and size, borders on all four sides, fill and horizontal alignment.
+ *
+ * A plain value. What was not set stays as the workbook's own default; a format of which nothing was set is empty.
+ */
+class Format
+{
+public:
+    enum HorizontalAlignment { AlignHGeneral, AlignLeft, AlignHCenter, AlignRight };
+    enum BorderStyle { BorderNone, BorderThin, BorderMedium, BorderDashed, BorderDotted, BorderThick, BorderDouble };
+    enum FillPattern { PatternNone, PatternSolid };
+
+    /** Colour of the text; an invalid colour (the default) leaves it to the workbook. */
+    QColor fontColor() const { return color(m_fontColor, m_hasFontColor); }
+    void setFontColor(const QColor &color);
+
+    /** Size of the text in points, 1 to 409; 0 (the default) leaves it to the workbook. */
+    int fontSize() const { return m_fontSize; }
+    void setFontSize(int points);
+
+    /** Style of the lines on all four sides, in the automatic colour. */
+    BorderStyle borderStyle() const { return static_cast<BorderStyle>(m_borderStyle); }
+    void setBorderStyle(BorderStyle style);
+
+    /** The colour that a solid fill shows; an invalid colour (the default) is the automatic one. */
+    QColor patternBackgroundColor() const { return color(m_patternColor, m_hasPatternColor); }
+    void setPatternBackgroundColor(const QColor &color);
+
+    FillPattern fillPattern() const { return static_cast<FillPattern>(m_fillPattern); }
+    void setFillPattern(FillPattern pattern);
+
+    HorizontalAlignment horizontalAlignment() const { return static_cast<HorizontalAlignment>(m_alignment); }
+    void setHorizontalAlignment(HorizontalAlignment alignment);
+
+    /** True while nothing was set. */
+    bool isEmpty() const { return *this == Format(); }
+
+    bool operator==(const Format &other) const
+    {
+        return m_fontColor == other.m_fontColor && m_patternColor == other.m_patternColor
+            && m_fontSize == other.m_fontSize && m_borderStyle == other.m_borderStyle
+            && m_fillPattern == other.m_fillPattern && m_alignment == other.m_alignment
+            && m_hasFontColor == other.m_hasFontColor && m_hasPatternColor == other.m_hasPatternColor;
+    }
+    bool operator!=(const Format &other) const { return !(*this == other); }
+
+private:
+    static QColor color(QRgb rgb, bool set) { return set ? QColor(rgb) : QColor(); }
+
+    QRgb m_fontColor = 0;
+    QRgb m_patternColor = 0;
+    quint16 m_fontSize = 0;
+    quint8 m_borderStyle = BorderNone;
+    quint8 m_fillPattern = PatternNone;
+    quint8 m_alignment = AlignHGeneral;
+    bool m_hasFontColor = false;
+    bool m_hasPatternColor = false;
+};
+
+} // namespace QXlsx

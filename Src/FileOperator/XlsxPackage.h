@@ -1,0 +1,81 @@
+#pragma once
+
+#include "XlsxZipReader.h"
+
+#include <QSet>
+#include <QString>
+#include <QVector>
+
+namespace QXlsx
+{
+
+/** The parts around the sheets: which there are, how they hang together, and these lists with sheets added. */
+class XlsxPackage
+{
+public:
+    struct Sheet {
+        QString name;
+        QByteArray part; // name of the part; empty when it is none that can be written to
+        QString relation; // for sheets to be added
+        bool isNew = false;
+    };
+
+    /** The package of a workbook without sheets. */
+    XlsxPackage();
+
+    /** Takes the lists from a file; false, with the reason, when it is no workbook. */
+    bool load(const QString &path, QString &reason);
+
+    XlsxZipReader &zip() { return m_zip; }
+    bool isNew() const { return !m_zip.isOpen(); }
+
+    QVector<Sheet> sheets() const { return m_sheets; }
+    int activeSheet() const { return m_activeSheet; }
+
+    /** Gives a sheet to be added the name of its part and its relation; taken holds those given before. */
+    void placeSheet(Sheet &sheet, QSet<QByteArray> &taken) const;
+
+    QString mainNamespace() const { return m_mainNamespace; }
+
+    const QByteArray &contentTypesPart() const { return m_contentTypesPart; }
+    const QByteArray &workbookPart() const { return m_workbookPart; }
+    const QByteArray &relationsPart() const { return m_relationsPart; }
+    const QByteArray &stylesPart() const { return m_stylesPart; }
+    const QByteArray &sharedTextsPart() const { return m_sharedTextsPart; }
+    const QByteArray &calcChainPart() const { return m_calcChainPart; }
+
+    /** The style sheet; false when the package has none that can be read. */
+    bool styles(QByteArray &xml);
+
+    /** The lists with sheets added; styles is the part of a style sheet to be added and dropped one to be left out. */
+    QByteArray contentTypes(const QVector<Sheet> &added, const QByteArray &styles, const QByteArray &dropped) const;
+    QByteArray workbook(const QVector<Sheet> &added) const;
+    QByteArray relations(const QVector<Sheet> &added, const QByteArray &styles, const QByteArray &dropped) const;
+
+    /** The list that leads to the workbook, of a new package. */
+    static QByteArray rootRelations();
+
+private:
+    bool readRelations();
+    bool readWorkbook();
+    QString freeRelation(const QSet<QString> &taken) const;
+
+    XlsxZipReader m_zip;
+    QByteArray m_contentTypesPart;
+    QByteArray m_workbookPart;
+    QByteArray m_relationsPart;
+    QByteArray m_stylesPart;
+    QByteArray m_sharedTextsPart;
+    QByteArray m_calcChainPart;
+    QByteArray m_contentTypes;
+    QByteArray m_workbook;
+    QByteArray m_relations;
+    QString m_mainNamespace;
+    QString m_relationNamespace;
+    QHash<QString, QPair<QString, QByteArray>> m_targets; // by relation: its type and part
+    QVector<Sheet> m_sheets;
+    int m_activeSheet = 0;
+    quint32 m_lastSheetId = 0;
+};
+
+} // namespace QXlsx

@@ -1,0 +1,90 @@
+#include "XlsxXmlReader.h"
+
+namespace QXlsx
+{
+
+namespace
+{
+
+constexpr int kDeepest = 200;
+
+QStringRef withoutPrefix(const QStringRef &name)
+{
+    return name.mid(name.indexOf(QLatin1Char(':')) + 1);
+}
+
+} // namespace
+
+XlsxXmlReader::XlsxXmlReader(QIODevice *device)
+    : QXmlStreamReader(device)
+{
+    setNamespaceProcessing(false);
+}
+
+XlsxXmlReader::XlsxXmlReader(const QByteArray &bytes)
+    : QXmlStreamReader(bytes)
+{
+    setNamespaceProcessing(false);
+}
+
+bool XlsxXmlReader::next()
+{
+    switch (readNext()) {
+    case StartElement:
+        if (++m_depth > kDeepest) {
+            raiseError(QStringLiteral("nested too deep"));
+            return false;
+        }
+        return true;
+    case EndElement:
+        --m_depth;
+        return true;
+    case DTD:
+        raiseError(QStringLiteral("a document type declaration"));
+        return false;
+    case EndDocument:
+    case Invalid:
+    case NoToken:
+        return false;
+    default:
+        return true;
+    }
+}
+
+QStringRef XlsxXmlReader::localName() const
+{
+    return withoutPrefix(qualifiedName());
+}
+
+QString XlsxXmlReader::attribute(QLatin1String name) const
+{
+    const QXmlStreamAttributes all = attributes();
+    for (const QXmlStreamAttribute &one : all)
+        if (one.qualifiedName() == name)
+            return one.value().isNull() ? QStringLiteral("") : one.value().toString();
+    for (const QXmlStreamAttribute &one : all)
+        if (withoutPrefix(one.qualifiedName()) == name && !one.qualifiedName().startsWith(QLatin1String("xmlns")))
+            return one.value().toString();
+    return {};
+}
+
+bool XlsxXmlReader::skipElement()
+{
+    const int outside = m_depth - 1;
+    while (m_depth > outside)
+        if (!next())
+            return false;
+    return true;
+}
+
+QString XlsxXmlReader::text()
+{
+    QString result;
+    const int outside = m_depth - 1;
+    while (m_depth > outside && next())
+        if (isCharacters())
+            result += QXmlStreamReader::text();
+    return result;
+}
+
+} // namespace QXlsx

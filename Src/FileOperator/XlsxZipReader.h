@@ -1,0 +1,112 @@
+#pragma once
+
+#include <QByteArray>
+#include <QFile>
+#include <QHash>
+
+#include <memory>
+#include <vector>
+
+namespace QXlsx
+{
+
+/**
+ * The zip archive behind a workbook: its list of parts, and one part at a time as a device.
+ *
+ * Trusts nothing of what the archive says of itself: a part never gives more bytes than its entry promises.
+ */
+class XlsxZipReader
+{
+public:
+    struct Entry {
+        QByteArray name;
+        quint64 packed = 0;
+        quint64 unpacked = 0;
+        quint32 crc = 0;
+        quint32 time = 0;
+        quint32 attributes = 0;
+        quint16 method = 0;
+        bool utf8Name = false;
+        quint64 directoryPlace = 0;
+        quint64 directoryNumber = 0;
+    };
+
+    XlsxZipReader();
+    ~XlsxZipReader();
+
+    /** Opens the archive and reads its directory; false when it is none, or packed in a way that workbooks never are.
+     */
+    bool open(const QString &path);
+    void close();
+    bool isOpen() const;
+
+    qint64 fileSize() const { return m_file.size(); }
+
+    /** Bytes of all parts together, as the directory states them. */
+    quint64 unpackedSize() const;
+
+    const std::vector<Entry> &entries() const { return m_entries; }
+
+    /** Number of the entry of a name, upper and lower case alike; -1 when there is none. */
+    int indexOf(const QByteArray &name) const;
+
+    /**
+     * A part's bytes, to be read once from front to end; null when it cannot be opened. Ends the one opened before.
+     *
+     * Reading fails on damage, and when a piece of longestPiece bytes passes without a call of pieceDone.
+     */
+    class Part;
+    std::unique_ptr<Part> openPart(int index);
+
+    /** A whole part, or false when it is damaged or longer than limit. */
+    bool readPart(int index, quint64 limit, QByteArray &bytes);
+
+    /** Begins to give a part's packed bytes through readRaw; false when the archive is damaged there. */
+    bool openRaw(int index);
+
+    /** Up to size packed bytes; 0 at the end, negative on damage. */
+    int readRaw(char *data, unsigned size);
+
+private:
+    bool goTo(int index);
+    void closeEntry();
+
+    QFile m_file;
+    void *m_zip = nullptr;
+    bool m_entryOpen = false;
+    std::vector<Entry> m_entries;
+    QHash<QByteArray, int> m_index;
+};
+
+/** Sequential device over one part. */
+class XlsxZipReader::Part : public QIODevice
+{
+public:
+    bool isSequential() const override { return true; }
+
+    /** Tells that what was read is dealt with, so that it is held no longer. */
+    void pieceDone() { m_pieceSize = 0; }
+
+    /** True when the archive is damaged in this part or a piece was too long. */
+    bool isDamaged() const { return m_damaged; }
+
+protected:
+    qint64 readData(char *data, qint64 size) override;
+    qint64 writeData(const char *, qint64) override { return -1; }
+
+private:
+    friend class XlsxZipReader;
+    Part(void *zip, quint64 size)
+        : m_zip(zip)
+        , m_left(size)
+    {
+    }
+
+    void *m_zip;
+    quint64 m_left;
+    qint64 m_pieceSize = 0;
+    bool m_damaged = false;
+    bool m_checked = false;
+};
+
+} // namespace QXlsx

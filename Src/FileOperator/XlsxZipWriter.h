@@ -1,0 +1,38 @@
+#pragma once
+
+#include "XlsxZipReader.h"
+
+#include <QIODevice>
+
+#include <functional>
+
+namespace QXlsx
+{
+
+/** Writes a zip archive into a device that can seek, part by part. Every call gives false after a failure. */
+class XlsxZipWriter
+{
+public:
+    explicit XlsxZipWriter(QIODevice &device);
+    ~XlsxZipWriter();
+
+    /** Begins a part; large is for one that may reach 4 GiB. */
+    bool begin(const QByteArray &name, bool large);
+    bool write(const char *data, std::size_t size);
+    bool end();
+
+    bool add(const QByteArray &name, const QByteArray &bytes);
+
+    /** Takes a part over from another archive as it is packed there. */
+    bool carry(XlsxZipReader &from, int index, const std::function<bool()> &cancelled);
+
+    /** Writes the directory. */
+    bool finish();
+
+private:
+    QIODevice &m_device;
+    void *m_zip;
+    bool m_partOpen = false;
+};
+
+} // namespace QXlsx

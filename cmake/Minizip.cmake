@@ -1,0 +1,12 @@
+# zlib's own zip library. Elsewhere it comes with a CMake config; Debian's is looked for by its files.
+find_package(unofficial-minizip QUIET CONFIG)
+add_library(ostravel_minizip INTERFACE)
+if(TARGET unofficial::minizip::minizip)
+    target_link_libraries(ostravel_minizip INTERFACE unofficial::minizip::minizip)
+else()
+    find_package(ZLIB REQUIRED)
+    find_path(MINIZIP_INCLUDE minizip/zip.h REQUIRED)
+    find_library(MINIZIP_LIBRARY minizip REQUIRED)
+    target_include_directories(ostravel_minizip SYSTEM INTERFACE ${MINIZIP_INCLUDE})
+    target_link_libraries(ostravel_minizip INTERFACE ${MINIZIP_LIBRARY} ZLIB::ZLIB)
+endif()
