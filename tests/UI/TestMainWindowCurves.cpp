@@ -1,0 +1,947 @@
+#include "DebugOutput.h"
+#include "LogFile.h"
+#include "ModalAnswer.h"
+#include "WindowFixture.h"
+
+#include <QApplication>
+#include <QColor>
+#include <QContextMenuEvent>
+#include <QDialogButtonBox>
+#include <QInputDialog>
+#include <QPointer>
+#include <QSignalSpy>
+#include <QSpinBox>
+#include <QWheelEvent>
+
+#include <algorithm>
+
+namespace
+{
+
+struct Box {
+    const char *objectName;
+    const char *name;
+    uint functionCode;
+    bool second; // on the second canvas
+};
+
+constexpr Box kBoxes[] = {
+    {"checkBox_pitch", "俯仰", 3, false},
+    {"checkBox_pitchTarget", "目标俯仰", 5, false},
+    {"checkBox_pitchDiff", "俯仰差值", 81, true},
+    {"checkBox_roll", "横滚", 3, false},
+    {"checkBox_rollTarget", "目标横滚", 5, false},
+    {"checkBox_rollDiff", "横滚差值", 81, true},
+    {"checkBox_yaw", "航向", 3, false},
+    {"checkBox_yawTarget", "目标航向", 5, false},
+    {"checkBox_yawDiff", "航向差值", 81, true},
+    {"checkBox_height", "相对高度", 3, false},
+    {"checkBox_heightTarget", "目标高度", 5, false},
+    {"checkBox_heightDiff", "高度差值", 81, true},
+    {"checkBox_speed", "指示空速", 3, false},
+    {"checkBox_speedTarget", "目标速度", 5, false},
+    {"checkBox_speedDiff", "速度差值", 81, true},
+};
+
+struct Entry {
+    const char *text;
+    const char *icon;
+};
+
+constexpr Entry kCurveMenu[] = {
+    {"聚焦Y", ":/local.svg"},
+    {"聚焦", ":/aiming.svg"},
+    {"去除错误帧", ":/setting-config.svg"},
+    {"删除选定的点", ":/delete-two.svg"},
+    {"删除选定的曲线", ":/delete.svg"},
+    {"设置", ":/tool.svg"},
+    {"增加1个数据", ":/add-four.svg"},
+    {"增加10个数据", ":/add-three.svg"},
+    {"交换显示位置", ":/swap.svg"},
+};
+
+constexpr Entry kCurveMenu_2[] = {
+    {"聚焦Y", ":/local.svg"},           {"聚焦", ":/aiming.svg"}, {"删除选定的点", ":/delete-two.svg"},
+    {"删除选定的曲线", ":/delete.svg"}, {"设置", ":/tool.svg"},   {"去除错误帧", ":/setting-config.svg"},
+    {"交换显示位置", ":/swap.svg"},
+};
+
+constexpr Entry kAxisMenu[] = {{"修改字体大小", ":/tool.svg"}};
+
+constexpr Entry kCanvasMenu[] = {
+    {"自适应Y轴", ":/local.svg"},
+    {"自适应缩放", ":/aiming.svg"},
+    {"清空所有曲线", ":/clear.svg"},
+};
+
+const QString kNotRead = QStringLiteral("还未读取数据");
+
+QImage picture(const QIcon &icon)
+{
+    return icon.pixmap(32, 32).toImage().convertToFormat(QImage::Format_ARGB32);
+}
+
+template <std::size_t N>
+QStringList texts(const Entry (&entries)[N])
+{
+    QStringList result;
+    for (const Entry &entry : entries)
+        result.append(QString::fromUtf8(entry.text));
+    return result;
+}
+
+QStringList texts(const QMenu *menu)
+{
+    QStringList result;
+    for (const QAction *action : menu->actions())
+        result.append(action->text());
+    return result;
+}
+
+template <std::size_t N>
+bool samePictures(const QMenu *menu, const Entry (&entries)[N])
+{
+    const QList<QAction *> actions = menu->actions();
+    for (int i = 0; i < actions.size(); ++i) {
+        const QImage image = picture(actions[i]->icon());
+        if (image.isNull() || image != picture(QIcon(QString::fromLatin1(entries[i].icon))))
+            return false;
+    }
+    return actions.size() == int(N);
+}
+
+} // namespace
+
+class TestMainWindowCurves : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { m_fixture = std::make_unique<WindowFixture>(); }
+    void cleanup() { m_fixture.reset(); }
+
+    void boxesStandInTheirOrderWithTextAndProperties();
+    void boxesShowTheirChannelsOnTheCanvasOfTheirPosition_data();
+    void boxesShowTheirChannelsOnTheCanvasOfTheirPosition();
+    void boxUsedBeforeAReadStaysTickedWithAMessage();
+    void boxWithoutAChannelSaysSo();
+    void boxWithoutPropertiesIsLookedUpWithAnEmptyName();
+    void uncheckingTakesTheCurveOffWithoutTheTextOfDeleting();
+    void showGraphSlotShowsAndRemovesAsABoxDoes();
+    void showGraphSlotLooksAtNeitherPositionNorPen();
+    void showGraphSlotBeforeAReadAndForAnUnknownCurve();
+    void boxesFollowTheShownFlags();
+    void removingAllCurvesOfOneCanvasClearsTheBoxesOfBoth();
+    void removingAllCurvesLeavesChannelsWithoutABoxOnTheOtherCanvas();
+    void boxFollowsACurveThatWasDeletedOnTheCanvas();
+    void boxTakesAMovedCurveOffTheCanvasWhereItStands();
+    void timeAxesFollowEachOther();
+    void valueAxesAreIndependent();
+    void draggingTheTimeRangeMovesTheOtherCanvas_data();
+    void draggingTheTimeRangeMovesTheOtherCanvas();
+    void wheelMovesTheOtherCanvasUnlessTheValueAxisIsSelected_data();
+    void wheelMovesTheOtherCanvasUnlessTheValueAxisIsSelected();
+    void slotWithoutArgumentCopiesTheFirstTimeRange();
+    void doubleClickOnALegendEntryRenamesTheCurve_data();
+    void doubleClickOnALegendEntryRenamesTheCurve();
+    void doubleClickBesideTheLegendEntriesAsksNothing();
+    void doubleClickOnAnAxisLabelRenamesTheAxis();
+    void doubleClickOnAnotherPartOfAnAxisAsksNothing();
+    void doubleClickOnATitleRenamesIt();
+    void cancelledEditsStoreNothing();
+    void editReplotsTheFirstCanvasAlone();
+    void renamedCurveIsShownASecondTimeWhenItsBoxIsUnticked();
+    void menuOfASelectedCurve_data();
+    void menuOfASelectedCurve();
+    void menuOfASelectedAxis_data();
+    void menuOfASelectedAxis();
+    void menuOfAnEmptyCanvas_data();
+    void menuOfAnEmptyCanvas();
+    void selectedCurveComesBeforeASelectedAxis();
+    void menuComesFromTheStateOfItsOwnCanvas();
+    void menuPopsUpAtTheMouseAndIsDeletedOnClose();
+    void entryHasItsEffect_data();
+    void entryHasItsEffect();
+    void penReachesTheSelectedCurveOfEachCanvas();
+    void fontReachesTheCanvasesWithASelectedAxis();
+    void swapMovesTheCurveToTheOtherCanvasAndBack();
+    void clickedPointIsToldInTheStatusBar();
+    void legendIsMovedOnlyWhereThereIsAnInset();
+
+private:
+    MainWindow &window() { return m_fixture->window(); }
+    QCustomPlot *canvas(bool second = false) const { return second ? m_fixture->canvas_2() : m_fixture->canvas(); }
+    MyCustomPlot *controller(bool second) { return second ? window().myPlot_2() : window().myPlot(); }
+
+    /** Shows a channel through its check box, by a click. */
+    QCPGraph *show(const char *objectName, const char *name)
+    {
+        QTest::mouseClick(m_fixture->box(objectName), Qt::LeftButton, {}, QPoint(5, 8));
+        for (QCustomPlot *each : {canvas(), canvas(true)}) {
+            if (QCPGraph *found = WindowFixture::curve(each, name))
+                return found;
+        }
+        qFatal("%s is not shown", name);
+    }
+
+    /** Opens the menu of a canvas as the right button does. */
+    QMenu *openMenu(bool second, QPoint at = QPoint(40, 40))
+    {
+        QContextMenuEvent event(QContextMenuEvent::Mouse, at, canvas(second)->mapToGlobal(at));
+        QCoreApplication::sendEvent(canvas(second), &event);
+        return qobject_cast<QMenu *>(QApplication::activePopupWidget());
+    }
+
+    void doubleClick(QCustomPlot *on, QPointF at) { QTest::mouseDClick(on, Qt::LeftButton, {}, at.toPoint()); }
+
+    QPointF legendEntry(QCustomPlot *on, int index) { return on->legend->item(index)->rect().center(); }
+
+    std::unique_ptr<WindowFixture> m_fixture;
+};
+
+namespace
+{
+
+/** Answers an input dialog; a null text cancels it. */
+ModalAnswer::Answer typed(const QString &text, QStringList *seen = nullptr)
+{
+    return [text, seen](QDialog *modal) {
+        auto *dialog = qobject_cast<QInputDialog *>(modal);
+        QVERIFY(dialog);
+        QCOMPARE(dialog->textEchoMode(), QLineEdit::Normal);
+        if (seen) {
+            QVERIFY(qobject_cast<MainWindow *>(dialog->parentWidget()));
+            *seen = QStringList{dialog->windowTitle(), dialog->labelText(), dialog->textValue()};
+        }
+        if (text.isNull()) {
+            dialog->reject();
+            return;
+        }
+        dialog->setTextValue(text);
+        dialog->accept();
+    };
+}
+
+void twoCanvases()
+{
+    QTest::addColumn<bool>("second");
+    QTest::newRow("first canvas") << false;
+    QTest::newRow("second canvas") << true;
+}
+
+} // namespace
+
+void TestMainWindowCurves::boxesStandInTheirOrderWithTextAndProperties()
+{
+    const QList<QCheckBox *> boxes = window().checkBoxes();
+    QCOMPARE(boxes.size(), int(std::size(kBoxes)));
+    int bottom = -1;
+    for (int i = 0; i < boxes.size(); ++i) {
+        QCOMPARE(boxes[i]->objectName(), QString::fromLatin1(kBoxes[i].objectName));
+        QCOMPARE(boxes[i]->text(), QString::fromUtf8(kBoxes[i].name));
+        QCOMPARE(boxes[i]->property("graphName"), QVariant(QString::fromUtf8(kBoxes[i].name)));
+        QCOMPARE(boxes[i]->property("functionCode"), QVariant(kBoxes[i].functionCode));
+        QVERIFY(!boxes[i]->isChecked());
+        QVERIFY(boxes[i]->y() > bottom);
+        bottom = boxes[i]->geometry().bottom();
+        QCOMPARE(boxes[i]->parentWidget()->objectName(), QStringLiteral("widget_checkbox"));
+    }
+}
+
+void TestMainWindowCurves::boxesShowTheirChannelsOnTheCanvasOfTheirPosition_data()
+{
+    QTest::addColumn<int>("index");
+    for (int i = 0; i < int(std::size(kBoxes)); ++i)
+        QTest::newRow(kBoxes[i].objectName) << i;
+}
+
+void TestMainWindowCurves::boxesShowTheirChannelsOnTheCanvasOfTheirPosition()
+{
+    QFETCH(int, index);
+    const Box &expected = kBoxes[index];
+    const QString name = QString::fromUtf8(expected.name);
+    m_fixture->pretendRead();
+    QCheckBox *const box = m_fixture->box(expected.objectName);
+    QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(5, box->height() / 2));
+    QVERIFY(box->isChecked());
+    QCOMPARE(WindowFixture::curves(canvas(expected.second)), QStringList({name}));
+    QCOMPARE(WindowFixture::curves(canvas(!expected.second)), QStringList({QString()}));
+    QCOMPARE(canvas(expected.second)->graph(0)->dataCount(), 4);
+    QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(5, box->height() / 2));
+    QCOMPARE(WindowFixture::curves(canvas(expected.second)), QStringList({QString()}));
+    QVERIFY(!findGraph(name)->shown());
+}
+
+void TestMainWindowCurves::boxUsedBeforeAReadStaysTickedWithAMessage()
+{
+    const LogFile log;
+    QCheckBox *const box = m_fixture->box("checkBox_yaw");
+    box->click();
+    QVERIFY(box->isChecked());
+    QCOMPARE(m_fixture->status(), kNotRead);
+    QCOMPARE(log.leveledMessages(), QStringList({"warning: show 航向 ,but has not read data"}));
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList({QString()}));
+    QVERIFY(!findGraph(QStringLiteral("航向"))->shown());
+    QTRY_COMPARE_WITH_TIMEOUT(m_fixture->status(), QString(), 25000);
+}
+
+void TestMainWindowCurves::boxWithoutAChannelSaysSo()
+{
+    m_fixture->pretendRead();
+    QCheckBox *const box = m_fixture->box("checkBox_yaw");
+    box->setProperty("graphName", QStringLiteral("某"));
+    box->click();
+    QCOMPARE(m_fixture->status(), QStringLiteral("某曲线未找到"));
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList({QString()}));
+    QTRY_COMPARE_WITH_TIMEOUT(m_fixture->status(), QString(), 25000);
+}
+
+void TestMainWindowCurves::boxWithoutPropertiesIsLookedUpWithAnEmptyName()
+{
+    m_fixture->pretendRead();
+    QCheckBox *const box = m_fixture->box("checkBox_yaw");
+    box->setProperty("graphName", QVariant());
+    box->setProperty("functionCode", QVariant());
+    const DebugOutput output;
+    box->click();
+    QCOMPARE(m_fixture->status(), QStringLiteral("曲线未找到"));
+    QVERIFY(!output.texts().filter(QStringLiteral("功能码错误")).isEmpty());
+}
+
+void TestMainWindowCurves::uncheckingTakesTheCurveOffWithoutTheTextOfDeleting()
+{
+    m_fixture->pretendRead();
+    show("checkBox_pitch", "俯仰");
+    show("checkBox_roll", "横滚");
+    QCOMPARE(m_fixture->status(), QStringLiteral("显示曲线：横滚"));
+    const LogFile log;
+    m_fixture->box("checkBox_pitch")->click();
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList({"横滚"}));
+    QCOMPARE(m_fixture->status(), QStringLiteral("显示曲线：横滚"));
+    QCOMPARE(log.messages(), QStringList({"delete graph 俯仰"}));
+}
+
+void TestMainWindowCurves::showGraphSlotShowsAndRemovesAsABoxDoes()
+{
+    m_fixture->pretendRead();
+    window().showGraphSlot(QStringLiteral("俯仰差值"), true, 0x51);
+    QCOMPARE(WindowFixture::curves(canvas(true)), QStringList({"俯仰差值"}));
+    QVERIFY(m_fixture->box("checkBox_pitchDiff")->isChecked());
+    window().showGraphSlot(QStringLiteral("俯仰差值"), false, 0x51);
+    QCOMPARE(WindowFixture::curves(canvas(true)), QStringList({QString()}));
+    QVERIFY(!m_fixture->box("checkBox_pitchDiff")->isChecked());
+}
+
+void TestMainWindowCurves::showGraphSlotLooksAtNeitherPositionNorPen()
+{
+    m_fixture->pretendRead();
+    window().showGraphSlot(QStringLiteral("俯仰"), true, 0x03, 1, 7);
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList({"俯仰"}));
+    QCOMPARE(WindowFixture::curves(canvas(true)), QStringList({QString()}));
+    QCOMPARE(canvas()->graph(0)->pen().color(), findGraph(QStringLiteral("俯仰"))->color());
+}
+
+void TestMainWindowCurves::showGraphSlotBeforeAReadAndForAnUnknownCurve()
+{
+    const LogFile log;
+    window().showGraphSlot(QStringLiteral("俯仰"), true, 0x03);
+    QCOMPARE(m_fixture->status(), kNotRead);
+    QCOMPARE(log.leveledMessages(), QStringList({"warning: show 俯仰 ,but has not read data"}));
+    m_fixture->pretendRead();
+    // The right name under another code is another channel's place.
+    window().showGraphSlot(QStringLiteral("俯仰"), true, 0x05);
+    QCOMPARE(m_fixture->status(), QStringLiteral("俯仰曲线未找到"));
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList({QString()}));
+}
+
+void TestMainWindowCurves::boxesFollowTheShownFlags()
+{
+    m_fixture->pretendRead();
+    window().myPlot()->myAddGraph(findGraph(QStringLiteral("航向")));
+    QVERIFY(m_fixture->box("checkBox_yaw")->isChecked());
+    // A flag without a curve: the box is ticked, and its signal shows the curve.
+    findGraph(QStringLiteral("目标速度"))->setShown(true);
+    window().checkBoxSlot();
+    QVERIFY(m_fixture->box("checkBox_speedTarget")->isChecked());
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList({"航向", "目标速度"}));
+}
+
+void TestMainWindowCurves::removingAllCurvesOfOneCanvasClearsTheBoxesOfBoth()
+{
+    m_fixture->pretendRead();
+    for (const char *name : {"checkBox_pitch", "checkBox_pitchTarget", "checkBox_pitchDiff", "checkBox_rollDiff"})
+        m_fixture->box(name)->click();
+    QCOMPARE(canvas()->graphCount(), 2);
+    QCOMPARE(canvas(true)->graphCount(), 2);
+    window().myPlot_2()->removeAllGraphsSlot();
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList({QString()}));
+    QCOMPARE(WindowFixture::curves(canvas(true)), QStringList({QString()}));
+    for (const QCheckBox *box : window().checkBoxes())
+        QVERIFY(!box->isChecked());
+}
+
+void TestMainWindowCurves::removingAllCurvesLeavesChannelsWithoutABoxOnTheOtherCanvas()
+{
+    m_fixture->pretendRead();
+    setSamples("GPS星数", {5.0, 6.0});
+    window().showGraphSlot(QStringLiteral("GPS星数"), true, 0x03);
+    m_fixture->box("checkBox_pitchDiff")->click();
+    window().myPlot_2()->removeAllGraphsSlot();
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList({"GPS星数"}));
+    QVERIFY(!findGraph(QStringLiteral("GPS星数"))->shown());
+}
+
+void TestMainWindowCurves::boxFollowsACurveThatWasDeletedOnTheCanvas()
+{
+    m_fixture->pretendRead();
+    show("checkBox_pitch", "俯仰");
+    WindowFixture::select(show("checkBox_roll", "横滚"));
+    window().myPlot()->removeSelectedGraphSlot();
+    QVERIFY(!m_fixture->box("checkBox_roll")->isChecked());
+    QVERIFY(m_fixture->box("checkBox_pitch")->isChecked());
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList({"俯仰"}));
+}
+
+void TestMainWindowCurves::boxTakesAMovedCurveOffTheCanvasWhereItStands()
+{
+    m_fixture->pretendRead();
+    WindowFixture::select(show("checkBox_roll", "横滚"));
+    window().myPlot()->onSwapPosSlot();
+    QCOMPARE(WindowFixture::curves(canvas(true)), QStringList({"横滚"}));
+    QVERIFY(m_fixture->box("checkBox_roll")->isChecked());
+    m_fixture->box("checkBox_roll")->click();
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList({QString()}));
+    QCOMPARE(WindowFixture::curves(canvas(true)), QStringList({QString()}));
+    // And it comes back where it was moved to.
+    m_fixture->box("checkBox_roll")->click();
+    QCOMPARE(WindowFixture::curves(canvas(true)), QStringList({"横滚"}));
+}
+
+void TestMainWindowCurves::timeAxesFollowEachOther()
+{
+    QSignalSpy first(canvas(), &QCustomPlot::afterReplot);
+    QSignalSpy second(canvas(true), &QCustomPlot::afterReplot);
+    canvas()->xAxis->setRange(100, 200);
+    QCOMPARE(canvas(true)->xAxis->range(), QCPRange(100, 200));
+    QVERIFY(second.count() >= 1);
+    first.clear();
+    canvas(true)->xAxis->setRange(-5, 5);
+    QCOMPARE(canvas()->xAxis->range(), QCPRange(-5, 5));
+    QVERIFY(first.count() >= 1);
+    // The echo ends: setting the same again sets nothing off.
+    first.clear();
+    second.clear();
+    canvas()->xAxis->setRange(-5, 5);
+    QCOMPARE(first.count() + second.count(), 0);
+}
+
+void TestMainWindowCurves::valueAxesAreIndependent()
+{
+    const QCPRange before = canvas(true)->yAxis->range();
+    canvas()->yAxis->setRange(-77, 88);
+    QCOMPARE(canvas(true)->yAxis->range(), before);
+    canvas(true)->yAxis->setRange(3, 4);
+    QCOMPARE(canvas()->yAxis->range(), QCPRange(-77, 88));
+}
+
+void TestMainWindowCurves::draggingTheTimeRangeMovesTheOtherCanvas_data()
+{
+    twoCanvases();
+}
+
+void TestMainWindowCurves::draggingTheTimeRangeMovesTheOtherCanvas()
+{
+    QFETCH(bool, second);
+    QCustomPlot *const dragged = canvas(second);
+    dragged->replot();
+    const QCPRange before = dragged->xAxis->range();
+    const QPoint from = dragged->axisRect()->rect().center();
+    const QPoint to = from - QPoint(60, 0);
+    QTest::mousePress(dragged, Qt::LeftButton, {}, from);
+    QMouseEvent move(QEvent::MouseMove, to, dragged->mapToGlobal(to), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(dragged, &move);
+    QTest::mouseRelease(dragged, Qt::LeftButton, {}, to);
+    QVERIFY(dragged->xAxis->range().lower > before.lower);
+    QCOMPARE(canvas(!second)->xAxis->range(), dragged->xAxis->range());
+}
+
+void TestMainWindowCurves::wheelMovesTheOtherCanvasUnlessTheValueAxisIsSelected_data()
+{
+    twoCanvases();
+}
+
+void TestMainWindowCurves::wheelMovesTheOtherCanvasUnlessTheValueAxisIsSelected()
+{
+    QFETCH(bool, second);
+    QCustomPlot *const turned = canvas(second);
+    turned->replot();
+    const QPoint at = turned->axisRect()->rect().center();
+    const auto turn = [&] {
+        QWheelEvent wheel(at, turned->mapToGlobal(at), QPoint(), QPoint(0, 120), Qt::NoButton, Qt::NoModifier,
+                          Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(turned, &wheel);
+    };
+    const QCPRange before = turned->xAxis->range();
+    turn();
+    const QCPRange zoomed = turned->xAxis->range();
+    QVERIFY(zoomed.size() < before.size());
+    QCOMPARE(canvas(!second)->xAxis->range(), zoomed);
+
+    turned->yAxis->setSelectedParts(QCPAxis::spAxis);
+    turn();
+    QCOMPARE(turned->xAxis->range(), zoomed);
+    QCOMPARE(canvas(!second)->xAxis->range(), zoomed);
+}
+
+void TestMainWindowCurves::slotWithoutArgumentCopiesTheFirstTimeRange()
+{
+    {
+        const QSignalBlocker blocker(canvas()->xAxis);
+        canvas()->xAxis->setRange(11, 12);
+    }
+    QVERIFY(canvas(true)->xAxis->range() != QCPRange(11, 12));
+    const QSignalSpy replots(canvas(true), &QCustomPlot::afterReplot);
+    QVERIFY(QMetaObject::invokeMethod(&window(), "followRescaleXAxisSlot"));
+    QCOMPARE(canvas(true)->xAxis->range(), QCPRange(11, 12));
+    QVERIFY(replots.count() >= 1);
+}
+
+void TestMainWindowCurves::doubleClickOnALegendEntryRenamesTheCurve_data()
+{
+    twoCanvases();
+}
+
+void TestMainWindowCurves::doubleClickOnALegendEntryRenamesTheCurve()
+{
+    QFETCH(bool, second);
+    m_fixture->pretendRead();
+    m_fixture->box(second ? "checkBox_rollDiff" : "checkBox_roll")->click();
+    const QString before = WindowFixture::curves(canvas(second)).constFirst();
+    canvas(second)->replot();
+    ModalAnswer answer;
+    QStringList seen;
+    answer.next(typed(QStringLiteral("新名"), &seen));
+    doubleClick(canvas(second), legendEntry(canvas(second), 0));
+    QVERIFY(answer.allAnswered());
+    QCOMPARE(seen, QStringList({"修改标签", "New graph name:", before}));
+    QCOMPARE(WindowFixture::curves(canvas(second)), QStringList({"新名"}));
+    // The channel keeps its own, and the box its tick.
+    QVERIFY(findGraph(before));
+    QVERIFY(m_fixture->box(second ? "checkBox_rollDiff" : "checkBox_roll")->isChecked());
+}
+
+void TestMainWindowCurves::doubleClickBesideTheLegendEntriesAsksNothing()
+{
+    m_fixture->pretendRead();
+    show("checkBox_roll", "横滚");
+    ModalAnswer answer;
+    emit canvas()->legendDoubleClick(canvas()->legend, nullptr, nullptr);
+    QVERIFY(answer.allAnswered());
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList({"横滚"}));
+}
+
+void TestMainWindowCurves::doubleClickOnAnAxisLabelRenamesTheAxis()
+{
+    // A label takes clicks only where it has a text.
+    QCPAxis *const axis = canvas()->xAxis;
+    axis->setLabel(QStringLiteral("time"));
+    canvas()->replot();
+    QPointF at;
+    for (int y = canvas()->axisRect()->rect().bottom(); at.isNull() && y < canvas()->height(); ++y) {
+        const QPointF point(canvas()->axisRect()->rect().center().x(), y);
+        if (axis->getPartAt(point) == QCPAxis::spAxisLabel)
+            at = point;
+    }
+    QVERIFY(!at.isNull());
+    ModalAnswer answer;
+    QStringList seen;
+    answer.next(typed(QStringLiteral("时间"), &seen));
+    doubleClick(canvas(), at);
+    QVERIFY(answer.allAnswered());
+    QCOMPARE(seen, QStringList({"修改坐标轴名称", "New axis label:", "time"}));
+    QCOMPARE(axis->label(), QStringLiteral("时间"));
+
+    // The second canvas is connected as well.
+    answer.next(typed(QStringLiteral("值")));
+    emit canvas(true)->axisDoubleClick(canvas(true)->yAxis, QCPAxis::spAxisLabel, nullptr);
+    QVERIFY(answer.allAnswered());
+    QCOMPARE(canvas(true)->yAxis->label(), QStringLiteral("值"));
+}
+
+void TestMainWindowCurves::doubleClickOnAnotherPartOfAnAxisAsksNothing()
+{
+    ModalAnswer answer;
+    for (const QCPAxis::SelectablePart part : {QCPAxis::spNone, QCPAxis::spAxis, QCPAxis::spTickLabels})
+        emit canvas()->axisDoubleClick(canvas()->xAxis, part, nullptr);
+    QVERIFY(answer.allAnswered());
+    QCOMPARE(canvas()->xAxis->label(), QString());
+}
+
+void TestMainWindowCurves::doubleClickOnATitleRenamesIt()
+{
+    QCPTextElement title(canvas(), QStringLiteral("flight"));
+    QVERIFY(connect(&title, SIGNAL(doubleClicked(QMouseEvent *)), &window(), SLOT(titleDoubleClick(QMouseEvent *))));
+    ModalAnswer answer;
+    QStringList seen;
+    answer.next(typed(QStringLiteral("航程"), &seen));
+    emit title.doubleClicked(nullptr);
+    QVERIFY(answer.allAnswered());
+    QCOMPARE(seen, QStringList({"修改标题", "New plot title:", "flight"}));
+    QCOMPARE(title.text(), QStringLiteral("航程"));
+    // Nobody sends it: no element, no question.
+    QVERIFY(QMetaObject::invokeMethod(&window(), "titleDoubleClick", Q_ARG(QMouseEvent *, nullptr)));
+    QVERIFY(answer.allAnswered());
+}
+
+void TestMainWindowCurves::cancelledEditsStoreNothing()
+{
+    m_fixture->pretendRead();
+    show("checkBox_roll", "横滚");
+    canvas()->xAxis->setLabel(QStringLiteral("time"));
+    QCPTextElement title(canvas(), QStringLiteral("flight"));
+    connect(&title, SIGNAL(doubleClicked(QMouseEvent *)), &window(), SLOT(titleDoubleClick(QMouseEvent *)));
+    canvas()->replot();
+    const QSignalSpy replots(canvas(), &QCustomPlot::afterReplot);
+    ModalAnswer answer;
+    for (int i = 0; i < 3; ++i)
+        answer.next(typed(QString()));
+    emit canvas()->legendDoubleClick(canvas()->legend, canvas()->legend->item(0), nullptr);
+    emit canvas()->axisDoubleClick(canvas()->xAxis, QCPAxis::spAxisLabel, nullptr);
+    emit title.doubleClicked(nullptr);
+    QVERIFY(answer.allAnswered());
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList({"横滚"}));
+    QCOMPARE(canvas()->xAxis->label(), QStringLiteral("time"));
+    QCOMPARE(title.text(), QStringLiteral("flight"));
+    QCOMPARE(replots.count(), 0);
+}
+
+void TestMainWindowCurves::editReplotsTheFirstCanvasAlone()
+{
+    m_fixture->pretendRead();
+    show("checkBox_rollDiff", "横滚差值");
+    const QSignalSpy first(canvas(), &QCustomPlot::afterReplot);
+    const QSignalSpy second(canvas(true), &QCustomPlot::afterReplot);
+    ModalAnswer answer;
+    answer.next(typed(QStringLiteral("x")));
+    answer.next(typed(QStringLiteral("y")));
+    emit canvas(true)->legendDoubleClick(canvas(true)->legend, canvas(true)->legend->item(0), nullptr);
+    QCOMPARE(first.count(), 1);
+    emit canvas(true)->axisDoubleClick(canvas(true)->yAxis, QCPAxis::spAxisLabel, nullptr);
+    QCOMPARE(first.count(), 2);
+    QCOMPARE(second.count(), 0);
+    QVERIFY(answer.allAnswered());
+}
+
+void TestMainWindowCurves::renamedCurveIsShownASecondTimeWhenItsBoxIsUnticked()
+{
+    m_fixture->pretendRead();
+    QCPGraph *const curve = show("checkBox_roll", "横滚");
+    curve->setName(QStringLiteral("renamed"));
+    QCheckBox *const box = m_fixture->box("checkBox_roll");
+    box->click();
+    QVERIFY(box->isChecked());
+    QVERIFY(findGraph(QStringLiteral("横滚"))->shown());
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList({"renamed", "横滚"}));
+}
+
+void TestMainWindowCurves::menuOfASelectedCurve_data()
+{
+    twoCanvases();
+}
+
+void TestMainWindowCurves::menuOfASelectedCurve()
+{
+    QFETCH(bool, second);
+    m_fixture->pretendRead();
+    WindowFixture::select(second ? show("checkBox_rollDiff", "横滚差值") : show("checkBox_roll", "横滚"));
+    const QMenu *menu = openMenu(second);
+    QVERIFY(menu);
+    QCOMPARE(texts(menu), second ? texts(kCurveMenu_2) : texts(kCurveMenu));
+    QVERIFY(second ? samePictures(menu, kCurveMenu_2) : samePictures(menu, kCurveMenu));
+}
+
+void TestMainWindowCurves::menuOfASelectedAxis_data()
+{
+    twoCanvases();
+}
+
+void TestMainWindowCurves::menuOfASelectedAxis()
+{
+    QFETCH(bool, second);
+    canvas(second)->yAxis->setSelectedParts(QCPAxis::spAxis);
+    const QMenu *menu = openMenu(second);
+    QVERIFY(menu);
+    QCOMPARE(texts(menu), texts(kAxisMenu));
+    QVERIFY(samePictures(menu, kAxisMenu));
+}
+
+void TestMainWindowCurves::menuOfAnEmptyCanvas_data()
+{
+    twoCanvases();
+}
+
+void TestMainWindowCurves::menuOfAnEmptyCanvas()
+{
+    QFETCH(bool, second);
+    QCOMPARE(WindowFixture::curves(canvas(second)), QStringList({QString()})); // the placeholder alone
+    const QMenu *menu = openMenu(second);
+    QVERIFY(menu);
+    QCOMPARE(texts(menu), texts(kCanvasMenu));
+    QVERIFY(samePictures(menu, kCanvasMenu));
+}
+
+void TestMainWindowCurves::selectedCurveComesBeforeASelectedAxis()
+{
+    m_fixture->pretendRead();
+    WindowFixture::select(show("checkBox_roll", "横滚"));
+    canvas()->xAxis->setSelectedParts(QCPAxis::spAxis);
+    QCOMPARE(texts(openMenu(false)), texts(kCurveMenu));
+}
+
+void TestMainWindowCurves::menuComesFromTheStateOfItsOwnCanvas()
+{
+    m_fixture->pretendRead();
+    WindowFixture::select(show("checkBox_roll", "横滚"));
+    QMenu *menu = openMenu(true);
+    QCOMPARE(texts(menu), texts(kCanvasMenu));
+    menu->close();
+    canvas(true)->xAxis->setSelectedParts(QCPAxis::spAxis);
+    canvas()->deselectAll();
+    QCOMPARE(texts(openMenu(false)), texts(kCanvasMenu));
+}
+
+void TestMainWindowCurves::menuPopsUpAtTheMouseAndIsDeletedOnClose()
+{
+    for (const bool second : {false, true}) {
+        const QPoint at(30, 20);
+        const QPointer<QMenu> menu = openMenu(second, at);
+        QVERIFY(menu);
+        QVERIFY(menu->isVisible());
+        QCOMPARE(menu->parentWidget(), &window());
+        QCOMPARE(menu->pos(), canvas(second)->mapToGlobal(at));
+        menu->close();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QTRY_VERIFY(menu.isNull());
+    }
+    // Nothing is left of them but the menus of the menu bar.
+    for (const QMenu *menu : window().findChildren<QMenu *>(QString(), Qt::FindDirectChildrenOnly))
+        QVERIFY2(!menu->testAttribute(Qt::WA_DeleteOnClose), qPrintable(menu->title()));
+}
+
+void TestMainWindowCurves::entryHasItsEffect_data()
+{
+    QTest::addColumn<bool>("second");
+    QTest::addColumn<QString>("entry");
+    for (const bool second : {false, true}) {
+        const QStringList entries
+            = (second ? texts(kCurveMenu_2) : texts(kCurveMenu)) + texts(kAxisMenu) + texts(kCanvasMenu);
+        for (const QString &entry : entries)
+            QTest::addRow("%s %s", second ? "second" : "first", qPrintable(entry)) << second << entry;
+    }
+}
+
+void TestMainWindowCurves::entryHasItsEffect()
+{
+    QFETCH(bool, second);
+    QFETCH(QString, entry);
+    m_fixture->pretendRead();
+    // Two curves on the canvas; the selected one is not the last, so that "selected" and "all" differ.
+    const char *const name = second ? "横滚差值" : "横滚";
+    setSamples(name, {1.0, 2.0, 40.0, 3.0, 2.0});
+    setSamples(second ? "航向差值" : "航向", {5.0, 6.0, 7.0, 8.0, 9.0});
+    QCPGraph *const curve = show(second ? "checkBox_rollDiff" : "checkBox_roll", name);
+    show(second ? "checkBox_yawDiff" : "checkBox_yaw", second ? "航向差值" : "航向");
+    MyGraph *const channel = findGraph(QString::fromUtf8(name));
+    QCPAxis *const x = canvas(second)->xAxis;
+    QCPAxis *const y = canvas(second)->yAxis;
+    const double start = double(startDateTime.toSecsSinceEpoch());
+    const QCPRange time(start, start + 0.8); // five samples, 200 ms apart
+    const QCPRange farTime(start - 1000, start - 900);
+    const QCPRange farValue(500, 600);
+    x->setRange(farTime);
+    y->setRange(farValue);
+    const bool onCanvas = texts(kCanvasMenu).contains(entry);
+    if (entry == QStringLiteral("修改字体大小"))
+        y->setSelectedParts(QCPAxis::spAxis);
+    else if (!onCanvas)
+        WindowFixture::select(curve);
+
+    ModalAnswer answer;
+    QString dialog;
+    if (entry == QStringLiteral("设置") || entry == QStringLiteral("修改字体大小"))
+        answer.next([&](QDialog *modal) { dialog = QString::fromLatin1(modal->metaObject()->className()); });
+    QCPItemTracer *const tracer = controller(second)->tracer();
+    tracer->setGraph(curve);
+    tracer->setGraphKey(start + 0.2);
+    tracer->updatePosition();
+
+    const QPointer<QMenu> menu = openMenu(second);
+    QVERIFY(menu);
+    const QList<QAction *> actions = menu->actions();
+    const auto found
+        = std::find_if(actions.begin(), actions.end(), [&](const QAction *action) { return action->text() == entry; });
+    QVERIFY(found != actions.end());
+    (*found)->trigger();
+    if (menu) // a dialog of the entry has closed and deleted it
+        menu->close();
+    QVERIFY(answer.allAnswered());
+
+    const QStringList bothCurves = WindowFixture::curves(canvas(second));
+    if (entry == QStringLiteral("聚焦Y")) {
+        QCOMPARE(y->range(), QCPRange(1, 40));
+        QCOMPARE(x->range(), farTime);
+    } else if (entry == QStringLiteral("聚焦")) {
+        QCOMPARE(y->range(), QCPRange(1, 40));
+        QCOMPARE(x->range(), time);
+    } else if (entry == QStringLiteral("自适应Y轴")) {
+        QCOMPARE(y->range(), QCPRange(5, 9)); // of the last curve
+        QCOMPARE(x->range(), farTime);
+    } else if (entry == QStringLiteral("自适应缩放")) {
+        QCOMPARE(y->range(), QCPRange(5, 9));
+        QCOMPARE(x->range(), time);
+    } else if (entry == QStringLiteral("清空所有曲线")) {
+        QCOMPARE(bothCurves, QStringList({QString()}));
+    } else if (entry == QStringLiteral("去除错误帧")) {
+        QCOMPARE(channel->yvalue(), QVector<double>({1, 2, 2, 3, 2})); // 40 is over ten times both its neighbours
+    } else if (entry == QStringLiteral("删除选定的点")) {
+        QCOMPARE(curve->dataCount(), 4);
+        QCOMPARE(channel->yvalue().size(), 5);
+    } else if (entry == QStringLiteral("删除选定的曲线")) {
+        QCOMPARE(bothCurves.size(), 1);
+        QVERIFY(!bothCurves.contains(QString::fromUtf8(name)));
+    } else if (entry == QStringLiteral("增加1个数据")) {
+        QCOMPARE(channel->yvalue(), QVector<double>({1, 1, 2, 40, 3, 2}));
+    } else if (entry == QStringLiteral("增加10个数据")) {
+        QCOMPARE(channel->yvalue().size(), 15);
+        QCOMPARE(channel->yvalue().count(1.0), 11);
+    } else if (entry == QStringLiteral("交换显示位置")) {
+        QVERIFY(!bothCurves.contains(QString::fromUtf8(name)));
+        QCOMPARE(WindowFixture::curves(canvas(!second)), QStringList({QString::fromUtf8(name)}));
+    } else if (entry == QStringLiteral("设置")) {
+        QCOMPARE(dialog, QStringLiteral("SettingDialog"));
+    } else {
+        QCOMPARE(entry, QStringLiteral("修改字体大小"));
+        QCOMPARE(dialog, QStringLiteral("SettingDialog_2"));
+    }
+}
+
+void TestMainWindowCurves::penReachesTheSelectedCurveOfEachCanvas()
+{
+    m_fixture->pretendRead();
+    QCPGraph *const first = show("checkBox_roll", "横滚");
+    QCPGraph *const other = show("checkBox_yaw", "航向");
+    QCPGraph *const second = show("checkBox_rollDiff", "横滚差值");
+    const QPen before = other->pen();
+    WindowFixture::select(first);
+    WindowFixture::select(second);
+    defaultColor = QColor(1, 2, 3);
+    ModalAnswer answer;
+    QPointer<QDialog> seen;
+    answer.next([&](QDialog *modal) {
+        seen = modal;
+        QCOMPARE(modal->parentWidget(), &window());
+        modal->findChild<QSpinBox *>()->setValue(5);
+        modal->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click();
+    });
+    QVERIFY(QMetaObject::invokeMethod(&window(), "settingSlot"));
+    QVERIFY(answer.allAnswered());
+    QVERIFY(seen.isNull());
+    for (const QCPGraph *each : {first, second}) {
+        QCOMPARE(each->pen().width(), 5);
+        QCOMPARE(each->pen().color(), QColor(1, 2, 3));
+    }
+    QCOMPARE(other->pen(), before);
+}
+
+void TestMainWindowCurves::fontReachesTheCanvasesWithASelectedAxis()
+{
+    canvas(true)->yAxis->setSelectedParts(QCPAxis::spAxis);
+    ModalAnswer answer;
+    QPointer<QDialog> seen;
+    answer.next([&](QDialog *modal) {
+        seen = modal;
+        modal->findChild<QSpinBox *>()->setValue(13);
+        modal->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click();
+    });
+    QVERIFY(QMetaObject::invokeMethod(&window(), "settingSlot_2"));
+    QVERIFY(answer.allAnswered());
+    QVERIFY(seen.isNull());
+    QCOMPARE(canvas(true)->xAxis->tickLabelFont().pointSize(), 13);
+    QCOMPARE(canvas(true)->yAxis->tickLabelFont().pointSize(), 13);
+    QCOMPARE(canvas()->xAxis->tickLabelFont().pointSize(), 8);
+
+    canvas()->xAxis->setSelectedParts(QCPAxis::spAxis);
+    answer.next([&](QDialog *modal) {
+        modal->findChild<QSpinBox *>()->setValue(14);
+        modal->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click();
+    });
+    QVERIFY(QMetaObject::invokeMethod(&window(), "settingSlot_2"));
+    for (const bool second : {false, true})
+        QCOMPARE(canvas(second)->xAxis->tickLabelFont().pointSize(), 14);
+}
+
+void TestMainWindowCurves::swapMovesTheCurveToTheOtherCanvasAndBack()
+{
+    m_fixture->pretendRead();
+    QCPGraph *curve = show("checkBox_roll", "横滚");
+    const QColor colour = curve->pen().color();
+    WindowFixture::select(curve);
+    window().myPlot()->onSwapPosSlot();
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList({QString()}));
+    QCOMPARE(WindowFixture::curves(canvas(true)), QStringList({"横滚"}));
+    QVERIFY(m_fixture->box("checkBox_roll")->isChecked());
+    curve = canvas(true)->graph(0);
+    QCOMPARE(curve->pen().color(), colour);
+    WindowFixture::select(curve);
+    window().myPlot_2()->onSwapPosSlot();
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList({"横滚"}));
+    QCOMPARE(WindowFixture::curves(canvas(true)), QStringList({QString()}));
+}
+
+void TestMainWindowCurves::clickedPointIsToldInTheStatusBar()
+{
+    m_fixture->pretendRead();
+    setSamples("横滚", {1.0, 1234567.25});
+    QCPAbstractPlottable *const curve = show("checkBox_roll", "横滚");
+    const QString expected = QStringLiteral("Clicked on graph '横滚' at data point #1 with value 1.23457e+06.");
+    // By the canvas, through its controller.
+    emit canvas()->plottableClick(curve, 1, nullptr);
+    QCOMPARE(m_fixture->status(), expected);
+    // By the window's own slot, to which nothing is connected.
+    window().statusBar()->clearMessage();
+    const auto call = [&](int index) {
+        return QMetaObject::invokeMethod(&window(), "graphClicked", Q_ARG(QCPAbstractPlottable *, curve),
+                                         Q_ARG(int, index));
+    };
+    QVERIFY(call(1));
+    QCOMPARE(m_fixture->status(), expected);
+    window().statusBar()->clearMessage();
+    QVERIFY(call(2));
+    QVERIFY(call(-1));
+    QCOMPARE(m_fixture->status(), QString());
+}
+
+void TestMainWindowCurves::legendIsMovedOnlyWhereThereIsAnInset()
+{
+    QAction action;
+    action.setData(int(Qt::AlignLeft | Qt::AlignBottom));
+    connect(&action, SIGNAL(triggered()), &window(), SLOT(moveLegend()));
+    // The legend stands below the axes and the inset is empty.
+    QCOMPARE(canvas()->axisRect()->insetLayout()->elementCount(), 0);
+    const QSignalSpy replots(canvas(), &QCustomPlot::afterReplot);
+    action.trigger();
+    QCOMPARE(replots.count(), 0);
+
+    auto *const element = new QCPTextElement(canvas(), QStringLiteral("x"));
+    canvas()->axisRect()->insetLayout()->addElement(element, Qt::AlignRight | Qt::AlignTop);
+    action.trigger();
+    QCOMPARE(canvas()->axisRect()->insetLayout()->insetAlignment(0), Qt::AlignLeft | Qt::AlignBottom);
+    QCOMPARE(replots.count(), 1);
+    action.setData(QStringLiteral("no number"));
+    action.trigger();
+    QVERIFY(QMetaObject::invokeMethod(&window(), "moveLegend"));
+    QCOMPARE(replots.count(), 1);
+}
+
+QTEST_MAIN(TestMainWindowCurves)
+#include "TestMainWindowCurves.moc"
