@@ -1,0 +1,155 @@
+#include "GlobalSettingDialog.h"
+
+#include "ChannelStore.h"
+#include "FrameTable.h"
+#include "SwitchButton.h"
+#include "ui_GlobalSettingDialog.h"
+
+#include <QCloseEvent>
+#include <QScreen>
+#include <QTabBar>
+#include <utility>
+
+namespace
+{
+
+// The tabs follow the order of the store's groups.
+static_assert(std::tuple_size_v<std::decay_t<decltype(channelGroups())>> == 9, "one channel tab for each group");
+
+/** What a window frame may take of the screen; it is not known before the window is up. */
+constexpr QSize kFrameReserve{16, 40};
+
+// The application's style sheet leaves no room for the slanted edges of a triangular tab.
+constexpr char kTabStyle[] = "QTabBar::tab { padding-left: 10px; padding-right: 10px; }";
+
+constexpr char kGraphName[] = "graphName";
+constexpr char kFunctionCode[] = "functionCode";
+
+} // namespace
+
+GlobalSettingDialog::GlobalSettingDialog(QWidget *parent)
+    : QDialog(parent)
+    , m_ui(std::make_unique<Ui::GlobalSettingDialog>())
+{
+    m_ui->setupUi(this);
+    setWindowTitle(tr("GraphSetting"));
+    setWindowIcon(QIcon(QStringLiteral(":/resources/setting.ico")));
+    m_ui->tabWidget->setAttribute(Qt::WA_StyledBackground);
+    m_ui->tabWidget->tabBar()->setStyleSheet(QLatin1String(kTabStyle));
+
+    findRows();
+    showGlobals();
+    bindRows();
+    showPeriods();
+}
+
+GlobalSettingDialog::~GlobalSettingDialog() = default;
+
+void GlobalSettingDialog::findRows()
+{
+    const std::array<QWidget *, kGroups> pages{m_ui->tab_hb, m_ui->tab_cs,   m_ui->tab_AP, m_ui->tab_sv,   m_ui->tab_tv,
+                                               m_ui->tab_pv, m_ui->tab_diff, m_ui->tab_es, m_ui->tab_other};
+    for (std::size_t tab = 0; tab < kGroups; ++tab)
+        m_switches[tab] = pages[tab]->findChildren<SwitchButton *>();
+    for (std::size_t tab = 0; tab < kGroups; ++tab)
+        m_labels[tab] = pages[tab]->findChildren<QLabel *>();
+}
+
+void GlobalSettingDialog::showGlobals()
+{
+    m_ui->planeId->setValue(selectedPlaneId);
+    m_ui->switchButton_enableID->setChecked(selectedPlaneEnabled);
+    m_ui->switchButton_enableID->setAccessibleName(m_ui->label_enableID->text());
+    m_ui->dateTimeEdit->setDateTime(startDateTime);
+    m_ui->dateTimeEdit->setAccessibleName(m_ui->checkBox->text());
+    // The check box stays unticked even when a start time of the user's is in force: ticking it and unticking it again
+    // is how the user gives that up.
+}
+
+void GlobalSettingDialog::bindRows()
+{
+    for (std::size_t tab = 0; tab < kGroups; ++tab) {
+        const ChannelGroup &group = channelGroups()[tab];
+        // A row belongs to a channel by position alone; its object name means nothing.
+        for (int i = 0; i < group.count; ++i) {
+            const MyGraph *const graph = group.channels[i];
+            SwitchButton *const button = m_switches[tab].at(i);
+            button->setChecked(graph->shown());
+            button->setProperty(kGraphName, graph->graphName());
+            button->setProperty(kFunctionCode, static_cast<uint>(graph->functionCode()));
+            button->setAccessibleName(graph->graphName());
+            m_labels[tab].at(i)->setText(graph->graphName());
+            connect(button, &SwitchButton::checkedChanged, this, &GlobalSettingDialog::checkChangedSlot);
+        }
+    }
+}
+
+void GlobalSettingDialog::showPeriods()
+{
+    const std::pair<QLineEdit *, quint8> periods[]{
+        {m_ui->le_01, frame::kHeartBeat}, {m_ui->le_02, frame::kControlStatus}, {m_ui->le_03, frame::kAttitude},
+        {m_ui->le_04, frame::kSensor},    {m_ui->le_05, frame::kTarget},        {m_ui->le_41, frame::kPayload},
+        {m_ui->le_51, frame::kDifference}};
+    for (const auto &[edit, code] : periods)
+        edit->setText(QString::number(channelGroup(code)->channels[0]->interval()));
+}
+
+void GlobalSettingDialog::checkChangedSlot()
+{
+    const auto *const button = qobject_cast<SwitchButton *>(sender());
+    if (button == nullptr)
+        return;
+    emit showGraphSignal(button->property(kGraphName).toString(), button->checked(),
+                         static_cast<quint8>(button->property(kFunctionCode).toUInt()), 0, 0);
+}
+
+void GlobalSettingDialog::showEvent(QShowEvent *event)
+{
+    // On a screen that is smaller than the form the buttons would lie outside; the pages scroll, so nothing is lost.
+    if (!event->spontaneous())
+        resize(size().boundedTo(screen()->availableGeometry().size() - kFrameReserve));
+    QDialog::showEvent(event);
+}
+
+void GlobalSettingDialog::closeEvent(QCloseEvent *event)
+{
+    event->accept();
+}
+
+void GlobalSettingDialog::on_buttonBox_accepted()
+{
+    selectedPlaneId = static_cast<quint8>(m_ui->planeId->value());
+
+    // Differences and equipment are sampled with the control status, so they take its period. The edit of the
+    // differences only shows theirs.
+    const std::pair<quint8, const QLineEdit *> periods[]{
+        {frame::kHeartBeat, m_ui->le_01},  {frame::kControlStatus, m_ui->le_02}, {frame::kAttitude, m_ui->le_03},
+        {frame::kSensor, m_ui->le_04},     {frame::kTarget, m_ui->le_05},        {frame::kPayload, m_ui->le_41},
+        {frame::kDifference, m_ui->le_02}, {frame::kEquipment, m_ui->le_02}};
+    for (const auto &[code, edit] : periods) {
+        // What is no number becomes 0 and is stored as such.
+        const int interval = edit->text().toInt();
+        for (MyGraph *const graph : *channelGroup(code)) {
+            graph->setPlaneId(selectedPlaneId);
+            graph->setInterval(interval);
+        }
+    }
+    close();
+}
+
+void GlobalSettingDialog::on_buttonBox_rejected()
+{
+    close();
+}
+
+void GlobalSettingDialog::on_switchButton_enableID_checkedChanged(bool checked)
+{
+    selectedPlaneEnabled = checked;
+}
+
+void GlobalSettingDialog::on_checkBox_stateChanged(int arg1)
+{
+    startTimeFromUser = arg1 != 0;
+    if (arg1 != 0)
+        startDateTime = m_ui->dateTimeEdit->dateTime();
+}

@@ -1,0 +1,685 @@
+#include "MetaMethods.h"
+#include "SwitchButton.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QPainter>
+#include <QSignalSpy>
+#include <QTest>
+#include <QVBoxLayout>
+
+#include <cmath>
+#include <functional>
+#include <utility>
+
+Q_DECLARE_METATYPE(Qt::MouseButton)
+
+namespace
+{
+
+constexpr int kWidth = 100;
+constexpr int kHeight = 30;
+
+// Nothing else in a picture has these colours.
+const QColor kTrackOn(0, 0, 255);
+const QColor kTrackOff(0, 0, 160);
+const QColor kSliderOn(0, 255, 0);
+const QColor kSliderOff(0, 160, 0);
+const QColor kText(255, 0, 0);
+
+std::unique_ptr<SwitchButton> coloured()
+{
+    auto button = std::make_unique<SwitchButton>(nullptr);
+    button->resize(kWidth, kHeight);
+    button->setBgColorOn(kTrackOn);
+    button->setBgColorOff(kTrackOff);
+    button->setSliderColorOn(kSliderOn);
+    button->setSliderColorOff(kSliderOff);
+    button->setTextColor(kText);
+    return button;
+}
+
+/** What the widget paints, and nothing behind it; scale pixels to each of its own. */
+QImage painted(SwitchButton &button, int scale)
+{
+    QImage image(button.size() * scale, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(scale);
+    image.fill(Qt::transparent);
+    button.render(&image, QPoint(), QRegion(), QWidget::RenderFlags());
+    return image;
+}
+
+QRect bounds(const QImage &image, const std::function<bool(const QColor &)> &wanted)
+{
+    QRect result;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (wanted(image.pixelColor(x, y)))
+                result |= QRect(x, y, 1, 1);
+        }
+    }
+    return result;
+}
+
+QRect boundsOf(const QImage &image, const QColor &color)
+{
+    return bounds(image, [&color](const QColor &pixel) { return pixel == color; });
+}
+
+/** Text is thin, so that few of its pixels have the full colour: mostly red is enough. */
+QRect textBounds(const QImage &image)
+{
+    return bounds(image, [](const QColor &pixel) {
+        return pixel.alpha() == 255 && pixel.red() > 100 && pixel.red() > pixel.green() && pixel.red() > pixel.blue();
+    });
+}
+
+/** Within a pixel of a painted edge: antialiasing takes the outermost row of a circle. */
+bool near(const QRect &found, const QRect &wanted, int tolerance)
+{
+    return qAbs(found.left() - wanted.left()) <= tolerance && qAbs(found.right() - wanted.right()) <= tolerance
+        && qAbs(found.top() - wanted.top()) <= tolerance && qAbs(found.bottom() - wanted.bottom()) <= tolerance;
+}
+
+QByteArray show(const QRect &rect)
+{
+    return QByteArray::number(rect.left()) + ' ' + QByteArray::number(rect.top()) + ' '
+        + QByteArray::number(rect.width()) + 'x' + QByteArray::number(rect.height());
+}
+
+QTimer *timerOf(const SwitchButton &button)
+{
+    return button.findChild<QTimer *>();
+}
+
+void tick(SwitchButton &button)
+{
+    QVERIFY(QMetaObject::invokeMethod(&button, "updateValue", Qt::DirectConnection));
+}
+
+/** Counts the paint events that reach a widget. */
+class PaintCounter : public QObject
+{
+public:
+    explicit PaintCounter(QWidget *widget)
+        : QObject(widget)
+    {
+        widget->installEventFilter(this);
+    }
+
+    int takeCount() { return std::exchange(m_count, 0); }
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        m_count += event->type() == QEvent::Paint ? 1 : 0;
+        return false;
+    }
+
+private:
+    int m_count = 0;
+};
+
+} // namespace
+
+class TestSwitchButton : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void declaresItsSignalAndSlotsInOrder();
+    void hasNoPropertiesAndNoSizeOfItsOwn();
+    void startsWithItsDefaults();
+    void dynamicTextPropertiesAreNotRead();
+    void timerIsTheWidgetsAndGoesWithIt();
+    void settersStoreAndRepaintOnlyWhatIsNew();
+
+    void clickTogglesAndTellsBeforeAnythingMoves();
+    void anyMouseButtonAnywhereToggles_data();
+    void anyMouseButtonAnywhereToggles();
+    void glideTakesSevenMovesAndALastTick();
+    void glideBackMirrorsIt();
+    void glideRunsByItsTimer();
+    void overrunIsPutRightByTheNextTick();
+    void clickDuringTheGlideTurnsTheSliderRound();
+    void withoutAnimationAClickMovesAtOnce();
+
+    void setCheckedOnJumpsWithoutASignal();
+    void setCheckedOffLeavesTheSliderWhereItWas();
+    void clickAfterSetCheckedOffGlidesFromTheEnd();
+    void endIsTakenFromTheSizeOfTheCall();
+    void narrowerThanHighGlidesToTheLeft();
+    void widthBelowTenKeepsTickingUntilAClickTurnsItRound();
+
+    void trackIsAPill_data();
+    void trackIsAPill();
+    void textStandsBesideTheSlider_data();
+    void textStandsBesideTheSlider();
+    void sliderIsARoundOfItsDiameterAtEachTick_data();
+    void sliderIsARoundOfItsDiameterAtEachTick();
+    void spaceSetsTheDiameterOfTheSlider();
+    void translucentTrackShowsOnlyWhenDisabled();
+    void storedFlagsChangeNoPixel();
+    void edgesAreCrispAtScaleTwo();
+};
+
+void TestSwitchButton::declaresItsSignalAndSlotsInOrder()
+{
+    QCOMPARE(
+        ownMethods(SwitchButton::staticMetaObject),
+        (QStringList{"signal checkedChanged(bool)", "slot updateValue()", "slot setSpace(int)", "slot setRadius(int)",
+                     "slot setChecked(bool)", "slot setShowText(bool)", "slot setShowCircle(bool)",
+                     "slot setAnimation(bool)", "slot setBgColorOn(QColor)", "slot setBgColorOff(QColor)",
+                     "slot setSliderColorOn(QColor)", "slot setSliderColorOff(QColor)", "slot setTextColor(QColor)",
+                     "slot setTextOn(QString)", "slot setTextOff(QString)"}));
+    const QMetaObject &meta = SwitchButton::staticMetaObject;
+    QCOMPARE(meta.method(meta.indexOfSlot("updateValue()")).access(), QMetaMethod::Private);
+    QCOMPARE(meta.method(meta.indexOfSlot("setSpace(int)")).access(), QMetaMethod::Public);
+}
+
+void TestSwitchButton::hasNoPropertiesAndNoSizeOfItsOwn()
+{
+    const SwitchButton button(nullptr);
+    QCOMPARE(SwitchButton::staticMetaObject.propertyCount(), QWidget::staticMetaObject.propertyCount());
+    QVERIFY(!button.sizeHint().isValid());
+    QVERIFY(!button.minimumSizeHint().isValid());
+}
+
+void TestSwitchButton::startsWithItsDefaults()
+{
+    const SwitchButton button(nullptr);
+    QCOMPARE(button.space(), 2);
+    QCOMPARE(button.radius(), 5);
+    QCOMPARE(button.checked(), false);
+    QCOMPARE(button.showText(), false);
+    QCOMPARE(button.showCircle(), false);
+    QCOMPARE(button.animation(), true);
+    QCOMPARE(button.bgColorOn(), QColor("#4E96FB"));
+    QCOMPARE(button.bgColorOff(), QColor("#6F7A7E"));
+    QCOMPARE(button.sliderColorOn(), QColor("#FFFFFF"));
+    QCOMPARE(button.sliderColorOff(), QColor("#FFFFFF"));
+    QCOMPARE(button.textColor(), QColor("#FFFFFF"));
+    QCOMPARE(button.textOn(), QStringLiteral("Yes"));
+    QCOMPARE(button.textOff(), QStringLiteral("No"));
+    QCOMPARE(button.step(), 0);
+    QCOMPARE(button.startX(), 0);
+    QCOMPARE(button.endX(), 0);
+    QCOMPARE(timerOf(button)->interval(), 30);
+    QVERIFY(!timerOf(button)->isActive());
+}
+
+void TestSwitchButton::dynamicTextPropertiesAreNotRead()
+{
+    const auto button = coloured();
+    const QImage before = painted(*button, 1);
+    button->setProperty("textOn", "Y");
+    button->setProperty("textOff", "N");
+    QCOMPARE(button->textOn(), QStringLiteral("Yes"));
+    QCOMPARE(button->textOff(), QStringLiteral("No"));
+    QCOMPARE(painted(*button, 1), before);
+}
+
+void TestSwitchButton::timerIsTheWidgetsAndGoesWithIt()
+{
+    auto button = std::make_unique<SwitchButton>(nullptr);
+    QTimer *const timer = timerOf(*button);
+    QCOMPARE(timer->parent(), button.get());
+    const QSignalSpy destroyed(timer, &QObject::destroyed);
+    button.reset();
+    QCOMPARE(destroyed.count(), 1);
+}
+
+void TestSwitchButton::settersStoreAndRepaintOnlyWhatIsNew()
+{
+    SwitchButton button(nullptr);
+    button.resize(kWidth, kHeight);
+    button.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&button));
+    QApplication::processEvents();
+    PaintCounter paints(&button);
+
+    struct Setting {
+        const char *name;
+        std::function<void()> set;
+        std::function<bool()> isSet;
+    };
+    const Setting settings[] = {
+        {"space", [&] { button.setSpace(4); }, [&] { return button.space() == 4; }},
+        {"radius", [&] { button.setRadius(9); }, [&] { return button.radius() == 9; }},
+        {"showText", [&] { button.setShowText(true); }, [&] { return button.showText(); }},
+        {"showCircle", [&] { button.setShowCircle(true); }, [&] { return button.showCircle(); }},
+        {"animation", [&] { button.setAnimation(false); }, [&] { return !button.animation(); }},
+        {"bgColorOn", [&] { button.setBgColorOn(kTrackOn); }, [&] { return button.bgColorOn() == kTrackOn; }},
+        {"bgColorOff", [&] { button.setBgColorOff(kTrackOff); }, [&] { return button.bgColorOff() == kTrackOff; }},
+        {"sliderColorOn", [&] { button.setSliderColorOn(kSliderOn); },
+         [&] { return button.sliderColorOn() == kSliderOn; }},
+        {"sliderColorOff", [&] { button.setSliderColorOff(kSliderOff); },
+         [&] { return button.sliderColorOff() == kSliderOff; }},
+        {"textColor", [&] { button.setTextColor(kText); }, [&] { return button.textColor() == kText; }},
+        {"textOn", [&] { button.setTextOn("on"); }, [&] { return button.textOn() == "on"; }},
+        {"textOff", [&] { button.setTextOff("off"); }, [&] { return button.textOff() == "off"; }},
+    };
+    for (const Setting &setting : settings) {
+        QVERIFY2(!setting.isSet(), setting.name);
+        setting.set();
+        QVERIFY2(setting.isSet(), setting.name);
+        QApplication::processEvents();
+        QVERIFY2(paints.takeCount() == 1, setting.name);
+        setting.set();
+        QApplication::processEvents();
+        QVERIFY2(paints.takeCount() == 0, setting.name);
+    }
+}
+
+void TestSwitchButton::clickTogglesAndTellsBeforeAnythingMoves()
+{
+    const auto button = coloured();
+    int startX = -1;
+    int endX = -1;
+    bool running = true;
+    bool state = false;
+    QList<bool> told;
+    connect(button.get(), &SwitchButton::checkedChanged, this, [&](bool checked) {
+        told.append(checked);
+        state = button->checked();
+        startX = button->startX();
+        endX = button->endX();
+        running = timerOf(*button)->isActive();
+    });
+    QTest::mouseClick(button.get(), Qt::LeftButton);
+    QCOMPARE(told, QList<bool>{true});
+    QCOMPARE(state, true);
+    QCOMPARE(startX, 0);
+    QCOMPARE(endX, 0);
+    QVERIFY(!running);
+
+    QCOMPARE(button->step(), 10);
+    QCOMPARE(button->endX(), 70);
+    QCOMPARE(button->startX(), 0);
+    QVERIFY(timerOf(*button)->isActive());
+}
+
+void TestSwitchButton::anyMouseButtonAnywhereToggles_data()
+{
+    QTest::addColumn<Qt::MouseButton>("mouseButton");
+    QTest::addColumn<QPoint>("at");
+    QTest::newRow("left, centre") << Qt::LeftButton << QPoint(50, 15);
+    QTest::newRow("right, centre") << Qt::RightButton << QPoint(50, 15);
+    QTest::newRow("middle, centre") << Qt::MiddleButton << QPoint(50, 15);
+    QTest::newRow("left, corner outside the pill") << Qt::LeftButton << QPoint(0, 0);
+    QTest::newRow("left, far corner") << Qt::LeftButton << QPoint(99, 29);
+}
+
+void TestSwitchButton::anyMouseButtonAnywhereToggles()
+{
+    QFETCH(Qt::MouseButton, mouseButton);
+    QFETCH(QPoint, at);
+    const auto button = coloured();
+    const QSignalSpy told(button.get(), &SwitchButton::checkedChanged);
+    QTest::mouseClick(button.get(), mouseButton, {}, at);
+    QVERIFY(button->checked());
+    QTest::mouseClick(button.get(), mouseButton, {}, at);
+    QVERIFY(!button->checked());
+    QCOMPARE(told.count(), 2);
+    QCOMPARE(told.at(0).at(0).toBool(), true);
+    QCOMPARE(told.at(1).at(0).toBool(), false);
+}
+
+void TestSwitchButton::glideTakesSevenMovesAndALastTick()
+{
+    const auto button = coloured();
+    QTest::mouseClick(button.get(), Qt::LeftButton);
+    for (int move = 1; move <= 7; ++move) {
+        tick(*button);
+        QCOMPARE(button->startX(), 10 * move);
+        QVERIFY(timerOf(*button)->isActive());
+    }
+    tick(*button);
+    QCOMPARE(button->startX(), 70);
+    QVERIFY(!timerOf(*button)->isActive());
+}
+
+void TestSwitchButton::glideBackMirrorsIt()
+{
+    const auto button = coloured();
+    button->setChecked(true);
+    QTest::mouseClick(button.get(), Qt::LeftButton);
+    QCOMPARE(button->endX(), 0);
+    for (int move = 1; move <= 7; ++move) {
+        tick(*button);
+        QCOMPARE(button->startX(), 70 - 10 * move);
+        QVERIFY(timerOf(*button)->isActive());
+    }
+    tick(*button);
+    QCOMPARE(button->startX(), 0);
+    QVERIFY(!timerOf(*button)->isActive());
+}
+
+void TestSwitchButton::glideRunsByItsTimer()
+{
+    const auto button = coloured();
+    const QSignalSpy ticks(timerOf(*button), &QTimer::timeout);
+    QElapsedTimer time;
+    time.start();
+    QTest::mouseClick(button.get(), Qt::LeftButton);
+    QTRY_VERIFY(!timerOf(*button)->isActive());
+    QCOMPARE(ticks.count(), 8);
+    QCOMPARE(button->startX(), 70);
+    // A coarse timer may come a twentieth early, never more.
+    QVERIFY2(time.elapsed() >= 8 * 30 * 95 / 100, qPrintable(QString::number(time.elapsed())));
+}
+
+void TestSwitchButton::overrunIsPutRightByTheNextTick()
+{
+    // 105 by 30: steps of 10 towards 75, so that the eighth move overruns it by 5.
+    const auto button = coloured();
+    button->resize(105, 30);
+    QTest::mouseClick(button.get(), Qt::LeftButton);
+    for (int move = 0; move < 8; ++move)
+        tick(*button);
+    QCOMPARE(button->startX(), 80);
+    QVERIFY(timerOf(*button)->isActive());
+    tick(*button);
+    QCOMPARE(button->startX(), 75);
+    QVERIFY(!timerOf(*button)->isActive());
+}
+
+void TestSwitchButton::clickDuringTheGlideTurnsTheSliderRound()
+{
+    const auto button = coloured();
+    QTest::mouseClick(button.get(), Qt::LeftButton);
+    for (int move = 0; move < 3; ++move)
+        tick(*button);
+    QTest::mouseClick(button.get(), Qt::LeftButton);
+    QCOMPARE(button->startX(), 30);
+    QCOMPARE(button->endX(), 0);
+    QVERIFY(timerOf(*button)->isActive());
+    tick(*button);
+    QCOMPARE(button->startX(), 20);
+    QTRY_VERIFY(!timerOf(*button)->isActive());
+    QCOMPARE(button->startX(), 0);
+}
+
+void TestSwitchButton::withoutAnimationAClickMovesAtOnce()
+{
+    const auto button = coloured();
+    button->setAnimation(false);
+    QTest::mouseClick(button.get(), Qt::LeftButton);
+    QCOMPARE(button->startX(), 70);
+    QVERIFY(!timerOf(*button)->isActive());
+    QTest::mouseClick(button.get(), Qt::LeftButton);
+    QCOMPARE(button->startX(), 0);
+    QVERIFY(!timerOf(*button)->isActive());
+}
+
+void TestSwitchButton::setCheckedOnJumpsWithoutASignal()
+{
+    const auto button = coloured();
+    const QSignalSpy told(button.get(), &SwitchButton::checkedChanged);
+    button->setChecked(true);
+    QVERIFY(button->checked());
+    QCOMPARE(button->step(), 10);
+    QCOMPARE(button->startX(), 70);
+    QCOMPARE(button->endX(), 70);
+    QVERIFY(!timerOf(*button)->isActive());
+    QCOMPARE(told.count(), 0);
+}
+
+void TestSwitchButton::setCheckedOffLeavesTheSliderWhereItWas()
+{
+    const auto button = coloured();
+    button->setChecked(true);
+    const QSignalSpy told(button.get(), &SwitchButton::checkedChanged);
+    button->setChecked(false);
+    QVERIFY(!button->checked());
+    QCOMPARE(button->startX(), 70);
+    QCOMPARE(button->endX(), 0);
+    QCOMPARE(told.count(), 0);
+    QVERIFY(!timerOf(*button)->isActive());
+
+    const QImage image = painted(*button, 1);
+    QCOMPARE(image.pixelColor(85, 15), kSliderOff);
+    QCOMPARE(image.pixelColor(5, 15), kTrackOff);
+}
+
+void TestSwitchButton::clickAfterSetCheckedOffGlidesFromTheEnd()
+{
+    // The slider is there already, so the first tick ends the glide.
+    const auto button = coloured();
+    button->setChecked(true);
+    button->setChecked(false);
+    QTest::mouseClick(button.get(), Qt::LeftButton);
+    QVERIFY(button->checked());
+    QCOMPARE(button->startX(), 70);
+    tick(*button);
+    QCOMPARE(button->startX(), 70);
+    QVERIFY(!timerOf(*button)->isActive());
+}
+
+void TestSwitchButton::endIsTakenFromTheSizeOfTheCall()
+{
+    const auto button = coloured();
+    button->resize(60, 20);
+    button->setChecked(true);
+    QCOMPARE(button->endX(), 40);
+    button->resize(kWidth, kHeight);
+    QCOMPARE(button->endX(), 40);
+    QCOMPARE(button->startX(), 40);
+}
+
+void TestSwitchButton::narrowerThanHighGlidesToTheLeft()
+{
+    const auto button = coloured();
+    button->resize(20, 50);
+    QTest::mouseClick(button.get(), Qt::LeftButton);
+    QCOMPARE(button->endX(), -30);
+    // On its way out no move leads left of the start: the first tick puts it at the end.
+    tick(*button);
+    QCOMPARE(button->startX(), -30);
+    QVERIFY(!timerOf(*button)->isActive());
+    QVERIFY(boundsOf(painted(*button, 1), kSliderOn).isEmpty());
+}
+
+void TestSwitchButton::widthBelowTenKeepsTickingUntilAClickTurnsItRound()
+{
+    const auto button = coloured();
+    button->resize(9, 4);
+    QTest::mouseClick(button.get(), Qt::LeftButton);
+    QCOMPARE(button->step(), 0);
+    QCOMPARE(button->endX(), 5);
+    for (int i = 0; i < 100; ++i)
+        tick(*button);
+    QCOMPARE(button->startX(), 0);
+    QVERIFY(timerOf(*button)->isActive());
+
+    QTest::mouseClick(button.get(), Qt::LeftButton);
+    tick(*button);
+    QCOMPARE(button->startX(), 0);
+    QVERIFY(!timerOf(*button)->isActive());
+}
+
+void TestSwitchButton::trackIsAPill_data()
+{
+    QTest::addColumn<bool>("on");
+    QTest::addColumn<bool>("plain");
+    QTest::addColumn<int>("scale");
+    for (const int scale : {1, 2}) {
+        for (const bool on : {true, false}) {
+            QTest::addRow("%s at scale %d", on ? "on" : "off", scale) << on << false << scale;
+            QTest::addRow("%s in the first colours at scale %d", on ? "on" : "off", scale) << on << true << scale;
+        }
+    }
+}
+
+void TestSwitchButton::trackIsAPill()
+{
+    QFETCH(bool, on);
+    QFETCH(bool, plain);
+    QFETCH(int, scale);
+    SwitchButton fresh(nullptr);
+    fresh.resize(kWidth, kHeight);
+    const auto bright = coloured();
+    SwitchButton &button = plain ? fresh : *bright;
+    button.setChecked(on);
+    const QColor track = plain ? (on ? QColor(78, 150, 251) : QColor(111, 122, 126)) : (on ? kTrackOn : kTrackOff);
+
+    const QImage image = painted(button, scale);
+    // A pixel belongs to the pill when its centre is less than 15 from the line between the centres of both circles.
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const double px = (x + 0.5) / scale;
+            const double py = (y + 0.5) / scale;
+            const double dx = px - qBound(15.0, px, 85.0);
+            const double dy = py - 15.0;
+            const double distance = std::sqrt(dx * dx + dy * dy);
+            const int alpha = image.pixelColor(x, y).alpha();
+            if (distance < 15.0 - 1.0 / scale)
+                QVERIFY2(alpha == 255, qPrintable(QString("hole at %1, %2").arg(x).arg(y)));
+            else if (distance > 15.0 + 1.0 / scale)
+                QVERIFY2(alpha == 0, qPrintable(QString("paint at %1, %2").arg(x).arg(y)));
+        }
+    }
+    // Between the slider and the rim, and on the side that has neither slider nor text.
+    for (const QPoint &at : {QPoint(50, 2), QPoint(50, 27), QPoint(on ? 8 : 92, 15)})
+        QCOMPARE(image.pixelColor(at * scale), track);
+}
+
+void TestSwitchButton::textStandsBesideTheSlider_data()
+{
+    QTest::addColumn<bool>("on");
+    QTest::addColumn<int>("scale");
+    for (const int scale : {1, 2}) {
+        QTest::addRow("on at scale %d", scale) << true << scale;
+        QTest::addRow("off at scale %d", scale) << false << scale;
+    }
+}
+
+void TestSwitchButton::textStandsBesideTheSlider()
+{
+    QFETCH(bool, on);
+    QFETCH(int, scale);
+    const auto button = coloured();
+    // A long and even bar, of which the font tells little.
+    button->setTextOn("HHHH");
+    button->setTextOff("HHHH");
+    button->setChecked(on);
+
+    const QRect text = textBounds(painted(*button, scale));
+    QVERIFY(!text.isEmpty());
+    // Boxes of 79 from 0 or from 21: their centres.
+    const double centre = (text.left() + text.right() + 1) / 2.0 / scale;
+    const double wanted = on ? 39.5 : 60.5;
+    QVERIFY2(qAbs(centre - wanted) <= 2.0, qPrintable(QString::number(centre)));
+    const double height = (text.top() + text.bottom() + 1) / 2.0 / scale;
+    QVERIFY2(qAbs(height - 15.0) <= 3.0, qPrintable(QString::number(height)));
+
+    // The text of the other state is not to be seen.
+    if (on)
+        button->setTextOff("");
+    else
+        button->setTextOn("");
+    QCOMPARE(textBounds(painted(*button, scale)), text);
+    if (on)
+        button->setTextOn("");
+    else
+        button->setTextOff("");
+    QVERIFY(textBounds(painted(*button, scale)).isEmpty());
+}
+
+void TestSwitchButton::sliderIsARoundOfItsDiameterAtEachTick_data()
+{
+    QTest::addColumn<bool>("on");
+    QTest::addColumn<int>("ticks");
+    QTest::addColumn<int>("left");
+    QTest::addColumn<int>("scale");
+    for (const int scale : {1, 2}) {
+        for (int ticks = 0; ticks <= 8; ++ticks) {
+            QTest::addRow("going on, tick %d, scale %d", ticks, scale)
+                << true << ticks << qMin(10 * ticks, 70) + 2 << scale;
+            QTest::addRow("going off, tick %d, scale %d", ticks, scale)
+                << false << ticks << qMax(70 - 10 * ticks, 0) + 2 << scale;
+        }
+    }
+}
+
+void TestSwitchButton::sliderIsARoundOfItsDiameterAtEachTick()
+{
+    QFETCH(bool, on);
+    QFETCH(int, ticks);
+    QFETCH(int, left);
+    QFETCH(int, scale);
+    const auto button = coloured();
+    button->setTextOn("");
+    button->setTextOff("");
+    button->setChecked(!on);
+    QTest::mouseClick(button.get(), Qt::LeftButton);
+    for (int i = 0; i < ticks; ++i)
+        tick(*button);
+
+    const QImage image = painted(*button, scale);
+    const QColor color = on ? kSliderOn : kSliderOff;
+    const QRect wanted(left * scale, 2 * scale, 26 * scale, 26 * scale);
+    const QRect found = boundsOf(image, color);
+    QVERIFY2(near(found, wanted, 1), show(found).constData());
+    // Round: full on its diagonal as far as the circle goes, the track outside. Looked at on the side of the middle,
+    // where the rim of the track is far.
+    const QPointF centre(left + 13.0, 15.0);
+    const double side = centre.x() < kWidth / 2.0 ? 1.0 : -1.0;
+    const auto at = [&](double distance) {
+        const double leg = distance / std::sqrt(2.0);
+        return image.pixelColor(int((centre.x() + side * leg) * scale), int((centre.y() + leg) * scale));
+    };
+    QCOMPARE(at(11.0), color);
+    QCOMPARE(at(14.2), on ? kTrackOn : kTrackOff);
+}
+
+void TestSwitchButton::spaceSetsTheDiameterOfTheSlider()
+{
+    const auto button = coloured();
+    button->setSpace(6);
+    const QRect found = boundsOf(painted(*button, 1), kSliderOff);
+    QVERIFY2(near(found, QRect(6, 6, 18, 18), 1), show(found).constData());
+    button->setChecked(true);
+    const QRect moved = boundsOf(painted(*button, 1), kSliderOn);
+    QVERIFY2(near(moved, QRect(76, 6, 18, 18), 1), show(moved).constData());
+}
+
+void TestSwitchButton::translucentTrackShowsOnlyWhenDisabled()
+{
+    const auto button = coloured();
+    button->setBgColorOff(QColor(0, 0, 160, 100));
+    QCOMPARE(painted(*button, 1).pixelColor(92, 15), QColor(0, 0, 160, 255));
+    QCOMPARE(button->bgColorOff().alpha(), 100);
+    button->setEnabled(false);
+    QCOMPARE(painted(*button, 1).pixelColor(92, 15).alpha(), 100);
+    button->setBgColorOn(QColor(0, 0, 255, 50));
+    button->setChecked(true);
+    QCOMPARE(painted(*button, 1).pixelColor(8, 15).alpha(), 50);
+}
+
+void TestSwitchButton::storedFlagsChangeNoPixel()
+{
+    const auto button = coloured();
+    const QImage before = painted(*button, 1);
+    QVERIFY(!textBounds(before).isEmpty());
+    button->setShowText(true);
+    button->setShowCircle(true);
+    button->setRadius(14);
+    QCOMPARE(painted(*button, 1), before);
+}
+
+void TestSwitchButton::edgesAreCrispAtScaleTwo()
+{
+    // A picture blown up has equal pixels in twos; one drawn at the scale has a rim that differs within them.
+    const auto button = coloured();
+    const QImage image = painted(*button, 2);
+    int different = 0;
+    for (int y = 0; y < image.height(); y += 2) {
+        for (int x = 0; x < image.width(); x += 2)
+            different += image.pixel(x, y) != image.pixel(x + 1, y + 1) ? 1 : 0;
+    }
+    QVERIFY(different > 50);
+}
+
+QTEST_MAIN(TestSwitchButton)
+#include "TestSwitchButton.moc"
