@@ -1,6 +1,18 @@
 #include "TxtOperator.h"
 
+#include "Logging.h"
 #include "NumberText.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTextStream>
+
+namespace
+{
+
+constexpr int kBlockBytes = 1 << 16;
+
+} // namespace
 
 bool TxtOperator::openFile(QIODevice::OpenMode mode)
 {
@@ -36,7 +48,6 @@ bool TxtOperator::writeTrack(const QString &path, const std::vector<double> &a, 
         emit statusFeedbackSignal(QStringLiteral("write data txt failed"));
         return false;
     }
-    constexpr int kBlockBytes = 1 << 16;
     constexpr int kLineBytes = 3 * 14; // the longest three numbers with their separators
     QByteArray block;
     block.reserve(kBlockBytes + kLineBytes);
@@ -54,4 +65,61 @@ bool TxtOperator::writeTrack(const QString &path, const std::vector<double> &a, 
     }
     file.write(block);
     return true;
+}
+
+void TxtOperator::writeTxtSlot(const QString &path)
+{
+    const QFileInfo info(path);
+    const QString dir = info.absolutePath() + QLatin1Char('/') + info.baseName();
+    if (!QDir(dir).exists() && !QDir().mkdir(dir)) {
+        logToBoth(error, "mkdir failed");
+        return;
+    }
+    const QVector<ExportGroup> groups = m_groups.isEmpty() ? exportGroups() : m_groups;
+    for (const ExportGroup &group : groups) {
+        if (isCancelled())
+            return;
+        writeTxt(dir + QLatin1Char('/') + group.name + QLatin1String(".txt"), group);
+    }
+}
+
+void TxtOperator::writeTxt(const QString &path, int *count, MyGraph **channels)
+{
+    writeTxt(path, exportGroup(QString(), channels, *count));
+}
+
+void TxtOperator::writeTxt(const QString &path, const ExportGroup &group)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadWrite)) {
+        logToBoth(error, "txt file open failed when write");
+        return;
+    }
+    QByteArray block;
+    constexpr int kLineBytes = 1 << 12; // more than any line; a block that outgrows it only costs a copy
+    block.reserve(kBlockBytes + kLineBytes);
+    {
+        // The labels need the codec of the stream; numbers are the same bytes in all of them.
+        QTextStream header(&block, QIODevice::WriteOnly);
+        for (const QString &label : group.labels)
+            header << label << '\t';
+    }
+
+    bool written = true;
+    const int rows = group.rows();
+    for (int row = 0; row < rows && written && !isCancelled(); ++row) {
+        block.append('\n');
+        for (const QVector<double> &series : group.samples) {
+            if (row < series.size())
+                appendNumber(block, series.at(row));
+            block.append('\t');
+        }
+        if (block.size() >= kBlockBytes) {
+            written = file.write(block) == block.size();
+            block.resize(0);
+        }
+    }
+    written = written && file.write(block) == block.size() && file.flush();
+    if (!written)
+        logToBoth(error, "txt file write failed: {}", file.errorString());
 }

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "ExportGroups.h"
+
 #include <QFile>
 #include <QObject>
 #include <QString>
+#include <atomic>
 #include <vector>
 
-/** Opens and closes a text log, and writes the track files. */
+/** Opens and closes a text log, writes the track files, and exports the channels as text. */
 class TxtOperator : public QObject
 {
     Q_OBJECT
@@ -36,10 +39,34 @@ public:
     bool writeTrack(const QString &path, const std::vector<double> &a, const std::vector<double> &b,
                     const std::vector<double> &c);
 
+    /** What writeTxtSlot writes. When nobody sets it, the store as it is then; only the main thread may do that. */
+    void setGroups(const QVector<ExportGroup> &groups) { m_groups = groups; }
+    /** A flag that ends an export early when another thread raises it; it must outlive the export. Null for none. */
+    void setCancelFlag(const std::atomic<bool> *cancelled) { m_cancelled = cancelled; }
+
+    /**
+     * Exports the channels as text: a file for each group, in a folder named like the path without its suffix, which
+     * is made when it is missing. Failures go to the log, and the other files are written. Any thread.
+     */
+    void writeTxtSlot(const QString &path);
+    /**
+     * Writes channels as columns: a line of their labels, then a line for each sample of the first channel. Every field
+     * is followed by a tab; lines are parted by a line feed on every platform, with none at the end.
+     *
+     * An older file is written over from its start and not cut off, so that a longer one keeps its tail. A channel that
+     * is shorter than the first leaves its fields empty.
+     */
+    void writeTxt(const QString &path, int *count, MyGraph **channels);
+
 signals:
     void statusFeedbackSignal(QString _sMessage);
 
 private:
+    void writeTxt(const QString &path, const ExportGroup &group);
+    bool isCancelled() const { return m_cancelled != nullptr && m_cancelled->load(std::memory_order_relaxed); }
+
     QString m_fileName;
     QFile m_file;
+    QVector<ExportGroup> m_groups;
+    const std::atomic<bool> *m_cancelled = nullptr;
 };

@@ -1,0 +1,91 @@
+#include "ExcelOperator.h"
+
+#include "Logging.h"
+
+#include <QColor>
+
+namespace
+{
+
+QXlsx::Format titleFormat()
+{
+    constexpr int kPoints = 12;
+    QXlsx::Format format;
+    format.setFontColor(Qt::black);
+    format.setFontSize(kPoints);
+    format.setBorderStyle(QXlsx::Format::BorderThin);
+    format.setPatternBackgroundColor(Qt::lightGray);
+    format.setFillPattern(QXlsx::Format::PatternSolid);
+    format.setHorizontalAlignment(QXlsx::Format::AlignHCenter);
+    return format;
+}
+
+QXlsx::Format numberFormat()
+{
+    QXlsx::Format format;
+    format.setBorderStyle(QXlsx::Format::BorderThin);
+    format.setHorizontalAlignment(QXlsx::Format::AlignHCenter);
+    return format;
+}
+
+} // namespace
+
+ExcelOperator::ExcelOperator(QObject *parent)
+    : QObject(parent)
+    , m_titleFormat(titleFormat())
+    , m_numberFormat(numberFormat())
+{
+}
+
+bool ExcelOperator::writeExcel(const QString &path)
+{
+    const QVector<ExportGroup> groups = m_groups.isEmpty() ? exportGroups() : m_groups;
+    QXlsx::Document doc(path);
+    doc.setCancelled([this] { return isCancelled(); });
+    for (const ExportGroup &group : groups) {
+        if (!group.textOnly)
+            writeSheet(doc, group);
+        if (isCancelled())
+            return false;
+    }
+    return doc.saveAs(path);
+}
+
+void ExcelOperator::writeSheet(QXlsx::Document &doc, const QString &sheetName, MyGraph **channels, int count)
+{
+    writeSheet(doc, exportGroup(sheetName, channels, count));
+}
+
+void ExcelOperator::writeSheet(QXlsx::Document &doc, const ExportGroup &group)
+{
+    doc.addSheet(group.name);
+    doc.selectSheet(group.name);
+    for (int i = 0; i < group.labels.size(); ++i)
+        doc.write(1, i + 1, group.labels.at(i), m_titleFormat);
+    const int rows = group.rows();
+    const int columns = group.samples.size();
+    for (int row = 0; row < rows && !isCancelled(); ++row) {
+        for (int i = 0; i < columns; ++i) {
+            const QVector<double> &series = group.samples.at(i);
+            if (row < series.size())
+                doc.write(row + 2, i + 1, series.at(row), m_numberFormat);
+        }
+    }
+}
+
+void ExcelOperator::writeTitleRow(int row, int count, const QList<QVariant> &cells)
+{
+    for (int i = 0; i < qMin(count, cells.size()); ++i)
+        m_document.write(row, i + 1, cells.at(i).toString(), m_titleFormat);
+}
+
+void ExcelOperator::writeNumberRow(int row, int count, const QList<QVariant> &cells)
+{
+    for (int i = 0; i < qMin(count, cells.size()); ++i)
+        m_document.write(row, i + 1, cells.at(i).toDouble(), m_numberFormat);
+}
+
+bool ExcelOperator::save(const QString &path)
+{
+    return m_document.saveAs(path);
+}
