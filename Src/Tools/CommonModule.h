@@ -1,0 +1,68 @@
+#pragma once
+
+#include "Geodesy.h"
+
+#include <QWidget>
+#include <memory>
+
+namespace Ui
+{
+class CommonModule;
+}
+
+/**
+ * Small calculators for positions and for vectors in a plane.
+ *
+ * Has no parent and may stay open beside the main window, but does not keep the program running. Text that is no
+ * number counts as 0; nothing is checked and nothing reported.
+ */
+class CommonModule : public QWidget
+{
+    Q_OBJECT
+
+public:
+    CommonModule();
+    ~CommonModule() override;
+
+    /** Reads the two positions. */
+    void getLocation();
+    /** Reads the two vectors. */
+    void getVector();
+
+    // What the last press has read and computed. Distances and offsets in metres, the bearing in degrees.
+    Location loc1() const { return m_loc1; }
+    Location loc2() const { return m_loc2; }
+    double distance() const { return m_distance; }
+    double bearing() const { return m_bearing; }
+    Vector2 diff() const { return m_diff; }
+    Vector2 a() const { return m_a; }
+    Vector2 b() const { return m_b; }
+    Vector2 add() const { return m_add; }
+    Vector2 sub() const { return m_sub; }
+    float dot() const { return m_dot; }
+    float cross() const { return m_cross; }
+    float angle() const { return m_angle; }
+
+public slots:
+    void on_pushButton_calDIstanc_clicked();
+    void on_pushButton_calVector_clicked();
+    void on_pushButton_calDIstanc_2_clicked();
+
+private:
+    void nameForAssistance();
+    void alignColumns();
+
+    std::unique_ptr<Ui::CommonModule> m_ui;
+    Location m_loc1{};
+    Location m_loc2{};
+    double m_distance = 0.0;
+    double m_bearing = 0.0;
+    Vector2 m_diff{};
+    Vector2 m_a{};
+    Vector2 m_b{};
+    Vector2 m_add{};
+    Vector2 m_sub{};
+    float m_dot = 0.0F;
+    float m_cross = 0.0F;
+    float m_angle = 0.0F;
+};
