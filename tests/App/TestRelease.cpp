@@ -1,0 +1,81 @@
+#include "Release.h"
+
+#include <QLocale>
+#include <QTest>
+
+class TestRelease : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void releaseValuesAreTheirLiterals();
+    void readsTheCompilersTexts_data();
+    void readsTheCompilersTexts();
+    void otherTextsAreInvalid_data();
+    void otherTextsAreInvalid();
+    void readsEnglishWhateverTheLocale();
+    void buildLiesInThePast();
+};
+
+void TestRelease::releaseValuesAreTheirLiterals()
+{
+    QCOMPARE(QString::fromLatin1(kVersion), QStringLiteral("2.3.2"));
+    QCOMPARE(kBuildCounter, 1);
+}
+
+void TestRelease::readsTheCompilersTexts_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QDateTime>("time");
+    QTest::newRow("two digits") << "Dec 16 202315:14:20" << QDateTime({2023, 12, 16}, {15, 14, 20});
+    QTest::newRow("one digit, padded with a blank") << "Dec  6 202315:14:20" << QDateTime({2023, 12, 6}, {15, 14, 20});
+    const char *const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    for (int month = 1; month <= 12; ++month)
+        QTest::newRow(months[month - 1]) << QString("%1  1 202600:00:00").arg(months[month - 1])
+                                         << QDateTime(QDate(2026, month, 1), QTime(0, 0));
+}
+
+void TestRelease::readsTheCompilersTexts()
+{
+    QFETCH(QString, text);
+    QFETCH(QDateTime, time);
+    QCOMPARE(parseBuildDateTime(text), time);
+    QCOMPARE(parseBuildDateTime(text).toString("dd"), QString("%1").arg(time.date().day(), 2, 10, QLatin1Char('0')));
+}
+
+void TestRelease::otherTextsAreInvalid_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("empty") << QString();
+    QTest::newRow("date unknown to the compiler") << "??? ?? ??????:??:??";
+    QTest::newRow("date alone") << "Dec 16 2023";
+    QTest::newRow("no such day") << "Feb 30 202315:14:20";
+}
+
+void TestRelease::otherTextsAreInvalid()
+{
+    QFETCH(QString, text);
+    QVERIFY(!parseBuildDateTime(text).isValid());
+}
+
+void TestRelease::readsEnglishWhateverTheLocale()
+{
+    const QLocale before;
+    QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::China));
+    const QDateTime parsed = parseBuildDateTime("Oct  6 202315:14:20");
+    const QDateTime built = buildDateTime();
+    QLocale::setDefault(before);
+    QCOMPARE(parsed, QDateTime({2023, 10, 6}, {15, 14, 20}));
+    QVERIFY(built.isValid());
+}
+
+void TestRelease::buildLiesInThePast()
+{
+    const QDateTime built = buildDateTime();
+    QVERIFY(built.isValid());
+    QVERIFY(built.date().year() >= 2023);
+    QVERIFY(built <= QDateTime::currentDateTime());
+}
+
+QTEST_GUILESS_MAIN(TestRelease)
+#include "TestRelease.moc"
