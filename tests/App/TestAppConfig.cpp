@@ -1,0 +1,478 @@
+#include "AppConfig.h"
+#include "Fixture.h"
+#include "LogFile.h"
+#include "MetaMethods.h"
+#include "OrdinaryUser.h"
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTextStream>
+
+namespace
+{
+
+AppConfig &config()
+{
+    return AppConfig::getInstance();
+}
+
+void write(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    QCOMPARE(file.write(bytes), qint64(bytes.size()));
+}
+
+QByteArray content(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
+}
+
+QString styleOf(const char *path)
+{
+    QFile file(QString::fromLatin1(path));
+    return file.open(QIODevice::ReadOnly | QIODevice::Text) ? QTextStream(&file).readAll() : QString();
+}
+
+} // namespace
+
+class TestAppConfig : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void isBuiltEmpty();
+    void isOneForTheProcess();
+    void metaObjectHasItsSignalAndSlot();
+    void pathsFollowTheExecutable();
+    void trackPathsAreReferences();
+    void settersNeitherSaveNorSignal();
+    void plotFolderIsMadeOnceAndKept();
+    void plotFolderThatCannotBeMadeIsNoMatter();
+    void themeNumbersAreFixed();
+    void missingFileIsCreatedEmptyWithAWarning();
+    void existingFileIsNotCreated();
+    void readsTheStoredValues_data();
+    void readsTheStoredValues();
+    void garbageGivesTheDefaults_data();
+    void garbageGivesTheDefaults();
+    void folderInPlaceOfTheFileGivesTheDefaults();
+    void unreadableFileGivesTheDefaults();
+    void fileThatCannotBeCreatedGivesTheDefaults();
+    void fieldsOfARunBeforeAreReplaced();
+    void writesItsThreeKeys_data();
+    void writesItsThreeKeys();
+    void otherKeysOfTheFileStay();
+    void writeThatFailsIsSilent();
+    void initRunsItsStepsInOrder();
+    void shutdownRunsItsStepsInOrder();
+    void fieldsAreReadableAfterShutdown();
+    void themeSlotAppliesTheStyleAndTells_data();
+    void themeSlotAppliesTheStyleAndTells();
+    void styleSheetsAreCompiledInWithTheirImages();
+};
+
+void TestAppConfig::initTestCase()
+{
+    // Before any fixture: the fields as the first call leaves them.
+    QCOMPARE(config().getTheme(), darkTheme);
+    QCOMPARE(config().getTouchMode(), false);
+    QCOMPARE(config().getShowFactor(), false);
+    QVERIFY(config().configPath().isNull());
+    QVERIFY(config().plotDir().isNull());
+    QVERIFY(config().getDataPath().isNull());
+    QVERIFY(config().getAttackDataPath().isNull());
+}
+
+void TestAppConfig::isBuiltEmpty()
+{
+    // Nothing was made beside the executable by the look at the fields above.
+    QVERIFY(!QFileInfo::exists(QCoreApplication::applicationDirPath() + "/config.ini"));
+    QVERIFY(!spdlog::get("file_logger"));
+}
+
+void TestAppConfig::isOneForTheProcess()
+{
+    QCOMPARE(&AppConfig::getInstance(), &AppConfig::getInstance());
+}
+
+void TestAppConfig::metaObjectHasItsSignalAndSlot()
+{
+    QCOMPARE(ownMethods(AppConfig::staticMetaObject),
+             (QStringList{"signal switchThemeSignal(MyThemes)", "slot switchThemeSlot(MyThemes)"}));
+}
+
+void TestAppConfig::pathsFollowTheExecutable()
+{
+    const Fixture fixture;
+    const QString dir = QCoreApplication::applicationDirPath();
+    QVERIFY(QDir(dir) != QDir::current());
+    config().initPaths();
+    QCOMPARE(config().configPath(), dir + "/config.ini");
+    QCOMPARE(config().plotDir(), dir + "/myPlot");
+    QCOMPARE(config().getDataPath(), dir + "/myPlot/data.txt");
+    QCOMPARE(config().getAttackDataPath(), dir + "/myPlot/data_attack.txt");
+}
+
+void TestAppConfig::trackPathsAreReferences()
+{
+    const Fixture fixture;
+    QCOMPARE(&config().getDataPath(), &config().getDataPath());
+    QCOMPARE(&config().getAttackDataPath(), &config().getAttackDataPath());
+    QVERIFY(&config().getDataPath() != &config().getAttackDataPath());
+}
+
+void TestAppConfig::settersNeitherSaveNorSignal()
+{
+    const Fixture fixture;
+    const QSignalSpy spy(&config(), &AppConfig::switchThemeSignal);
+    const LogFile log;
+    config().setTheme(lightTheme);
+    config().setTouchMode(true);
+    config().setShowFactor(true);
+    QCOMPARE(config().getTheme(), lightTheme);
+    QCOMPARE(config().getTouchMode(), true);
+    QCOMPARE(config().getShowFactor(), true);
+    QCOMPARE(spy.count(), 0);
+    QVERIFY(log.lines().isEmpty());
+    QVERIFY(!QFileInfo::exists(config().configPath()));
+}
+
+void TestAppConfig::plotFolderIsMadeOnceAndKept()
+{
+    const Fixture fixture;
+    QVERIFY(QDir(config().plotDir()).removeRecursively());
+    config().createPlotDir();
+    QVERIFY(QFileInfo(config().plotDir()).isDir());
+    write(config().getDataPath(), "kept");
+    config().createPlotDir();
+    QCOMPARE(content(config().getDataPath()), QByteArray("kept"));
+}
+
+void TestAppConfig::plotFolderThatCannotBeMadeIsNoMatter()
+{
+    const Fixture fixture;
+    QVERIFY(QDir(config().plotDir()).removeRecursively());
+    write(config().plotDir(), "a file");
+    const LogFile log;
+    config().createPlotDir();
+    QVERIFY(log.lines().isEmpty());
+    QCOMPARE(content(config().plotDir()), QByteArray("a file"));
+    QVERIFY(QFile::remove(config().plotDir()));
+}
+
+void TestAppConfig::themeNumbersAreFixed()
+{
+    QCOMPARE(int(lightTheme), 0);
+    QCOMPARE(int(darkTheme), 1);
+}
+
+void TestAppConfig::missingFileIsCreatedEmptyWithAWarning()
+{
+    const Fixture fixture;
+    const LogFile log;
+    config().readConfigIni(config().configPath());
+    QCOMPARE(log.leveledMessages(),
+             (QStringList{"info: read config.ini", "warning: config.ini donot exist, create config.ini"}));
+    QVERIFY(QFileInfo(config().configPath()).isFile());
+    QCOMPARE(content(config().configPath()), QByteArray());
+    QCOMPARE(config().getTheme(), darkTheme);
+    QCOMPARE(config().getTouchMode(), false);
+    QCOMPARE(config().getShowFactor(), false);
+}
+
+void TestAppConfig::existingFileIsNotCreated()
+{
+    const Fixture fixture;
+    write(config().configPath(), "");
+    const LogFile log;
+    config().readConfigIni(config().configPath());
+    QCOMPARE(log.leveledMessages(), QStringList{"info: read config.ini"});
+}
+
+void TestAppConfig::readsTheStoredValues_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<int>("theme");
+    QTest::addColumn<bool>("touch");
+    QTest::addColumn<bool>("factor");
+    QTest::newRow("all set") << QByteArray("[Global]\ntouchMode=true\ntheme=lightTheme\nshowFactor=true\n") << 0 << true
+                             << true;
+    QTest::newRow("all clear") << QByteArray("[Global]\ntouchMode=false\ntheme=darkTheme\nshowFactor=false\n") << 1
+                               << false << false;
+    QTest::newRow("CR LF") << QByteArray("[Global]\r\ntouchMode=true\r\ntheme=lightTheme\r\n") << 0 << true << false;
+    QTest::newRow("numbers") << QByteArray("[Global]\ntouchMode=1\nshowFactor=1\n") << 1 << true << true;
+    QTest::newRow("zero") << QByteArray("[Global]\ntouchMode=0\nshowFactor=0\n") << 1 << false << false;
+    QTest::newRow("no key") << QByteArray("[Global]\n") << 1 << false << false;
+    QTest::newRow("empty file") << QByteArray() << 1 << false << false;
+    QTest::newRow("theme of another case") << QByteArray("[Global]\ntheme=LightTheme\n") << 1 << false << false;
+    QTest::newRow("empty theme") << QByteArray("[Global]\ntheme=\n") << 1 << false << false;
+    QTest::newRow("theme as a number") << QByteArray("[Global]\ntheme=0\n") << 1 << false << false;
+    QTest::newRow("keys outside the section")
+        << QByteArray("touchMode=true\ntheme=lightTheme\n") << 1 << false << false;
+    QTest::newRow("another section") << QByteArray("[Other]\ntouchMode=true\ntheme=lightTheme\n") << 1 << false
+                                     << false;
+}
+
+void TestAppConfig::readsTheStoredValues()
+{
+    const Fixture fixture;
+    QFETCH(QByteArray, text);
+    QFETCH(int, theme);
+    QFETCH(bool, touch);
+    QFETCH(bool, factor);
+    write(config().configPath(), text);
+    config().readConfigIni(config().configPath());
+    QCOMPARE(int(config().getTheme()), theme);
+    QCOMPARE(config().getTouchMode(), touch);
+    QCOMPARE(config().getShowFactor(), factor);
+    QCOMPARE(content(config().configPath()), text);
+}
+
+void TestAppConfig::garbageGivesTheDefaults_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QByteArray noise;
+    for (int i = 0; i < 5000; ++i)
+        noise.append(char(i * 7919 >> 3));
+    QTest::newRow("noise") << noise;
+    QTest::newRow("null bytes") << QByteArray(1000, '\0');
+    QTest::newRow("open section") << QByteArray("[Global");
+    QTest::newRow("bad escapes") << QByteArray("[Global]\ntheme=@Variant(\\0\\0\\0\\xff)\ntouchMode=@Invalid()\n");
+    QTest::newRow("lists") << QByteArray("[Global]\ntheme=lightTheme, darkTheme\ntouchMode=a, b\n");
+    QTest::newRow("very long line") << QByteArray("[Global]\ntheme=" + QByteArray(1000000, 'x'));
+}
+
+void TestAppConfig::garbageGivesTheDefaults()
+{
+    const Fixture fixture;
+    QFETCH(QByteArray, bytes);
+    write(config().configPath(), bytes);
+    config().readConfigIni(config().configPath());
+    QCOMPARE(config().getTheme(), darkTheme);
+    QCOMPARE(config().getTouchMode(), false);
+    QCOMPARE(config().getShowFactor(), false);
+}
+
+void TestAppConfig::folderInPlaceOfTheFileGivesTheDefaults()
+{
+    const Fixture fixture;
+    QVERIFY(QDir().mkdir(config().configPath()));
+    config().setTouchMode(true);
+    config().readConfigIni(config().configPath());
+    QCOMPARE(config().getTheme(), darkTheme);
+    QCOMPARE(config().getTouchMode(), false);
+    config().writeConfigIni(config().configPath());
+    QVERIFY(QFileInfo(config().configPath()).isDir());
+}
+
+void TestAppConfig::unreadableFileGivesTheDefaults()
+{
+    const Fixture fixture;
+    const QString path = fixture.path("config.ini");
+    write(path, "[Global]\ntouchMode=true\ntheme=lightTheme\n");
+    QVERIFY(letOthersRead(fixture.dir()));
+    QVERIFY(letNobodyRead(path));
+    const int code = asOrdinaryUser([&] {
+        config().readConfigIni(path);
+        return config().getTheme() == darkTheme && !config().getTouchMode() && !config().getShowFactor() ? 0 : 1;
+    });
+    QCOMPARE(code, 0);
+}
+
+void TestAppConfig::fileThatCannotBeCreatedGivesTheDefaults()
+{
+    const Fixture fixture;
+    QVERIFY(letOthersRead(fixture.dir()));
+    const QString path = fixture.path("config.ini");
+    const int code = asOrdinaryUser([&] {
+        const LogFile log;
+        config().setTheme(lightTheme);
+        config().readConfigIni(path);
+        if (QFileInfo::exists(path))
+            return 1;
+        // Nothing beyond the ordinary two lines is reported.
+        if (log.leveledMessages()
+            != QStringList{"info: read config.ini", "warning: config.ini donot exist, create config.ini"})
+            return 2;
+        config().writeConfigIni(path);
+        if (QFileInfo::exists(path))
+            return 3;
+        return config().getTheme() == darkTheme ? 0 : 4;
+    });
+    QCOMPARE(code, 0);
+}
+
+void TestAppConfig::fieldsOfARunBeforeAreReplaced()
+{
+    const Fixture fixture;
+    config().setTheme(lightTheme);
+    config().setTouchMode(true);
+    config().setShowFactor(true);
+    config().readConfigIni(config().configPath());
+    QCOMPARE(config().getTheme(), darkTheme);
+    QCOMPARE(config().getTouchMode(), false);
+    QCOMPARE(config().getShowFactor(), false);
+}
+
+void TestAppConfig::writesItsThreeKeys_data()
+{
+    QTest::addColumn<int>("theme");
+    QTest::addColumn<bool>("touch");
+    QTest::addColumn<bool>("factor");
+    QTest::newRow("light, all on") << 0 << true << true;
+    QTest::newRow("dark, all off") << 1 << false << false;
+    QTest::newRow("dark, touch") << 1 << true << false;
+}
+
+void TestAppConfig::writesItsThreeKeys()
+{
+    const Fixture fixture;
+    QFETCH(int, theme);
+    QFETCH(bool, touch);
+    QFETCH(bool, factor);
+    config().setTheme(MyThemes(theme));
+    config().setTouchMode(touch);
+    config().setShowFactor(factor);
+    const LogFile log;
+    config().writeConfigIni(config().configPath());
+    QCOMPARE(log.leveledMessages(), QStringList{"info: write config ini"});
+    QStringList lines = QString::fromUtf8(content(config().configPath())).remove('\r').split('\n', Qt::SkipEmptyParts);
+    QCOMPARE(lines.takeFirst(), QStringLiteral("[Global]"));
+    lines.sort();
+    QCOMPARE(lines,
+             (QStringList{QString("showFactor=") + (factor ? "true" : "false"),
+                          QString("theme=") + (theme == 0 ? "lightTheme" : "darkTheme"),
+                          QString("touchMode=") + (touch ? "true" : "false")}));
+    config().setTheme(darkTheme);
+    config().setTouchMode(false);
+    config().setShowFactor(false);
+    config().readConfigIni(config().configPath());
+    QCOMPARE(int(config().getTheme()), theme);
+    QCOMPARE(config().getTouchMode(), touch);
+    QCOMPARE(config().getShowFactor(), factor);
+}
+
+void TestAppConfig::otherKeysOfTheFileStay()
+{
+    const Fixture fixture;
+    write(config().configPath(), "[Global]\nmine=7\ntheme=LightTheme\n[Other]\nkey=value\n");
+    config().readConfigIni(config().configPath());
+    config().writeConfigIni(config().configPath());
+    const QSettings settings(config().configPath(), QSettings::IniFormat);
+    QCOMPARE(settings.value("Global/mine").toInt(), 7);
+    QCOMPARE(settings.value("Other/key").toString(), QStringLiteral("value"));
+    QCOMPARE(settings.value("Global/theme").toString(), QStringLiteral("darkTheme"));
+}
+
+void TestAppConfig::writeThatFailsIsSilent()
+{
+    const Fixture fixture;
+    const LogFile log;
+    config().writeConfigIni(fixture.path("logs/log.txt/config.ini"));
+    QCOMPARE(log.leveledMessages(), QStringList{"info: write config ini"});
+}
+
+void TestAppConfig::initRunsItsStepsInOrder()
+{
+    const Fixture fixture;
+    write(config().configPath(), "[Global]\ntheme=lightTheme\n");
+    clearData();
+    closeLogger();
+    QVERIFY(QDir(config().plotDir()).removeRecursively());
+    QVERIFY(QDir("logs").removeRecursively());
+    LogFile log;
+    const QSignalSpy spy(&config(), &AppConfig::switchThemeSignal);
+    config().init();
+    QVERIFY(QFileInfo(config().plotDir()).isDir());
+    QCOMPARE(log.leveledMessages(),
+             (QStringList{"info: read config.ini", "info: init global data", "info: switchTheme"}));
+    QCOMPARE(spy.count(), 1);
+    QCOMPARE(spy.first().first().value<MyThemes>(), lightTheme);
+    QCOMPARE(qApp->styleSheet(), styleOf(":qdarkstyle/light/lightstyle.qss"));
+    QVERIFY(findGraph(QStringLiteral("横滚"))->yvalue().isEmpty());
+}
+
+void TestAppConfig::shutdownRunsItsStepsInOrder()
+{
+    const Fixture fixture;
+    config().setTheme(lightTheme);
+    const LogFile log;
+    config().shutdown();
+    QCOMPARE(log.leveledMessages(), (QStringList{"info: write config ini", "info: clear data;", "info: close logger"}));
+    QVERIFY(content(config().configPath()).contains("theme=lightTheme"));
+    QVERIFY(!spdlog::get("file_logger"));
+    // The fixture clears the store again at its end.
+    initData();
+}
+
+void TestAppConfig::fieldsAreReadableAfterShutdown()
+{
+    const Fixture fixture;
+    config().setTouchMode(true);
+    config().shutdown();
+    QCOMPARE(config().getTouchMode(), true);
+    QVERIFY(config().configPath().endsWith("/config.ini"));
+    QVERIFY(config().getDataPath().endsWith("/myPlot/data.txt"));
+    initData();
+}
+
+void TestAppConfig::themeSlotAppliesTheStyleAndTells_data()
+{
+    QTest::addColumn<int>("theme");
+    QTest::addColumn<QString>("path");
+    QTest::newRow("light") << 0 << ":qdarkstyle/light/lightstyle.qss";
+    QTest::newRow("dark") << 1 << ":qdarkstyle/dark/darkstyle.qss";
+}
+
+void TestAppConfig::themeSlotAppliesTheStyleAndTells()
+{
+    const Fixture fixture;
+    QFETCH(int, theme);
+    QFETCH(QString, path);
+    qApp->setStyleSheet(QString());
+    config().setTheme(theme == 0 ? darkTheme : lightTheme);
+    const LogFile log;
+    const QSignalSpy spy(&config(), &AppConfig::switchThemeSignal);
+    QString seen;
+    const auto connection
+        = connect(&config(), &AppConfig::switchThemeSignal, &config(), [&] { seen = qApp->styleSheet(); });
+    config().switchThemeSlot(MyThemes(theme));
+    disconnect(connection);
+    QCOMPARE(log.leveledMessages(), QStringList{"info: switchTheme"});
+    QCOMPARE(spy.count(), 1);
+    QCOMPARE(int(spy.first().first().value<MyThemes>()), theme);
+    // The style is there before anybody is told.
+    QVERIFY(!seen.isEmpty());
+    QCOMPARE(seen, styleOf(path.toLatin1().constData()));
+    // The caller stores the theme, not the slot.
+    QCOMPARE(int(config().getTheme()), 1 - theme);
+}
+
+void TestAppConfig::styleSheetsAreCompiledInWithTheirImages()
+{
+    const QString dark = styleOf(":qdarkstyle/dark/darkstyle.qss");
+    const QString light = styleOf(":qdarkstyle/light/lightstyle.qss");
+    QVERIFY(dark.size() > 1000);
+    QVERIFY(light.size() > 1000);
+    QVERIFY(dark != light);
+    static const QRegularExpression url(R"re(url\("?([^")]+)"?\))re");
+    int images = 0;
+    for (const QString &sheet : {dark, light}) {
+        for (auto match = url.globalMatch(sheet); match.hasNext();) {
+            const QString path = match.next().captured(1);
+            QVERIFY2(QFileInfo::exists(path), qPrintable(path));
+            ++images;
+        }
+    }
+    QVERIFY(images > 20);
+}
+
+QTEST_MAIN(TestAppConfig)
+#include "TestAppConfig.moc"
