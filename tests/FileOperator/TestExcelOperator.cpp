@@ -1,0 +1,388 @@
+#include "ExcelOperator.h"
+#include "ExportNames.h"
+#include "Fixture.h"
+#include "LogFile.h"
+#include "OrdinaryUser.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTest>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <memory>
+
+namespace
+{
+
+QByteArray content(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
+}
+
+QStringList sheetNamesOfAnExport()
+{
+    QStringList names;
+    for (const ExpectedGroup &group : expectedGroups()) {
+        if (!group.textOnly)
+            names.append(group.name);
+    }
+    return names;
+}
+
+bool sameBits(const QVariant &cell, double value)
+{
+    const double found = cell.toDouble();
+    return cell.type() == QVariant::Double && std::memcmp(&found, &value, sizeof value) == 0;
+}
+
+} // namespace
+
+class TestExcelOperator : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { m_fixture = std::make_unique<Fixture>(); }
+    void cleanup() { m_fixture.reset(); }
+
+    void hasNoSignalsOrSlots();
+    void titleRowIsTextAndNumberRowIsNumbers();
+    void rowsTakeOnlyTheFirstCells();
+    void rowsOfAnOperatorAreItsOwnWorkbook();
+    void savingStartsFromAnEmptyWorkbook();
+    void exportHasEightSheets();
+    void everySheetHasLabelsAndSamples();
+    void samplesKeepEveryBit();
+    void backupChannelIsInNoSheet();
+    void emptyGroupHasItsHeaderOnly();
+    void infinityAndNotANumberAreErrors();
+    void existingWorkbookIsWrittenOver();
+    void fileThatIsNoWorkbookIsReplaced();
+    void shorterChannelLeavesItsCells();
+    void oneSheetCanBeWritten();
+    void sheetOfThatNameIsWrittenOver();
+    void givenGroupsAreWrittenInsteadOfTheStore();
+    void rowsBeyondTheSheetAreLeftOutAndLogged();
+    void raisedFlagWritesNothing();
+    void failedExportLeavesTheOldWorkbook_data();
+    void failedExportLeavesTheOldWorkbook();
+    void readOnlyFolderLeavesTheOldWorkbook();
+
+private:
+    QString path(const char *name) const { return m_fixture->path(QString::fromUtf8(name)); }
+
+    std::unique_ptr<Fixture> m_fixture;
+};
+
+void TestExcelOperator::hasNoSignalsOrSlots()
+{
+    QCOMPARE(ExcelOperator::staticMetaObject.methodCount(), QObject::staticMetaObject.methodCount());
+    QCOMPARE(QByteArray(ExcelOperator::staticMetaObject.className()), QByteArray("ExcelOperator"));
+}
+
+void TestExcelOperator::titleRowIsTextAndNumberRowIsNumbers()
+{
+    ExcelOperator excelOperator(nullptr);
+    excelOperator.writeTitleRow(1, 3, {"id", 5, 2.5});
+    excelOperator.writeNumberRow(4, 3, {1, "2.5", "no number"});
+    QVERIFY(excelOperator.save(path("rows.xlsx")));
+    const QXlsx::Document document(path("rows.xlsx"));
+    QCOMPARE(document.read(1, 1), QVariant("id"));
+    QCOMPARE(document.read(1, 2), QVariant("5"));
+    QCOMPARE(document.read(1, 3), QVariant("2.5"));
+    QCOMPARE(document.read(4, 1), QVariant(1.0));
+    QCOMPARE(document.read(4, 2), QVariant(2.5));
+    QCOMPARE(document.read(4, 3), QVariant(0.0));
+    QVERIFY(!document.read(2, 1).isValid());
+}
+
+void TestExcelOperator::rowsTakeOnlyTheFirstCells()
+{
+    ExcelOperator excelOperator(nullptr);
+    excelOperator.writeTitleRow(1, 2, {"a", "b", "c"});
+    // More asked for than there are.
+    excelOperator.writeNumberRow(2, 9, {1, 2});
+    QVERIFY(excelOperator.save(path("rows.xlsx")));
+    const QXlsx::Document document(path("rows.xlsx"));
+    QCOMPARE(document.read(1, 2), QVariant("b"));
+    QVERIFY(!document.read(1, 3).isValid());
+    QCOMPARE(document.read(2, 2), QVariant(2.0));
+    QVERIFY(!document.read(2, 3).isValid());
+}
+
+void TestExcelOperator::rowsOfAnOperatorAreItsOwnWorkbook()
+{
+    fillStore(1);
+    ExcelOperator excelOperator(nullptr);
+    excelOperator.writeTitleRow(1, 1, {"id"});
+    QVERIFY(excelOperator.writeExcel(path("export.xlsx")));
+    QVERIFY(excelOperator.save(path("rows.xlsx")));
+    QCOMPARE(QXlsx::Document(path("rows.xlsx")).sheetNames(), QStringList{"Sheet1"});
+    QCOMPARE(QXlsx::Document(path("export.xlsx")).sheetNames(), sheetNamesOfAnExport());
+}
+
+void TestExcelOperator::savingStartsFromAnEmptyWorkbook()
+{
+    ExcelOperator first(nullptr);
+    first.writeNumberRow(9, 1, {9});
+    QVERIFY(first.save(path("rows.xlsx")));
+    ExcelOperator second(nullptr);
+    second.writeNumberRow(1, 1, {1});
+    QVERIFY(second.save(path("rows.xlsx")));
+    QVERIFY(!QXlsx::Document(path("rows.xlsx")).read(9, 1).isValid());
+}
+
+void TestExcelOperator::exportHasEightSheets()
+{
+    fillStore(1);
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    QCOMPARE(QXlsx::Document(path("x.xlsx")).sheetNames(), sheetNamesOfAnExport());
+    QCOMPARE(sheetNamesOfAnExport().size(), 8);
+}
+
+void TestExcelOperator::everySheetHasLabelsAndSamples()
+{
+    fillStore(25);
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    QXlsx::Document document(path("x.xlsx"));
+    int columns = 0;
+    for (const ExpectedGroup &group : expectedGroups()) {
+        if (group.textOnly)
+            continue;
+        QVERIFY(document.selectSheet(group.name));
+        for (int c = 0; c < group.count; ++c) {
+            QCOMPARE(document.read(1, c + 1), QVariant(group.channels[c]->graphName()));
+            for (int r = 0; r < 25; ++r)
+                QVERIFY(sameBits(document.read(r + 2, c + 1), group.channels[c]->yvalue().at(r)));
+            QVERIFY(!document.read(27, c + 1).isValid());
+            ++columns;
+        }
+        QVERIFY(!document.read(1, group.count + 1).isValid());
+    }
+    QCOMPARE(columns, 142);
+}
+
+void TestExcelOperator::samplesKeepEveryBit()
+{
+    const QVector<double> samples{0.1,
+                                  1.0 / 3.0,
+                                  -113.9137801234567,
+                                  1e-300,
+                                  std::numeric_limits<double>::denorm_min(),
+                                  std::numeric_limits<double>::max(),
+                                  9007199254740993.0,
+                                  123456789012345680.0};
+    for (MyGraph *channel : heartBeatGraphs)
+        channel->setYvalue(samples);
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    QXlsx::Document document(path("x.xlsx"));
+    document.selectSheet("0x01-HeartBeat");
+    for (int i = 0; i < samples.size(); ++i)
+        QVERIFY2(sameBits(document.read(i + 2, 5), samples[i]), qPrintable(QString::number(samples[i])));
+}
+
+void TestExcelOperator::backupChannelIsInNoSheet()
+{
+    fillStore(1);
+    backupGraph->setYvalue({424242});
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    QXlsx::Document document(path("x.xlsx"));
+    for (const QString &name : document.sheetNames()) {
+        QVERIFY(document.selectSheet(name));
+        for (int c = 1; c <= 40; ++c) {
+            QVERIFY(document.read(1, c).toString() != backupGraph->graphName());
+            QVERIFY(document.read(2, c) != QVariant(424242.0));
+        }
+    }
+}
+
+void TestExcelOperator::emptyGroupHasItsHeaderOnly()
+{
+    fillStore(2);
+    for (MyGraph *channel : payloadGraphs)
+        channel->setYvalue({});
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    QXlsx::Document document(path("x.xlsx"));
+    QVERIFY(document.selectSheet("0x41-PayloadInfo"));
+    QCOMPARE(document.read(1, 14), QVariant(payloadGraphs[13]->graphName()));
+    QVERIFY(!document.read(2, 1).isValid());
+    QVERIFY(document.selectSheet("0x51-Difference"));
+    QVERIFY(document.read(3, 5).isValid());
+}
+
+void TestExcelOperator::infinityAndNotANumberAreErrors()
+{
+    const double infinity = std::numeric_limits<double>::infinity();
+    for (MyGraph *channel : differenceGraphs)
+        channel->setYvalue({infinity, -infinity, std::nan("")});
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    QXlsx::Document document(path("x.xlsx"));
+    document.selectSheet("0x51-Difference");
+    QVERIFY(std::isinf(document.read(2, 1).toDouble()));
+    QVERIFY(std::isinf(document.read(3, 1).toDouble()));
+    QVERIFY(std::isnan(document.read(4, 1).toDouble()));
+}
+
+void TestExcelOperator::existingWorkbookIsWrittenOver()
+{
+    fillStore(5);
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    {
+        QXlsx::Document mine(path("x.xlsx"));
+        mine.addSheet("Mine");
+        mine.write(1, 1, QStringLiteral("notes"));
+        QVERIFY(mine.saveAs(path("x.xlsx")));
+    }
+    const double oldLast = heartBeatGraphs[0]->yvalue().at(4);
+    fillStore(2);
+    for (MyGraph *channel : heartBeatGraphs)
+        channel->setYvalue({71, 72});
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    QXlsx::Document document(path("x.xlsx"));
+    QCOMPARE(document.sheetNames(), sheetNamesOfAnExport() << "Mine");
+    QVERIFY(document.selectSheet("0x01-HeartBeat"));
+    QCOMPARE(document.read(2, 1), QVariant(71.0));
+    QCOMPARE(document.read(3, 1), QVariant(72.0));
+    // Cells beyond the new data are those of the old.
+    QVERIFY(sameBits(document.read(6, 1), oldLast));
+    QVERIFY(document.selectSheet("Mine"));
+    QCOMPARE(document.read(1, 1), QVariant("notes"));
+}
+
+void TestExcelOperator::fileThatIsNoWorkbookIsReplaced()
+{
+    fillStore(1);
+    for (const QByteArray &bytes : {QByteArray("garbage"), QByteArray(), QByteArray("PK\3\4 cut off")}) {
+        {
+            QFile file(path("x.xlsx"));
+            QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+            file.write(bytes);
+        }
+        const LogFile log;
+        QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+        QCOMPARE(log.lines().size(), 1);
+        QCOMPARE(log.lines().first().level, QStringLiteral("warning"));
+        QCOMPARE(QXlsx::Document(path("x.xlsx")).sheetNames(), sheetNamesOfAnExport());
+    }
+}
+
+void TestExcelOperator::shorterChannelLeavesItsCells()
+{
+    for (MyGraph *channel : differenceGraphs)
+        channel->setYvalue({1.0, 2.0, 3.0});
+    differenceGraphs[2]->setYvalue({9.0});
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    QXlsx::Document document(path("x.xlsx"));
+    document.selectSheet("0x51-Difference");
+    QCOMPARE(document.read(2, 3), QVariant(9.0));
+    QVERIFY(!document.read(3, 3).isValid());
+    QCOMPARE(document.read(4, 4), QVariant(3.0));
+}
+
+void TestExcelOperator::oneSheetCanBeWritten()
+{
+    fillStore(2);
+    QXlsx::Document document;
+    ExcelOperator(nullptr).writeSheet(document, "Three", sensorGraphs, 3);
+    QCOMPARE(document.sheetNames(), QStringList{"Three"});
+    QCOMPARE(document.read(1, 3), QVariant(sensorGraphs[2]->graphName()));
+    QCOMPARE(document.read(3, 3), QVariant(sensorGraphs[2]->yvalue().at(1)));
+    QVERIFY(!document.read(1, 4).isValid());
+}
+
+void TestExcelOperator::sheetOfThatNameIsWrittenOver()
+{
+    fillStore(1);
+    QXlsx::Document document;
+    document.addSheet("Three");
+    document.write(5, 5, 55.0);
+    document.addSheet("Other");
+    ExcelOperator(nullptr).writeSheet(document, "Three", sensorGraphs, 3);
+    QCOMPARE(document.sheetNames(), (QStringList{"Three", "Other"}));
+    QVERIFY(document.selectSheet("Three"));
+    QCOMPARE(document.read(5, 5), QVariant(55.0));
+    QCOMPARE(document.read(2, 1), QVariant(sensorGraphs[0]->yvalue().at(0)));
+}
+
+void TestExcelOperator::givenGroupsAreWrittenInsteadOfTheStore()
+{
+    fillStore(3);
+    const double sample = equipmentGraphs[15]->yvalue().at(2);
+    ExcelOperator excelOperator(nullptr);
+    excelOperator.setGroups(exportGroups());
+    Fixture::renewStore();
+    QVERIFY(excelOperator.writeExcel(path("x.xlsx")));
+    QXlsx::Document document(path("x.xlsx"));
+    document.selectSheet("0x53-EquipmentStatus");
+    QVERIFY(sameBits(document.read(4, 16), sample));
+}
+
+void TestExcelOperator::rowsBeyondTheSheetAreLeftOutAndLogged()
+{
+    // A sheet has 1048576 rows, one of them the header's.
+    QVector<double> samples(1048576 + 4, 1.0);
+    samples[1048574] = 2.0;
+    ExcelOperator excelOperator(nullptr);
+    QVector<ExportGroup> groups(1);
+    groups[0].name = QStringLiteral("Long");
+    groups[0].labels = QStringList{"a"};
+    groups[0].samples = {samples};
+    excelOperator.setGroups(groups);
+    const LogFile log;
+    QVERIFY(excelOperator.writeExcel(path("x.xlsx")));
+    QCOMPARE(log.lines().size(), 1);
+    QVERIFY2(log.messages().first().contains(QLatin1String("5 rows of sheet Long")),
+             qPrintable(log.messages().first()));
+    const QXlsx::Document document(path("x.xlsx"));
+    QCOMPARE(document.read(1048576, 1), QVariant(2.0));
+}
+
+void TestExcelOperator::raisedFlagWritesNothing()
+{
+    fillStore(10);
+    const std::atomic<bool> cancelled{true};
+    ExcelOperator excelOperator(nullptr);
+    excelOperator.setCancelFlag(&cancelled);
+    QVERIFY(!excelOperator.writeExcel(path("x.xlsx")));
+    QCOMPARE(QDir(m_fixture->dir()).entryList(QDir::Files | QDir::Hidden), QStringList());
+}
+
+void TestExcelOperator::failedExportLeavesTheOldWorkbook_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::newRow("folder is missing") << "missing/x.xlsx";
+    QTest::newRow("a folder has the name") << "folder.xlsx";
+    QTest::newRow("very long name") << QString(4000, QLatin1Char('x')) + ".xlsx";
+}
+
+void TestExcelOperator::failedExportLeavesTheOldWorkbook()
+{
+    QFETCH(QString, target);
+    fillStore(2);
+    QVERIFY(QDir().mkdir(path("folder.xlsx")));
+    QVERIFY(!ExcelOperator(nullptr).writeExcel(m_fixture->path(target)));
+    QVERIFY(QDir(path("folder.xlsx")).isEmpty());
+    QCOMPARE(QDir(m_fixture->dir()).entryList(QDir::Files | QDir::Hidden), QStringList());
+}
+
+void TestExcelOperator::readOnlyFolderLeavesTheOldWorkbook()
+{
+    fillStore(2);
+    QVERIFY(QDir().mkdir(path("locked")));
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("locked/x.xlsx")));
+    const QByteArray before = content(path("locked/x.xlsx"));
+    QVERIFY(letOthersRead(path("locked")));
+    QVERIFY(letOthersRead(path("locked/x.xlsx")));
+    QVERIFY(letOthersRead(m_fixture->dir()));
+    fillStore(3);
+    const QString target = path("locked/x.xlsx");
+    QCOMPARE(asOrdinaryUser([&target] { return ExcelOperator(nullptr).writeExcel(target) ? 1 : 0; }), 0);
+    QVERIFY(content(path("locked/x.xlsx")) == before);
+    QCOMPARE(QDir(path("locked")).entryList(QDir::Files | QDir::Hidden), QStringList{"x.xlsx"});
+}
+
+QTEST_GUILESS_MAIN(TestExcelOperator)
+#include "TestExcelOperator.moc"

@@ -1,0 +1,778 @@
+#include "DecodeRoutes.h"
+#include "Fixture.h"
+#include "LogFile.h"
+#include "MetaMethods.h"
+#include "ModalAnswer.h"
+#include "OrdinaryUser.h"
+#include "QXlsx.h"
+
+#include <QElapsedTimer>
+#include <QFileDialog>
+#include <QGridLayout>
+#include <QHeaderView>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMessageBox>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTableWidget>
+#include <QTest>
+#include <QTimer>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+
+Q_DECLARE_METATYPE(Fixture::Catalogue)
+
+namespace
+{
+
+constexpr double kDegreeOfEquator = 6378137.0 * 3.14159265358979323846 / 180.0;
+const QStringList kTitles{"id",    "longitude", "latitude", "height",   "radius",
+                          "speed", "distance",  "flyTime",  "totalTime"};
+
+QJsonObject waypoint(const QString &longitude, const QString &latitude, double speed = 20, double height = 100,
+                     double radius = 300)
+{
+    return {{"longitude", longitude}, {"latitude", latitude}, {"height", height}, {"radius", radius}, {"speed", speed}};
+}
+
+QByteArray route(const QJsonArray &waypoints)
+{
+    return QJsonDocument(QJsonObject{{"cartographic", waypoints}}).toJson();
+}
+
+/** So many waypoints a degree apart on the equator, flown at 100 m/s. */
+QByteArray equatorRoute(int count)
+{
+    QJsonArray waypoints;
+    for (int i = 0; i < count; ++i)
+        waypoints.append(waypoint(QString::number(i), QStringLiteral("0"), 100));
+    return route(waypoints);
+}
+
+void write(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size())
+        qFatal("cannot write %s", qPrintable(path));
+}
+
+QTableWidget *table(const DecodeRoutes &dialog)
+{
+    return dialog.findChild<QTableWidget *>(QStringLiteral("tableWidget"));
+}
+
+QProgressBar *bar(const DecodeRoutes &dialog)
+{
+    return dialog.findChild<QProgressBar *>(QStringLiteral("progressBar"));
+}
+
+QPushButton *button(const DecodeRoutes &dialog, const char *name)
+{
+    return dialog.findChild<QPushButton *>(QString::fromLatin1(name));
+}
+
+void press(const DecodeRoutes &dialog, const char *name)
+{
+    QTest::mouseClick(button(dialog, name), Qt::LeftButton);
+}
+
+QStringList row(const DecodeRoutes &dialog, int index)
+{
+    QStringList texts;
+    for (int column = 0; column < table(dialog)->columnCount(); ++column) {
+        const QTableWidgetItem *const item = table(dialog)->item(index, column);
+        texts.append(item ? item->text() : QStringLiteral("no item"));
+    }
+    return texts;
+}
+
+QStringList column(const DecodeRoutes &dialog, int index)
+{
+    QStringList texts;
+    for (int i = 0; i < table(dialog)->rowCount(); ++i)
+        texts.append(row(dialog, i).at(index));
+    return texts;
+}
+
+QVector<QVariant> sheetRow(const QXlsx::Document &document, int index)
+{
+    QVector<QVariant> cells;
+    for (int c = 1; c <= 9; ++c)
+        cells.append(document.read(index, c));
+    return cells;
+}
+
+void convert(DecodeRoutes &dialog, const QString &path)
+{
+    dialog.setRouteFile(path);
+    dialog.on_btn_writeExcel_clicked();
+}
+
+} // namespace
+
+class TestDecodeRoutes : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { m_fixture = std::make_unique<Fixture>(); }
+    void cleanup() { m_fixture.reset(); }
+
+    void declaresItsSlots();
+    void formIsThreeRows_data();
+    void formIsThreeRows();
+    void tableHasNineColumns_data();
+    void tableHasNineColumns();
+    void selectingAsksForAJsonFile();
+    void selectingReadsNothing();
+    void cancelledChoiceEmptiesTheFile();
+    void selectingSetsTheProgressToZero();
+    void withoutAFileTheUserIsTold();
+    void missingFileIsReported();
+    void unreadableFileIsReported();
+    void folderCannotBeOpened();
+    void pressedButtonConverts();
+    void waypointsBecomeRows();
+    void workbookHasTheSameRows();
+    void workbookTitlesStayEnglishWithTheCatalogue();
+    void oneWaypointHasNoLeg();
+    void emptyRouteWritesTheTitles();
+    void nameEndsAtTheFirstDot();
+    void existingWorkbookIsReplacedWhole();
+    void progressRunsThroughItsSteps();
+    void speedIsThatOfTheLegsEnd();
+    void totalRunsInFloats();
+    void distanceComesFromFloatPositions();
+    void valuesOfTheWrongTypeAreZero();
+    void textThatIsNoNumberIsShownAsItStands();
+    void numbersHaveSixDigits();
+    void legWithoutSpeedIsInfinite();
+    void restWithoutSpeedIsNoNumber();
+    void negativeSpeedIsTaken();
+    void whatIsNoRouteHasNoRows_data();
+    void whatIsNoRouteHasNoRows();
+    void byteOrderMarkIsNoHindrance();
+    void waypointsThatAreNoObjectsAreZero();
+    void secondConversionStartsFromAnEmptyTable();
+    void unwritableWorkbookIsNotReported();
+    void conversionInsideAConversionRunsToItsEnd();
+    void rowsThatNoLongerFitAreDropped();
+    void closingMeanwhileIsSafe();
+    void deletingMeanwhileIsSafe();
+    void eventsAreProcessedForEachWaypoint();
+    void hugeFileEnds();
+
+private:
+    QString path(const char *name) const { return m_fixture->path(QString::fromUtf8(name)); }
+
+    std::unique_ptr<Fixture> m_fixture;
+};
+
+void TestDecodeRoutes::declaresItsSlots()
+{
+    QCOMPARE(ownMethods(DecodeRoutes::staticMetaObject),
+             (QStringList{"slot on_btn_selectFile_clicked()", "slot on_btn_writeExcel_clicked()"}));
+}
+
+void TestDecodeRoutes::formIsThreeRows_data()
+{
+    QTest::addColumn<Fixture::Catalogue>("catalogue");
+    QTest::addColumn<QString>("select");
+    QTest::addColumn<QString>("convert");
+    QTest::newRow("Chinese") << Fixture::Catalogue::Installed << "选择航线"
+                             << "解析航线";
+    QTest::newRow("English") << Fixture::Catalogue::Missing << "SelectRoute"
+                             << "DecodeRoutes";
+}
+
+void TestDecodeRoutes::formIsThreeRows()
+{
+    QFETCH(Fixture::Catalogue, catalogue);
+    QFETCH(QString, select);
+    QFETCH(QString, convert);
+    m_fixture.reset();
+    m_fixture = std::make_unique<Fixture>(catalogue);
+    DecodeRoutes dialog(nullptr);
+    QCOMPARE(dialog.objectName(), QStringLiteral("DecodeRoutes"));
+    QCOMPARE(dialog.windowTitle(), QStringLiteral("Routes"));
+    QCOMPARE(dialog.size(), QSize(1168, 865));
+    const auto *const grid = qobject_cast<QGridLayout *>(dialog.layout());
+    QVERIFY(grid);
+    QCOMPARE(grid->rowCount(), 3);
+    QCOMPARE(bar(dialog)->value(), 0);
+    QVERIFY(dialog.routeFile().isEmpty());
+    QCOMPARE(button(dialog, "btn_selectFile")->text(), select);
+    QCOMPARE(button(dialog, "btn_writeExcel")->text(), convert);
+    dialog.show();
+    QVERIFY(button(dialog, "btn_selectFile")->geometry().bottom() < table(dialog)->y());
+    QCOMPARE(button(dialog, "btn_selectFile")->y(), button(dialog, "btn_writeExcel")->y());
+    QVERIFY(table(dialog)->geometry().bottom() < bar(dialog)->y());
+}
+
+void TestDecodeRoutes::tableHasNineColumns_data()
+{
+    QTest::addColumn<Fixture::Catalogue>("catalogue");
+    QTest::addColumn<QStringList>("headers");
+    QTest::newRow("Chinese") << Fixture::Catalogue::Installed
+                             << QStringList{"序号", "经度",     "纬度",     "高度",  "半径",
+                                            "速度", "相对距离", "飞行时间", "总时间"};
+    QStringList english = kTitles;
+    english[0] = "ID";
+    QTest::newRow("English") << Fixture::Catalogue::Missing << english;
+}
+
+void TestDecodeRoutes::tableHasNineColumns()
+{
+    QFETCH(Fixture::Catalogue, catalogue);
+    QFETCH(QStringList, headers);
+    m_fixture.reset();
+    m_fixture = std::make_unique<Fixture>(catalogue);
+    const DecodeRoutes dialog(nullptr);
+    QStringList found;
+    for (int c = 0; c < table(dialog)->columnCount(); ++c)
+        found.append(table(dialog)->horizontalHeaderItem(c)->text());
+    QCOMPARE(found, headers);
+    QCOMPARE(table(dialog)->rowCount(), 0);
+}
+
+void TestDecodeRoutes::selectingAsksForAJsonFile()
+{
+    write(path("航线 1.json"), "{}");
+    DecodeRoutes dialog(nullptr);
+    dialog.show();
+    ModalAnswer modal; // not before the dialog itself is shown
+    modal.next([&](QDialog *box) {
+        auto *const files = qobject_cast<QFileDialog *>(box);
+        QVERIFY(files);
+        QCOMPARE(files->parentWidget(), &dialog);
+        QCOMPARE(files->windowTitle(), QStringLiteral("选择航线文件"));
+        QCOMPARE(files->nameFilters(), QStringList{"*.json"});
+        QCOMPARE(files->directory().canonicalPath(), QDir(m_fixture->dir()).canonicalPath());
+        files->selectFile(path("航线 1.json"));
+        static_cast<QDialog *>(files)->accept();
+    });
+    press(dialog, "btn_selectFile");
+    QCOMPARE(QFileInfo(dialog.routeFile()).canonicalFilePath(), QFileInfo(path("航线 1.json")).canonicalFilePath());
+    QVERIFY(modal.allAnswered());
+}
+
+void TestDecodeRoutes::selectingReadsNothing()
+{
+    write(path("r.json"), equatorRoute(3));
+    DecodeRoutes dialog(nullptr);
+    dialog.show();
+    ModalAnswer modal; // not before the dialog itself is shown
+    modal.next([&](QDialog *box) {
+        static_cast<QFileDialog *>(box)->selectFile(path("r.json"));
+        box->accept();
+    });
+    press(dialog, "btn_selectFile");
+    QCOMPARE(table(dialog)->rowCount(), 0);
+    QVERIFY(!QFileInfo::exists(path("r.xlsx")));
+    QVERIFY(modal.allAnswered());
+}
+
+void TestDecodeRoutes::cancelledChoiceEmptiesTheFile()
+{
+    DecodeRoutes dialog(nullptr);
+    dialog.show();
+    dialog.setRouteFile(path("r.json"));
+    ModalAnswer modal; // not before the dialog itself is shown
+    modal.next([](QDialog *box) { box->reject(); });
+    press(dialog, "btn_selectFile");
+    QVERIFY(dialog.routeFile().isEmpty());
+    QVERIFY(modal.allAnswered());
+}
+
+void TestDecodeRoutes::selectingSetsTheProgressToZero()
+{
+    write(path("r.json"), equatorRoute(3));
+    DecodeRoutes dialog(nullptr);
+    dialog.show();
+    convert(dialog, path("r.json"));
+    QCOMPARE(bar(dialog)->value(), 400);
+    ModalAnswer modal; // not before the dialog itself is shown
+    modal.next([](QDialog *box) { box->reject(); });
+    press(dialog, "btn_selectFile");
+    QCOMPARE(bar(dialog)->value(), 0);
+    QCOMPARE(bar(dialog)->text(), QStringLiteral("0%"));
+    QVERIFY(modal.allAnswered());
+}
+
+void TestDecodeRoutes::withoutAFileTheUserIsTold()
+{
+    DecodeRoutes dialog(nullptr);
+    dialog.show();
+    ModalAnswer modal; // not before the dialog itself is shown
+    modal.next([&](QDialog *box) {
+        auto *const message = qobject_cast<QMessageBox *>(box);
+        QVERIFY(message);
+        QCOMPARE(message->parentWidget(), &dialog);
+        QCOMPARE(message->icon(), QMessageBox::Information);
+        QCOMPARE(message->windowTitle(), QStringLiteral("info"));
+        QCOMPARE(message->text(), QStringLiteral("route file is empty"));
+        QCOMPARE(message->standardButtons(), QMessageBox::StandardButtons(QMessageBox::Ok));
+        message->accept();
+    });
+    press(dialog, "btn_writeExcel");
+    QVERIFY(modal.allAnswered());
+}
+
+void TestDecodeRoutes::missingFileIsReported()
+{
+    DecodeRoutes dialog(nullptr);
+    dialog.show();
+    dialog.setRouteFile(path("gone.json"));
+    ModalAnswer modal; // not before the dialog itself is shown
+    modal.next([](QDialog *box) {
+        QCOMPARE(box->windowTitle(), QStringLiteral("info"));
+        QCOMPARE(qobject_cast<QMessageBox *>(box)->text(), QStringLiteral("route file not exists"));
+    });
+    press(dialog, "btn_writeExcel");
+    QVERIFY(!QFileInfo::exists(path("gone.xlsx")));
+    QVERIFY(modal.allAnswered());
+}
+
+void TestDecodeRoutes::unreadableFileIsReported()
+{
+    const QString file = path("secret.json");
+    write(file, equatorRoute(2));
+    QVERIFY(letNobodyRead(file));
+    QVERIFY(letOthersWrite(m_fixture->dir()));
+    const int code = asOrdinaryUser([&] {
+        DecodeRoutes dialog(nullptr);
+        dialog.setRouteFile(file);
+        ModalAnswer modal;
+        QString text;
+        modal.next([&text](QDialog *box) { text = qobject_cast<QMessageBox *>(box)->text(); });
+        dialog.on_btn_writeExcel_clicked();
+        return text == QLatin1String("route file open failed") && table(dialog)->rowCount() == 0 ? 0 : 1;
+    });
+    QCOMPARE(code, 0);
+    QVERIFY(!QFileInfo::exists(path("secret.xlsx")));
+}
+
+void TestDecodeRoutes::folderCannotBeOpened()
+{
+    QVERIFY(QDir().mkdir(path("folder.json")));
+    DecodeRoutes dialog(nullptr);
+    ModalAnswer modal; // not before the dialog itself is shown
+    modal.next([](QDialog *box) {
+        QCOMPARE(qobject_cast<QMessageBox *>(box)->text(), QStringLiteral("route file open failed"));
+    });
+    convert(dialog, path("folder.json"));
+    QVERIFY(modal.allAnswered());
+}
+
+void TestDecodeRoutes::pressedButtonConverts()
+{
+    write(path("r.json"), equatorRoute(2));
+    DecodeRoutes dialog(nullptr);
+    dialog.show();
+    dialog.setRouteFile(path("r.json"));
+    press(dialog, "btn_writeExcel");
+    QCOMPARE(table(dialog)->rowCount(), 2);
+    QVERIFY(QFileInfo::exists(path("r.xlsx")));
+    QCOMPARE(bar(dialog)->value(), bar(dialog)->maximum());
+}
+
+void TestDecodeRoutes::waypointsBecomeRows()
+{
+    write(path("r.json"),
+          route({waypoint("0.0", "0", 55.5, 120.25, 300), waypoint(" 1.00 ", "0.000", 100, -3, 0.5),
+                 waypoint("1", "0", 20, 1234567.8, 1e-5)}));
+    DecodeRoutes dialog(nullptr);
+    dialog.show();
+    convert(dialog, path("r.json"));
+    QCOMPARE(table(dialog)->rowCount(), 3);
+    QCOMPARE(row(dialog, 0), (QStringList{"1", "0.0", "0", "120.25", "300", "55.5", "0", "0", "0"}));
+    // 111319.490793 m at 100 m/s.
+    QCOMPARE(row(dialog, 1), (QStringList{"2", " 1.00 ", "0.000", "-3", "0.5", "100", "111319", "1113.19", "1113.19"}));
+    QCOMPARE(row(dialog, 2), (QStringList{"3", "1", "0", "1.23457e+06", "1e-05", "20", "0", "0", "1113.19"}));
+}
+
+void TestDecodeRoutes::workbookHasTheSameRows()
+{
+    write(path("r.json"),
+          route({waypoint("0", "0", 55.5, 120.25, 300), waypoint("1.123456789012", "0", 100, -3, 0.1)}));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    const QXlsx::Document document(path("r.xlsx"));
+    QCOMPARE(document.sheetNames(), QStringList{"Sheet1"});
+    QCOMPARE(sheetRow(document, 2), (QVector<QVariant>{1.0, 0.0, 0.0, 120.25, 300.0, 55.5, 0.0, 0.0, 0.0}));
+    // The whole text in its column, the position of a float in the distance.
+    const double degrees = std::trunc(double(1.123456789012f) * 1e7) / 1e7;
+    const float distance = float(kDegreeOfEquator * degrees);
+    const float flyTime = float(double(distance) / 100);
+    QCOMPARE(sheetRow(document, 3),
+             (QVector<QVariant>{2.0, 1.123456789012, 0.0, -3.0, 0.1, 100.0, double(distance), double(flyTime),
+                                double(flyTime)}));
+    QVERIFY(!document.read(4, 1).isValid());
+}
+
+void TestDecodeRoutes::workbookTitlesStayEnglishWithTheCatalogue()
+{
+    write(path("r.json"), equatorRoute(1));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    const QXlsx::Document document(path("r.xlsx"));
+    QStringList titles;
+    for (const QVariant &cell : sheetRow(document, 1))
+        titles.append(cell.toString());
+    QCOMPARE(titles, kTitles);
+    QVERIFY(!document.read(1, 10).isValid());
+}
+
+void TestDecodeRoutes::oneWaypointHasNoLeg()
+{
+    write(path("r.json"), route({waypoint("113.9", "33.9", 0)}));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    QCOMPARE(table(dialog)->rowCount(), 1);
+    QCOMPARE(row(dialog, 0).mid(6), (QStringList{"0", "0", "0"}));
+    const QXlsx::Document document(path("r.xlsx"));
+    QVERIFY(document.read(2, 1).isValid());
+    QVERIFY(!document.read(3, 1).isValid());
+}
+
+void TestDecodeRoutes::emptyRouteWritesTheTitles()
+{
+    write(path("r.json"), route({}));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    QCOMPARE(table(dialog)->rowCount(), 0);
+    QCOMPARE(bar(dialog)->minimum(), 1);
+    QCOMPARE(bar(dialog)->maximum(), 100);
+    QCOMPARE(bar(dialog)->value(), 100);
+    const QXlsx::Document document(path("r.xlsx"));
+    QCOMPARE(document.read(1, 9).toString(), QStringLiteral("totalTime"));
+    QVERIFY(!document.read(2, 1).isValid());
+}
+
+void TestDecodeRoutes::nameEndsAtTheFirstDot()
+{
+    QVERIFY(QDir().mkdir(path("航 线")));
+    write(path("航 线/a.b.json"), equatorRoute(1));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("航 线/a.b.json"));
+    QCOMPARE(QDir(path("航 线")).entryList(QDir::Files | QDir::Hidden), (QStringList{"a.b.json", "a.xlsx"}));
+}
+
+void TestDecodeRoutes::existingWorkbookIsReplacedWhole()
+{
+    {
+        QXlsx::Document old;
+        old.addSheet("Mine");
+        old.write(50, 1, 5.0);
+        QVERIFY(old.saveAs(path("r.xlsx")));
+    }
+    write(path("r.json"), equatorRoute(1));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    QXlsx::Document document(path("r.xlsx"));
+    QCOMPARE(document.sheetNames(), QStringList{"Sheet1"});
+    QVERIFY(!document.read(50, 1).isValid());
+}
+
+void TestDecodeRoutes::progressRunsThroughItsSteps()
+{
+    write(path("r.json"), equatorRoute(10));
+    DecodeRoutes dialog(nullptr);
+    QList<int> values;
+    connect(bar(dialog), &QProgressBar::valueChanged, this, [&values](int value) { values.append(value); });
+    convert(dialog, path("r.json"));
+    QCOMPARE(values, (QList<int>{10, 20, 50, 100, 200, 300, 400, 500, 600, 700, 800, 900, 1000, 1100}));
+    QCOMPARE(bar(dialog)->maximum(), 1100);
+}
+
+void TestDecodeRoutes::speedIsThatOfTheLegsEnd()
+{
+    write(path("r.json"), route({waypoint("0", "0", 1), waypoint("1", "0", 1000), waypoint("2", "0", 10)}));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    QCOMPARE(column(dialog, 5), (QStringList{"1", "1000", "10"}));
+    QCOMPARE(column(dialog, 7), (QStringList{"0", "111.319", "11131.9"}));
+}
+
+void TestDecodeRoutes::totalRunsInFloats()
+{
+    write(path("r.json"), equatorRoute(30));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    const QXlsx::Document document(path("r.xlsx"));
+    const float leg = float(double(float(kDegreeOfEquator)) / 100);
+    float total = 0;
+    for (int i = 1; i < 30; ++i) {
+        total += leg;
+        QCOMPARE(document.read(i + 2, 9).toDouble(), double(total));
+    }
+    // A sum in double precision comes out another.
+    QVERIFY(double(total) != 29 * double(leg));
+}
+
+void TestDecodeRoutes::distanceComesFromFloatPositions()
+{
+    // Floats near 113.9 lie 7.6e-6 degrees apart, so that these two are one place.
+    write(path("r.json"), route({waypoint("113.9000010", "0"), waypoint("113.9000020", "0")}));
+    QVERIFY(QString("113.9000010").toFloat() == QString("113.9000020").toFloat());
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    QCOMPARE(row(dialog, 1).at(6), QStringLiteral("0"));
+    QCOMPARE(QXlsx::Document(path("r.xlsx")).read(3, 2).toDouble(), 113.9000020);
+}
+
+void TestDecodeRoutes::valuesOfTheWrongTypeAreZero()
+{
+    write(path("r.json"), R"({"cartographic": [
+        {"longitude": 113.9, "latitude": [33.9], "height": "120", "radius": null, "speed": {"v": 1}},
+        {"height": 7},
+        {"longitude": "1", "latitude": "0", "height": true, "radius": 2.5, "speed": 3, "extra": "x"}]})");
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    QCOMPARE(row(dialog, 0), (QStringList{"1", "", "", "0", "0", "0", "0", "0", "0"}));
+    // No way at no speed is no number, and the total stays so.
+    QCOMPARE(row(dialog, 1), (QStringList{"2", "", "", "7", "0", "0", "0", "nan", "nan"}));
+    QCOMPARE(row(dialog, 2).mid(3, 4), (QStringList{"0", "2.5", "3", "111319"}));
+}
+
+void TestDecodeRoutes::textThatIsNoNumberIsShownAsItStands()
+{
+    write(path("r.json"), route({waypoint("E113°", "=1+1"), waypoint("1e400", "nan")}));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    QCOMPARE(row(dialog, 0).mid(1, 2), (QStringList{"E113°", "=1+1"}));
+    // A latitude that is none has no distance to anything.
+    QCOMPARE(row(dialog, 1).mid(1), (QStringList{"1e400", "nan", "100", "300", "20", "nan", "nan", "nan"}));
+    const QXlsx::Document document(path("r.xlsx"));
+    QCOMPARE(document.read(2, 2), QVariant(0.0));
+    QCOMPARE(document.read(2, 3), QVariant(0.0));
+    QVERIFY(std::isnan(document.read(3, 7).toDouble()));
+}
+
+void TestDecodeRoutes::numbersHaveSixDigits()
+{
+    write(path("r.json"), route({waypoint("0", "0", 0.123456789, 123456.7, 12345678)}));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    QCOMPARE(row(dialog, 0).mid(3, 3), (QStringList{"123457", "1.23457e+07", "0.123457"}));
+    QCOMPARE(QXlsx::Document(path("r.xlsx")).read(2, 6).toDouble(), 0.123456789);
+}
+
+void TestDecodeRoutes::legWithoutSpeedIsInfinite()
+{
+    write(path("r.json"), route({waypoint("0", "0", 0), waypoint("1", "0", 0), waypoint("2", "0", 100)}));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    QCOMPARE(column(dialog, 7), (QStringList{"0", "inf", "1113.19"}));
+    QCOMPARE(column(dialog, 8), (QStringList{"0", "inf", "inf"}));
+    const QXlsx::Document document(path("r.xlsx"));
+    QVERIFY(std::isinf(document.read(3, 8).toDouble()));
+    QVERIFY(std::isinf(document.read(4, 9).toDouble()));
+}
+
+void TestDecodeRoutes::restWithoutSpeedIsNoNumber()
+{
+    write(path("r.json"), route({waypoint("5", "6", 0), waypoint("5", "6", 0), waypoint("6", "6", 100)}));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    QCOMPARE(column(dialog, 6).mid(0, 2), (QStringList{"0", "0"}));
+    QCOMPARE(column(dialog, 7).mid(0, 2), (QStringList{"0", "nan"}));
+    QCOMPARE(column(dialog, 8), (QStringList{"0", "nan", "nan"}));
+}
+
+void TestDecodeRoutes::negativeSpeedIsTaken()
+{
+    write(path("r.json"), route({waypoint("0", "0"), waypoint("1", "0", -100)}));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    QCOMPARE(row(dialog, 1).at(7), QStringLiteral("-1113.19"));
+}
+
+void TestDecodeRoutes::whatIsNoRouteHasNoRows_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::newRow("no bytes") << QByteArray();
+    QTest::newRow("text") << QByteArray("a route");
+    QTest::newRow("cut off") << equatorRoute(5).chopped(20);
+    QTest::newRow("zeros") << QByteArray(1000, '\0');
+    QTest::newRow("array on top") << QByteArray("[{\"longitude\": \"1\"}]");
+    QTest::newRow("other keys") << QByteArray("{\"waypoints\": [{}]}");
+    QTest::newRow("key of another case") << QByteArray("{\"Cartographic\": [{}]}");
+    QTest::newRow("an object instead of an array") << QByteArray("{\"cartographic\": {\"0\": {}}}");
+    QTest::newRow("a number instead of an array") << QByteArray("{\"cartographic\": 5}");
+    QTest::newRow("number that is none") << QByteArray("{\"cartographic\": [{\"speed\": nan}]}");
+    QTest::newRow("number beyond doubles") << QByteArray("{\"cartographic\": [{\"speed\": 1e400}]}");
+    QTest::newRow("nested a million deep")
+        << QByteArray("{\"cartographic\": ") + QByteArray(1000000, '[') + QByteArray(1000000, ']') + '}';
+    QTest::newRow("nested a million deep and open") << QByteArray(1000000, '{');
+    QTest::newRow("two-byte characters") << QByteArray("\xff\xfe{\0}\0", 6);
+}
+
+void TestDecodeRoutes::whatIsNoRouteHasNoRows()
+{
+    QFETCH(QByteArray, content);
+    write(path("r.json"), equatorRoute(2));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    write(path("r.json"), content);
+    convert(dialog, path("r.json"));
+    QCOMPARE(table(dialog)->rowCount(), 0);
+    QCOMPARE(bar(dialog)->value(), 100);
+    QCOMPARE(bar(dialog)->maximum(), 100);
+    const QXlsx::Document document(path("r.xlsx"));
+    QCOMPARE(document.read(1, 1).toString(), QStringLiteral("id"));
+    QVERIFY(!document.read(2, 1).isValid());
+}
+
+void TestDecodeRoutes::byteOrderMarkIsNoHindrance()
+{
+    write(path("r.json"), "\xef\xbb\xbf" + equatorRoute(2));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    QCOMPARE(table(dialog)->rowCount(), 2);
+}
+
+void TestDecodeRoutes::waypointsThatAreNoObjectsAreZero()
+{
+    write(path("r.json"), "{\"cartographic\": [5, \"x\", null, [1]]}");
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    QCOMPARE(column(dialog, 0), (QStringList{"1", "2", "3", "4"}));
+    QCOMPARE(column(dialog, 1), (QStringList{"", "", "", ""}));
+    QCOMPARE(column(dialog, 3), (QStringList{"0", "0", "0", "0"}));
+}
+
+void TestDecodeRoutes::secondConversionStartsFromAnEmptyTable()
+{
+    write(path("long.json"), equatorRoute(8));
+    write(path("short.json"), equatorRoute(3));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("long.json"));
+    convert(dialog, path("short.json"));
+    QCOMPARE(column(dialog, 0), (QStringList{"1", "2", "3"}));
+    QCOMPARE(row(dialog, 2).at(8), QStringLiteral("2226.39"));
+    QCOMPARE(bar(dialog)->value(), 400);
+    QVERIFY(!QXlsx::Document(path("short.xlsx")).read(5, 1).isValid());
+}
+
+void TestDecodeRoutes::unwritableWorkbookIsNotReported()
+{
+    write(path("r.json"), equatorRoute(3));
+    QVERIFY(QDir().mkdir(path("r.xlsx")));
+    DecodeRoutes dialog(nullptr);
+    dialog.show();
+    convert(dialog, path("r.json"));
+    QCOMPARE(table(dialog)->rowCount(), 3);
+    QCOMPARE(bar(dialog)->value(), 400);
+    QVERIFY(QFileInfo(path("r.xlsx")).isDir());
+}
+
+void TestDecodeRoutes::conversionInsideAConversionRunsToItsEnd()
+{
+    write(path("outer.json"), equatorRoute(5));
+    write(path("inner.json"), equatorRoute(40));
+    DecodeRoutes dialog(nullptr);
+    dialog.show();
+    QStringList seenInside;
+    QTimer::singleShot(0, &dialog, [&] {
+        dialog.setRouteFile(path("inner.json"));
+        press(dialog, "btn_writeExcel");
+        seenInside = column(dialog, 0);
+    });
+    convert(dialog, path("outer.json"));
+    QCOMPARE(seenInside.size(), 40);
+    QCOMPARE(seenInside.last(), QStringLiteral("40"));
+    // Both workbooks are whole.
+    for (const auto &[name, last] : {std::pair("inner.xlsx", 40), std::pair("outer.xlsx", 5)}) {
+        const QXlsx::Document document(path(name));
+        QCOMPARE(document.read(last + 1, 1).toDouble(), double(last));
+        QVERIFY(!document.read(last + 2, 1).isValid());
+    }
+}
+
+void TestDecodeRoutes::rowsThatNoLongerFitAreDropped()
+{
+    write(path("outer.json"), equatorRoute(60));
+    write(path("inner.json"), equatorRoute(3));
+    DecodeRoutes dialog(nullptr);
+    dialog.show();
+    // Once the outer conversion is well past the third row.
+    connect(bar(dialog), &QProgressBar::valueChanged, this, [&](int value) {
+        if (value != 2000 || bar(dialog)->maximum() != 6100)
+            return;
+        QTimer::singleShot(0, &dialog, [&] { convert(dialog, path("inner.json")); });
+    });
+    convert(dialog, path("outer.json"));
+    QCOMPARE(column(dialog, 0), (QStringList{"1", "2", "3"}));
+    QCOMPARE(QXlsx::Document(path("outer.xlsx")).read(61, 1).toDouble(), 60.0);
+    QCOMPARE(QXlsx::Document(path("inner.xlsx")).read(4, 1).toDouble(), 3.0);
+}
+
+void TestDecodeRoutes::closingMeanwhileIsSafe()
+{
+    write(path("r.json"), equatorRoute(50));
+    DecodeRoutes dialog(nullptr);
+    QTimer::singleShot(0, &dialog, [&] {
+        QTimer::singleShot(0, &dialog, [&] { dialog.close(); });
+        convert(dialog, path("r.json"));
+        QVERIFY(!dialog.isVisible());
+    });
+    dialog.exec();
+    QCOMPARE(table(dialog)->rowCount(), 50);
+    QVERIFY(QFileInfo::exists(path("r.xlsx")));
+}
+
+void TestDecodeRoutes::deletingMeanwhileIsSafe()
+{
+    write(path("r.json"), equatorRoute(50));
+    auto *const dialog = new DecodeRoutes(nullptr);
+    dialog->show();
+    dialog->setRouteFile(path("r.json"));
+    QTimer::singleShot(0, qApp, [dialog] { delete dialog; });
+    QFile file(path("r.json"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    dialog->decodeRoute(file);
+    QVERIFY(!QFileInfo::exists(path("r.xlsx")));
+}
+
+void TestDecodeRoutes::eventsAreProcessedForEachWaypoint()
+{
+    write(path("r.json"), equatorRoute(20));
+    DecodeRoutes dialog(nullptr);
+    QList<int> rowsSeen;
+    const std::function<void()> look = [&] {
+        rowsSeen.append(table(dialog)->rowCount());
+        if (rowsSeen.size() < 20)
+            QMetaObject::invokeMethod(&dialog, look, Qt::QueuedConnection);
+    };
+    QMetaObject::invokeMethod(&dialog, look, Qt::QueuedConnection);
+    convert(dialog, path("r.json"));
+    // Each pass of events sees one row more, complete.
+    QList<int> expected;
+    for (int i = 0; i < 20; ++i)
+        expected.append(i);
+    QCOMPARE(rowsSeen, expected);
+}
+
+void TestDecodeRoutes::hugeFileEnds()
+{
+    // 100 MB, most of it in what nobody reads.
+    QByteArray content = "{\"name\": \"";
+    content.append(QByteArray(100 * 1024 * 1024, 'x')).append("\", \"cartographic\": [{\"longitude\": \"1\"}]}");
+    write(path("r.json"), content);
+    content.clear();
+    DecodeRoutes dialog(nullptr);
+    QElapsedTimer timer;
+    timer.start();
+    convert(dialog, path("r.json"));
+    QCOMPARE(table(dialog)->rowCount(), 1);
+    QVERIFY(timer.elapsed() < 60000);
+}
+
+QTEST_MAIN(TestDecodeRoutes)
+#include "TestDecodeRoutes.moc"
