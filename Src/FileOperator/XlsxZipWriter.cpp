@@ -8,7 +8,7 @@ namespace QXlsx
 namespace
 {
 
-// Measured on the cells of a two-hour flight: the next levels take half as long again for a tenth of the size.
+// Measured on a sheet of a two-hour flight: level 6 takes three times as long for a file smaller by a fifth.
 constexpr int kLevel = 1;
 
 // 1 January 1980, the first day that the format knows: equal cells give equal bytes.
