@@ -263,8 +263,9 @@ constexpr const Layout &layoutOf(std::uint8_t code)
 template <typename Rows>
 constexpr int gateOf(const Rows &rows)
 {
+    // By the name of the first channel: GCC's sanitizer makes a comparison of addresses no constant.
     for (const Layout &layout : kLayouts) {
-        if (layout.rows == rows.data())
+        if (layout.rows->name == std::string_view(rows.front().name))
             return layout.gate;
     }
     throw "no such table";
