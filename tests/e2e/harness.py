@@ -340,6 +340,14 @@ class App:
             seen = [repr(widget) for widget in self.find_all() if widget.name]
             raise WaitFailed(f"{failure}; there are: {', '.join(seen)}") from None
 
+    def tool_tip(self):
+        """The text beside the pointer, or None. A tool tip is a window of its own, so no other one is searched."""
+        from gi.repository import GLib
+        try:
+            return next((window.name for window in self.windows if window.role == "tool tip" and window.showing), None)
+        except (GLib.Error, LookupError):
+            return None  # it went just now
+
     def wait_until_gone(self, name=None, role=None, timeout=LIMIT):
         wait_for(lambda: not self.find_all(name, role), f"{role or 'widget'} {name!r} to go", timeout)
 

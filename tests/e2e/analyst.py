@@ -1,0 +1,145 @@
+"""What the tests of an analyst's work share: a program on a screen of its own, and the ways that each of them goes."""
+
+import argparse
+import contextlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+from harness import Desktop, Rect, WaitFailed, install_copy, wait_for
+
+READ_LIMIT = 120.0  # seconds for a read under the sanitizers on a slow machine
+
+options = None
+
+
+class AnalystTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = Path(tempfile.mkdtemp(prefix="analyst-"))
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        self.program = install_copy(options.program, self.folder / "bin")
+        self.work = self.folder / "work"
+        self.work.mkdir()
+        self.desktop = self.enterContext(Desktop())
+
+    def make_demo(self, kind, name, *arguments):
+        """A demo flight in the program's working directory. Its path."""
+        path = self.work / name
+        subprocess.run([options.demo, kind, *arguments, str(path)], check=True, stdout=subprocess.DEVNULL)
+        return path
+
+    def step(self, name):
+        return self.desktop.screenshot(options.artifacts / f"{name}.png")
+
+    @contextlib.contextmanager
+    def running(self):
+        """The program while it runs. A failure leaves a picture of the screen behind."""
+        app = self.desktop.start(self.program, self.work)
+        try:
+            yield app
+        except BaseException:
+            self.step("failed")
+            raise
+
+    def select(self, app, path):
+        app.find("俯仰", role="check box")
+        self.desktop.key("ctrl+o")
+        app.find(role="text")
+        self.desktop.type(str(path))
+        self.desktop.key("Return")
+        app.wait_until_gone(role="text")
+        app.find(re.compile(re.escape(str(path))), role="status bar")
+
+    def check_report(self, app, flight):
+        """Waits for the report of a read, compares it and closes it."""
+        app.find("解析完成:", role="label", timeout=READ_LIMIT)
+        self.step("report")
+        labels = [(label.name, label.rect) for label in app.find_all(role="label")]
+
+        def value(name):
+            row = next(rect for text, rect in labels if text == name)
+            right = [(rect.x, text) for text, rect in labels if rect.y == row.y and rect.x > row.x]
+            return int(min(right)[1])
+
+        self.assertEqual(value("总帧数:"), flight.frames % 65536)
+        self.assertEqual(value("错误帧："), flight.errors % 65536)
+        self.assertEqual(value("所有飞机的帧数："), (flight.frames - flight.errors) % 65536)
+        for code, samples in flight.groups.items():
+            self.assertEqual(value(f"0x{code:02X}:"), len(samples))
+        self.desktop.key("Escape")
+        app.wait_until_gone("解析完成:")
+
+    def canvases(self, app):
+        """The places of the two canvases: wide, without anything inside, one above the other."""
+        found = [widget.rect for widget in app.find_all(role="filler")
+                 if not widget.children and widget.rect.width > self.desktop.size[0] / 2]
+        self.assertEqual(len(found), 2)
+        return sorted(found, key=lambda rect: rect.y)
+
+    @staticmethod
+    def drawing(canvas):
+        """The part of a canvas that holds curves alone: neither the axes at the edges nor the legend below."""
+        return Rect(canvas.x + canvas.width // 10, canvas.y + canvas.height // 20,
+                    canvas.width * 8 // 10, canvas.height * 8 // 10)
+
+    def show(self, app, boxes):
+        """Ticks the boxes, given as (text, number of the canvas, colour), and waits for their curves."""
+        canvases = self.canvases(app)
+        before = self.step("read")
+        for text, _, _ in boxes:
+            box = app.find(text, role="check box")
+            self.assertFalse(box.checked, box)
+            box.click()
+            wait_for(lambda box=box: box.checked, f"{box} to be ticked")
+
+        def drawn():
+            after = self.step("shown")
+            return all(len(after.pixels(colour, canvases[canvas], 40)) >
+                       len(before.pixels(colour, canvases[canvas], 40)) + 5 for _, canvas, colour in boxes)
+
+        wait_for(drawn, f"{len(boxes)} curves in their colours")
+
+    def click_curve(self, app, name, colour, canvas):
+        """Clicks on points in a colour until the status bar says that it was the curve that was hit. The point."""
+        points = self.step("shown").pixels(colour, self.drawing(canvas), 5)
+        self.assertTrue(points, f"no point of {name} is visible")
+        message = re.compile(f"^Clicked on graph '{name}' at ")
+        for x, y in points[::len(points) // 12 + 1]:
+            self.desktop.click(x, y)
+            try:
+                app.find(message, role="status bar", timeout=1.5)
+                return x, y
+            except WaitFailed:
+                continue  # another curve crosses here
+        return self.fail(f"none of {len(points)} points hits {name}")
+
+    def leave(self, app):
+        self.desktop.key("alt+F4")
+        app.find("退出程序？", role="label")
+        self.step("question")
+        app.find("Yes", role="push button").click()
+        self.assertEqual(app.wait_for_end(60), 0)
+
+    def check_log_order(self, lines, expected):
+        """All of the expected messages, in this order; others may lie between them. No error."""
+        self.assertEqual([line for line in lines if line.level not in ("info", "warning")], [])
+        messages = [line.message for line in lines]
+        at = 0
+        for message in expected:
+            self.assertIn(message, messages[at:], "missing, or not in this order")
+            at = messages.index(message, at) + 1
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--program", type=Path, required=True, help="the built program; a copy of its folder is run")
+    parser.add_argument("--demo", type=Path, required=True, help="the program that makes demo flights")
+    parser.add_argument("--artifacts", type=Path, required=True, help="folder for screenshots")
+    global options
+    options, rest = parser.parse_known_args()
+    options.artifacts.mkdir(parents=True, exist_ok=True)
+    unittest.main(argv=sys.argv[:1] + rest)
