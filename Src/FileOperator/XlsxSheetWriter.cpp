@@ -149,6 +149,8 @@ void XlsxSheetWriter::setPrefix(const QByteArray &prefix)
 
 void XlsxSheetWriter::writeCells(int row, int from, int to, const QString &keptStyle)
 {
+    if (from >= to || !m_cells.hasRow(row))
+        return;
     char rowText[16];
     const std::size_t rowSize
         = static_cast<std::size_t>(std::to_chars(rowText, rowText + sizeof rowText, row).ptr - rowText);
@@ -215,6 +217,8 @@ void XlsxSheetWriter::writeCells(int row, int from, int to, const QString &keptS
 /** Writes the rows in front of one that have no old cells. */
 void XlsxSheetWriter::writeRowsBefore(int row)
 {
+    if (m_nextRow == 0 || m_nextRow >= row)
+        return;
     const QByteArray start = '<' + m_prefix + "row r=\"";
     const QByteArray end = "</" + m_prefix + "row>";
     m_writer.content();

@@ -1,0 +1,532 @@
+#include "QXlsx.h"
+
+#include "WorkbookFiles.h"
+#include "XlsxStyles.h"
+
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cmath>
+
+using QXlsx::Document;
+using QXlsx::Format;
+
+namespace
+{
+
+constexpr char kSheetPart[] = "xl/worksheets/sheet1.xml";
+
+Format thin()
+{
+    Format format;
+    format.setBorderStyle(Format::BorderThin);
+    format.setHorizontalAlignment(Format::AlignHCenter);
+    return format;
+}
+
+} // namespace
+
+/** Workbooks that stand on disk already, those of other programs and damaged ones among them. */
+class TestQXlsxExisting : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void valuesOfOtherProgramsAreRead();
+    void nothingWrittenCarriesEveryPart();
+    void partsThatWereNotWrittenStayByteForByte();
+    void cellsThatWereNotWrittenStay_data();
+    void cellsThatWereNotWrittenStay();
+    void emptyFormatKeepsTheLook();
+    void dimensionGrows();
+    void prefixOfTheSheetIsKept();
+    void sharedFormulasOutliveTheirFirstCell();
+    void listOfFormulasGoesWithAFormula();
+    void listOfFormulasStaysWithout();
+    void stylesDoNotGrowByRepeatedExports();
+    void styleSheetThatCannotBeReadIsKept();
+    void sheetIsAddedBehindTheOthers();
+    void sheetThatIsNoTableOfCellsIsNotSelected();
+    void thousandSheets();
+    void whatIsNoWorkbookIsReplaced_data();
+    void whatIsNoWorkbookIsReplaced();
+    void everyTruncationIsSurvived();
+    void zipBombIsReplaced();
+    void manyTimesSmallerIsNoBomb();
+    void damagedSheetKeepsWhatCanBeRead_data();
+    void damagedSheetKeepsWhatCanBeRead();
+    void oversizedTextIsDamage();
+
+private:
+    QString path() const { return m_dir->filePath(QStringLiteral("book.xlsx")); }
+    QByteArray sheet() const { return readParts(path()).value(kSheetPart); }
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<LoggedLines> m_log;
+};
+
+void TestQXlsxExisting::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+    m_log = std::make_unique<LoggedLines>();
+}
+
+void TestQXlsxExisting::cleanup()
+{
+    m_log.reset();
+    m_dir.reset();
+}
+
+void TestQXlsxExisting::valuesOfOtherProgramsAreRead()
+{
+    QVERIFY(writeParts(path(),
+                       foreignWorkbook(sheetXml(
+                           "<row r=\"2\"><c r=\"B2\" t=\"s\"><v>0</v></c><c t=\"s\"><v>1</v></c>"
+                           "<c t=\"s\"><v>2</v></c><c t=\"b\"><v>1</v></c></row>"
+                           "<row><c><v> 1E2 </v></c><c r=\"D3\" s=\"1\"><v>45000</v></c></row>"
+                           "<row><c><f>1+1</f><v>2</v></c><c t=\"str\"><f>A1</f><v>t</v></c><c><f>NOW()</f></c>"
+                           "<c t=\"e\"><v>#REF!</v></c><c t=\"e\"><f>1/0</f><v>#DIV/0!</v></c>"
+                           "<c t=\"e\"><v>#NUM!</v></c><c t=\"inlineStr\"><is><r><t>a</t></r><r><t>b</t></r></is></c>"
+                           "</row>"))));
+    Document document(path());
+    QCOMPARE(document.sheetNames(), QStringList({"Plan & Ist", "Other"}));
+    QVERIFY(!document.read(2, 1).isValid());
+    QCOMPARE(document.read(2, 2), QVariant(QStringLiteral("plain")));
+    QCOMPARE(document.read(2, 3), QVariant(QStringLiteral("two runs\r")));
+    QCOMPARE(document.read(2, 4), QVariant(QString())); // a text that the file does not have
+    QCOMPARE(document.read(2, 5), QVariant(true));
+    QCOMPARE(document.read(3, 1), QVariant(100.0));
+    QCOMPARE(document.read(3, 4), QVariant(45000.0));
+    QCOMPARE(document.read(4, 1), QVariant(2.0));
+    QCOMPARE(document.read(4, 2), QVariant(QStringLiteral("t")));
+    QCOMPARE(document.read(4, 3), QVariant(QStringLiteral("=NOW()")));
+    QCOMPARE(document.read(4, 4), QVariant(QStringLiteral("#REF!")));
+    QVERIFY(std::isinf(document.read(4, 5).toDouble()));
+    QVERIFY(std::isnan(document.read(4, 6).toDouble()));
+    QCOMPARE(document.read(4, 7), QVariant(QStringLiteral("ab")));
+    QVERIFY(document.selectSheet(QStringLiteral("other")));
+    QCOMPARE(document.read(1, 1), QVariant(5.0));
+    QCOMPARE(m_log->lines(), QStringList());
+}
+
+void TestQXlsxExisting::nothingWrittenCarriesEveryPart()
+{
+    QVERIFY(writeParts(path(), foreignWorkbook(sheetXml("<row><c><v>1</v></c></row>"))));
+    const auto before = readParts(path());
+    Document document(path());
+    QVERIFY(document.saveAs(path()));
+    QCOMPARE(readParts(path()), before);
+}
+
+void TestQXlsxExisting::partsThatWereNotWrittenStayByteForByte()
+{
+    QVERIFY(writeParts(path(), foreignWorkbook(sheetXml("<row><c><v>1</v></c></row>"))));
+    auto before = readParts(path());
+    Document document(path());
+    QVERIFY(document.write(1, 1, 2.0));
+    QVERIFY(document.saveAs(path()));
+    auto after = readParts(path());
+    QVERIFY(before.take(kSheetPart) != after.take(kSheetPart));
+    QCOMPARE(after, before);
+
+    Document formatted(path());
+    QVERIFY(formatted.write(1, 1, 3.0, thin()));
+    formatted.addSheet(QStringLiteral("added"));
+    QVERIFY(formatted.saveAs(path()));
+    after = readParts(path());
+    for (const char *part : {"xl/worksheets/sheet7.xml", "xl/calcChain.xml", "xl/sharedStrings.xml", "_rels/.rels",
+                             "xl/media/picture.png"})
+        QCOMPARE(after.value(part), before.value(part));
+    QCOMPARE(after.size(), before.size() + 2); // the sheet that was taken out above and the one added
+}
+
+void TestQXlsxExisting::cellsThatWereNotWrittenStay_data()
+{
+    QTest::addColumn<QByteArray>("rows");
+    QTest::addColumn<QByteArray>("expected"); // with 9 written to B2
+    const QByteArray b2("<c r=\"B2\"><v>9</v></c>");
+    QTest::newRow("no rows") << QByteArray() << "<row r=\"2\">" + b2 + "</row>";
+    QTest::newRow("rows around") << QByteArray("<row r=\"1\" ht=\"30\"/><row r=\"5\"><c r=\"A5\"><v>1</v></c></row>")
+                                 << "<row r=\"1\" ht=\"30\"/><row r=\"2\">" + b2
+            + "</row><row r=\"5\"><c r=\"A5\"><v>1</v></c></row>";
+    QTest::newRow("cells around") << QByteArray(
+        "<row r=\"2\" spans=\"1:1\" s=\"2\" customFormat=\"1\"><c r=\"A2\" s=\"2\" t=\"s\"><v>0</v></c>"
+        "<c r=\"C2\"><f>A1&lt;2</f><v>1</v></c></row>")
+                                  << "<row r=\"2\" s=\"2\" customFormat=\"1\"><c r=\"A2\" s=\"2\" t=\"s\"><v>0</v></c>"
+            + b2 + "<c r=\"C2\"><f>A1&lt;2</f><v>1</v></c></row>";
+    QTest::newRow("cells without names") << QByteArray(
+        "<row/><row><c><v>1</v></c><c t=\"b\"><v>1</v></c><c><v>3</v></c></row><row><c/></row>")
+                                         << "<row r=\"1\"/><row r=\"2\"><c r=\"A2\"><v>1</v></c>" + b2
+            + "<c r=\"C2\"><v>3</v></c></row><row r=\"3\"><c r=\"A3\"/></row>";
+    QTest::newRow("cells out of order") << QByteArray("<row r=\"2\"><c r=\"C2\"><v>3</v></c><c r=\"B2\"><v>2</v></c>"
+                                                      "<c r=\"A2\"><v>1</v></c></row>")
+                                        << "<row r=\"2\">" + b2
+            + "<c r=\"C2\"><v>3</v></c><c r=\"A2\"><v>1</v></c></row>";
+    QTest::newRow("rows out of order") << QByteArray("<row r=\"3\"/><row r=\"2\"><c r=\"B2\"><v>2</v></c></row>")
+                                       << "<row r=\"2\">" + b2 + "</row><row r=\"3\"/><row r=\"2\"/>";
+    QTest::newRow("a row twice") << QByteArray(
+        "<row r=\"2\"><c r=\"A2\"><v>1</v></c></row><row r=\"2\"><c r=\"B2\"><v>2</v></c></row>")
+                                 << "<row r=\"2\"><c r=\"A2\"><v>1</v></c>" + b2 + "</row><row r=\"2\"/>";
+    QTest::newRow("a comment and raw text")
+        << QByteArray("<!-- a - b --><row r=\"2\"><c r=\"A2\" t=\"str\"><v><![CDATA[<&]]></v></c></row>")
+        << "<!-- a - b --><row r=\"2\"><c r=\"A2\" t=\"str\"><v>&lt;&amp;</v></c>" + b2 + "</row>";
+}
+
+void TestQXlsxExisting::cellsThatWereNotWrittenStay()
+{
+    QFETCH(QByteArray, rows);
+    QFETCH(QByteArray, expected);
+    const QByteArray before("<sheetPr><tabColor rgb=\"FFFF0000\"/></sheetPr>"
+                            "<cols><col min=\"1\" max=\"2\" width=\"25.5\" customWidth=\"1\"/></cols>");
+    const QByteArray after("<autoFilter ref=\"A1:C3\"/><mergeCells count=\"1\"><mergeCell ref=\"A5:B6\"/></mergeCells>"
+                           "<dataValidations count=\"1\"><dataValidation sqref=\"A1\"><formula1>\"a,b\"</formula1>"
+                           "</dataValidation></dataValidations>");
+    QVERIFY(writeParts(path(), foreignWorkbook(sheetXml(rows, before, after))));
+    Document document(path());
+    QVERIFY(document.write(2, 2, 9.0));
+    QVERIFY(document.saveAs(path()));
+    QCOMPARE(sheet(),
+             "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n" + sheetXml(expected, before, after));
+}
+
+void TestQXlsxExisting::emptyFormatKeepsTheLook()
+{
+    QVERIFY(writeParts(path(),
+                       foreignWorkbook(sheetXml("<row r=\"1\"><c r=\"A1\" s=\"1\"><v>1</v></c>"
+                                                "<c r=\"B1\" s=\"2\"><v>2</v></c><c r=\"C1\" s=\"2\"/></row>"))));
+    Document document(path());
+    document.write(1, 1, 5.0);
+    document.write(1, 2, "t", thin());
+    document.write(1, 3, QVariant());
+    QVERIFY(document.saveAs(path()));
+    QVERIFY2(sheet().contains("<row r=\"1\"><c r=\"A1\" s=\"1\"><v>5</v></c>"
+                              "<c r=\"B1\" s=\"3\" t=\"inlineStr\"><is><t>t</t></is></c><c r=\"C1\" s=\"2\"/></row>"),
+             sheet().constData());
+}
+
+void TestQXlsxExisting::dimensionGrows()
+{
+    QVERIFY(
+        writeParts(path(), foreignWorkbook(sheetXml("<row r=\"3\"><c r=\"B3\"/></row>", "<dimension ref=\"B3\"/>"))));
+    Document document(path());
+    document.write(7, 1, 5.0);
+    QVERIFY(document.saveAs(path()));
+    QVERIFY2(sheet().contains("<dimension ref=\"A3:B7\"/>"), sheet().constData());
+}
+
+void TestQXlsxExisting::prefixOfTheSheetIsKept()
+{
+    QVERIFY(
+        writeParts(path(),
+                   foreignWorkbook("<x:worksheet xmlns:x=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\">"
+                                   "<x:sheetData><x:row r=\"1\"><x:c r=\"A1\"><x:v>1</x:v></x:c></x:row></x:sheetData>"
+                                   "</x:worksheet>")));
+    Document document(path());
+    document.write(1, 2, 5.0);
+    document.write(2, 1, "t");
+    QVERIFY(document.saveAs(path()));
+    QVERIFY2(sheet().contains("<x:row r=\"1\"><x:c r=\"A1\"><x:v>1</x:v></x:c><x:c r=\"B1\"><x:v>5</x:v></x:c></x:row>"
+                              "<x:row r=\"2\"><x:c r=\"A2\" t=\"inlineStr\"><x:is><x:t>t</x:t></x:is></x:c></x:row>"),
+             sheet().constData());
+    QCOMPARE(Document(path()).read(1, 1), QVariant(1.0));
+}
+
+void TestQXlsxExisting::sharedFormulasOutliveTheirFirstCell()
+{
+    QVERIFY(writeParts(
+        path(),
+        foreignWorkbook(sheetXml("<row r=\"1\"><c r=\"B1\"><f t=\"shared\" ref=\"B1:B3\" si=\"0\">A1*$C$1</f>"
+                                 "<v>1</v></c></row><row r=\"2\"><c r=\"B2\"><f t=\"shared\" si=\"0\"/><v>2</v></c>"
+                                 "<c r=\"C2\"><f t=\"shared\" si=\"1\"/><v>2</v></c></row>"))));
+    Document document(path());
+    document.write(1, 2, 5.0);
+    QVERIFY(document.saveAs(path()));
+    QVERIFY2(sheet().contains("<c r=\"B1\"><v>5</v></c></row><row r=\"2\"><c r=\"B2\"><f>A2*$C$1</f><v>2</v></c>"
+                              "<c r=\"C2\"><f t=\"shared\" si=\"1\"/><v>2</v></c>"),
+             sheet().constData());
+}
+
+void TestQXlsxExisting::listOfFormulasGoesWithAFormula()
+{
+    // Readers that find a cell without a formula in that list ask whether to repair the file.
+    QVERIFY(writeParts(path(), foreignWorkbook(sheetXml("<row r=\"1\"><c r=\"B1\"><f>A1</f><v>1</v></c></row>"))));
+    Document document(path());
+    document.write(1, 2, 5.0);
+    QVERIFY(document.saveAs(path()));
+    const auto parts = readParts(path());
+    QVERIFY(!parts.contains("xl/calcChain.xml"));
+    QVERIFY(!parts.value("[Content_Types].xml").contains("calcChain"));
+    QVERIFY(!parts.value("xl/_rels/workbook.xml.rels").contains("calcChain"));
+    QVERIFY(parts.value("xl/_rels/workbook.xml.rels").contains("sharedStrings"));
+    QCOMPARE(Document(path()).sheetNames(), QStringList({"Plan & Ist", "Other"}));
+}
+
+void TestQXlsxExisting::listOfFormulasStaysWithout()
+{
+    QVERIFY(writeParts(path(), foreignWorkbook(sheetXml("<row r=\"1\"><c r=\"B1\"><f>A1</f><v>1</v></c></row>"))));
+    Document document(path());
+    document.write(1, 1, 5.0);
+    document.addSheet(QStringLiteral("added"));
+    QVERIFY(document.saveAs(path()));
+    QVERIFY(readParts(path()).contains("xl/calcChain.xml"));
+    QVERIFY(readParts(path()).value("[Content_Types].xml").contains("calcChain"));
+    QCOMPARE(Document(path()).sheetNames(), QStringList({"Plan & Ist", "Other", "added"}));
+}
+
+void TestQXlsxExisting::stylesDoNotGrowByRepeatedExports()
+{
+    QVERIFY(writeParts(path(), foreignWorkbook(sheetXml({}))));
+    QByteArray styles;
+    for (int run = 0; run < 3; ++run) {
+        Document document(path());
+        document.write(1, 1, 5.0, thin());
+        QVERIFY(document.saveAs(path()));
+        const QByteArray now = readParts(path()).value("xl/styles.xml");
+        if (run > 0)
+            QCOMPARE(now, styles);
+        styles = now;
+    }
+    // What was not there comes in the order that the format asks for, behind what cells without a format have.
+    QVERIFY2(styles.contains("<fonts count=\"1\"><font><sz val=\"10\"/><name val=\"Arial\"/></font></fonts>"
+                             "<fills count=\"2\"><fill><patternFill patternType=\"none\"/></fill>"
+                             "<fill><patternFill patternType=\"gray125\"/></fill></fills>"
+                             "<borders count=\"2\"><border/><border><left style=\"thin\">"),
+             styles.constData());
+    QVERIFY2(styles.contains("<cellXfs count=\"4\"><xf/>"), styles.constData());
+}
+
+void TestQXlsxExisting::styleSheetThatCannotBeReadIsKept()
+{
+    Parts parts = foreignWorkbook(sheetXml({}));
+    for (auto &part : parts)
+        if (part.first == "xl/styles.xml")
+            part.second = "<styleSheet><fonts>";
+    QVERIFY(writeParts(path(), parts));
+    Document document(path());
+    document.write(1, 1, 5.0, thin());
+    QVERIFY(document.saveAs(path()));
+    QCOMPARE(readParts(path()).value("xl/styles.xml"), QByteArray("<styleSheet><fonts>"));
+    QVERIFY(sheet().contains("<c r=\"A1\"><v>5</v></c>"));
+    QCOMPARE(m_log->lines(),
+             QStringList(
+                 QStringLiteral("warning: the style sheet of %1 cannot be read: new cells get no format").arg(path())));
+}
+
+void TestQXlsxExisting::sheetIsAddedBehindTheOthers()
+{
+    QVERIFY(writeParts(path(), foreignWorkbook(sheetXml({}))));
+    Document document(path());
+    QVERIFY(!document.addSheet(QStringLiteral("OTHER")));
+    QVERIFY(document.addSheet(QStringLiteral("a<b")));
+    document.write(1, 1, 5.0);
+    QVERIFY(document.saveAs(path()));
+    const auto parts = readParts(path());
+    // Next free: part 2, since 1 and 7 are taken; identifier 10 behind 9; relation 6 behind 5.
+    QVERIFY(parts.contains("xl/worksheets/sheet2.xml"));
+    QVERIFY2(parts.value("xl/workbook.xml")
+                 .contains("<x:sheet xmlns:r=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships\" "
+                           "name=\"a&lt;b\" sheetId=\"10\" r:id=\"rId6\"/></x:sheets>"),
+             parts.value("xl/workbook.xml").constData());
+    Document loaded(path());
+    QCOMPARE(loaded.sheetNames(), QStringList({"Plan & Ist", "Other", "a<b"}));
+    QVERIFY(loaded.selectSheet(QStringLiteral("a<b")));
+    QCOMPARE(loaded.read(1, 1), QVariant(5.0));
+}
+
+void TestQXlsxExisting::sheetThatIsNoTableOfCellsIsNotSelected()
+{
+    Parts parts = foreignWorkbook(sheetXml({}));
+    for (auto &part : parts)
+        if (part.first == "xl/_rels/workbook.xml.rels")
+            part.second.replace("/worksheet\" Target=\"worksheets/sheet7.xml",
+                                "/chartsheet\" Target=\"worksheets/sheet7.xml");
+    QVERIFY(writeParts(path(), parts));
+    Document document(path());
+    QVERIFY(!document.selectSheet(QStringLiteral("Other")));
+    QVERIFY(!document.addSheet(QStringLiteral("Other")));
+    document.write(1, 1, 5.0);
+    QVERIFY(document.saveAs(path()));
+    QCOMPARE(readParts(path()).value("xl/worksheets/sheet7.xml"), parts.at(5).second);
+    QVERIFY(sheet().contains("<v>5</v>"));
+}
+
+void TestQXlsxExisting::thousandSheets()
+{
+    {
+        Document document;
+        for (int i = 0; i < 1000; ++i) {
+            QVERIFY(document.addSheet(QStringLiteral("sheet number %1").arg(i)));
+            document.write(1, 1, double(i));
+        }
+        QVERIFY(document.saveAs(path()));
+    }
+    Document document(path());
+    QCOMPARE(document.sheetNames().size(), 1000);
+    QVERIFY(document.selectSheet(QStringLiteral("sheet number 567")));
+    QCOMPARE(document.read(1, 1), QVariant(567.0));
+    document.write(1, 1, 0.5);
+    QVERIFY(document.saveAs(path()));
+    Document again(path());
+    QCOMPARE(again.sheetNames(), document.sheetNames());
+    QVERIFY(again.selectSheet(QStringLiteral("sheet number 999")));
+    QCOMPARE(again.read(1, 1), QVariant(999.0));
+}
+
+void TestQXlsxExisting::whatIsNoWorkbookIsReplaced_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<Parts>("parts");
+    QTest::newRow("empty") << QByteArray("") << Parts();
+    QTest::newRow("garbage") << QByteArray("PK\3\4 this only begins like an archive").repeated(100) << Parts();
+    QTest::newRow("the end of an archive alone") << QByteArray("PK\5\6").append(QByteArray(18, '\xff')) << Parts();
+    QTest::newRow("older format") << QByteArray("\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1") + QByteArray(4096, '\0') << Parts();
+    QTest::newRow("archive of something else") << QByteArray() << Parts{{"a.txt", "a"}};
+    const Parts whole = foreignWorkbook(sheetXml({}));
+    for (int i = 0; i < 4; ++i) {
+        Parts without = whole;
+        without.remove(i);
+        QTest::addRow("without %s", whole.at(i).first.constData()) << QByteArray() << without;
+        Parts broken = whole;
+        broken[i].second = "<a><b></a>";
+        if (i > 0)
+            QTest::addRow("broken %s", whole.at(i).first.constData()) << QByteArray() << broken;
+    }
+    Parts declared = whole;
+    declared[2].second.prepend("<!DOCTYPE a [<!ENTITY b \"b\">]>");
+    declared[2].second.replace("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n", "");
+    QTest::newRow("with a document type") << QByteArray() << declared;
+    Parts deep = whole;
+    deep[2].second = QByteArray("<workbook>") + QByteArray("<a>").repeated(1000000);
+    QTest::newRow("nested a million deep") << QByteArray() << deep;
+}
+
+void TestQXlsxExisting::whatIsNoWorkbookIsReplaced()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(Parts, parts);
+    QVERIFY(parts.isEmpty() ? writeFile(path(), bytes) : writeParts(path(), parts));
+    Document document(path());
+    QCOMPARE(document.sheetNames(), QStringList());
+    QCOMPARE(m_log->lines().size(), 1);
+    QVERIFY2(m_log->lines().first().startsWith(QStringLiteral("warning: %1 is no workbook").arg(path())),
+             qPrintable(m_log->lines().first()));
+    document.write(1, 1, 5.0);
+    QVERIFY(document.saveAs(path()));
+    Document loaded(path());
+    QCOMPARE(loaded.sheetNames(), QStringList("Sheet1"));
+    QCOMPARE(loaded.read(1, 1), QVariant(5.0));
+    QCOMPARE(m_log->lines().size(), 1);
+}
+
+void TestQXlsxExisting::everyTruncationIsSurvived()
+{
+    QVERIFY(writeParts(path(), foreignWorkbook(sheetXml("<row><c><v>1</v></c></row>"))));
+    const QByteArray whole = fileContent(path());
+    for (int size = 0; size < whole.size(); size += 1 + size / 60) {
+        QVERIFY(writeFile(path(), whole.left(size)));
+        Document document(path());
+        QCOMPARE(document.sheetNames(), QStringList());
+        document.write(1, 1, 5.0);
+        QVERIFY(document.saveAs(path()));
+        QCOMPARE(Document(path()).read(1, 1), QVariant(5.0));
+    }
+}
+
+void TestQXlsxExisting::zipBombIsReplaced()
+{
+    {
+        QFile file(path());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QXlsx::XlsxZipWriter zip(file);
+        for (const auto &[name, bytes] : foreignWorkbook(sheetXml({})))
+            QVERIFY(zip.add(name, bytes));
+        const QByteArray blanks(1 << 20, ' ');
+        QVERIFY(zip.begin("xl/bomb.xml", false));
+        for (int i = 0; i < 1025; ++i)
+            QVERIFY(zip.write(blanks.constData(), static_cast<std::size_t>(blanks.size())));
+        QVERIFY(zip.end() && zip.finish());
+    }
+    QVERIFY(QFileInfo(path()).size() * 100 < qint64(1) << 30);
+    Document document(path());
+    QCOMPARE(document.sheetNames(), QStringList());
+    QCOMPARE(m_log->lines().size(), 1);
+    QVERIFY(m_log->lines().first().contains(QLatin1String("unpacks to")));
+}
+
+void TestQXlsxExisting::manyTimesSmallerIsNoBomb()
+{
+    Parts parts = foreignWorkbook(sheetXml("<row><c><v>1</v></c></row>"));
+    parts.append({"xl/large.bin", QByteArray(50 << 20, ' ')});
+    QVERIFY(writeParts(path(), parts));
+    QVERIFY(QFileInfo(path()).size() * 100 < 50 << 20);
+    QCOMPARE(Document(path()).read(1, 1), QVariant(1.0));
+}
+
+void TestQXlsxExisting::damagedSheetKeepsWhatCanBeRead_data()
+{
+    QTest::addColumn<QByteArray>("xml");
+    QTest::addColumn<QByteArray>("expected"); // with 9 written to B2 and to A9, without the declaration
+    const QByteArray b2("<c r=\"B2\"><v>9</v></c>");
+    const QByteArray rest("<row r=\"9\"><c r=\"A9\"><v>9</v></c></row>");
+    const QByteArray start
+        = QByteArray(sheetXml({})).replace("<sheetData></sheetData></worksheet>", "<cols><col min=\"1\"/></cols>");
+    const QByteArray fresh = sheetXml("<row r=\"2\">" + b2 + "</row>" + rest, "<dimension ref=\"A2:B9\"/>");
+    QTest::newRow("no XML") << QByteArray("nothing") << fresh;
+    QTest::newRow("no sheet") << QByteArray("<chartsheet/>") << fresh;
+    QTest::newRow("in front of the rows")
+        << start + "<sheetPr" << start + "<sheetData><row r=\"2\">" + b2 + "</row>" + rest + "</sheetData></worksheet>";
+    QTest::newRow("between the rows") << start + "<sheetData><row r=\"1\"/><row"
+                                      << start + "<sheetData><row r=\"1\"/><row r=\"2\">" + b2 + "</row>" + rest
+            + "</sheetData></worksheet>";
+    QTest::newRow("in a row that is written") << start + "<sheetData><row r=\"2\"><c r=\"A2\"><v>1</v>"
+                                              << start + "<sheetData><row r=\"2\"><c r=\"A2\"><v>1</v></c>" + b2
+            + "</row>" + rest + "</sheetData></worksheet>";
+    QTest::newRow("in a cell that is replaced")
+        << start + "<sheetData><row r=\"2\"><c r=\"B2\"><v>1</v>"
+        << start + "<sheetData><row r=\"2\">" + b2 + "</row>" + rest + "</sheetData></worksheet>";
+    QTest::newRow("behind the rows") << start + "<sheetData/><mergeCells><mergeCell ref=\"A1:B2\"/>"
+                                     << start + "<sheetData><row r=\"2\">" + b2 + "</row>" + rest
+            + "</sheetData><mergeCells><mergeCell ref=\"A1:B2\"/></mergeCells></worksheet>";
+    QTest::newRow("nested beyond measure") << start + "<sheetData><row r=\"1\">" + QByteArray("<a>").repeated(1000)
+                                           << start + "<sheetData><row r=\"1\">" + QByteArray("<a>").repeated(196)
+            + "<a/>" + QByteArray("</a>").repeated(196) + "</row><row r=\"2\">" + b2 + "</row>" + rest
+            + "</sheetData></worksheet>";
+}
+
+void TestQXlsxExisting::damagedSheetKeepsWhatCanBeRead()
+{
+    QFETCH(QByteArray, xml);
+    QFETCH(QByteArray, expected);
+    QVERIFY(writeParts(path(), foreignWorkbook(xml)));
+    Document document(path());
+    document.write(2, 2, 9.0);
+    document.write(9, 1, 9.0);
+    QVERIFY(document.saveAs(path()));
+    QCOMPARE(sheet(), "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n" + expected);
+    QCOMPARE(
+        m_log->lines(),
+        QStringList(
+            QStringLiteral("warning: sheet Plan & Ist of %1 is damaged: what can be read of it is kept").arg(path())));
+}
+
+void TestQXlsxExisting::oversizedTextIsDamage()
+{
+    // A few kilobytes that would become gigabytes in memory: no cell holds a text of this size.
+    QVERIFY(writeParts(path(),
+                       foreignWorkbook(sheetXml("<row r=\"1\"><c r=\"A1\" t=\"str\"><v>" + QByteArray(60 << 20, 'a')
+                                                + "</v></c></row>"))));
+    Document document(path());
+    QVERIFY(!document.read(2, 1).isValid());
+    document.write(2, 1, 9.0);
+    QVERIFY(document.saveAs(path()));
+    QVERIFY(sheet().size() < 1000);
+    QVERIFY(sheet().contains("<row r=\"2\"><c r=\"A2\"><v>9</v></c></row>"));
+    QCOMPARE(m_log->lines().size(), 1);
+}
+
+QTEST_GUILESS_MAIN(TestQXlsxExisting)
+#include "TestQXlsxExisting.moc"
