@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QObject>
+
+/**
+ * Drives the plot library on the thread to which it has been moved; every slot blocks that thread while the library
+ * works. The library's failures go to the log alone.
+ */
+class MatlabPlot : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit MatlabPlot(QObject *parent);
+
+signals:
+    void initFinished();
+    void matlabInitFailedSignal();
+
+public slots:
+    /** Brings the library up and says by one of the signals how that ended. */
+    void init();
+    void plotHeightSlot();
+    void plotXYSlot();
+    void plotXYZSlot();
+    void plotAttackSlot();
+
+private:
+    void plotHeight();
+    void plot2D();
+    void plot3D();
+    void plot3D_attack();
+};

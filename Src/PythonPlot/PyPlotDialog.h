@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QDialog>
+#include <memory>
+
+class PythonPlot;
+
+namespace Ui
+{
+class PyPlotDialog;
+}
+
+/** Five buttons, each of which has the Python script draw one plot of the track files. Never waits for the script. */
+class PyPlotDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit PyPlotDialog(QWidget *parent);
+    ~PyPlotDialog() override;
+
+    /** Says in the label whether the plots show the last run's track. Call once, before the dialog comes up. */
+    void init();
+
+signals:
+    // Nothing emits these: the buttons call the plotter.
+    void plotHeightSignal();
+    void plotXYSignal();
+    void plotXYZSignal();
+    void plotAttackSignal();
+
+private slots:
+    void on_pushButton_clicked();
+    void on_pushButton_2_clicked();
+    void on_pushButton_3_clicked();
+    void on_pushButton_4_clicked();
+    void on_pushButton_5_clicked();
+
+private:
+    std::unique_ptr<Ui::PyPlotDialog> m_ui;
+    std::unique_ptr<PythonPlot> m_pythonPlot;
+};

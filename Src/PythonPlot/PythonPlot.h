@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QObject>
+#include <QProcess>
+#include <QString>
+#include <memory>
+
+/**
+ * Has the script "myPlot/pythonPlot.py" beside the executable draw the track files.
+ *
+ * Each kind of plot has a shell of its own, which starts at the first call and lives as long as this object. Nothing
+ * waits for the script; what it writes to its standard error goes to the log. Main thread only.
+ */
+class PythonPlot : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit PythonPlot(QObject *parent);
+    ~PythonPlot() override;
+
+    /** @return always true */
+    bool init();
+
+public slots:
+    void plotHeightSlot();
+    void plotXYSlot();
+    void plotXYZSlot();
+    void plotAttackSlot();
+    void pythonPlotDemo();
+
+protected:
+    /** Puts a line into the shell's standard input. Virtual for the tests of what happens when it throws. */
+    virtual void writeLine(QProcess &process, const QByteArray &line);
+
+private:
+    using Shell = std::unique_ptr<QProcess>;
+
+    QString plotDir() const;
+    QString changeFolderLine() const;
+    void run(Shell &shell, const QByteArray &changeFolder, const char *command);
+    void start(Shell &shell);
+
+    QString m_appDirPath;
+    // In this order they are closed, and in the reverse one destroyed.
+    Shell m_heightShell;
+    Shell m_xyShell;
+    Shell m_xyzShell;
+    Shell m_attackShell;
+    Shell m_demoShell;
+};
