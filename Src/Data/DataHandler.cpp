@@ -95,10 +95,10 @@ struct DataHandler::Frame {
     {
         return length >= frame::kLeastBytes && bytes[0] == frame::kHeader1 && bytes[1] == frame::kHeader2;
     }
-    template <const auto &Rows, std::size_t Row>
+    template <std::uint8_t Code, std::size_t Row>
     double value() const
     {
-        constexpr frame::FieldRow kField = Rows[Row];
+        constexpr frame::FieldRow kField = frame::layoutOf(Code).rows[Row];
         return readFieldValue(bytes.data() + kField.offset - 1, kField.isSigned, kField.width) / kField.divisor;
     }
 };
@@ -305,23 +305,23 @@ namespace
 {
 
 /** Appends the value of each row to its channel. The rows are constants, so that a field costs no lookup. */
-template <const auto &Rows, typename Frame, std::size_t... Row>
+template <std::uint8_t Code, typename Frame, std::size_t... Row>
 void appendValues(MyGraph **group, const Frame &data, std::index_sequence<Row...>)
 {
-    (group[Row]->yvalue().append(data.template value<Rows, Row>()), ...);
+    (group[Row]->yvalue().append(data.template value<Code, Row>()), ...);
 }
 
 } // namespace
 
-template <const auto &Rows>
+template <std::uint8_t Code>
 void DataHandler::appendFields(MyGraph **group, const Frame &data)
 {
-    constexpr int kGate = frame::gateOf(Rows);
-    if (data.length > kGate) {
-        appendValues<Rows>(group, data, std::make_index_sequence<Rows.size()>());
+    constexpr frame::Layout kLayout = frame::layoutOf(Code);
+    if (data.length > kLayout.gate) {
+        appendValues<Code>(group, data, std::make_index_sequence<std::size_t {kLayout.rowCount}>());
         return;
     }
-    for (int row = 0; row < static_cast<int>(Rows.size()); ++row)
+    for (int row = 0; row < kLayout.rowCount; ++row)
         repeatLast(row, group);
 }
 
@@ -337,26 +337,26 @@ void DataHandler::appendSamples(const Frame &data)
             else
                 repeatLast(bit, equipmentGraphs);
         }
-        appendFields<frame::kControlStatusRows>(controlStatusGraphs, data);
+        appendFields<frame::kControlStatus>(controlStatusGraphs, data);
         break;
     }
     case frame::kHeartBeat:
-        appendFields<frame::kHeartBeatRows>(heartBeatGraphs, data);
+        appendFields<frame::kHeartBeat>(heartBeatGraphs, data);
         break;
     case frame::kAttitude:
-        appendFields<frame::kAttitudeRows>(attitudeGraphs, data);
+        appendFields<frame::kAttitude>(attitudeGraphs, data);
         break;
     case frame::kSensor:
-        appendFields<frame::kSensorRows>(sensorGraphs, data);
+        appendFields<frame::kSensor>(sensorGraphs, data);
         break;
     case frame::kTarget:
-        appendFields<frame::kTargetRows>(targetGraphs, data);
+        appendFields<frame::kTarget>(targetGraphs, data);
         break;
     case frame::kPayload:
-        appendFields<frame::kPayloadRows>(payloadGraphs, data);
+        appendFields<frame::kPayload>(payloadGraphs, data);
         break;
     case frame::kBackup:
-        appendFields<frame::kBackupRows>(&backupGraph, data);
+        appendFields<frame::kBackup>(&backupGraph, data);
         break;
     default: // unknown, or computed and never sent
         break;

@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QString>
+#include <cstdint>
 #include <memory>
 
 class MyGraph;
@@ -76,7 +77,7 @@ private:
     void writeTracks();
     void resetCounters();
     void appendSamples(const Frame &data);
-    template <const auto &Rows>
+    template <std::uint8_t Code>
     void appendFields(MyGraph **group, const Frame &data);
     /** Pulls groups that lost frames back into step with their neighbours. */
     void repair();

@@ -259,18 +259,6 @@ constexpr const Layout &layoutOf(std::uint8_t code)
     throw "no such function code";
 }
 
-/** The gate of the code to which a table of rows belongs. */
-template <typename Rows>
-constexpr int gateOf(const Rows &rows)
-{
-    // By the name of the first channel: GCC's sanitizer makes a comparison of addresses no constant.
-    for (const Layout &layout : kLayouts) {
-        if (layout.rows->name == std::string_view(rows.front().name))
-            return layout.gate;
-    }
-    throw "no such table";
-}
-
 /** Number of the last byte that a table reaches, counted from 1. */
 constexpr int reach(const Layout &layout)
 {

@@ -2,10 +2,16 @@
 
 #include "AppConfig.h"
 #include "ChannelStore.h"
+#include "CommonModule.h"
 #include "DataHandler.h"
+#include "DecodeRoutes.h"
+#include "ExportGroups.h"
+#include "ExportOperator.h"
 #include "GlobalSettingDialog.h"
 #include "Logging.h"
+#include "MPlotDialog.h"
 #include "MyCustomPlot.h"
+#include "PyPlotDialog.h"
 #include "Release.h"
 #include "SettingDialog.h"
 #include "SettingDialog_2.h"
@@ -20,6 +26,7 @@
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QIcon>
@@ -110,6 +117,7 @@ MainWindow::~MainWindow()
 {
     m_ui.reset();
     logToBoth(info, "mainwindow destructor");
+    delete m_exportThread; // stops it and waits, so that nothing is half written when the store goes
     AppConfig::getInstance().shutdown();
     if (m_updaterProcess && m_updaterProcess->state() != QProcess::NotRunning)
         runningUpdater = m_updaterProcess;
@@ -633,23 +641,73 @@ void MainWindow::on_actionViewSettingTriggered()
     dialog.exec();
 }
 
+void MainWindow::writeExcelSlot()
+{
+    startExport(QStringLiteral("%1/%2.xlsx"), true, tr("Excel export finished!"));
+}
+
+void MainWindow::writeTxtSlot()
+{
+    startExport(QStringLiteral("%1/%2-export.txt"), false, tr("Txt export finished!"));
+}
+
+void MainWindow::startExport(const QString &pathPattern, bool excel, const QString &finishedText)
+{
+    if (!dataRead) {
+        QMessageBox::information(this, QStringLiteral("info"), tr("The data has not been read"), QMessageBox::Ok);
+        return;
+    }
+    if (m_exportThread)
+        return;
+    m_exportThread = new ExportOperator; // no parent: deleted when its end is confirmed, or with the window
+    m_exportThread->setExcel(excel);
+    m_exportThread->setGroups(exportGroups());
+    connect(m_exportThread, &ExportOperator::writeExcelFinished, this, [this, finishedText] {
+        QMessageBox::information(this, QStringLiteral("info"), finishedText, QMessageBox::Ok);
+        m_exportThread->terminate();
+        delete m_exportThread; // waits for the thread
+        m_exportThread = nullptr;
+    });
+    const QFileInfo source(m_filePath);
+    m_exportThread->setFilePath(pathPattern.arg(source.absolutePath(), source.baseName()));
+    m_exportThread->start(QThread::InheritPriority);
+}
+
+void MainWindow::MPlotSlot()
+{
+    MPlotDialog dialog(nullptr);
+    dialog.setWindowModality(Qt::ApplicationModal);
+    dialog.init();
+    dialog.exec();
+}
+
+void MainWindow::PyPlotSlot()
+{
+    PyPlotDialog dialog(nullptr);
+    dialog.init();
+    dialog.setWindowModality(Qt::ApplicationModal);
+    dialog.exec();
+}
+
+void MainWindow::onDecodeRouteSlot()
+{
+    if (!m_decodeRoutes)
+        m_decodeRoutes = new DecodeRoutes(this);
+    m_decodeRoutes->exec();
+}
+
+void MainWindow::onCommonModuleSlot()
+{
+    if (!m_commonModule)
+        m_commonModule = std::make_unique<CommonModule>();
+    m_commonModule->show();
+}
+
 // Their actions stand from the start; what they open is not part of the program yet.
 
 void MainWindow::on_actionAboutTriggered() { }
 
-void MainWindow::writeExcelSlot() { }
-
-void MainWindow::writeTxtSlot() { }
-
-void MainWindow::MPlotSlot() { }
-
-void MainWindow::PyPlotSlot() { }
-
 void MainWindow::onMapClickSlot() { }
-
-void MainWindow::onDecodeRouteSlot() { }
-
-void MainWindow::onCommonModuleSlot() { }
 
 void MainWindow::startUpdate()
 {

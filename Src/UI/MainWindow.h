@@ -9,6 +9,7 @@
 #include <memory>
 #include <qcustomplot.h>
 
+class CommonModule;
 class DataHandler;
 class DecodeRoutes;
 class ExportOperator;
@@ -53,6 +54,8 @@ public:
     QProcess *updaterProcess() const { return m_updaterProcess; }
     /** Null before the first use of the route converter. */
     DecodeRoutes *decodeRoutes() const { return m_decodeRoutes; }
+    /** Null before the first use of the calculators. */
+    CommonModule *commonModule() const { return m_commonModule.get(); }
 
 signals:
     void readDataSignal(QString filePath);
@@ -121,6 +124,7 @@ private:
     void setUpToolBar();
     void setUpMenus();
     void setUpProgress(const DataHandler *handler);
+    void startExport(const QString &pathPattern, bool excel, const QString &finishedText);
     void startUpdate();
     void showChannel(const QString &graphName, quint8 functionCode, bool flag);
     void popUpMenu(MyCustomPlot *controller, std::initializer_list<PlotAction> curveActions, QPoint pos);
@@ -135,6 +139,7 @@ private:
     ExportOperator *m_exportThread = nullptr;
     QProcess *m_updaterProcess = nullptr;
     DecodeRoutes *m_decodeRoutes = nullptr;
+    std::unique_ptr<CommonModule> m_commonModule;
     bool m_reading = false;
     bool m_closed = false;
 };
