@@ -1,0 +1,72 @@
+#include "WkeApi.h"
+
+#include "Logging.h"
+#include "WkeLibrary.h"
+#include "WkeStandIn.h"
+
+#include <utility>
+
+WkeApi wke = wkestandin::table();
+const wchar_t *wkeDllPath = nullptr;
+void *wkeDllHandle = nullptr;
+
+namespace
+{
+
+/** Keeps the stand-in that is in entry when the library has no such function. */
+template <typename Function>
+bool find(void *handle, const char *name, Function &entry)
+{
+    if (wkelibrary::Symbol symbol = wkelibrary::symbol(handle, name)) {
+        entry = reinterpret_cast<Function>(symbol);
+        return true;
+    }
+    return false;
+}
+
+template <typename Function>
+bool findOrSay(void *handle, const char *name, Function &entry)
+{
+    if (find(handle, name, entry))
+        return true;
+    logToBoth(error, "wke api not found: {}", name);
+    wkelibrary::reportMissing("wke api not found", name);
+    return false;
+}
+
+} // namespace
+
+int loadWkeApi(const WkeSettings *settings)
+{
+    WkeApi table = wkestandin::table();
+    void *const handle = wkeDllHandle ? wkeDllHandle : wkelibrary::load(wkeDllPath);
+    if (!handle) {
+        logToBoth(error, "web engine not loaded: {}", wkelibrary::whatIsMissing());
+        wkestandin::setReason(wkelibrary::whatIsMissing());
+        wke = table;
+        return 0;
+    }
+
+    const bool starts = find(handle, "wkeInitializeEx", table.wkeInitializeEx);
+    table.wkeInitializeEx(settings);
+
+    const bool makesWindows = findOrSay(handle, "wkeCreateWebWindow", table.wkeCreateWebWindow);
+    findOrSay(handle, "wkeShowWindow", table.wkeShowWindow);
+    findOrSay(handle, "wkeLoadURL", table.wkeLoadURL);
+    findOrSay(handle, "wkeResize", table.wkeResize);
+    findOrSay(handle, "wkeMoveWindow", table.wkeMoveWindow);
+    findOrSay(handle, "wkeRunJS", table.wkeRunJS);
+    findOrSay(handle, "wkeFinalize", table.wkeFinalize);
+
+    // The views of one side mean nothing to the other, so without these two all of the table stands in.
+    if (!starts || !makesWindows) {
+        logToBoth(error, "web engine not used: its library lacks {}",
+                  starts ? "wkeCreateWebWindow" : "wkeInitializeEx");
+        wkestandin::setReason(
+            QStringLiteral("网页引擎不完整，缺少 %1。")
+                .arg(starts ? QStringLiteral("wkeCreateWebWindow") : QStringLiteral("wkeInitializeEx")));
+        table = wkestandin::table();
+    }
+    wke = table;
+    return 1;
+}

@@ -1,0 +1,68 @@
+#include "WkeLibrary.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QMessageBox>
+#include <dlfcn.h>
+
+namespace
+{
+
+QString enginePath()
+{
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/libostravel_web.so");
+}
+
+/**
+ * Swallows a line of Qt's web engine while it is loaded: it would have OpenGL contexts shared, which must be asked for
+ * before the application object is made. Here it draws by software.
+ */
+class NoSharingHint
+{
+public:
+    NoSharingHint() { s_before = qInstallMessageHandler(handle); }
+    ~NoSharingHint() { qInstallMessageHandler(s_before); }
+    NoSharingHint(const NoSharingHint &) = delete;
+    NoSharingHint &operator=(const NoSharingHint &) = delete;
+
+private:
+    static void handle(QtMsgType type, const QMessageLogContext &context, const QString &message)
+    {
+        if (message.startsWith(QLatin1String("Qt WebEngine seems to be initialized from a plugin.")))
+            return;
+        if (s_before)
+            s_before(type, context, message);
+    }
+
+    static QtMessageHandler s_before;
+};
+
+QtMessageHandler NoSharingHint::s_before = nullptr;
+
+} // namespace
+
+// The name that the caller gives is that of a Windows library; what takes its place here lies beside the executable.
+// It is loaded at the first map only: linked to the program, the engine would add 0.15 s to every start.
+void *wkelibrary::load(const wchar_t *)
+{
+    const NoSharingHint quiet;
+    return dlopen(QFile::encodeName(enginePath()).constData(), RTLD_NOW | RTLD_NODELETE);
+}
+
+wkelibrary::Symbol wkelibrary::symbol(void *handle, const char *name)
+{
+    return reinterpret_cast<Symbol>(dlsym(handle, name));
+}
+
+void wkelibrary::reportMissing(const char *text, const char *caption)
+{
+    QMessageBox(QMessageBox::NoIcon, QString::fromLatin1(caption), QString::fromLatin1(text), QMessageBox::Ok).exec();
+}
+
+QString wkelibrary::whatIsMissing()
+{
+    if (!QFile::exists(enginePath()))
+        return QStringLiteral("程序目录下缺少网页引擎 libostravel_web.so，请安装 qtwebengine5-dev 后重新构建程序。");
+    const char *const why = dlerror();
+    return QStringLiteral("网页引擎 libostravel_web.so 加载失败：%1。").arg(QString::fromLocal8Bit(why ? why : "?"));
+}

@@ -1,0 +1,343 @@
+#include "WkeApi.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QEvent>
+#include <QFileInfo>
+#include <QLabel>
+#include <QLoggingCategory>
+#include <QPointer>
+#include <QQuickWindow>
+#include <QSet>
+#include <QStringList>
+#include <QUrl>
+#include <QWebEnginePage>
+#include <QWebEngineProfile>
+#include <QWebEngineScript>
+#include <QWebEngineSettings>
+#include <QWebEngineUrlRequestInterceptor>
+#include <QWebEngineView>
+#include <QWidget>
+#include <unistd.h>
+
+// The engine's eight entry points over Qt's web engine: a library of its own, since the engine is large. It shows
+// nothing but the program's own page and what loopback gives it: Debian's engine has no security support.
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(lcPage, "ostravel.page", QtFatalMsg)
+
+/** A file of the map's folder, links followed, so that none leads out of it. */
+bool isOwnFile(const QUrl &url)
+{
+    if (!url.isLocalFile() || !url.host().isEmpty())
+        return false;
+    const QString folder
+        = QFileInfo(QCoreApplication::applicationDirPath() + QStringLiteral("/Leaflet")).canonicalFilePath();
+    const QString file = QFileInfo(url.toLocalFile()).canonicalFilePath();
+    return !folder.isEmpty() && file.startsWith(folder + QLatin1Char('/'));
+}
+
+bool isLoopback(const QUrl &url)
+{
+    return url.scheme() == QLatin1String("http") && url.host() == QLatin1String("127.0.0.1");
+}
+
+class Interceptor : public QWebEngineUrlRequestInterceptor
+{
+public:
+    using QWebEngineUrlRequestInterceptor::QWebEngineUrlRequestInterceptor;
+
+    void interceptRequest(QWebEngineUrlRequestInfo &info) override
+    {
+        const QUrl url = info.requestUrl();
+        const bool isPage = info.resourceType() == QWebEngineUrlRequestInfo::ResourceTypeMainFrame;
+        const bool isInline = url.scheme() == QLatin1String("data") && !isPage;
+        if (!isOwnFile(url) && !isInline && (isPage || !isLoopback(url)))
+            info.block(true);
+    }
+};
+
+/** Nothing of it is kept on disk. */
+class Profile : public QWebEngineProfile
+{
+public:
+    Profile()
+        : m_interceptor(this)
+    {
+        setUrlRequestInterceptor(&m_interceptor);
+        QWebEngineSettings *const settings = this->settings();
+        for (QWebEngineSettings::WebAttribute attribute :
+             {QWebEngineSettings::PluginsEnabled, QWebEngineSettings::JavascriptCanOpenWindows,
+              QWebEngineSettings::JavascriptCanAccessClipboard, QWebEngineSettings::LocalStorageEnabled,
+              QWebEngineSettings::HyperlinkAuditingEnabled, QWebEngineSettings::ScreenCaptureEnabled,
+              QWebEngineSettings::WebGLEnabled, QWebEngineSettings::PdfViewerEnabled,
+              QWebEngineSettings::DnsPrefetchEnabled, QWebEngineSettings::FullScreenSupportEnabled})
+            settings->setAttribute(attribute, false);
+        // The list of layers comes from the tile service, the page from a file.
+        settings->setAttribute(QWebEngineSettings::LocalContentCanAccessRemoteUrls, true);
+        connect(this, &QWebEngineProfile::downloadRequested, this, [](QWebEngineDownloadItem *) { /* not accepted */ });
+    }
+
+private:
+    Interceptor m_interceptor;
+};
+
+class Page : public QWebEnginePage
+{
+public:
+    using QWebEnginePage::QWebEnginePage;
+
+protected:
+    bool acceptNavigationRequest(const QUrl &url, NavigationType, bool isMainFrame) override
+    {
+        return isMainFrame && isOwnFile(url);
+    }
+    QWebEnginePage *createWindow(WebWindowType) override { return nullptr; }
+    QStringList chooseFiles(FileSelectionMode, const QStringList &, const QStringList &) override { return {}; }
+    void javaScriptAlert(const QUrl &, const QString &) override { }
+    bool javaScriptConfirm(const QUrl &, const QString &) override { return false; }
+    bool javaScriptPrompt(const QUrl &, const QString &, const QString &, QString *) override { return false; }
+    void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString &message, int line,
+                                  const QString &source) override
+    {
+        qCDebug(lcPage) << source << line << message;
+    }
+};
+
+class View;
+
+struct Engine {
+    int users = 0;
+    Profile *profile = nullptr;
+    QSet<View *> views;
+};
+
+/** Never destroyed: what is left of it at the end of the process, the system takes. */
+Engine &engine()
+{
+    static auto *const engine = new Engine;
+    return *engine;
+}
+
+/**
+ * One engine window. The page lives while the window that holds it is open: a closed map dialog stays in memory, and a
+ * page costs a process of some 60 MB.
+ */
+class View : public QWidget
+{
+public:
+    explicit View(QWidget *parent)
+        : QWidget(parent)
+    {
+        engine().views.insert(this);
+        window()->installEventFilter(this);
+    }
+
+    ~View() override
+    {
+        dropPage();
+        engine().views.remove(this);
+    }
+
+    void load(const QUrl &url)
+    {
+        m_url = url;
+        if (!m_view)
+            makePage();
+        m_loaded = false;
+        m_view->load(url);
+    }
+
+    void run(const QString &script)
+    {
+        if (!m_view)
+            return;
+        // A page that is still loading has none of its functions yet.
+        if (m_loaded)
+            m_view->page()->runJavaScript(script, QWebEngineScript::MainWorld);
+        else
+            m_waiting.append(script);
+    }
+
+    void dropPage()
+    {
+        m_waiting.clear();
+        m_loaded = false;
+        delete m_view;
+    }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        // A minimised window is hidden by the system, a closed one by the program.
+        if (watched == window() && !event->spontaneous()) {
+            if (event->type() == QEvent::Hide)
+                dropPage();
+            else if (event->type() == QEvent::Show && !m_view && !m_url.isEmpty())
+                load(m_url);
+        }
+        return QWidget::eventFilter(watched, event);
+    }
+
+protected:
+    void resizeEvent(QResizeEvent *) override
+    {
+        if (m_view)
+            m_view->resize(size());
+        if (m_notice)
+            m_notice->resize(size());
+    }
+
+private:
+    void makePage()
+    {
+        delete m_notice;
+        m_view = new QWebEngineView(this);
+        // Deleted with the view; the profile lives longer.
+        m_view->setPage(new Page(engine().profile, m_view));
+        m_view->setContextMenuPolicy(Qt::NoContextMenu);
+        m_view->setAcceptDrops(false);
+        m_view->page()->setBackgroundColor(palette().color(QPalette::Window));
+        connect(m_view, &QWebEngineView::loadFinished, this, [this](bool ok) { loadFinished(ok); });
+        connect(m_view, &QWebEngineView::renderProcessTerminated, this,
+                [this](QWebEnginePage::RenderProcessTerminationStatus status) {
+                    if (status != QWebEnginePage::NormalTerminationStatus)
+                        showNotice(QStringLiteral("地图页面已意外终止，请关闭本窗口后重新打开。"));
+                });
+        m_view->resize(size());
+        m_view->show();
+    }
+
+    void loadFinished(bool ok)
+    {
+        if (!ok) {
+            m_waiting.clear();
+            showNotice(
+                m_url.isLocalFile() && !QFileInfo::exists(m_url.toLocalFile())
+                    ? QStringLiteral("无法显示地图：缺少页面文件 %1").arg(QDir::toNativeSeparators(m_url.toLocalFile()))
+                    : QStringLiteral("无法显示地图：页面加载失败或被拒绝。"));
+            return;
+        }
+        m_loaded = true;
+        for (const QString &script : qAsConst(m_waiting))
+            run(script);
+        m_waiting.clear();
+    }
+
+    void showNotice(const QString &text)
+    {
+        if (!m_notice) {
+            m_notice = new QLabel(this);
+            m_notice->setObjectName(QStringLiteral("label_pageNotice"));
+            m_notice->setAlignment(Qt::AlignCenter);
+            m_notice->setWordWrap(true);
+            m_notice->setTextFormat(Qt::PlainText);
+            m_notice->resize(size());
+        }
+        m_notice->setText(text);
+        m_notice->show();
+        m_loaded = false;
+        // Not at once: the view is the sender.
+        if (m_view) {
+            m_view->hide();
+            m_view->deleteLater();
+            m_view = nullptr;
+        }
+    }
+
+    QPointer<QWebEngineView> m_view;
+    QPointer<QLabel> m_notice;
+    QUrl m_url;
+    QStringList m_waiting;
+    bool m_loaded = false;
+};
+
+/** The view behind a handle, or null when it went with its dialog. */
+View *viewOf(WkeWebView handle)
+{
+    auto *const view = reinterpret_cast<View *>(handle);
+    return engine().views.contains(view) ? view : nullptr;
+}
+
+} // namespace
+
+#define WKE_EXPORT extern "C" __attribute__((visibility("default")))
+
+WKE_EXPORT void wkeInitializeEx(const WkeSettings *)
+{
+    if (engine().users++ > 0)
+        return;
+    // Drawn by software: nothing has asked for shared OpenGL contexts before the application object was made, and a
+    // screen without OpenGL (a remote one, a virtual one) would end the process.
+    static const bool chosen = [] {
+        QQuickWindow::setSceneGraphBackend(QSGRendererInterface::Software);
+        return true;
+    }();
+    Q_UNUSED(chosen)
+    // The engine refuses to run its sandbox as the system's administrator, and for nobody else is it switched off.
+    if (geteuid() == 0)
+        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+    else
+        qunsetenv("QTWEBENGINE_DISABLE_SANDBOX");
+    if (!engine().profile)
+        engine().profile = new Profile;
+    qunsetenv("QTWEBENGINE_DISABLE_SANDBOX");
+}
+
+WKE_EXPORT WkeWebView wkeCreateWebWindow(int, WkeWindow parent, int x, int y, int width, int height)
+{
+    QWidget *const widget = QWidget::find(reinterpret_cast<WId>(parent));
+    if (!widget || !engine().profile)
+        return nullptr;
+    auto *const view = new View(widget);
+    view->setGeometry(x, y, width, height);
+    view->hide();
+    return reinterpret_cast<WkeWebView>(view);
+}
+
+WKE_EXPORT void wkeShowWindow(WkeWebView handle, bool show)
+{
+    if (View *const view = viewOf(handle))
+        view->setVisible(show);
+}
+
+WKE_EXPORT void wkeLoadURL(WkeWebView handle, const char *url)
+{
+    View *const view = viewOf(handle);
+    if (!view)
+        return;
+    const QString text = QString::fromUtf8(url);
+    view->load(QDir::isAbsolutePath(text) ? QUrl::fromLocalFile(text) : QUrl(text));
+}
+
+WKE_EXPORT void wkeResize(WkeWebView handle, int width, int height)
+{
+    if (View *const view = viewOf(handle))
+        view->resize(width, height);
+}
+
+WKE_EXPORT void wkeMoveWindow(WkeWebView handle, int x, int y, int width, int height)
+{
+    if (View *const view = viewOf(handle))
+        view->setGeometry(x, y, width, height);
+}
+
+WKE_EXPORT long long wkeRunJS(WkeWebView handle, const char *script)
+{
+    if (View *const view = viewOf(handle))
+        view->run(QString::fromUtf8(script));
+    return 0;
+}
+
+WKE_EXPORT void wkeFinalize()
+{
+    // Each dialog starts the engine and ends it; another may still be under the window.
+    if (engine().users == 0 || --engine().users > 0)
+        return;
+    const QSet<View *> views = engine().views;
+    for (View *const view : views)
+        view->dropPage();
+    delete engine().profile;
+    engine().profile = nullptr;
+}

@@ -1,0 +1,65 @@
+/* Distances and bearings on the WGS 84 ellipsoid. */
+var geodesic = (function () {
+    'use strict';
+
+    var A = 6378137.0;
+    var F = 1 / 298.257223563;
+    var B = A * (1 - F);
+    var RADIAN = Math.PI / 180;
+
+    /* On a sphere, for the few pairs of nearly opposite points where Vincenty's iteration finds no end. */
+    function spherical(lat1, lng1, lat2, lng2) {
+        var p1 = lat1 * RADIAN, p2 = lat2 * RADIAN, dl = (lng2 - lng1) * RADIAN;
+        var h = Math.pow(Math.sin((p2 - p1) / 2), 2) + Math.cos(p1) * Math.cos(p2) * Math.pow(Math.sin(dl / 2), 2);
+        return {
+            distance: 2 * 6371008.8 * Math.asin(Math.min(1, Math.sqrt(h))),
+            bearing: degrees(Math.atan2(Math.sin(dl) * Math.cos(p2),
+                Math.cos(p1) * Math.sin(p2) - Math.sin(p1) * Math.cos(p2) * Math.cos(dl)))
+        };
+    }
+
+    function degrees(radians) {
+        var d = radians / RADIAN % 360;
+        return d < 0 ? d + 360 : d;
+    }
+
+    /* Degrees in; distance in metres and bearing at the first point in degrees from north, 0 <= bearing < 360. */
+    function inverse(lat1, lng1, lat2, lng2) {
+        if (lat1 === lat2 && lng1 === lng2)
+            return { distance: 0, bearing: 0 };
+        var L = (lng2 - lng1) * RADIAN;
+        var u1 = Math.atan((1 - F) * Math.tan(lat1 * RADIAN)), u2 = Math.atan((1 - F) * Math.tan(lat2 * RADIAN));
+        var su1 = Math.sin(u1), cu1 = Math.cos(u1), su2 = Math.sin(u2), cu2 = Math.cos(u2);
+        var lambda = L, before, sl, cl, ss, cs, sigma, sa, ca2, c2m, c, i;
+        for (i = 0; i < 100; ++i) {
+            sl = Math.sin(lambda);
+            cl = Math.cos(lambda);
+            ss = Math.sqrt(Math.pow(cu2 * sl, 2) + Math.pow(cu1 * su2 - su1 * cu2 * cl, 2));
+            if (ss === 0)
+                return { distance: 0, bearing: 0 };
+            cs = su1 * su2 + cu1 * cu2 * cl;
+            sigma = Math.atan2(ss, cs);
+            sa = cu1 * cu2 * sl / ss;
+            ca2 = 1 - sa * sa;
+            c2m = ca2 > 1e-15 ? cs - 2 * su1 * su2 / ca2 : 0;
+            c = F / 16 * ca2 * (4 + F * (4 - 3 * ca2));
+            before = lambda;
+            lambda = L + (1 - c) * F * sa * (sigma + c * ss * (c2m + c * cs * (2 * c2m * c2m - 1)));
+            if (Math.abs(lambda - before) < 1e-12)
+                break;
+        }
+        if (i === 100 || isNaN(lambda))
+            return spherical(lat1, lng1, lat2, lng2);
+        var us = ca2 * (A * A - B * B) / (B * B);
+        var ka = 1 + us / 16384 * (4096 + us * (-768 + us * (320 - 175 * us)));
+        var kb = us / 1024 * (256 + us * (-128 + us * (74 - 47 * us)));
+        var ds = kb * ss * (c2m + kb / 4 * (cs * (2 * c2m * c2m - 1)
+            - kb / 6 * c2m * (4 * ss * ss - 3) * (4 * c2m * c2m - 3)));
+        return {
+            distance: B * ka * (sigma - ds),
+            bearing: degrees(Math.atan2(cu2 * sl, cu1 * su2 - su1 * cu2 * cl))
+        };
+    }
+
+    return { inverse: inverse };
+}());

@@ -1,0 +1,230 @@
+/*
+ * A flown track of any length on Leaflet's canvas.
+ *
+ * Leaflet's own line projects, clips and simplifies all of its points at each zoom, and anew at each move. A track of
+ * ten hours has 180,000 of them: here they are projected once, thinned once for each zoom level, and only the stretches
+ * within reach of the view are drawn.
+ */
+var TrackLine = (function () {
+    'use strict';
+
+    var CHUNK = 256; /* points that share one box */
+    var FINEST = 1.5; /* pixels between two points that are drawn */
+    var CELL = 1; /* pixels: steps from one such cell to another look alike */
+
+    function numbers(length) {
+        return typeof Float64Array === 'undefined' ? new Array(length) : new Float64Array(length);
+    }
+
+    /* [lat0, lng0, lat1, ...] without what is no position: null, outside the globe, and (0, 0) from before the fix. */
+    function positions(flat) {
+        var n = Math.floor(flat.length / 2), lat = numbers(n), lng = numbers(n), index = numbers(n), count = 0;
+        for (var i = 0; i < n; ++i) {
+            var a = flat[2 * i], b = flat[2 * i + 1];
+            if (typeof a !== 'number' || typeof b !== 'number' || !(Math.abs(a) <= 90 && Math.abs(b) <= 180))
+                continue;
+            if (a === 0 && b === 0)
+                continue;
+            lat[count] = a;
+            lng[count] = b;
+            index[count] = i;
+            ++count;
+        }
+        return { lat: lat, lng: lng, index: index, count: count };
+    }
+
+    /* Puts a key, which is not 0, into a table; false when it was there. The table must have room. */
+    function enter(table, slots, key) {
+        for (var at = key % slots; table[at]; at = at + 1 < slots ? at + 1 : 0) {
+            if (table[at] === key)
+                return false;
+        }
+        table[at] = key;
+        return true;
+    }
+
+    return L.Polyline.extend({
+        options: { interactive: false, smoothFactor: 0, color: '#d81b60', weight: 3, opacity: 1 },
+
+        /* flat: the page call's array; samples are numbered by their pair in it, from 0, as the curves' points are. */
+        initialize: function (flat, options) {
+            L.Polyline.prototype.initialize.call(this, [], options);
+            var p = this._points = positions(flat), max = 85.0511287798 * Math.PI / 180;
+            this._x = numbers(p.count);
+            this._y = numbers(p.count);
+            var minLat = Infinity, maxLat = -Infinity, minLng = Infinity, maxLng = -Infinity;
+            for (var i = 0; i < p.count; ++i) {
+                var s = Math.sin(Math.max(-max, Math.min(max, p.lat[i] * Math.PI / 180)));
+                /* In world widths: pixels are these times 256 * 2^zoom. */
+                this._x[i] = p.lng[i] / 360 + 0.5;
+                this._y[i] = 0.5 - Math.log((1 + s) / (1 - s)) / (4 * Math.PI);
+                minLat = Math.min(minLat, p.lat[i]);
+                maxLat = Math.max(maxLat, p.lat[i]);
+                minLng = Math.min(minLng, p.lng[i]);
+                maxLng = Math.max(maxLng, p.lng[i]);
+            }
+            this._levels = {};
+            if (p.count > 0)
+                this._bounds = L.latLngBounds([minLat, minLng], [maxLat, maxLng]);
+        },
+
+        count: function () { return this._points.count; },
+        position: function (i) { return L.latLng(this._points.lat[i], this._points.lng[i]); },
+        sample: function (i) { return this._points.index[i]; },
+        isEmpty: function () { return this._points.count === 0; },
+
+        /* The point next to a position, not farther than some pixels; -1 when there is none. */
+        nearest: function (latlng, zoom, pixels) {
+            var at = this._world(latlng), reach = pixels / this._scale(zoom), best = reach * reach, found = -1;
+            for (var i = 0; i < this._points.count; ++i) {
+                var dx = this._x[i] - at.x, dy = this._y[i] - at.y, d = dx * dx + dy * dy;
+                if (d < best) {
+                    best = d;
+                    found = i;
+                }
+            }
+            return found;
+        },
+
+        /* Steps of the track: those of the present zoom level, and those of them that are drawn; for tests. */
+        steps: function () {
+            var n = 0;
+            for (var i = 0; i < this._parts.length; ++i)
+                n += this._parts[i].length - 1;
+            return { kept: this._level(this._map.getZoom()).length, drawn: n };
+        },
+
+        _world: function (latlng) {
+            var p = L.CRS.EPSG3857.latLngToPoint(latlng, 0);
+            return { x: p.x / 256, y: p.y / 256 };
+        },
+
+        _scale: function (zoom) { return 256 * Math.pow(2, zoom); },
+
+        /*
+         * The steps that a zoom level draws, as pairs of indices, with the box of each chunk of them.
+         *
+         * Hundreds of orbits over one place fall on the same pixels: each short step is kept once.
+         */
+        _level: function (zoom) {
+            var level = this._levels[zoom];
+            if (level)
+                return level;
+            var n = this._points.count, scale = this._scale(zoom), limit = FINEST * FINEST;
+            var left = this._x[0], top = this._y[0], right = left, i;
+            for (i = 1; i < n; ++i) {
+                left = Math.min(left, this._x[i]);
+                right = Math.max(right, this._x[i]);
+                top = Math.min(top, this._y[i]);
+            }
+            var columns = Math.ceil((right - left) * scale / CELL) + 1;
+            var slots = 2 * n + 1, seen = numbers(slots), from = numbers(n), to = numbers(n), length = 0, last = 0;
+            var lastX = Math.floor((this._x[0] - left) * scale / CELL);
+            var lastY = Math.floor((this._y[0] - top) * scale / CELL);
+            for (i = 1; i < n; ++i) {
+                var dx = (this._x[i] - this._x[last]) * scale, dy = (this._y[i] - this._y[last]) * scale;
+                if (dx * dx + dy * dy < limit && i !== n - 1)
+                    continue;
+                var cellX = Math.floor((this._x[i] - left) * scale / CELL);
+                var cellY = Math.floor((this._y[i] - top) * scale / CELL);
+                var byX = cellX - lastX, byY = cellY - lastY;
+                if (Math.abs(byX) > 4 || Math.abs(byY) > 4
+                        || enter(seen, slots, 1 + ((lastY * columns + lastX) * 9 + byX + 4) * 9 + byY + 4)) {
+                    from[length] = last;
+                    to[length++] = i;
+                }
+                last = i;
+                lastX = cellX;
+                lastY = cellY;
+            }
+            var boxes = [];
+            for (var first = 0; first < length; first += CHUNK) {
+                var box = { from: first, to: Math.min(first + CHUNK, length), x0: 9, y0: 9, x1: -9, y1: -9 };
+                for (i = box.from; i < box.to; ++i) {
+                    box.x0 = Math.min(box.x0, this._x[from[i]], this._x[to[i]]);
+                    box.y0 = Math.min(box.y0, this._y[from[i]], this._y[to[i]]);
+                    box.x1 = Math.max(box.x1, this._x[from[i]], this._x[to[i]]);
+                    box.y1 = Math.max(box.y1, this._y[from[i]], this._y[to[i]]);
+                }
+                boxes.push(box);
+            }
+            level = this._levels[zoom] = { from: from, to: to, length: length, boxes: boxes };
+            return level;
+        },
+
+        /* From here on it is what Leaflet asks of a line. */
+
+        _project: function () {
+            this._parts = [];
+            if (this._points.count === 0)
+                return;
+            this._pxBounds = L.bounds(this._map.latLngToLayerPoint(this._bounds.getNorthWest()),
+                this._map.latLngToLayerPoint(this._bounds.getSouthEast()));
+            this._pxBounds.min._subtract(L.point(6, 6));
+            this._pxBounds.max._add(L.point(6, 6));
+        },
+
+        _update: function () {
+            if (!this._map)
+                return;
+            this._parts = [];
+            var view = this._renderer && this._renderer._bounds;
+            if (this._points.count > 1 && view && this._pxBounds && this._pxBounds.intersects(view))
+                this._fill(view);
+            this._updatePath();
+        },
+
+        _fill: function (view) {
+            var zoom = this._map.getZoom(), level = this._level(zoom), scale = this._scale(zoom);
+            var origin = this._map.getPixelOrigin(), part = [], end = -1;
+            var x0 = (view.min.x + origin.x - 8) / scale, x1 = (view.max.x + origin.x + 8) / scale;
+            var y0 = (view.min.y + origin.y - 8) / scale, y1 = (view.max.y + origin.y + 8) / scale;
+            for (var b = 0; b < level.boxes.length; ++b) {
+                var box = level.boxes[b];
+                if (box.x1 < x0 || box.x0 > x1 || box.y1 < y0 || box.y0 > y1)
+                    continue;
+                for (var k = box.from; k < box.to; ++k) {
+                    var i = level.from[k], j = level.to[k];
+                    if ((this._x[i] < x0 && this._x[j] < x0) || (this._x[i] > x1 && this._x[j] > x1)
+                            || (this._y[i] < y0 && this._y[j] < y0) || (this._y[i] > y1 && this._y[j] > y1))
+                        continue;
+                    if (i !== end) {
+                        if (part.length)
+                            this._parts.push(part);
+                        part = [L.point(this._x[i] * scale - origin.x, this._y[i] * scale - origin.y)];
+                    }
+                    part.push(L.point(this._x[j] * scale - origin.x, this._y[j] * scale - origin.y));
+                    end = j;
+                }
+            }
+            if (part.length)
+                this._parts.push(part);
+        },
+
+        /* One path of tens of thousands of steps takes a canvas far longer than many short ones. */
+        _updatePath: function () {
+            var renderer = this._renderer;
+            if (!renderer._drawing || this._parts.length === 0)
+                return;
+            var ctx = renderer._ctx, steps = 0;
+            function begin() {
+                ctx.beginPath();
+                steps = 0;
+            }
+            begin();
+            for (var i = 0; i < this._parts.length; ++i) {
+                var part = this._parts[i];
+                ctx.moveTo(part[0].x, part[0].y);
+                for (var k = 1; k < part.length; ++k) {
+                    ctx.lineTo(part[k].x, part[k].y);
+                    if (++steps >= 500) {
+                        renderer._fillStroke(ctx, this);
+                        begin();
+                        ctx.moveTo(part[k].x, part[k].y);
+                    }
+                }
+            }
+            renderer._fillStroke(ctx, this);
+        }
+    });
+}());

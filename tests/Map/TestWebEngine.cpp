@@ -1,0 +1,220 @@
+#include "Fixture.h"
+#include "MapWidget.h"
+#include "WebWidget.h"
+
+#include <QFile>
+#include <QLabel>
+#include <QPushButton>
+#include <QTcpServer>
+#include <QTest>
+#include <QWebEnginePage>
+#include <QWebEngineView>
+#include <csignal>
+#include <unistd.h>
+
+/** The real page in the real engine, as the map dialog makes them. The page is laid beside this program. */
+class TestWebEngine : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { m_fixture = std::make_unique<Fixture>(); }
+    void cleanup();
+
+    void pageHasTheFunctionsThatTheProgramCalls();
+    void trackReachesThePage();
+    void callsBeforeThePageIsThereAreKept();
+    void throwingPageFunctionsAreHarmless();
+    void emptyAddressIsAskedForAndRefused();
+    void missingPageIsSaidInTheMapArea();
+    void onlyOurFilesAndLoopbackAreReached();
+    void deadPageIsSaidAndANewDialogWorks();
+    void closedDialogGivesItsPageUp();
+    void oneDialogsEndLeavesTheOthersPage();
+    void sandboxIsOffForTheAdministratorAlone();
+
+private:
+    static QWebEngineView *view(const QWidget &widget) { return widget.findChild<QWebEngineView *>(); }
+    static QString notice(const QWidget &widget)
+    {
+        auto *const label = widget.findChild<QLabel *>("label_pageNotice");
+        return label && label->isVisible() ? label->text() : QString();
+    }
+    /** What a script in the page gives; an invalid value when the page does not answer. */
+    static QVariant ask(const QWidget &widget, const QString &script);
+
+    std::unique_ptr<Fixture> m_fixture;
+};
+
+void TestWebEngine::cleanup()
+{
+    QFile::remove(m_fixture->applicationPath("Leaflet/open.html"));
+    m_fixture.reset();
+}
+
+QVariant TestWebEngine::ask(const QWidget &widget, const QString &script)
+{
+    if (!view(widget))
+        return {};
+    struct Answer {
+        QVariant value;
+        bool there = false;
+    };
+    const auto answer = std::make_shared<Answer>();
+    view(widget)->page()->runJavaScript(script, [answer](const QVariant &value) { *answer = {value, true}; });
+    if (!QTest::qWaitFor([&] { return answer->there; }, 30000))
+        return {};
+    return answer->value;
+}
+
+void TestWebEngine::pageHasTheFunctionsThatTheProgramCalls()
+{
+    const MapWidget map(nullptr);
+    QVERIFY(view(map));
+    QCOMPARE(view(map)->window(), &map);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map,
+                                  "[addRoutes, clearAllLine, enableDrawLines, enableMeasureDis, addOnePoint]"
+                                  ".every(function (f) { return typeof f === 'function'; })")
+                                  .toBool(),
+                              true, 60000);
+    QCOMPARE(notice(map), QString());
+}
+
+void TestWebEngine::trackReachesThePage()
+{
+    setSamples("纬度(Latitude)", {0, 34.5, qQNaN(), 34.25});
+    setSamples("经度(Longitude)", {0, 113.5, 113, 113.75});
+    MapWidget map(nullptr);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
+    QTest::mouseClick(map.findChild<QPushButton *>("pushButton"), Qt::LeftButton);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "ostravelMap.state().track").toInt(), 2, 30000);
+    QTest::mouseClick(map.findChild<QPushButton *>("btn_measureDis"), Qt::LeftButton);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "ostravelMap.state().mode").toString(), QString("measure"), 30000);
+    map.addOnePoint(113, 34);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "ostravelMap.state().points").toInt(), 1, 30000);
+    QTest::mouseClick(map.findChild<QPushButton *>("btn_clear"), Qt::LeftButton);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "ostravelMap.state().track + ostravelMap.state().points").toInt(), 0, 30000);
+}
+
+void TestWebEngine::callsBeforeThePageIsThereAreKept()
+{
+    const MapWidget map(nullptr);
+    QTest::mouseClick(map.findChild<QPushButton *>("btn_enableRoutes"), Qt::LeftButton);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "window.ostravelMap ? ostravelMap.state().mode : ''").toString(),
+                              QString("draw"), 60000);
+}
+
+void TestWebEngine::throwingPageFunctionsAreHarmless()
+{
+    MapWidget map(nullptr);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
+    map.runJs("noSuchFunction", "1");
+    map.runJs("throw new Error", "'x'");
+    map.runJs("window.alert", "'a box that nobody may have to close'");
+    map.runJs("(((", "");
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "1 + 1").toInt(), 2, 30000);
+}
+
+void TestWebEngine::emptyAddressIsAskedForAndRefused()
+{
+    const MapWidget map(nullptr); // starts the engine
+    QWidget parent;
+    parent.show();
+    const WebWidget web({}, &parent);
+    QTRY_COMPARE_WITH_TIMEOUT(notice(parent), QString("无法显示地图：页面加载失败或被拒绝。"), 60000);
+}
+
+void TestWebEngine::missingPageIsSaidInTheMapArea()
+{
+    const QString page = m_fixture->applicationPath("Leaflet/demo.html");
+    QVERIFY(QFile::rename(page, page + ".away"));
+    {
+        const MapWidget map(nullptr);
+        QTRY_COMPARE_WITH_TIMEOUT(notice(map), "无法显示地图：缺少页面文件 " + page, 60000);
+        QTest::mouseClick(map.findChild<QPushButton *>("pushButton"), Qt::LeftButton);
+    }
+    QVERIFY(QFile::rename(page + ".away", page));
+}
+
+void TestWebEngine::onlyOurFilesAndLoopbackAreReached()
+{
+    QTcpServer loopback;
+    QTcpServer other;
+    QVERIFY(loopback.listen(QHostAddress("127.0.0.1")));
+    // Within reach of a test, and as foreign to the page as any other host.
+    QVERIFY(other.listen(QHostAddress("127.0.0.2")));
+    QFile secret(m_fixture->applicationPath("secret.js"));
+    QVERIFY(secret.open(QIODevice::WriteOnly));
+    secret.write("window.secret = 1;");
+    secret.close();
+    QFile page(m_fixture->applicationPath("Leaflet/open.html"));
+    QVERIFY(page.open(QIODevice::WriteOnly));
+    // Without a policy of its own, so that it is the engine which refuses.
+    page.write(QString("<!DOCTYPE html><script src='../secret.js'></script><script src='geodesic.js'></script>"
+                       "<iframe src='../secret.js'></iframe>"
+                       "<img src='http://127.0.0.2:%1/a' onerror='window.failed = 1'>"
+                       "<img src='http://127.0.0.1:%2/b'>")
+                   .arg(other.serverPort())
+                   .arg(loopback.serverPort())
+                   .toUtf8());
+    page.close();
+
+    MapWidget map(nullptr);
+    map.findChild<WebWidget *>()->load(page.fileName());
+    QTRY_VERIFY_WITH_TIMEOUT(loopback.hasPendingConnections(), 60000);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "window.failed").toInt(), 1, 30000);
+    QCOMPARE(ask(map, "typeof geodesic").toString(), QString("object"));
+    QCOMPARE(ask(map, "typeof secret").toString(), QString("undefined"));
+    QVERIFY(!other.hasPendingConnections());
+    // Nor does the page lead anywhere else.
+    map.runJs("location.assign", QString("'http://127.0.0.1:%1/'").arg(loopback.serverPort()));
+    map.runJs("window.open", "'demo.html'");
+    QCOMPARE(ask(map, "location.pathname.slice(-9)").toString(), QString("open.html"));
+    QFile::remove(secret.fileName());
+}
+
+void TestWebEngine::deadPageIsSaidAndANewDialogWorks()
+{
+    const MapWidget map(nullptr);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
+    QCOMPARE(kill(pid_t(view(map)->page()->renderProcessPid()), SIGKILL), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(notice(map), QString("地图页面已意外终止，请关闭本窗口后重新打开。"), 30000);
+    QTest::mouseClick(map.findChild<QPushButton *>("btn_clear"), Qt::LeftButton);
+    const MapWidget next(nullptr);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(next, "typeof ostravelMap").toString(), QString("object"), 60000);
+}
+
+void TestWebEngine::closedDialogGivesItsPageUp()
+{
+    MapWidget map(nullptr);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
+    const auto process = pid_t(view(map)->page()->renderProcessPid());
+    map.close();
+    QVERIFY(!view(map));
+    QTRY_VERIFY_WITH_TIMEOUT(kill(process, 0) != 0, 30000);
+    map.show();
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
+}
+
+void TestWebEngine::oneDialogsEndLeavesTheOthersPage()
+{
+    auto first = std::make_unique<MapWidget>(nullptr);
+    const MapWidget second(nullptr);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(second, "typeof ostravelMap").toString(), QString("object"), 60000);
+    first.reset();
+    QCOMPARE(ask(second, "typeof ostravelMap").toString(), QString("object"));
+}
+
+void TestWebEngine::sandboxIsOffForTheAdministratorAlone()
+{
+    const MapWidget map(nullptr);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
+    QFile file(QString("/proc/%1/cmdline").arg(view(map)->page()->renderProcessPid()));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll().split('\0').contains("--no-sandbox"), geteuid() == 0);
+    // Programs that are started from here on inherit nothing of it.
+    QVERIFY(!qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX"));
+}
+
+QTEST_MAIN(TestWebEngine)
+#include "TestWebEngine.moc"
