@@ -41,12 +41,13 @@ if ! $on_screen && ! $build_only; then
 fi
 install_packages "${packages[@]}"
 configure release
-build release Ostravel ostravel-demo
+build release Ostravel ostravel-demo wmts
 if $build_only; then
     exit 0
 fi
 
 program=$root/build/release/bin/Ostravel
+tiles=$root/build/release/bin/tiles/demo.mbtiles
 generator=$root/build/release/bin/ostravel-demo
 flights=$root/demo-flights
 flight=$flights/demo-flight.txt
@@ -56,9 +57,12 @@ make_flight() {
     "$generator" log --minutes 120 --seed 1 "$flights/.unfinished.txt" && mv "$flights/.unfinished.txt" "$flight"
 }
 
-mkdir -p "$flights"
+mkdir -p "$flights" "${tiles%/*}"
 if [ ! -s "$flight" ] || [ "$generator" -nt "$flight" ]; then
     step demo-flight "Making a demo flight of two hours" "Is there room on the disk? 'df -h .' tells." make_flight
+fi
+if [ ! -s "$tiles" ]; then
+    step demo-tiles "Making a demo map" "Is there room on the disk? 'df -h .' tells." "$generator" tiles "$tiles"
 fi
 say "Demo flight: $flight"
 

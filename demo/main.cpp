@@ -1,4 +1,5 @@
 #include "DemoFlight.h"
+#include "DemoTiles.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -42,10 +43,11 @@ int main(int argc, char *argv[])
         QStringLiteral("Makes a recorded flight for demonstrations: the same options give the same file.\n\n"
                        "  log      text log, one hexadecimal frame a line\n"
                        "  db       flight database (SQLite) with four tasks; the flight asked for is task 1\n"
-                       "  damaged  text log with every kind of damage\n\n"
+                       "  damaged  text log with every kind of damage\n"
+                       "  tiles    map tiles (MBTiles) of invented ground around the flights; takes no options\n\n"
                        "Exit codes: 0 written, 1 could not be written, 2 wrong use."));
-    parser.addPositionalArgument(QStringLiteral("kind"), QStringLiteral("log, db or damaged"),
-                                 QStringLiteral("log|db|damaged"));
+    parser.addPositionalArgument(QStringLiteral("kind"), QStringLiteral("log, db, damaged or tiles"),
+                                 QStringLiteral("log|db|damaged|tiles"));
     parser.addPositionalArgument(QStringLiteral("out"), QStringLiteral("the file to write; an old one is replaced"),
                                  QStringLiteral("OUT"));
     const int mostMinutes = demo::kMostSamples / 300;
@@ -76,11 +78,12 @@ int main(int argc, char *argv[])
 
     const QStringList arguments = parser.positionalArguments();
     if (arguments.size() != 2)
-        return wrongUse(QStringLiteral("the kind (log, db or damaged) and one file are needed"));
+        return wrongUse(QStringLiteral("the kind (log, db, damaged or tiles) and one file are needed"));
     const QString &kind = arguments.at(0);
     const QString &path = arguments.at(1);
-    if (kind != QLatin1String("log") && kind != QLatin1String("db") && kind != QLatin1String("damaged"))
-        return wrongUse(QStringLiteral("unknown kind %1: log, db or damaged").arg(kind));
+    if (!QStringList{QStringLiteral("log"), QStringLiteral("db"), QStringLiteral("damaged"), QStringLiteral("tiles")}
+             .contains(kind))
+        return wrongUse(QStringLiteral("unknown kind %1: log, db, damaged or tiles").arg(kind));
     if (path.isEmpty())
         return wrongUse(QStringLiteral("the file has no name"));
 
@@ -117,6 +120,7 @@ int main(int argc, char *argv[])
     QString error;
     const bool written = kind == QLatin1String("log") ? demo::writeTextLog(path, options, &error)
         : kind == QLatin1String("db")                 ? demo::writeDatabase(path, demo::demoTasks(options), &error)
+        : kind == QLatin1String("tiles")              ? demo::writeTiles(path, &error)
                                                       : demo::writeDamagedLog(path, options, &error);
     if (!written) {
         say(stderr, QStringLiteral("ostravel-demo: %1\n").arg(error));
