@@ -1,5 +1,6 @@
 #include "MainWindow.h"
 
+#include "AboutDialog.h"
 #include "AppConfig.h"
 #include "ChannelStore.h"
 #include "CommonModule.h"
@@ -10,6 +11,7 @@
 #include "GlobalSettingDialog.h"
 #include "Logging.h"
 #include "MPlotDialog.h"
+#include "MapWidget.h"
 #include "MyCustomPlot.h"
 #include "PyPlotDialog.h"
 #include "Release.h"
@@ -703,11 +705,17 @@ void MainWindow::onCommonModuleSlot()
     m_commonModule->show();
 }
 
-// Their actions stand from the start; what they open is not part of the program yet.
+void MainWindow::onMapClickSlot()
+{
+    // Stays a child of the window, hidden, until the window goes.
+    (new MapWidget(this))->exec();
+}
 
-void MainWindow::on_actionAboutTriggered() { }
-
-void MainWindow::onMapClickSlot() { }
+void MainWindow::on_actionAboutTriggered()
+{
+    logToBoth(info, "about page");
+    AboutDialog(this).exec();
+}
 
 void MainWindow::startUpdate()
 {

@@ -62,6 +62,7 @@ const Unit kUnits[] = {
     {"FileOperator/ExportOperator", Export},
     {"Plot/CurveMath", Plot},
     {"Plot/MyCustomPlot", Plot},
+    {"UI/AboutDialog", Tool, Dialog},
     {"UI/ColorButtonStyle", Tool},
     {"UI/SwitchButton", Tool},
     {"UI/GlobalSettingDialog", Tool, Dialog},

@@ -1,0 +1,287 @@
+#include "ChannelStore.h"
+#include "CommonModule.h"
+#include "DecodeRoutes.h"
+#include "ExportOperator.h"
+#include "LogFile.h"
+#include "ModalAnswer.h"
+#include "QXlsx.h"
+#include "WindowFixture.h"
+
+#include <QDir>
+#include <QDropEvent>
+#include <QFile>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QUrl>
+#include <QtTest>
+
+namespace
+{
+
+constexpr char kFileMenu[] = "menuFile";
+constexpr char kWriteExcel[] = "写Excel";
+constexpr char kWriteTxt[] = "写Txt";
+
+/** What a message box said: title, text and buttons. */
+struct Said {
+    QString title;
+    QString text;
+    int buttons = 0;
+};
+
+ModalAnswer::Answer listen(Said &said)
+{
+    return [&said](QDialog *dialog) {
+        auto *const box = qobject_cast<QMessageBox *>(dialog);
+        if (box == nullptr)
+            return;
+        said = {box->windowTitle(), box->text(), static_cast<int>(box->standardButtons())};
+        box->accept();
+    };
+}
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
+}
+
+} // namespace
+
+class TestMainWindowExport : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        m_fixture = std::make_unique<WindowFixture>();
+        m_answer = std::make_unique<ModalAnswer>();
+    }
+    void cleanup()
+    {
+        m_answer.reset();
+        m_fixture.reset();
+    }
+
+    void beforeAReadABoxSaysSoAndNothingStarts_data();
+    void beforeAReadABoxSaysSoAndNothingStarts();
+    void workbookStandsBesideTheLogUnderItsNameToTheFirstDot();
+    void textFilesStandInAFolderBesideTheLog();
+    void secondExportOfEitherKindIsIgnoredWhileOneRuns();
+    void nextExportStartsAfterTheBoxIsClosed();
+    void finishedBoxComesAlsoWhenTheFolderIsGone();
+    void exportKeepsTheSamplesThatItStartedWith();
+    void closingTheWindowDuringAnExportLeavesNoUnfinishedWorkbook();
+    void routeConverterIsMadeOnceAndShownAgain();
+    void calculatorsStayOpenBesideTheWindowAndDoNotKeepTheProgram();
+
+private:
+    MainWindow &window() { return m_fixture->window(); }
+    void select(const QString &path);
+    void fill(int samples);
+
+    std::unique_ptr<WindowFixture> m_fixture;
+    std::unique_ptr<ModalAnswer> m_answer;
+};
+
+/** Drops a file on the window, which makes it the current log. */
+void TestMainWindowExport::select(const QString &path)
+{
+    QMimeData mime;
+    mime.setUrls({QUrl::fromLocalFile(path)});
+    QDropEvent drop(QPointF(5, 5), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&window(), &drop);
+    QCOMPARE(window().filePath(), path);
+}
+
+/** Gives the attitude channels samples: 1000 times the row plus the sample's number. */
+void TestMainWindowExport::fill(int samples)
+{
+    for (int row = 0; row < 18; ++row) {
+        QVector<double> &series = attitudeGraphs[row]->yvalue();
+        series.clear();
+        for (int i = 0; i < samples; ++i)
+            series.append(1000.0 * row + i);
+    }
+    dataRead = true;
+}
+
+void TestMainWindowExport::beforeAReadABoxSaysSoAndNothingStarts_data()
+{
+    QTest::addColumn<QByteArray>("entry");
+    QTest::newRow("workbook") << QByteArray(kWriteExcel);
+    QTest::newRow("text") << QByteArray(kWriteTxt);
+}
+
+void TestMainWindowExport::beforeAReadABoxSaysSoAndNothingStarts()
+{
+    QFETCH(QByteArray, entry);
+    Said said;
+    m_answer->next(listen(said));
+    m_fixture->entry(kFileMenu, entry.constData())->trigger();
+    QVERIFY(m_answer->allAnswered());
+    QCOMPARE(said.title, QStringLiteral("info"));
+    QCOMPARE(said.text, QStringLiteral("还未读取数据"));
+    QCOMPARE(said.buttons, int(QMessageBox::Ok));
+    QVERIFY(window().exportThread() == nullptr);
+}
+
+void TestMainWindowExport::workbookStandsBesideTheLogUnderItsNameToTheFirstDot()
+{
+    fill(3);
+    select(m_fixture->path(QStringLiteral("flight.2023.log")));
+    Said said;
+    m_answer->next(listen(said));
+    m_fixture->entry(kFileMenu, kWriteExcel)->trigger();
+    QVERIFY(window().exportThread() != nullptr);
+    QTRY_VERIFY(window().exportThread() == nullptr);
+    QCOMPARE(said.title, QStringLiteral("info"));
+    QCOMPARE(said.text, QStringLiteral("Excel导出完成！"));
+    QCOMPARE(said.buttons, int(QMessageBox::Ok));
+
+    QXlsx::Document workbook(m_fixture->path(QStringLiteral("flight.xlsx")));
+    QCOMPARE(workbook.sheetNames(),
+             QStringList({"0x01-HeartBeat", "0x02-ControlSystemStatus", "0x03-AttitudeAndPositionInfo",
+                          "0x04-SensorValue", "0x05-FlightTargetValue", "0x41-PayloadInfo", "0x51-Difference",
+                          "0x53-EquipmentStatus"}));
+    workbook.selectSheet(QStringLiteral("0x03-AttitudeAndPositionInfo"));
+    QCOMPARE(workbook.read(1, 2).toString(), QStringLiteral("俯仰"));
+    QCOMPARE(workbook.read(4, 2).toDouble(), 1002.0);
+}
+
+void TestMainWindowExport::textFilesStandInAFolderBesideTheLog()
+{
+    fill(2);
+    select(m_fixture->path(QStringLiteral("flight.2023.log")));
+    Said said;
+    m_answer->next(listen(said));
+    m_fixture->entry(kFileMenu, kWriteTxt)->trigger();
+    QTRY_VERIFY(window().exportThread() == nullptr);
+    QCOMPARE(said.text, QStringLiteral("Txt导出完成！"));
+    const QString folder = m_fixture->path(QStringLiteral("flight-export"));
+    QCOMPARE(QDir(folder).entryList(QDir::Files).size(), 9);
+    const QByteArray text = contentOf(folder + QStringLiteral("/0x03-AttitudeAndPositionInfo.txt"));
+    QVERIFY(text.startsWith(QStringLiteral("横滚\t俯仰\t").toUtf8()));
+    QVERIFY(text.contains("\n1\t1001\t2001\t"));
+}
+
+void TestMainWindowExport::secondExportOfEitherKindIsIgnoredWhileOneRuns()
+{
+    fill(20000);
+    select(m_fixture->path(QStringLiteral("flight.txt")));
+    Said said;
+    m_answer->next(listen(said));
+    m_fixture->entry(kFileMenu, kWriteExcel)->trigger();
+    const ExportOperator *const first = window().exportThread();
+    m_fixture->entry(kFileMenu, kWriteTxt)->trigger();
+    QCOMPARE(window().exportThread(), first);
+    m_fixture->entry(kFileMenu, kWriteExcel)->trigger();
+    QCOMPARE(window().exportThread(), first);
+    QTRY_VERIFY_WITH_TIMEOUT(window().exportThread() == nullptr, 60000);
+    QVERIFY(m_answer->allAnswered());
+    QCOMPARE(said.text, QStringLiteral("Excel导出完成！"));
+    QVERIFY(!QFile::exists(m_fixture->path(QStringLiteral("flight-export"))));
+}
+
+void TestMainWindowExport::nextExportStartsAfterTheBoxIsClosed()
+{
+    fill(1);
+    select(m_fixture->path(QStringLiteral("flight.txt")));
+    Said said;
+    for (const char *const entry : {kWriteTxt, kWriteExcel, kWriteTxt}) {
+        m_answer->next(listen(said));
+        m_fixture->entry(kFileMenu, entry)->trigger();
+        QVERIFY(window().exportThread() != nullptr);
+        QTRY_VERIFY(window().exportThread() == nullptr);
+    }
+    QVERIFY(m_answer->allAnswered());
+}
+
+void TestMainWindowExport::finishedBoxComesAlsoWhenTheFolderIsGone()
+{
+    fill(1);
+    select(m_fixture->path(QStringLiteral("no such folder/flight.txt")));
+    Said said;
+    m_answer->next(listen(said));
+    m_fixture->entry(kFileMenu, kWriteTxt)->trigger();
+    QTRY_VERIFY(window().exportThread() == nullptr);
+    QCOMPARE(said.text, QStringLiteral("Txt导出完成！"));
+    m_answer->next(listen(said));
+    m_fixture->entry(kFileMenu, kWriteExcel)->trigger();
+    QTRY_VERIFY(window().exportThread() == nullptr);
+    QCOMPARE(said.text, QStringLiteral("Excel导出完成！"));
+}
+
+void TestMainWindowExport::exportKeepsTheSamplesThatItStartedWith()
+{
+    fill(20000);
+    select(m_fixture->path(QStringLiteral("flight.txt")));
+    Said said;
+    m_answer->next(listen(said));
+    m_fixture->entry(kFileMenu, kWriteExcel)->trigger();
+    // What a new read does to the store.
+    clearData();
+    initData();
+    fill(5);
+    QTRY_VERIFY_WITH_TIMEOUT(window().exportThread() == nullptr, 60000);
+    QXlsx::Document workbook(m_fixture->path(QStringLiteral("flight.xlsx")));
+    workbook.selectSheet(QStringLiteral("0x03-AttitudeAndPositionInfo"));
+    QCOMPARE(workbook.read(20001, 1).toDouble(), 19999.0);
+}
+
+void TestMainWindowExport::closingTheWindowDuringAnExportLeavesNoUnfinishedWorkbook()
+{
+    fill(100000);
+    const QString old = m_fixture->path(QStringLiteral("flight.xlsx"));
+    {
+        QXlsx::Document workbook;
+        workbook.addSheet(QStringLiteral("old"));
+        workbook.write(1, 1, QStringLiteral("kept"));
+        QVERIFY(workbook.saveAs(old));
+    }
+    const QByteArray before = contentOf(old);
+    select(m_fixture->path(QStringLiteral("flight.txt")));
+    m_fixture->entry(kFileMenu, kWriteExcel)->trigger();
+    m_fixture->closeWindow();
+    QCOMPARE(contentOf(old), before);
+    QCOMPARE(QDir(QFileInfo(old).path()).entryList({QStringLiteral("flight*")}, QDir::Files | QDir::Hidden),
+             QStringList(QStringLiteral("flight.xlsx")));
+}
+
+void TestMainWindowExport::routeConverterIsMadeOnceAndShownAgain()
+{
+    QVERIFY(window().decodeRoutes() == nullptr);
+    QDialog *first = nullptr;
+    QDialog *second = nullptr;
+    m_answer->next([&first](QDialog *dialog) { first = dialog; });
+    m_answer->next([&second](QDialog *dialog) { second = dialog; });
+    QAction *const entry = m_fixture->entry("menuOther", "航线解析(R)");
+    entry->trigger();
+    entry->trigger();
+    QVERIFY(m_answer->allAnswered());
+    QVERIFY(first != nullptr);
+    QCOMPARE(first, second);
+    QCOMPARE(first, static_cast<QDialog *>(window().decodeRoutes()));
+    QCOMPARE(first->parentWidget(), static_cast<QWidget *>(&window()));
+}
+
+void TestMainWindowExport::calculatorsStayOpenBesideTheWindowAndDoNotKeepTheProgram()
+{
+    QVERIFY(window().commonModule() == nullptr);
+    QAction *const entry = m_fixture->entry("menuOther", "共用模块(M)");
+    entry->trigger();
+    CommonModule *const calculators = window().commonModule();
+    QVERIFY(calculators != nullptr);
+    QVERIFY(calculators->isVisible());
+    QVERIFY(!calculators->isModal());
+    QVERIFY(calculators->parentWidget() == nullptr);
+    QVERIFY(!calculators->testAttribute(Qt::WA_QuitOnClose));
+    calculators->close();
+    entry->trigger();
+    QCOMPARE(window().commonModule(), calculators);
+    QVERIFY(calculators->isVisible());
+}
+
+QTEST_MAIN(TestMainWindowExport)
+#include "TestMainWindowExport.moc"
