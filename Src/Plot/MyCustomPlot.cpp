@@ -23,6 +23,7 @@ constexpr int kLegendAlpha = 150;
 constexpr int kPrecision = 6;
 constexpr int kSamplePrecision = 12;
 constexpr char kAllGraphs[] = "ALL";
+constexpr QRgb kSelectedLegendText = qRgb(42, 125, 225); // of like contrast in both themes
 
 /** What one theme paints differently from the other. */
 struct ThemeLook {
@@ -193,6 +194,8 @@ void MyCustomPlot::dressLegend()
     legend->setFont(smallFont());
     // So that an entry does not change its size when it is selected.
     legend->setSelectedFont(smallFont());
+    // The library's blue cannot be read on the night background.
+    legend->setSelectedTextColor(kSelectedLegendText);
     legend->setMargins(QMargins());
     legend->setRowSpacing(-3);
     legend->setBrush(QBrush(QColor(53, 53, 53, kLegendAlpha)));
