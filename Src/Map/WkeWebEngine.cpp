@@ -141,6 +141,16 @@ public:
         engine().views.remove(this);
     }
 
+    /** Takes this place, but for what lies outside the parent and what the widgets above it, on its right, need. */
+    void place(const QRect &wanted)
+    {
+        m_wanted = wanted;
+        keepClear();
+        // The layout that moved the map area moves its neighbours next.
+        QMetaObject::invokeMethod(this, &View::keepClear, Qt::QueuedConnection);
+    }
+    const QRect &wanted() const { return m_wanted; }
+
     void load(const QUrl &url)
     {
         m_url = url;
@@ -174,6 +184,8 @@ public:
         if (watched == window() && !event->spontaneous()) {
             if (event->type() == QEvent::Hide)
                 dropPage();
+            else if (event->type() == QEvent::Resize)
+                QMetaObject::invokeMethod(this, &View::keepClear, Qt::QueuedConnection);
             else if (event->type() == QEvent::Show && !m_view && !m_url.isEmpty())
                 load(m_url);
         }
@@ -190,6 +202,23 @@ protected:
     }
 
 private:
+    // The window that is asked for reaches over the buttons beside the map and out of the dialog wherever that does
+    // not begin at the screen's corner; what the page has at its edges would be out of sight.
+    void keepClear()
+    {
+        QRect rect = m_wanted.intersected(parentWidget()->rect());
+        bool above = false;
+        for (QObject *const child : parentWidget()->children()) {
+            const auto *const sibling = qobject_cast<QWidget *>(child);
+            if (sibling == this)
+                above = true;
+            else if (above && sibling && !sibling->isWindow() && sibling->isVisible() && sibling->x() > rect.x()
+                     && rect.intersects(sibling->geometry()))
+                rect.setRight(sibling->x() - 1);
+        }
+        setGeometry(rect);
+    }
+
     void makePage()
     {
         delete m_notice;
@@ -246,6 +275,7 @@ private:
         }
     }
 
+    QRect m_wanted;
     QPointer<QWebEngineView> m_view;
     QPointer<QLabel> m_notice;
     QUrl m_url;
@@ -291,7 +321,7 @@ WKE_EXPORT WkeWebView wkeCreateWebWindow(int, WkeWindow parent, int x, int y, in
     if (!widget || !engine().profile)
         return nullptr;
     auto *const view = new View(widget);
-    view->setGeometry(x, y, width, height);
+    view->place(QRect(x, y, width, height));
     view->hide();
     return reinterpret_cast<WkeWebView>(view);
 }
@@ -314,13 +344,13 @@ WKE_EXPORT void wkeLoadURL(WkeWebView handle, const char *url)
 WKE_EXPORT void wkeResize(WkeWebView handle, int width, int height)
 {
     if (View *const view = viewOf(handle))
-        view->resize(width, height);
+        view->place(QRect(view->wanted().topLeft(), QSize(width, height)));
 }
 
 WKE_EXPORT void wkeMoveWindow(WkeWebView handle, int x, int y, int width, int height)
 {
     if (View *const view = viewOf(handle))
-        view->setGeometry(x, y, width, height);
+        view->place(QRect(x, y, width, height));
 }
 
 WKE_EXPORT long long wkeRunJS(WkeWebView handle, const char *script)
