@@ -3,6 +3,7 @@
 #include "WebWidget.h"
 
 #include <QFile>
+#include <QGroupBox>
 #include <QLabel>
 #include <QPushButton>
 #include <QTcpServer>
@@ -22,6 +23,7 @@ private slots:
     void cleanup();
 
     void pageHasTheFunctionsThatTheProgramCalls();
+    void pageIsNeitherBelowTheButtonsNorOutsideTheDialog();
     void trackReachesThePage();
     void callsBeforeThePageIsThereAreKept();
     void throwingPageFunctionsAreHarmless();
@@ -78,6 +80,18 @@ void TestWebEngine::pageHasTheFunctionsThatTheProgramCalls()
                                   .toBool(),
                               true, 60000);
     QCOMPARE(notice(map), QString());
+}
+
+void TestWebEngine::pageIsNeitherBelowTheButtonsNorOutsideTheDialog()
+{
+    MapWidget map(nullptr);
+    map.showNormal();
+    // Away from the screen's corner the window that the program asks for is larger than the map area.
+    map.move(200, 150);
+    map.resize(900, 600);
+    const auto *const buttons = map.findChild<QGroupBox *>();
+    const auto place = [&] { return QRect(view(map)->mapTo(&map, QPoint()), view(map)->size()); };
+    QTRY_COMPARE(place(), QRect(QPoint(0, 0), QPoint(buttons->x() - 1, map.height() - 1)));
 }
 
 void TestWebEngine::trackReachesThePage()
