@@ -257,8 +257,12 @@ bool DocumentPrivate::writeInto(QIODevice &device)
             done = zip.add(source.entries()[static_cast<std::size_t>(i)].name, styles.xml());
         else if (i != chainIndex && !(lists.count(i) > 0 && (listsFirst || listsLast)))
             done = zip.carry(source, i, cancelled);
-        if (!done)
+        if (!done) {
+            if (source.isDamaged())
+                logToBoth(warn, "part {} of {} is damaged and cannot be carried over",
+                          QString::fromUtf8(source.entries()[static_cast<std::size_t>(i)].name), path);
             return false;
+        }
     }
     if (listsLast) {
         const QByteArray dropped = formulaReplaced ? package->calcChainPart() : QByteArray();
@@ -334,9 +338,14 @@ void DocumentPrivate::takeOver(const QString &source)
     }
     package = std::move(loaded);
     const QVector<XlsxPackage::Sheet> list = package->sheets();
-    for (int i = 0; i < list.size() && static_cast<std::size_t>(i) < sheets.size(); ++i) {
-        sheets[static_cast<std::size_t>(i)]->sheet = list.at(i);
-        sheets[static_cast<std::size_t>(i)]->stored.reset();
+    for (const std::unique_ptr<SheetState> &state : sheets) {
+        const auto found = std::find_if(list.begin(), list.end(), [&state](const XlsxPackage::Sheet &sheet) {
+            return sheet.name == state->sheet.name;
+        });
+        state->stored.reset();
+        state->sheet.isNew = found == list.end();
+        if (found != list.end())
+            state->sheet = *found;
     }
     sharedTexts.clear();
     sharedTextsRead = false;

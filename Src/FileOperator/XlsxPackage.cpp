@@ -40,9 +40,9 @@ QByteArray resolve(const QByteArray &base, const QString &target)
     return path.mid(1).toUtf8();
 }
 
-/** Copies a document; edit may write in place of a start element and goes to its end then. */
-template <typename Edit, typename BeforeEnd>
-QByteArray edited(const QByteArray &xml, Edit edit, const char *list, BeforeEnd beforeEnd)
+/** Copies a document; drop says of a start element that it went over it, beforeEnd writes into the first such list. */
+template <typename Drop, typename BeforeEnd>
+QByteArray edited(const QByteArray &xml, Drop drop, const char *list, BeforeEnd beforeEnd)
 {
     QByteArray result;
     XlsxOutput output([&result](const char *data, std::size_t size) {
@@ -51,10 +51,12 @@ QByteArray edited(const QByteArray &xml, Edit edit, const char *list, BeforeEnd 
     });
     XlsxXmlWriter writer(output);
     XlsxXmlReader reader(xml);
+    bool done = false;
     while (reader.next()) {
-        if (reader.isStartElement() && edit(reader))
+        if (reader.isStartElement() && drop(reader))
             continue;
-        if (reader.isEndElement() && reader.localName() == QLatin1String(list)) {
+        if (!done && reader.isEndElement() && reader.localName() == QLatin1String(list)) {
+            done = true;
             const QByteArray name = reader.qualifiedName().toUtf8();
             beforeEnd(writer, name.left(name.indexOf(':') + 1));
         }

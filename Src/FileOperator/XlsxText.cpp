@@ -25,11 +25,22 @@ int hexDigit(QChar character)
     return -1;
 }
 
-/** The character that an _xHHHH_ at a place stands for, or -1 when there is none. */
+bool isXmlCharacter(const QString &text, int place)
+{
+    const QChar character = text.at(place);
+    if (character.isHighSurrogate())
+        return place + 1 < text.size() && text.at(place + 1).isLowSurrogate();
+    if (character.isLowSurrogate())
+        return place > 0 && text.at(place - 1).isHighSurrogate();
+    const ushort code = character.unicode();
+    return code == '\t' || code == '\n' || (code >= 0x20 && code < 0xfffe);
+}
+
+/** The character that an _xHHHH at a place, with whatever behind it, stands for, or -1 when there is none. */
 int escapeAt(const QString &text, int place)
 {
     if (place + kEscapeLength > text.size() || text.at(place) != QLatin1Char('_')
-        || text.at(place + 1) != QLatin1Char('x') || text.at(place + kEscapeLength - 1) != QLatin1Char('_'))
+        || text.at(place + 1) != QLatin1Char('x'))
         return -1;
     int code = 0;
     for (int i = place + 2; i < place + kEscapeLength - 1; ++i) {
@@ -41,15 +52,16 @@ int escapeAt(const QString &text, int place)
     return code;
 }
 
-bool isXmlCharacter(const QString &text, int place)
+bool isEscapeAt(const QString &text, int place)
 {
-    const QChar character = text.at(place);
-    if (character.isHighSurrogate())
-        return place + 1 < text.size() && text.at(place + 1).isLowSurrogate();
-    if (character.isLowSurrogate())
-        return place > 0 && text.at(place - 1).isHighSurrogate();
-    const ushort code = character.unicode();
-    return code == '\t' || code == '\n' || (code >= 0x20 && code < 0xfffe);
+    return escapeAt(text, place) >= 0 && text.at(place + kEscapeLength - 1) == QLatin1Char('_');
+}
+
+/** An escape, or what the underscore of an escape behind it would make one. */
+bool needsGuard(const QString &text, int place)
+{
+    const int last = place + kEscapeLength - 1;
+    return escapeAt(text, place) >= 0 && (text.at(last) == QLatin1Char('_') || !isXmlCharacter(text, last));
 }
 
 bool isAsciiLetter(QChar character)
@@ -185,7 +197,7 @@ QString escapeCharacters(const QString &text)
     for (int i = 0; i < text.size(); ++i) {
         ushort code = text.at(i).unicode();
         if (code == '_') {
-            if (escapeAt(text, i) < 0)
+            if (!needsGuard(text, i))
                 continue;
         } else if (isXmlCharacter(text, i)) {
             continue;
@@ -207,13 +219,12 @@ QString unescapeCharacters(const QString &text)
     QString result;
     int copied = 0;
     for (int i = text.indexOf(QLatin1String("_x")); i >= 0; i = text.indexOf(QLatin1String("_x"), i)) {
-        const int code = escapeAt(text, i);
-        if (code < 0) {
+        if (!isEscapeAt(text, i)) {
             ++i;
             continue;
         }
         result += text.midRef(copied, i - copied);
-        result += QChar(static_cast<ushort>(code));
+        result += QChar(static_cast<ushort>(escapeAt(text, i)));
         i += kEscapeLength;
         copied = i;
     }

@@ -166,15 +166,24 @@ bool XlsxZipReader::openRaw(int index)
 {
     int method = 0;
     int level = 0;
-    if (!goTo(index) || unzOpenCurrentFile2(m_zip, &method, &level, 1) != UNZ_OK)
+    if (!goTo(index) || unzOpenCurrentFile2(m_zip, &method, &level, 1) != UNZ_OK) {
+        m_damaged = true;
         return false;
+    }
     m_entryOpen = true;
+    m_rawLeft = m_entries[static_cast<std::size_t>(index)].packed;
     return true;
 }
 
 int XlsxZipReader::readRaw(char *data, unsigned size)
 {
-    return unzReadCurrentFile(m_zip, data, size);
+    const int count = unzReadCurrentFile(m_zip, data, size);
+    m_rawLeft -= static_cast<quint64>(qMax(count, 0));
+    if (count <= 0 && m_rawLeft != 0) {
+        m_damaged = true;
+        return -1;
+    }
+    return count;
 }
 
 bool XlsxZipReader::goTo(int index)

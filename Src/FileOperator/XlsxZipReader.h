@@ -67,6 +67,9 @@ public:
     /** Up to size packed bytes; 0 at the end, negative on damage. */
     int readRaw(char *data, unsigned size);
 
+    /** True when openRaw or readRaw met damage. */
+    bool isDamaged() const { return m_damaged; }
+
 private:
     bool goTo(int index);
     void closeEntry();
@@ -74,6 +77,8 @@ private:
     QFile m_file;
     void *m_zip = nullptr;
     bool m_entryOpen = false;
+    bool m_damaged = false;
+    quint64 m_rawLeft = 0;
     std::vector<Entry> m_entries;
     QHash<QByteArray, int> m_index;
 };

@@ -119,14 +119,12 @@ bool XlsxZipWriter::carry(XlsxZipReader &from, int index, const std::function<bo
     m_partOpen = true;
     QByteArray block(256 * 1024, Qt::Uninitialized);
     int count = 0;
-    quint64 carried = 0;
     while ((count = from.readRaw(block.data(), static_cast<unsigned>(block.size()))) > 0) {
         if ((cancelled && cancelled()) || !write(block.constData(), static_cast<std::size_t>(count)))
             return false;
-        carried += static_cast<quint64>(count);
     }
     m_partOpen = false;
-    return count == 0 && carried == entry.packed && zipCloseFileInZipRaw64(m_zip, entry.unpacked, entry.crc) == ZIP_OK;
+    return count == 0 && zipCloseFileInZipRaw64(m_zip, entry.unpacked, entry.crc) == ZIP_OK;
 }
 
 bool XlsxZipWriter::finish()

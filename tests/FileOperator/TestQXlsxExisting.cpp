@@ -59,6 +59,7 @@ private slots:
     void damagedSheetKeepsWhatCanBeRead_data();
     void damagedSheetKeepsWhatCanBeRead();
     void oversizedTextIsDamage();
+    void damagedPartThatNobodyWroteStopsTheSave();
 
 private:
     QString path() const { return m_dir->filePath(QStringLiteral("book.xlsx")); }
@@ -526,6 +527,24 @@ void TestQXlsxExisting::oversizedTextIsDamage()
     QVERIFY(sheet().size() < 1000);
     QVERIFY(sheet().contains("<row r=\"2\"><c r=\"A2\"><v>9</v></c></row>"));
     QCOMPARE(m_log->lines().size(), 1);
+}
+
+void TestQXlsxExisting::damagedPartThatNobodyWroteStopsTheSave()
+{
+    QVERIFY(writeParts(path(), foreignWorkbook(sheetXml({}))));
+    QByteArray bytes = fileContent(path());
+    const int name = bytes.indexOf("xl/media/picture.png");
+    QVERIFY(name > 30);
+    bytes[name - 30] = 'X'; // the mark in front of the part
+    QVERIFY(writeFile(path(), bytes));
+    Document document(path());
+    document.write(1, 1, 5.0);
+    QVERIFY(!document.saveAs(path()));
+    QCOMPARE(fileContent(path()), bytes);
+    QCOMPARE(m_log->lines().first(),
+             QStringLiteral("warning: part xl/media/picture.png of %1 is damaged and cannot be "
+                            "carried over")
+                 .arg(path()));
 }
 
 QTEST_GUILESS_MAIN(TestQXlsxExisting)

@@ -1,0 +1,282 @@
+#include "QXlsx.h"
+
+#include "WorkbookFiles.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <limits>
+
+using QXlsx::Document;
+using QXlsx::Format;
+
+namespace
+{
+
+constexpr char kPython[] = "/usr/bin/python3";
+constexpr char kOffice[] = "/usr/bin/libreoffice";
+constexpr char kCsv[] = "csv:Text - txt - csv (StarCalc):44,34,76,1,,0,true"; // commas, UTF-8, texts in quotes
+constexpr int kPatience = 240000; // ms; the first start of an office suite on a busy machine is slow
+
+/** The workbook of another program with what an export must leave alone. */
+constexpr char kMakeSample[] = R"py(
+import datetime, importlib.util, openpyxl, struct, zlib
+from openpyxl.styles import Font
+book = openpyxl.Workbook()
+sheet = book.active
+sheet.title = '0x01-HeartBeat'
+sheet['A1'] = 'old title'
+sheet['A2'] = 1.5
+sheet['C1'] = 'kept'
+sheet['C1'].font = Font(bold=True)
+sheet['D2'] = '=A2*2'
+sheet['E1'] = datetime.datetime(2024, 2, 29, 12)
+sheet.merge_cells('F1:G3')
+sheet.column_dimensions['C'].width = 33
+other = book.create_sheet('Auswertung')
+other['A1'] = "=SUM('0x01-HeartBeat'!A2:A9)"
+if importlib.util.find_spec('PIL'):
+    from openpyxl.drawing.image import Image
+    def chunk(kind, data):
+        return struct.pack('>I', len(data)) + kind + data + struct.pack('>I', zlib.crc32(kind + data))
+    open('dot.png', 'wb').write(b'\x89PNG\r\n\x1a\n' + chunk(b'IHDR', struct.pack('>IIBBBBB', 1, 1, 8, 0, 0, 0, 0))
+        + chunk(b'IDAT', zlib.compress(b'\0\x80')) + chunk(b'IEND', b''))
+    sheet.add_image(Image('dot.png'), 'H1')
+book.save('book.xlsx')
+)py";
+
+constexpr char kLookAtOurs[] = R"py(
+import openpyxl, warnings
+warnings.simplefilter('error')
+book = openpyxl.load_workbook('book.xlsx')
+assert book.sheetnames == ['0x01-HeartBeat', 'empty & last'], book.sheetnames
+sheet = book['0x01-HeartBeat']
+values = [sheet.cell(row, 1).value for row in range(1, 7)]
+assert values == ['滚转角 <&>', 113.91378, 0.30000000000000004, 5e-324, '#DIV/0!', '#NUM!'], values
+assert [sheet.cell(5, 1).data_type, sheet.cell(6, 1).data_type] == ['e', 'e']
+assert sheet['B7'].value is True and sheet['B8'].value == ' two\nlines ', (sheet['B7'].value, sheet['B8'].value)
+assert sheet.dimensions == 'A1:B8', sheet.dimensions
+assert book['empty & last'].max_row == 1 and book['empty & last']['A1'].value is None
+title, number = sheet['A1'], sheet['A2']
+assert title.font.sz == 12 and title.font.color.rgb == 'FF000000', title.font
+assert title.fill.fill_type == 'solid' and title.fill.fgColor.rgb == 'FFC0C0C0', title.fill
+assert number.fill.fill_type is None and number.font.sz == 11 and number.number_format == 'General'
+for cell in (title, number):
+    assert cell.alignment.horizontal == 'center'
+    assert all(getattr(cell.border, side).style == 'thin' for side in ('left', 'right', 'top', 'bottom'))
+assert sheet['B7'].border.left.style is None and sheet['B7'].alignment.horizontal in (None, 'general')
+)py";
+
+constexpr char kLookAfterExport[] = R"py(
+import datetime, openpyxl, warnings
+warnings.simplefilter('error')
+book = openpyxl.load_workbook('book.xlsx')
+assert book.sheetnames == ['0x01-HeartBeat', 'Auswertung', '0x02-ControlSystemStatus'], book.sheetnames
+sheet = book['0x01-HeartBeat']
+assert [sheet.cell(row, 1).value for row in range(1, 6)] == ['时间', 20, 30, 40, 50]
+assert sheet['A1'].fill.fgColor.rgb == 'FFC0C0C0' and sheet['A2'].border.top.style == 'thin'
+assert sheet['C1'].value == 'kept' and sheet['C1'].font.b and not sheet['A1'].font.b
+assert sheet['D2'].value == '=A2*2'
+assert sheet['E1'].value == datetime.datetime(2024, 2, 29, 12), sheet['E1'].value
+assert [str(one) for one in sheet.merged_cells.ranges] == ['F1:G3']
+assert sheet.column_dimensions['C'].width == 33
+assert book['Auswertung']['A1'].value == "=SUM('0x01-HeartBeat'!A2:A9)"
+assert book['0x02-ControlSystemStatus']['A1'].value == '滚转角'
+)py";
+
+constexpr char kLookAfterOffice[] = R"py(
+import openpyxl
+book = openpyxl.load_workbook('book.xlsx')
+sheet = book['0x01-HeartBeat']
+assert [sheet.cell(row, 1).value for row in range(1, 6)] == ['时间', 20, 30, 40, 50]
+assert sheet['D2'].value == '=A2*2' and sheet['C1'].font.b
+assert [str(one) for one in sheet.merged_cells.ranges] == ['F1:G3']
+assert abs(sheet.column_dimensions['C'].width - 33) < 1, sheet.column_dimensions['C'].width
+)py";
+
+Format titleFormat()
+{
+    Format format;
+    format.setFontColor(Qt::black);
+    format.setFontSize(12);
+    format.setBorderStyle(Format::BorderThin);
+    format.setPatternBackgroundColor(Qt::lightGray);
+    format.setFillPattern(Format::PatternSolid);
+    format.setHorizontalAlignment(Format::AlignHCenter);
+    return format;
+}
+
+Format numberFormat()
+{
+    Format format;
+    format.setBorderStyle(Format::BorderThin);
+    format.setHorizontalAlignment(Format::AlignHCenter);
+    return format;
+}
+
+} // namespace
+
+/** Looks at our workbooks with other programs and at theirs with ours. */
+class TestQXlsxOutside : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void openpyxlSeesValuesAndLooks();
+    void officeSeesValuesAndErrors();
+    void workbookOfOpenpyxlOutlivesAnExport();
+    void workbookOfOfficeOutlivesAnExport();
+
+private:
+    QString path(const QString &name) const { return m_dir->filePath(name); }
+    bool run(const QString &program, const QStringList &arguments);
+    bool hasOpenpyxl();
+    bool runScript(const char *script);
+    bool convert(const QString &file, const QString &filter);
+    void writeSample();
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QByteArray m_output;
+};
+
+void TestQXlsxOutside::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+}
+
+bool TestQXlsxOutside::run(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.setWorkingDirectory(m_dir->path());
+    process.start(program, arguments);
+    const bool done
+        = process.waitForFinished(kPatience) && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    m_output = process.readAllStandardOutput();
+    if (!done)
+        qWarning("%s", process.readAllStandardError().constData());
+    return done;
+}
+
+bool TestQXlsxOutside::hasOpenpyxl()
+{
+    return QFile::exists(QLatin1String(kPython))
+        && QProcess::execute(QLatin1String(kPython), {QStringLiteral("-c"), QStringLiteral("import openpyxl")}) == 0;
+}
+
+bool TestQXlsxOutside::runScript(const char *script)
+{
+    return run(QLatin1String(kPython), {QStringLiteral("-c"), QString::fromUtf8(script)});
+}
+
+bool TestQXlsxOutside::convert(const QString &file, const QString &filter)
+{
+    return run(QLatin1String(kOffice),
+               {QStringLiteral("-env:UserInstallation=file://") + path(QStringLiteral("profile")),
+                QStringLiteral("--headless"), QStringLiteral("--convert-to"), filter, QStringLiteral("--outdir"),
+                path(QStringLiteral("converted")), file});
+}
+
+/** An export over the sample. */
+void TestQXlsxOutside::writeSample()
+{
+    Document document(path(QStringLiteral("book.xlsx")));
+    document.addSheet(QStringLiteral("0x01-HeartBeat"));
+    QVERIFY(document.selectSheet(QStringLiteral("0x01-HeartBeat")));
+    document.write(1, 1, QStringLiteral("时间"), titleFormat());
+    for (int row = 2; row <= 5; ++row)
+        document.write(row, 1, row * 10.0, numberFormat());
+    document.addSheet(QStringLiteral("0x02-ControlSystemStatus"));
+    document.write(1, 1, QStringLiteral("滚转角"), titleFormat());
+    QVERIFY(document.saveAs(path(QStringLiteral("book.xlsx"))));
+}
+
+void TestQXlsxOutside::openpyxlSeesValuesAndLooks()
+{
+    if (!hasOpenpyxl())
+        QSKIP("openpyxl is not installed");
+    Document document;
+    document.addSheet(QStringLiteral("0x01-HeartBeat"));
+    document.write(1, 1, QStringLiteral("滚转角 <&>"), titleFormat());
+    document.write(2, 1, 113.91378, numberFormat());
+    document.write(3, 1, 0.1 + 0.2, numberFormat());
+    document.write(4, 1, std::numeric_limits<double>::denorm_min(), numberFormat());
+    document.write(5, 1, std::numeric_limits<double>::infinity(), numberFormat());
+    document.write(6, 1, std::numeric_limits<double>::quiet_NaN(), numberFormat());
+    document.write(7, 2, QVariant(true));
+    document.write(8, 2, QStringLiteral(" two\nlines "));
+    document.addSheet(QStringLiteral("empty & last"));
+    QVERIFY(document.saveAs(path(QStringLiteral("book.xlsx"))));
+    QVERIFY(runScript(kLookAtOurs));
+}
+
+void TestQXlsxOutside::officeSeesValuesAndErrors()
+{
+    if (!QFile::exists(QLatin1String(kOffice)))
+        QSKIP("LibreOffice is not installed");
+    Document document;
+    document.addSheet(QStringLiteral("0x01-HeartBeat"));
+    document.write(1, 1, QStringLiteral("滚转角"), titleFormat());
+    document.write(1, 2, QStringLiteral("_x0041_ <&>"), titleFormat());
+    document.write(2, 1, 113.91378, numberFormat());
+    document.write(2, 2, std::numeric_limits<double>::infinity(), numberFormat());
+    document.write(3, 1, -0.5, numberFormat());
+    document.write(3, 2, std::numeric_limits<double>::quiet_NaN(), numberFormat());
+    document.write(4, 1, QVariant(true));
+    document.write(4, 2, QStringLiteral("=1+1"));
+    QVERIFY(document.saveAs(path(QStringLiteral("book.xlsx"))));
+    QVERIFY(convert(path(QStringLiteral("book.xlsx")), QLatin1String(kCsv)));
+    QCOMPARE(QString::fromUtf8(fileContent(path(QStringLiteral("converted/book.csv")))),
+             QStringLiteral("\"滚转角\",\"_x0041_ <&>\"\n113.91378,\"#DIV/0!\"\n-0.5,\"#NUM!\"\nTRUE,\"=1+1\"\n"));
+}
+
+void TestQXlsxOutside::workbookOfOpenpyxlOutlivesAnExport()
+{
+    if (!hasOpenpyxl())
+        QSKIP("openpyxl is not installed");
+    QVERIFY(runScript(kMakeSample));
+    {
+        Document document(path(QStringLiteral("book.xlsx")));
+        QCOMPARE(document.read(1, 1), QVariant(QStringLiteral("old title")));
+        QCOMPARE(document.read(2, 1), QVariant(1.5));
+        QCOMPARE(document.read(2, 4), QVariant(QStringLiteral("=A2*2")));
+        QCOMPARE(document.read(1, 5), QVariant(45351.5)); // days since the end of 1899
+    }
+    const auto before = readParts(path(QStringLiteral("book.xlsx")));
+    writeSample();
+    const auto after = readParts(path(QStringLiteral("book.xlsx")));
+    const QList<QByteArray> changing{"xl/worksheets/sheet1.xml", "xl/styles.xml", "xl/workbook.xml",
+                                     "xl/_rels/workbook.xml.rels", "[Content_Types].xml"};
+    for (auto part = before.cbegin(); part != before.cend(); ++part)
+        if (!changing.contains(part.key()))
+            QCOMPARE(after.value(part.key()), part.value());
+    QVERIFY(runScript(kLookAfterExport));
+}
+
+void TestQXlsxOutside::workbookOfOfficeOutlivesAnExport()
+{
+    if (!hasOpenpyxl() || !QFile::exists(QLatin1String(kOffice)))
+        QSKIP("openpyxl or LibreOffice is not installed");
+    QVERIFY(runScript(kMakeSample));
+    QVERIFY(convert(path(QStringLiteral("book.xlsx")), QStringLiteral("xlsx")));
+    QVERIFY(QFile::remove(path(QStringLiteral("book.xlsx"))));
+    QVERIFY(QFile::rename(path(QStringLiteral("converted/book.xlsx")), path(QStringLiteral("book.xlsx"))));
+    {
+        Document document(path(QStringLiteral("book.xlsx")));
+        QCOMPARE(document.read(1, 1), QVariant(QStringLiteral("old title")));
+        QCOMPARE(document.read(2, 4), QVariant(3.0)); // the result that the office suite worked out
+    }
+    writeSample();
+    QVERIFY(runScript(kLookAfterOffice));
+    QVERIFY(convert(path(QStringLiteral("book.xlsx")), QLatin1String(kCsv)));
+    const QString csv = QString::fromUtf8(fileContent(path(QStringLiteral("converted/book.csv"))));
+    QVERIFY2(csv.startsWith(QStringLiteral("\"时间\",,\"kept\",")), qPrintable(csv));
+    QCOMPARE(csv.count(QLatin1Char('\n')), 5);
+}
+
+QTEST_GUILESS_MAIN(TestQXlsxOutside)
+#include "TestQXlsxOutside.moc"

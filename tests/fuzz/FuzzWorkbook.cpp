@@ -1,0 +1,101 @@
+// The zip and sheet reader on whatever bytes: an export over them must not crash, and where the archive around the
+// bytes is sound it must succeed and read back.
+
+#include "QXlsx.h"
+#include "WorkbookFiles.h"
+#include "XlsxText.h"
+
+#include <QTemporaryDir>
+
+#include <cstdint>
+#include <cstdlib>
+
+namespace
+{
+
+constexpr double kMark = 1234.5;
+
+/** Where the first byte of an input says that the others belong. */
+QByteArray partFor(char kind)
+{
+    switch (kind) {
+    case 'S':
+        return "xl/worksheets/sheet1.xml";
+    case 'Y':
+        return "xl/styles.xml";
+    case 'T':
+        return "xl/sharedStrings.xml";
+    case 'W':
+        return "xl/workbook.xml";
+    case 'R':
+        return "xl/_rels/workbook.xml.rels";
+    case 'C':
+        return "[Content_Types].xml";
+    default:
+        return {};
+    }
+}
+
+void demand(bool holds)
+{
+    if (!holds)
+        std::abort();
+}
+
+void exportOver(const QString &path, bool mustSucceed)
+{
+    QXlsx::Format format;
+    format.setBorderStyle(QXlsx::Format::BorderThin);
+    {
+        QXlsx::Document document(path);
+        document.read(1, 1);
+        document.write(2, 2, kMark, format);
+        document.write(1, 1, "text");
+        document.addSheet(QStringLiteral("added"));
+        if (!document.selectSheet(QStringLiteral("added")))
+            return; // there is one of that name which holds no cells
+        document.write(3, 3, kMark);
+        const bool saved = document.saveAs(path);
+        demand(saved || !mustSucceed);
+        if (!saved)
+            return;
+    }
+    QXlsx::Document again(path);
+    demand(again.selectSheet(QStringLiteral("added")));
+    demand(again.read(3, 3).toDouble() == kMark);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    static const bool quiet = [] {
+        spdlog::set_level(spdlog::level::off);
+        return true;
+    }();
+    static const QTemporaryDir folder;
+    if (!quiet || size == 0)
+        return 0;
+    const char kind = static_cast<char>(data[0]);
+    const QByteArray bytes(reinterpret_cast<const char *>(data) + 1, static_cast<int>(size - 1));
+    const QString path = folder.filePath(QStringLiteral("book.xlsx"));
+    if (kind == 'F') {
+        const QString text = QString::fromUtf8(bytes);
+        QXlsx::movedFormula(text, 3, -2);
+        demand(QXlsx::unescapeCharacters(QXlsx::escapeCharacters(text)) == text);
+        return 0;
+    }
+    const QByteArray part = partFor(kind);
+    if (part.isEmpty()) {
+        demand(writeFile(path, bytes));
+        exportOver(path, false);
+        return 0;
+    }
+    Parts parts = foreignWorkbook(sheetXml({}));
+    for (auto &one : parts)
+        if (one.first == part)
+            one.second = bytes;
+    demand(writeParts(path, parts));
+    exportOver(path, true);
+    return 0;
+}
