@@ -23,7 +23,6 @@ MPlotDialog::MPlotDialog(QWidget *parent)
     // Direct, since a thread may be told to quit from anywhere: so it also ends when the main loop has ended before.
     connect(m_matlabPlot, &QObject::destroyed, m_thread, &QThread::quit, Qt::DirectConnection);
     connect(m_thread, &QThread::finished, m_thread, &QObject::deleteLater);
-    m_thread->start(QThread::InheritPriority);
 
     connect(this, &MPlotDialog::plotHeightSignal, m_matlabPlot, &MatlabPlot::plotHeightSlot);
     connect(this, &MPlotDialog::plotXYSignal, m_matlabPlot, &MatlabPlot::plotXYSlot);
@@ -31,12 +30,18 @@ MPlotDialog::MPlotDialog(QWidget *parent)
     connect(this, &MPlotDialog::plotAttackSignal, m_matlabPlot, &MatlabPlot::plotAttackSlot);
     connect(m_matlabPlot, &MatlabPlot::initFinished, this, &MPlotDialog::initFinishedSlot);
     connect(m_matlabPlot, &MatlabPlot::matlabInitFailedSignal, this, &MPlotDialog::matlabInitFailedSlot);
+    // After the connections: a library that is not there fails at once, and nobody would hear of it.
+    m_thread->start(QThread::InheritPriority);
 }
 
 MPlotDialog::~MPlotDialog()
 {
     // An engine that is still starting or hangs is given up; the thread is there as long as the worker is.
     m_thread->requestInterruption();
+    // Clicks that wait in its queue still run; what is left of the connections would have the worker's end, on its own
+    // thread, look at a dialog that is going.
+    disconnect(this, nullptr, m_matlabPlot, nullptr);
+    disconnect(m_matlabPlot, nullptr, this, nullptr);
     m_matlabPlot->deleteLater();
     m_matlabPlot = nullptr;
 }

@@ -97,7 +97,7 @@ function [track, notes, reason] = readTrack(name)
         track = values';
     else
         % Line by line, which takes longer and loses only what is damaged.
-        rows = strsplit(text(1:end - min(1, length(text))), char(10));
+        rows = strsplit(text(1:end - min(1, length(text))), char(10), 'CollapseDelimiters', false);
         track = nan(numel(rows), 3);
         sound = false(numel(rows), 1);
         for i = 1:numel(rows)

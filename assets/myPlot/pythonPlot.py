@@ -6,8 +6,12 @@ metres east, metres north and metres up, parted by tabs. Shows a window until th
 2 wrong use.
 """
 
+import logging
 import sys
 from pathlib import Path
+
+# The first start on a machine looks through all fonts and would say so as a warning, which is nothing to report.
+logging.getLogger("matplotlib.font_manager").setLevel(logging.ERROR)
 
 import matplotlib
 import matplotlib.collections
