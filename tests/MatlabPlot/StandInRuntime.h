@@ -1,0 +1,18 @@
+#pragma once
+
+// The stand-in for the plot library and its runtime writes down what is called, one line a call.
+
+struct array_ref {
+    int references;
+    int value;
+};
+struct error_info {
+    int references;
+    const char *message;
+};
+
+#if defined(_WIN32)
+#define STANDIN_EXPORT extern "C" __declspec(dllexport)
+#else
+#define STANDIN_EXPORT extern "C"
+#endif

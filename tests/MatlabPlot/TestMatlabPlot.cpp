@@ -1,0 +1,368 @@
+#include "Fixture.h"
+#include "LogFile.h"
+#include "MatlabPlot.h"
+#include "MetaMethods.h"
+#include "StandIn.h"
+
+#include <QGuiApplication>
+#include <QRegularExpression>
+#include <QTest>
+#include <QThread>
+
+namespace
+{
+
+// Answers each line; "plot" stands for what the script does with a plot's line.
+QByteArray engine(const QByteArray &plot)
+{
+    return "read -r line; echo \"$line\" >> $here/told; echo plot-engine:done\n"
+           "while read -r line; do echo \"$line\" >> $here/told; "
+        + plot + "; done\necho plot-engine:done";
+}
+
+constexpr char kAnswer[] = "echo plot-engine:done";
+
+/** The log lines after the two with which every worker begins. */
+QStringList after(const LogFile &log, int count)
+{
+    return log.leveledMessages().mid(count);
+}
+
+/** Counts on the thread of the test what a worker says on its own. */
+class Heard : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit Heard(const MatlabPlot *plot)
+    {
+        connect(plot, &MatlabPlot::initFinished, this, &Heard::finish);
+        connect(plot, &MatlabPlot::matlabInitFailedSignal, this, &Heard::fail);
+    }
+
+    /** "finished" or "failed" for each signal, in their order. */
+    QStringList signalsHeard() const { return m_signals; }
+
+public slots:
+    void finish() { m_signals.append(QStringLiteral("finished")); }
+    void fail() { m_signals.append(QStringLiteral("failed")); }
+
+private:
+    QStringList m_signals;
+};
+
+/** A worker with its thread, as the dialog has them; the engine goes with the thread. */
+class Worker
+{
+public:
+    Worker()
+        : m_plot(new MatlabPlot(nullptr))
+    {
+        m_plot->moveToThread(&m_thread);
+        QObject::connect(&m_thread, &QThread::finished, m_plot, &QObject::deleteLater);
+        m_thread.start();
+    }
+
+    ~Worker() { end(); }
+
+    void end()
+    {
+        m_thread.requestInterruption();
+        m_thread.quit();
+        m_thread.wait();
+    }
+
+    // By name: a functor would carry data of ours across Qt's queue, whose locking the thread sanitizer does not see.
+    /** Calls a slot on the worker's thread and waits for its end. */
+    void call(const char *slot) { QMetaObject::invokeMethod(m_plot, slot, Qt::BlockingQueuedConnection); }
+    void post(const char *slot) { QMetaObject::invokeMethod(m_plot, slot, Qt::QueuedConnection); }
+
+    MatlabPlot *plot() const { return m_plot; }
+    QThread &thread() { return m_thread; }
+
+private:
+    MatlabPlot *m_plot;
+    QThread m_thread;
+};
+
+} // namespace
+
+/** MatlabPlot over GNU Octave, which a stand-in in the search path plays. */
+class TestMatlabPlot : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { m_fixture = std::make_unique<Fixture>(); }
+    void cleanup() { m_fixture.reset(); }
+
+    void declaresItsSignalsAndSlotsInOrder();
+    void constructionIsLogged();
+    void engineThatAnswersFinishesTheInitialisation();
+    void engineIsStartedInTheFolderOfTheTrackFiles();
+    void engineThatDoesNotAnswerFailsTheInitialisation_data();
+    void engineThatDoesNotAnswerFailsTheInitialisation();
+    void missingPlotFunctionFailsTheInitialisation();
+    void plotsPassTheirEightScalars();
+    void failureOfAPlotIsLoggedWithItsMessage();
+    void engineThatDiesInAPlotIsLoggedWithItsLastWords();
+    void megabyteOnStandardErrorDoesNoHarm();
+    void noiseOnStandardOutputIsNoAnswer();
+    void initialisationStopsWhenInterrupted();
+    void idleEngineEndsWithItsThread();
+    void engineThatIgnoresTheEndOfItsInputIsEnded();
+    void enginesWithWindowsStay();
+    void plotUnderWayCompletes();
+    void logsAreLostQuietlyAfterTheLoggingClosed();
+
+private:
+    std::unique_ptr<Fixture> m_fixture;
+};
+
+void TestMatlabPlot::declaresItsSignalsAndSlotsInOrder()
+{
+    QCOMPARE(
+        ownMethods(MatlabPlot::staticMetaObject),
+        (QStringList{"signal initFinished()", "signal matlabInitFailedSignal()", "slot init()", "slot plotHeightSlot()",
+                     "slot plotXYSlot()", "slot plotXYZSlot()", "slot plotAttackSlot()"}));
+}
+
+void TestMatlabPlot::constructionIsLogged()
+{
+    const LogFile log;
+    const MatlabPlot plot(nullptr);
+    QCOMPARE(log.leveledMessages(), QStringList{"info: matlabplot constructor"});
+}
+
+void TestMatlabPlot::engineThatAnswersFinishesTheInitialisation()
+{
+    StandIn standIn;
+    standIn.program("octave", engine(kAnswer));
+    Worker worker;
+    const Heard heard(worker.plot());
+    const LogFile log;
+    worker.call("init");
+    QTRY_COMPARE(heard.signalsHeard(), QStringList{"finished"});
+    const QStringList lines = log.leveledMessages();
+    QCOMPARE(lines.size(), 2);
+    const QRegularExpression first(QStringLiteral("^info: matlabplot thread id is ([0-9]+)$"));
+    const qulonglong id = first.match(lines[0]).captured(1).toULongLong();
+    QVERIFY2(id != 0, qPrintable(lines[0]));
+    QVERIFY(id != reinterpret_cast<quintptr>(QThread::currentThreadId()));
+    QCOMPARE(lines[1], QStringLiteral("info: I initialize libdisplayInitialize!\n"));
+}
+
+void TestMatlabPlot::engineIsStartedInTheFolderOfTheTrackFiles()
+{
+    StandIn standIn;
+    standIn.program("octave", "pwd > $here/folder; ls /proc/$$/fd > $here/open\n" + engine(kAnswer));
+    Worker worker;
+    worker.call("init");
+    QCOMPARE(standIn.text("folder"), QFile::encodeName(AppConfig::getInstance().plotDir()) + '\n');
+    // 10 and above are the shell's own; the log file of this process is not among them.
+    for (const QByteArray &descriptor : standIn.text("open").simplified().split(' '))
+        QVERIFY2(descriptor.toInt() <= 2 || descriptor.toInt() >= 10, descriptor.constData());
+}
+
+void TestMatlabPlot::engineThatDoesNotAnswerFailsTheInitialisation_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::newRow("absent") << QByteArray();
+    QTest::newRow("dies at once") << QByteArray("exit 3");
+    QTest::newRow("dies with a word") << QByteArray("echo 'libGL is missing' >&2; exit 1");
+    QTest::newRow("dies after reading") << QByteArray("read -r line");
+    QTest::newRow("says something else") << QByteArray("read -r line; echo ready");
+}
+
+void TestMatlabPlot::engineThatDoesNotAnswerFailsTheInitialisation()
+{
+    QFETCH(QByteArray, script);
+    StandIn standIn(StandIn::Path::Only);
+    if (!script.isEmpty())
+        standIn.program("octave", script);
+    Worker worker;
+    const Heard heard(worker.plot());
+    const LogFile log;
+    worker.call("init");
+    QTRY_COMPARE(heard.signalsHeard(), QStringList{"failed"});
+    QCOMPARE(after(log, 1), QStringList{"error: Could not initialize libdisplayInitialize!"});
+    QTRY_VERIFY(standIn.processes().isEmpty());
+    // A plot that is asked for all the same is a failure like others.
+    worker.call("plotHeightSlot");
+    QCOMPARE(after(log, 2), QStringList{"error: matlab plotHeight mwException:GNU Octave does not run"});
+}
+
+void TestMatlabPlot::missingPlotFunctionFailsTheInitialisation()
+{
+    StandIn standIn;
+    standIn.program("octave",
+                    "read -r line; echo \"$line\" > $here/told\n"
+                    "echo 'plot-engine:failed myMatlabPlot.m is missing'; cat > /dev/null");
+    Worker worker;
+    const Heard heard(worker.plot());
+    worker.call("init");
+    QTRY_COMPARE(heard.signalsHeard(), QStringList{"failed"});
+    QCOMPARE(standIn.text("told"),
+             QByteArray("if exist('myMatlabPlot', 'file') ~= 2, error('myMatlabPlot.m is missing'), end\n"));
+    QTRY_VERIFY(standIn.processes().isEmpty());
+}
+
+void TestMatlabPlot::plotsPassTheirEightScalars()
+{
+    StandIn standIn;
+    standIn.program("octave", engine(kAnswer));
+    Worker worker;
+    worker.call("init");
+    const LogFile log;
+    for (const char *slot : {"plotHeightSlot", "plotXYSlot", "plotXYZSlot", "plotAttackSlot"})
+        worker.call(slot);
+    QCOMPARE(log.messages(), QStringList());
+    QCOMPARE(standIn.text("told").split('\n').mid(1).join('\n'),
+             QByteArray("myMatlabPlot(int32(1), int32(1), int32(1), int32(1), int32(0), int32(1), int32(1), int32(0))\n"
+                        "myMatlabPlot(int32(1), int32(1), int32(1), int32(0), int32(0), int32(1), int32(1), int32(0))\n"
+                        "myMatlabPlot(int32(1), int32(1), int32(1), int32(2), int32(0), int32(1), int32(1), int32(0))\n"
+                        "myMatlabPlot(int32(1), int32(1), int32(1), int32(2), int32(0), int32(1), int32(1), "
+                        "int32(1))\n"));
+}
+
+void TestMatlabPlot::failureOfAPlotIsLoggedWithItsMessage()
+{
+    StandIn standIn;
+    standIn.program("octave", engine("echo \"plot-engine:failed 'plot3' undefined {}\""));
+    Worker worker;
+    worker.call("init");
+    const LogFile log;
+    for (const char *slot : {"plotXYZSlot", "plotXYSlot", "plotHeightSlot", "plotAttackSlot"})
+        worker.call(slot);
+    QCOMPARE(log.leveledMessages(),
+             (QStringList{"error: matlab plotXYZ mwException:'plot3' undefined {}",
+                          "error: matlab plotXY mwException:'plot3' undefined {}",
+                          "error: matlab plotHeight mwException:'plot3' undefined {}",
+                          "error: matlab plot attack mwException:'plot3' undefined {}"}));
+}
+
+void TestMatlabPlot::engineThatDiesInAPlotIsLoggedWithItsLastWords()
+{
+    StandIn standIn;
+    standIn.program("octave", engine("echo 'X error of failed request' >&2; kill -9 $$"));
+    Worker worker;
+    worker.call("init");
+    const LogFile log;
+    worker.call("plotXYSlot");
+    worker.call("plotXYSlot");
+    QCOMPARE(log.leveledMessages(),
+             (QStringList{"error: matlab plotXY mwException:GNU Octave ended or did not answer: "
+                          "X error of failed request",
+                          "error: matlab plotXY mwException:GNU Octave does not run"}));
+}
+
+void TestMatlabPlot::megabyteOnStandardErrorDoesNoHarm()
+{
+    StandIn standIn;
+    standIn.program("octave", engine("head -c 1048576 /dev/zero | tr '\\0' 'w' >&2; echo plot-engine:done"));
+    Worker worker;
+    worker.call("init");
+    const LogFile log;
+    worker.call("plotXYSlot");
+    worker.call("plotHeightSlot");
+    QCOMPARE(log.messages(), QStringList());
+    QCOMPARE(standIn.text("told").count("myMatlabPlot("), 2);
+}
+
+void TestMatlabPlot::noiseOnStandardOutputIsNoAnswer()
+{
+    StandIn standIn;
+    standIn.program("octave",
+                    engine("echo 'ans = plot-engine:done'; sleep 0.3; head -c 3000000 /dev/zero; echo; "
+                           "echo plot-engine:failed late"));
+    Worker worker;
+    worker.call("init");
+    const LogFile log;
+    worker.call("plotHeightSlot");
+    QCOMPARE(log.messages(), QStringList{"matlab plotHeight mwException:late"});
+}
+
+void TestMatlabPlot::initialisationStopsWhenInterrupted()
+{
+    StandIn standIn;
+    standIn.program("octave", "echo up > $here/up; trap '' TERM HUP; while :; do sleep 1000; done");
+    Worker worker;
+    const Heard heard(worker.plot());
+    worker.post("init");
+    QTRY_COMPARE(standIn.text("up"), QByteArray("up\n"));
+    QElapsedTimer timer;
+    timer.start();
+    worker.end();
+    QVERIFY(timer.elapsed() < 5000);
+    QTRY_COMPARE(heard.signalsHeard(), QStringList{"failed"});
+    QTRY_VERIFY(standIn.processes().isEmpty());
+}
+
+void TestMatlabPlot::idleEngineEndsWithItsThread()
+{
+    StandIn standIn;
+    standIn.program("octave", engine(kAnswer));
+    Worker worker;
+    worker.call("init");
+    QVERIFY(!standIn.processes().isEmpty());
+    worker.end();
+    QTRY_VERIFY(standIn.processes().isEmpty());
+}
+
+void TestMatlabPlot::engineThatIgnoresTheEndOfItsInputIsEnded()
+{
+    StandIn standIn;
+    standIn.program("octave", "read -r line; echo plot-engine:done; trap '' TERM HUP; while :; do sleep 1000; done");
+    Worker worker;
+    worker.call("init");
+    worker.end();
+    QTRY_VERIFY(standIn.processes().isEmpty());
+}
+
+void TestMatlabPlot::enginesWithWindowsStay()
+{
+    StandIn standIn;
+    standIn.program("octave", engine(kAnswer) + "\necho noise; echo left > $here/left; exec sleep 1000");
+    {
+        Worker worker;
+        worker.call("init");
+    }
+    QTRY_COMPARE(standIn.text("left"), QByteArray("left\n"));
+    const QList<int> staying = StandIn::processesNaming("sleep\0001000");
+    QVERIFY(!staying.isEmpty());
+    for (const int id : staying)
+        ::kill(id, SIGKILL);
+}
+
+void TestMatlabPlot::plotUnderWayCompletes()
+{
+    StandIn standIn;
+    standIn.program("octave",
+                    engine("echo begun > $here/begun; sleep 1; echo yes > $here/drawn; echo plot-engine:done"));
+    const LogFile log;
+    {
+        Worker worker;
+        worker.call("init");
+        worker.post("plotXYSlot");
+        QTRY_COMPARE(standIn.text("begun"), QByteArray("begun\n"));
+        QVERIFY(standIn.text("drawn").isEmpty());
+    }
+    QCOMPARE(standIn.text("drawn"), QByteArray("yes\n"));
+    QVERIFY(log.leveledMessages().filter("error").isEmpty());
+}
+
+void TestMatlabPlot::logsAreLostQuietlyAfterTheLoggingClosed()
+{
+    StandIn standIn;
+    standIn.program("octave", engine("echo plot-engine:failed late"));
+    Worker worker;
+    worker.call("init");
+    const LogFile log;
+    closeLogger();
+    worker.call("plotXYSlot");
+    QCOMPARE(standIn.text("told").count("myMatlabPlot("), 1);
+    QCOMPARE(log.messages(), QStringList{"close logger"});
+}
+
+QTEST_GUILESS_MAIN(TestMatlabPlot)
+#include "TestMatlabPlot.moc"

@@ -1,0 +1,155 @@
+#include "Fixture.h"
+#include "LogFile.h"
+#include "MatlabLibrary.h"
+#include "MatlabPlot.h"
+
+#include <QLibrary>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTest>
+
+/** MatlabPlot over the MATLAB library itself, which a stand-in beside this program plays. */
+class TestMatlabRuntime : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { m_fixture = std::make_unique<Fixture>(); }
+    void cleanup()
+    {
+        qunsetenv("STANDIN_RUNTIME");
+        m_fixture.reset();
+    }
+
+    void libraryThatComesUpFinishesTheInitialisation();
+    void libraryThatDoesNotComeUpFailsTheInitialisation();
+    void plotsPassTheirEightScalars();
+    void failureOfAPlotIsLoggedWithItsMessage();
+    void failureOfAScalarIsLogged_data();
+    void failureOfAScalarIsLogged();
+    void withoutTheLibraryTheInitialisationFails();
+
+private:
+    static int alive()
+    {
+        QLibrary runtime(QCoreApplication::applicationDirPath() + "/mclmcrrt9_10");
+        const auto count = reinterpret_cast<int (*)()>(runtime.resolve("standInAlive"));
+        return count ? count() : -1;
+    }
+
+    std::unique_ptr<Fixture> m_fixture;
+};
+
+void TestMatlabRuntime::libraryThatComesUpFinishesTheInitialisation()
+{
+    MatlabPlot plot(nullptr);
+    const QSignalSpy finished(&plot, &MatlabPlot::initFinished);
+    const QSignalSpy failed(&plot, &MatlabPlot::matlabInitFailedSignal);
+    const LogFile log;
+    plot.init();
+    QCOMPARE(finished.count(), 1);
+    QCOMPARE(failed.count(), 0);
+    QCOMPARE(log.leveledMessages().last(), QStringLiteral("info: I initialize libdisplayInitialize!\n"));
+}
+
+void TestMatlabRuntime::libraryThatDoesNotComeUpFailsTheInitialisation()
+{
+    qputenv("STANDIN_RUNTIME", "no start");
+    MatlabPlot plot(nullptr);
+    const QSignalSpy finished(&plot, &MatlabPlot::initFinished);
+    const QSignalSpy failed(&plot, &MatlabPlot::matlabInitFailedSignal);
+    const LogFile log;
+    plot.init();
+    QCOMPARE(finished.count(), 0);
+    QCOMPARE(failed.count(), 1);
+    QCOMPARE(log.leveledMessages().last(), QStringLiteral("error: Could not initialize libdisplayInitialize!"));
+}
+
+void TestMatlabRuntime::plotsPassTheirEightScalars()
+{
+    MatlabPlot plot(nullptr);
+    plot.init();
+    const LogFile log;
+    plot.plotHeightSlot();
+    plot.plotXYSlot();
+    plot.plotXYZSlot();
+    plot.plotAttackSlot();
+    QCOMPARE(log.messages(), QStringList());
+    QFile file("plots.txt");
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(),
+             QByteArray("1 1 1 1 0 1 1 0 \n"
+                        "1 1 1 0 0 1 1 0 \n"
+                        "1 1 1 2 0 1 1 0 \n"
+                        "1 1 1 2 0 1 1 1 \n"));
+    QCOMPARE(alive(), 0);
+}
+
+void TestMatlabRuntime::failureOfAPlotIsLoggedWithItsMessage()
+{
+    qputenv("STANDIN_RUNTIME", "no plot");
+    MatlabPlot plot(nullptr);
+    plot.init();
+    const LogFile log;
+    plot.plotXYZSlot();
+    plot.plotXYSlot();
+    plot.plotHeightSlot();
+    plot.plotAttackSlot();
+    QCOMPARE(log.leveledMessages(),
+             (QStringList{"error: matlab plotXYZ mwException:Undefined function 'plot3'",
+                          "error: matlab plotXY mwException:Undefined function 'plot3'",
+                          "error: matlab plotHeight mwException:Undefined function 'plot3'",
+                          "error: matlab plot attack mwException:Undefined function 'plot3'"}));
+    QCOMPARE(alive(), 0);
+}
+
+void TestMatlabRuntime::failureOfAScalarIsLogged_data()
+{
+    QTest::addColumn<QByteArray>("word");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("with an error") << QByteArray("no scalar, with an error") << "out of scalars";
+    QTest::newRow("without") << QByteArray("no scalar") << "the MATLAB library made no scalar";
+}
+
+void TestMatlabRuntime::failureOfAScalarIsLogged()
+{
+    QFETCH(QByteArray, word);
+    QFETCH(QString, message);
+    MatlabPlot plot(nullptr);
+    plot.init();
+    qputenv("STANDIN_RUNTIME", word);
+    const LogFile log;
+    plot.plotHeightSlot();
+    QCOMPARE(log.leveledMessages(), QStringList{"error: matlab plotHeight mwException:" + message});
+    QCOMPARE(alive(), 0);
+}
+
+void TestMatlabRuntime::withoutTheLibraryTheInitialisationFails()
+{
+    // The library is looked for once a process, so the case has a process of its own, in a folder without it.
+    const QString copy = m_fixture->path("TestMatlabRuntime");
+    QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), copy));
+    QProcess child;
+    child.start(copy, {"--alone"});
+    QVERIFY(child.waitForFinished(60000));
+    QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(child.readAllStandardOutput().trimmed(), QByteArray("failed, matlabInitFailedSignal"));
+}
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    if (argc == 2 && qstrcmp(argv[1], "--alone") == 0) {
+        spdlog::set_level(spdlog::level::off);
+        MatlabPlot plot(nullptr);
+        const QSignalSpy failed(&plot, &MatlabPlot::matlabInitFailedSignal);
+        plot.init();
+        plot.plotHeightSlot();
+        std::printf("%s\n", failed.count() == 1 ? "failed, matlabInitFailedSignal" : "not failed");
+        return 0;
+    }
+    TestMatlabRuntime test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "TestMatlabRuntime.moc"

@@ -1,0 +1,422 @@
+#include "Fixture.h"
+#include "LogFile.h"
+#include "MetaMethods.h"
+#include "PlotShell.h"
+#include "PythonPlot.h"
+#include "StandIn.h"
+
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QSocketNotifier>
+#include <QTest>
+
+#include <stdexcept>
+
+namespace
+{
+
+using Slot = void (PythonPlot::*)();
+
+struct Kind {
+    const char *name;
+    Slot slot;
+    const char *failure;
+};
+
+const Kind kKinds[] = {
+    {"Height", &PythonPlot::plotHeightSlot, "error: pyplot height error:no pipe"},
+    {"XY", &PythonPlot::plotXYSlot, "error: pyplot xy error:no pipe"},
+    {"XYZ", &PythonPlot::plotXYZSlot, "error: pyplot XYZ error:no pipe"},
+    {"Attack", &PythonPlot::plotAttackSlot, "error: pyplot attack error"},
+    {"Demo1", &PythonPlot::pythonPlotDemo, "error: pyplot demo error"},
+};
+
+// Notes each line that it gets in a file of its own, and the search path that it was given.
+constexpr char kRecorder[] = "exec cat > $here/shell.$$";
+
+/** All that the shells have been told, in no order. */
+QStringList told(const StandIn &standIn)
+{
+    QStringList result;
+    for (const QString &file : standIn.files(QStringLiteral("shell.*")))
+        result.append(QString::fromUtf8(standIn.text(file)));
+    result.sort();
+    return result;
+}
+
+QString changeFolderLine()
+{
+    return QStringLiteral("cd ") + QCoreApplication::applicationDirPath() + QStringLiteral("/myPlot\n");
+}
+
+void layScript(const QByteArray &script)
+{
+    QFile file(AppConfig::getInstance().plotDir() + QStringLiteral("/pythonPlot.py"));
+    if (!file.open(QIODevice::WriteOnly) || file.write(script) < 0)
+        qFatal("no script");
+}
+
+/** The folder that finds an interpreter, as the build lays it beside the program. */
+void layShellFolder()
+{
+    const QString target = AppConfig::getInstance().plotDir() + QStringLiteral("/shell");
+    QDir().mkpath(target);
+    for (const char *name : {"python", "plot_runner.py"}) {
+        if (!QFile::copy(QStringLiteral(OSTRAVEL_PLOT_SCRIPTS "/shell/") + QLatin1String(name),
+                         target + QLatin1Char('/') + QLatin1String(name)))
+            qFatal("no %s", name);
+    }
+}
+
+class Throwing : public PythonPlot
+{
+public:
+    using PythonPlot::PythonPlot;
+
+protected:
+    void writeLine(QProcess &, const QByteArray &) override { throw std::runtime_error("no pipe"); }
+};
+
+} // namespace
+
+class TestPythonPlot : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { m_fixture = std::make_unique<Fixture>(); }
+    void cleanup() { m_fixture.reset(); }
+
+    void declaresItsSlotsInOrder();
+    void initDoesNothingAndSucceeds();
+    void shellIsNamedAsThePlatformHasIt();
+    void pathIsQuotedOnlyWhereTheShellWouldSplitIt_data();
+    void pathIsQuotedOnlyWhereTheShellWouldSplitIt();
+    void firstCallWritesFolderAndCommand_data();
+    void firstCallWritesFolderAndCommand();
+    void laterCallsWriteTheCommandAlone();
+    void eachKindHasAShellOfItsOwn();
+    void shellsEndWithThePlotterAndStartAnew();
+    void standardErrorReachesTheLog();
+    void standardOutputIsDropped();
+    void missingScriptReachesTheLog();
+    void missingPythonReachesTheLog();
+    void missingShellGoesUnnoticed();
+    void failureOfTheWritingIsLogged_data();
+    void failureOfTheWritingIsLogged();
+    void hangingShellIsEndedAtOnce();
+    void shellThatTakesNothingIsEndedAtOnce();
+    void interpreterWithMatplotlibIsFoundBehindOthers();
+    void scriptUnderWayCompletesAfterTheEnd();
+    void scriptWithoutAWindowEndsWhenItHasHadItsTime();
+    void strangeFolderIsReached_data();
+    void strangeFolderIsReached();
+
+private:
+    std::unique_ptr<Fixture> m_fixture;
+};
+
+void TestPythonPlot::declaresItsSlotsInOrder()
+{
+    QCOMPARE(ownMethods(PythonPlot::staticMetaObject),
+             (QStringList{"slot plotHeightSlot()", "slot plotXYSlot()", "slot plotXYZSlot()", "slot plotAttackSlot()",
+                          "slot pythonPlotDemo()"}));
+}
+
+void TestPythonPlot::initDoesNothingAndSucceeds()
+{
+    StandIn standIn;
+    standIn.program("sh", kRecorder);
+    PythonPlot plot(nullptr);
+    QVERIFY(plot.init());
+    QVERIFY(standIn.processes().isEmpty());
+}
+
+void TestPythonPlot::shellIsNamedAsThePlatformHasIt()
+{
+    QCOMPARE(plotshell::program(), QStringLiteral("sh"));
+}
+
+void TestPythonPlot::pathIsQuotedOnlyWhereTheShellWouldSplitIt_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("quoted");
+    QTest::newRow("plain") << "/opt/Ostravel_2.3-x/myPlot"
+                           << "/opt/Ostravel_2.3-x/myPlot";
+    QTest::newRow("blank") << "/opt/my plots"
+                           << "'/opt/my plots'";
+    QTest::newRow("Chinese") << "/opt/飞行"
+                             << "'/opt/飞行'";
+    QTest::newRow("single quote") << "/opt/o'neil"
+                                  << "'/opt/o'\\''neil'";
+    QTest::newRow("dollar") << "/opt/$HOME"
+                            << "'/opt/$HOME'";
+    QTest::newRow("line break at the end") << "/opt\n"
+                                           << "'/opt\n'";
+}
+
+void TestPythonPlot::pathIsQuotedOnlyWhereTheShellWouldSplitIt()
+{
+    QFETCH(QString, path);
+    QTEST(plotshell::quoted(path), "quoted");
+}
+
+void TestPythonPlot::firstCallWritesFolderAndCommand_data()
+{
+    QTest::addColumn<int>("kind");
+    for (int i = 0; i < 5; ++i)
+        QTest::newRow(kKinds[i].name) << i;
+}
+
+void TestPythonPlot::firstCallWritesFolderAndCommand()
+{
+    QFETCH(int, kind);
+    StandIn standIn;
+    standIn.program("sh", kRecorder);
+    PythonPlot plot(nullptr);
+    (plot.*kKinds[kind].slot)();
+    const QString command = QStringLiteral("python pythonPlot.py %1\n").arg(QLatin1String(kKinds[kind].name));
+    QTRY_COMPARE(told(standIn), QStringList{changeFolderLine() + command});
+}
+
+void TestPythonPlot::laterCallsWriteTheCommandAlone()
+{
+    StandIn standIn;
+    standIn.program("sh", kRecorder);
+    PythonPlot plot(nullptr);
+    for (int i = 0; i < 3; ++i)
+        plot.plotXYSlot();
+    const QString command = QStringLiteral("python pythonPlot.py XY\n");
+    QTRY_COMPARE(told(standIn), QStringList{changeFolderLine() + command + command + command});
+}
+
+void TestPythonPlot::eachKindHasAShellOfItsOwn()
+{
+    StandIn standIn;
+    standIn.program("sh", kRecorder);
+    PythonPlot plot(nullptr);
+    QStringList expected;
+    for (const Kind &kind : kKinds) {
+        (plot.*kind.slot)();
+        expected.append(changeFolderLine() + QStringLiteral("python pythonPlot.py %1\n").arg(QLatin1String(kind.name)));
+    }
+    expected.sort();
+    QTRY_COMPARE(told(standIn), expected);
+}
+
+void TestPythonPlot::shellsEndWithThePlotterAndStartAnew()
+{
+    StandIn standIn;
+    standIn.program("sh", "echo $$ >> $here/started; exec sleep 1000.$$");
+    for (int opened = 1; opened <= 2; ++opened) {
+        PythonPlot plot(nullptr);
+        plot.plotHeightSlot();
+        plot.pythonPlotDemo();
+        QTRY_COMPARE(standIn.text("started").count('\n'), 2 * opened);
+    }
+    for (const QByteArray &id : standIn.text("started").simplified().split(' '))
+        QVERIFY2(!QFileInfo::exists(QStringLiteral("/proc/%1").arg(id.toInt())), id.constData());
+}
+
+void TestPythonPlot::standardErrorReachesTheLog()
+{
+    StandIn standIn;
+    standIn.program("sh", "echo 'no such plot {}' >&2; exec cat > /dev/null");
+    const LogFile log;
+    PythonPlot plot(nullptr);
+    plot.plotXYZSlot();
+    // The line end of the message is part of what the shell wrote.
+    QTRY_COMPARE(log.leveledMessages(), QStringList{"error: pyplot error:no such plot {}\n"});
+}
+
+void TestPythonPlot::standardOutputIsDropped()
+{
+    StandIn standIn;
+    standIn.program("sh", "target=$(readlink /proc/$$/fd/1); echo $target > $here/output; exec cat > /dev/null");
+    PythonPlot plot(nullptr);
+    plot.plotXYZSlot();
+    QTRY_COMPARE(standIn.text("output"), QByteArray("/dev/null\n"));
+}
+
+void TestPythonPlot::missingScriptReachesTheLog()
+{
+    layShellFolder();
+    const LogFile log;
+    PythonPlot plot(nullptr);
+    plot.plotHeightSlot();
+    QTRY_VERIFY_WITH_TIMEOUT(log.leveledMessages().join('\n').contains("can't open file 'pythonPlot.py'"), 30000);
+    QVERIFY(log.leveledMessages().first().startsWith("error: pyplot error:"));
+}
+
+void TestPythonPlot::missingPythonReachesTheLog()
+{
+    StandIn standIn(StandIn::Path::Only);
+    QVERIFY(QFile::link("/bin/sh", standIn.path("sh")));
+    const LogFile log;
+    PythonPlot plot(nullptr);
+    plot.plotHeightSlot();
+    QTRY_VERIFY(log.leveledMessages().join('\n').contains("python: not found"));
+    QVERIFY(log.leveledMessages().first().startsWith("error: pyplot error:"));
+}
+
+void TestPythonPlot::missingShellGoesUnnoticed()
+{
+    StandIn standIn(StandIn::Path::Only);
+    const LogFile log;
+    PythonPlot plot(nullptr);
+    plot.plotHeightSlot();
+    plot.plotHeightSlot();
+    QCOMPARE(log.messages(), QStringList());
+}
+
+void TestPythonPlot::failureOfTheWritingIsLogged_data()
+{
+    firstCallWritesFolderAndCommand_data();
+}
+
+void TestPythonPlot::failureOfTheWritingIsLogged()
+{
+    QFETCH(int, kind);
+    const LogFile log;
+    Throwing plot(nullptr);
+    (plot.*kKinds[kind].slot)();
+    QCOMPARE(log.leveledMessages(), QStringList{kKinds[kind].failure});
+}
+
+void TestPythonPlot::hangingShellIsEndedAtOnce()
+{
+    StandIn standIn;
+    standIn.program("sh", "trap '' TERM HUP INT; echo up > $here/up; while :; do sleep 1000; done");
+    QElapsedTimer timer;
+    {
+        PythonPlot plot(nullptr);
+        plot.plotHeightSlot();
+        QTRY_COMPARE(standIn.text("up"), QByteArray("up\n"));
+        timer.start();
+    }
+    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+    QTRY_VERIFY(standIn.processes().isEmpty());
+}
+
+void TestPythonPlot::shellThatTakesNothingIsEndedAtOnce()
+{
+    StandIn standIn;
+    standIn.program("sh", "echo up > $here/up; exec sleep 1000");
+    QElapsedTimer timer;
+    {
+        PythonPlot plot(nullptr);
+        plot.plotHeightSlot();
+        QTRY_COMPARE(standIn.text("up"), QByteArray("up\n"));
+        // More than a pipe holds: an impatient user's clicks wait inside the program.
+        for (int i = 0; i < 5000; ++i)
+            plot.plotHeightSlot();
+        timer.start();
+    }
+    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+}
+
+void TestPythonPlot::interpreterWithMatplotlibIsFoundBehindOthers()
+{
+    layShellFolder();
+    StandIn standIn;
+    standIn.program("python", "echo asked >> $here/asked; exit 1");
+    layScript("import sys, matplotlib\nopen('" + QFile::encodeName(standIn.path("drawn"))
+              + "', 'w').write(' '.join(sys.argv))\n");
+    const LogFile log;
+    PythonPlot plot(nullptr);
+    plot.plotAttackSlot();
+    QTRY_COMPARE_WITH_TIMEOUT(standIn.text("drawn"), QByteArray("pythonPlot.py Attack"), 60000);
+    QCOMPARE(standIn.text("asked"), QByteArray("asked\n"));
+    QCOMPARE(log.messages(), QStringList());
+}
+
+void TestPythonPlot::scriptUnderWayCompletesAfterTheEnd()
+{
+    layShellFolder();
+    StandIn standIn;
+    layScript("import os, sys, time\nos.chdir('" + QFile::encodeName(standIn.path("."))
+              + "')\nopen('begun', 'w').close()\ntime.sleep(2)\nopen('drawn', 'w').write('yes')\n");
+    {
+        PythonPlot plot(nullptr);
+        plot.plotHeightSlot();
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(standIn.path("begun")), 60000);
+    }
+    QVERIFY(!QFile::exists(standIn.path("drawn")));
+    QTRY_COMPARE_WITH_TIMEOUT(standIn.text("drawn"), QByteArray("yes"), 20000);
+}
+
+void TestPythonPlot::scriptWithoutAWindowEndsWhenItHasHadItsTime()
+{
+    layShellFolder();
+    StandIn standIn;
+    layScript("import os\nopen('" + QFile::encodeName(standIn.path("id"))
+              + "', 'w').write(f'{os.getpid()}\\n')\nwhile True:\n    pass\n");
+    QElapsedTimer timer;
+    {
+        PythonPlot plot(nullptr);
+        plot.plotHeightSlot();
+        QTRY_VERIFY_WITH_TIMEOUT(standIn.text("id").endsWith('\n'), 60000);
+        timer.start();
+    }
+    QVERIFY(timer.elapsed() < 5000);
+    const QString process = QStringLiteral("/proc/%1/cmdline").arg(standIn.text("id").trimmed().toInt());
+    const auto runs = [&] {
+        QFile file(process);
+        return file.open(QIODevice::ReadOnly) && !file.readAll().isEmpty(); // empty for one that waits to be reaped
+    };
+    QVERIFY(runs());
+    QTRY_VERIFY_WITH_TIMEOUT(!runs(), 120000);
+}
+
+void TestPythonPlot::strangeFolderIsReached_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("blanks, Chinese, a single quote") << "飞行 数据 o'neil";
+    QTest::newRow("colon, dollar, star") << "a:b $HOME *";
+}
+
+void TestPythonPlot::strangeFolderIsReached()
+{
+    QFETCH(QString, name);
+    const QString folder = m_fixture->path(name);
+    QVERIFY(QDir().mkpath(folder + "/myPlot/shell"));
+    const QString copy = folder + "/TestPythonPlot";
+    QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), copy));
+    for (const QString file : {"python", "plot_runner.py"})
+        QVERIFY(QFile::copy(OSTRAVEL_PLOT_SCRIPTS "/shell/" + file, folder + "/myPlot/shell/" + file));
+    QFile script(folder + "/myPlot/pythonPlot.py");
+    QVERIFY(script.open(QIODevice::WriteOnly));
+    script.write("import matplotlib, os, sys\nopen('drawn', 'w').write(' '.join(sys.argv))\n");
+    script.close();
+
+    QProcess child;
+    child.start(copy, {"--draw"});
+    QVERIFY(child.waitForStarted());
+    QFile drawn(folder + "/myPlot/drawn");
+    QTRY_VERIFY_WITH_TIMEOUT(drawn.size() == 20, 60000); // "pythonPlot.py Height"
+    child.closeWriteChannel();
+    QVERIFY(child.waitForFinished());
+    QCOMPARE(child.exitCode(), 0);
+}
+
+/** The part of the program in a folder of another name: draws once and ends with its standard input. */
+static int draw(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    PythonPlot plot(nullptr);
+    plot.plotHeightSlot();
+    QSocketNotifier input(0, QSocketNotifier::Read);
+    QObject::connect(&input, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
+    return QCoreApplication::exec();
+}
+
+int main(int argc, char *argv[])
+{
+    if (argc == 2 && qstrcmp(argv[1], "--draw") == 0)
+        return draw(argc, argv);
+    QGuiApplication application(argc, argv);
+    TestPythonPlot test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "TestPythonPlot.moc"

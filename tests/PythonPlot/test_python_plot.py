@@ -1,0 +1,225 @@
+"""The plot script by its pictures and its axes: test_python_plot.py FOLDER_OF_THE_SCRIPT."""
+
+import os
+import subprocess
+import sys
+import tempfile
+import unittest
+import unittest.mock
+import warnings
+from pathlib import Path
+
+import numpy
+
+SCRIPTS = Path(sys.argv.pop(1)).resolve()
+SCRIPT = SCRIPTS / "pythonPlot.py"
+sys.path.insert(0, str(SCRIPTS))
+
+import pythonPlot  # noqa: E402
+
+KINDS = ("Height", "XY", "XYZ", "Attack", "Demo1")
+
+
+class Folder(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.addCleanup(os.chdir, os.getcwd())
+        self.addCleanup(pythonPlot.plt.close, "all")
+        os.chdir(folder.name)
+        pythonPlot.plt.switch_backend("agg")
+        pythonPlot.use_font()
+
+    def lay(self, text, name="data.txt"):
+        Path(name).write_text(text, encoding="ascii")
+
+    def lay_track(self, count=1000, name="data.txt"):
+        """A square spiral of 3000 by 1000 m that climbs from 10 to 410 m, with one spike down to -50 m."""
+        part = numpy.linspace(0, 1, count)
+        east = 1500 * numpy.cos(20 * part)
+        north = 500 * numpy.sin(20 * part)
+        up = 10 + 400 * part
+        up[count // 3] = -50
+        self.lay("".join(f"{e:.6g}\t{n:.6g}\t{u:.6g}\n" for e, n, u in zip(east, north, up)), name)
+        return east, north, up
+
+    def run_script(self, *words):
+        return subprocess.run([sys.executable, "-B", str(SCRIPT), *words], capture_output=True, text=True, timeout=120)
+
+    def run_inside(self, *words):
+        """Runs the script in this process, which saves the start of another."""
+        with unittest.mock.patch.object(sys, "argv", ["pythonPlot.py", *words]):
+            pythonPlot.main()
+        pythonPlot.plt.close("all")
+
+    def draw(self, kind):
+        pythonPlot.DRAW[kind][1]()
+        return pythonPlot.plt.gcf()
+
+    def refusal(self, kind="Height"):
+        with self.assertRaises(pythonPlot.CannotDraw) as caught:
+            self.draw(kind)
+        return str(caught.exception)
+
+
+class Pictures(Folder):
+    def test_each_kind_is_saved_without_a_window(self):
+        self.lay_track()
+        self.lay_track(300, "data_attack.txt")
+        for kind in KINDS:
+            with self.subTest(kind):
+                result = self.run_script(kind, "--save", f"{kind}.png")
+                self.assertEqual((result.returncode, result.stdout, result.stderr), (0, "", ""))
+                picture = pythonPlot.plt.imread(f"{kind}.png")
+                self.assertGreaterEqual(picture.shape[0], 600)
+                self.assertGreaterEqual(picture.shape[1], 900)
+                self.assertGreater(len(numpy.unique(picture[..., :3].reshape(-1, 3), axis=0)), 500)
+                # The paper is white, and a few per cent of it carry ink.
+                ink = (picture[..., :3].min(axis=2) < 0.9).mean()
+                self.assertGreater(ink, 0.01)
+                self.assertLess(ink, 0.5)
+
+    def test_demo_needs_no_data(self):
+        result = self.run_script("Demo1", "--save", "demo.png")
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+
+    def test_wrong_words_are_refused(self):
+        for words in ((), ("Width",), ("height",), ("Height", "--save"), ("Height", "Height")):
+            with self.subTest(words):
+                result = self.run_script(*words)
+                self.assertEqual(result.returncode, 2)
+                self.assertIn("usage: pythonPlot.py Height|XY|XYZ|Attack|Demo1", result.stderr)
+
+    def test_file_that_cannot_be_written_is_said(self):
+        result = self.run_script("Demo1", "--save", "nowhere/demo.png")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("cannot save", result.stderr)
+        self.assertNotIn("Traceback", result.stderr)
+
+    def test_damaged_files_get_a_picture_and_no_traceback(self):
+        for name, text in (("none", None), ("empty", ""), ("one line", "1\t2\t3\n"), ("torn", "1\t2\t3\n4\t5\t6\n7\t8"),
+                           ("nan", "nan\tnan\tnan\n"), ("words", "a\tb\tc\n\n\n"), ("infinite", "inf\t0\t1\n" * 3),
+                           ("still", "5\t5\t5\n" * 10), ("zero bytes", "\0\0\0"),
+                           ("far", "1e308\t-1e308\t1\n1e308\t1e308\t2\n"),
+                           ("near the limit", "9e8\t-9e8\t1\n-9e8\t9e8\t2\n")):
+            for kind in KINDS[:4]:
+                with self.subTest(name, kind=kind):
+                    for file in ("data.txt", "data_attack.txt"):
+                        if text is None:
+                            Path(file).unlink(missing_ok=True)
+                        else:
+                            self.lay(text, file)
+                    with warnings.catch_warnings():
+                        warnings.simplefilter("error")
+                        self.run_inside(kind, "--save", "damaged.png")
+                    self.assertGreater(pythonPlot.plt.imread("damaged.png").std(), 0.01)
+
+
+class Axes(Folder):
+    def test_height_shows_all_samples_over_number_and_distance(self):
+        east, north, up = self.lay_track()
+        distance = numpy.hypot(numpy.diff(east), numpy.diff(north)).sum()
+        first, second = self.draw("Height").axes
+        for axes, end in ((first, 999.0), (second, distance)):
+            across, heights = axes.lines[0].get_data()
+            self.assertAlmostEqual(across[0], 0.0)
+            self.assertAlmostEqual(across[-1] / end, 1.0, places=4)
+            self.assertAlmostEqual(heights.min(), -50.0)
+            self.assertAlmostEqual(heights.max(), 410.0)
+            low, high = axes.get_ylim()
+            self.assertTrue(low < -50 and high > 410)
+            self.assertIn("(m)", axes.get_ylabel())
+        self.assertEqual(second.get_xlabel(), "地面航程 (m)")
+
+    def test_track_from_above_has_equal_scales(self):
+        self.lay_track()
+        figure = self.draw("XY")
+        figure.canvas.draw()
+        axes = figure.axes[0]
+        centre, right, up = axes.transData.transform([(0, 0), (100, 0), (0, 100)])
+        self.assertAlmostEqual(right[0] - centre[0], up[1] - centre[1], places=3)
+        (west, east), (south, north) = axes.get_xlim(), axes.get_ylim()
+        self.assertTrue(west < -1500 and east > 1500 and south < -500 and north > 500)
+
+    def test_track_in_space_has_equal_scales_east_and_north(self):
+        self.lay_track()
+        axes = self.draw("XYZ").axes[0]
+        scales = [box / (limits[1] - limits[0]) for box, limits in
+                  zip(axes._box_aspect, (axes.get_xlim(), axes.get_ylim(), axes.get_zlim()))]
+        self.assertAlmostEqual(scales[0] / scales[1], 1.0, places=9)
+        # The heights are stretched by the factor that the axis names.
+        self.assertIn(f"放大 {scales[2] / scales[0]:g} 倍", axes.get_zlabel())
+        self.assertTrue(axes.get_zlim()[0] <= -50 and axes.get_zlim()[1] >= 410)
+
+    def test_attack_shows_the_whole_track_behind_the_leg(self):
+        self.lay_track()
+        self.lay("".join(f"{i}\t{2 * i}\t{300 - i}\n" for i in range(300)), "data_attack.txt")
+        axes = self.draw("Attack").axes[0]
+        self.assertIn("全程航迹", axes.get_legend_handles_labels()[1])
+        self.assertTrue(axes.get_xlim()[0] <= 0 and axes.get_xlim()[1] >= 299)
+        self.assertTrue(axes.get_ylim()[0] <= 0 and axes.get_ylim()[1] >= 598)
+
+    def test_attack_alone_is_drawn(self):
+        self.lay_track(300, "data_attack.txt")
+        self.draw("Attack")
+
+    def test_font_shows_chinese(self):
+        from matplotlib import font_manager
+        font = font_manager.get_font(font_manager.findfont(font_manager.FontProperties(family=["sans-serif"])))
+        for letter in "高度二维航迹三全阶段末端攻击东北向距离采样序号地面航程起终点最放大倍演示":
+            self.assertNotEqual(font.get_char_index(ord(letter)), 0, letter)
+
+
+class Reading(Folder):
+    def test_reasons_are_said(self):
+        self.assertIn("没有轨迹文件 data.txt", self.refusal())
+        self.assertIn("没有轨迹文件 data_attack.txt", self.refusal("Attack"))
+        self.lay("")
+        self.assertIn("没有数据", self.refusal())
+        self.lay("1.5\t2\t3\n")
+        self.assertIn("只有一个点", self.refusal())
+        self.assertIn("东向 1.5 m，北向 2 m，高度 3 m", self.refusal())
+        self.lay("nan\t1\t2\n1\tinf\t3\n")
+        self.assertIn("2 个点不是有效数值，已略去", self.refusal())
+        Path("data.txt").unlink()
+        Path("data.txt").mkdir()
+        self.assertIn("无法打开轨迹文件 data.txt", self.refusal())
+
+    def test_torn_last_line_is_left_out_and_said(self):
+        # The last number may be cut short, so the line counts for nothing though it reads as three numbers.
+        self.lay("1\t2\t3\n4\t5\t6\n7\t8\t9")
+        track = pythonPlot.read_track("data.txt")
+        self.assertEqual(track.up.tolist(), [3, 6])
+        self.assertEqual(track.notes, ["最后一行不完整，已略去"])
+
+    def test_damaged_lines_are_left_out_and_counted(self):
+        self.lay("1\t2\t3\nx\n4\t5\n4\t5\t6\t7\n\n8\t9\t10\n")
+        track = pythonPlot.read_track("data.txt")
+        self.assertEqual(track.east.tolist(), [1, 8])
+        self.assertEqual(track.notes, ["4 行不完整，已略去"])
+
+    def test_numbers_are_read_as_the_program_writes_them(self):
+        self.lay("1.23457e+06\t-113.914\t0\n-1e-05\t2\t-0\r\n")
+        track = pythonPlot.read_track("data.txt")
+        self.assertEqual(track.east.tolist(), [1234570.0, -0.00001])
+        self.assertEqual(track.notes, [])
+
+    def test_long_tracks_are_thinned_and_keep_their_extremes(self):
+        rng = numpy.random.default_rng(5)
+        columns = [rng.normal(size=500_000).cumsum() for _ in range(3)]
+        for column, place in zip(columns, (123_457, 314_159, 499_998)):
+            column[place] = 1e6
+            column[place - 7] = -1e6
+        kept = pythonPlot.thinned(*columns)
+        self.assertLess(len(kept), 9000)
+        self.assertTrue((numpy.diff(kept) > 0).all())
+        self.assertEqual((kept[0], kept[-1]), (0, 499_999))
+        for column in columns:
+            self.assertEqual((column[kept].min(), column[kept].max()), (-1e6, 1e6))
+
+    def test_short_tracks_are_kept_whole(self):
+        self.assertEqual(len(pythonPlot.thinned(numpy.arange(7200.0))), 7200)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+
+/**
+ * A folder put first in the search path for stand-ins of outside programs, which are shell scripts with the folder as
+ * their $here. At its end the search path is as before and whatever still runs from the folder is ended.
+ */
+class StandIn
+{
+public:
+    enum class Path { First, Only };
+
+    explicit StandIn(Path path = Path::First)
+        : m_before(qgetenv("PATH"))
+    {
+        const QByteArray own = QFile::encodeName(m_dir.path());
+        qputenv("PATH", path == Path::Only ? own : own + ':' + m_before);
+    }
+
+    ~StandIn()
+    {
+        qputenv("PATH", m_before);
+        for (const int id : processes())
+            ::kill(id, SIGKILL);
+    }
+
+    StandIn(const StandIn &) = delete;
+    StandIn &operator=(const StandIn &) = delete;
+
+    QString path(const QString &name) const { return m_dir.filePath(name); }
+
+    void program(const QString &name, const QByteArray &script)
+    {
+        QFile file(path(name));
+        if (!file.open(QIODevice::WriteOnly))
+            qFatal("no stand-in");
+        file.write("#!/bin/sh\nPATH=/usr/bin:/bin\nhere=" + QFile::encodeName(m_dir.path()) + "\n" + script + "\n");
+        file.close();
+        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+
+    /** What a file of the folder holds; empty when there is none. */
+    QByteArray text(const QString &name) const
+    {
+        QFile file(path(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    QStringList files(const QString &pattern) const { return QDir(m_dir.path()).entryList({pattern}, QDir::Files); }
+
+    /** The processes, other than this one, whose command line names the folder. */
+    QList<int> processes() const { return processesNaming(m_dir.path()); }
+
+    /** The processes, other than this one, whose command line holds a text. */
+    static QList<int> processesNaming(const QString &text)
+    {
+        QList<int> result;
+        for (const QString &id : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
+            QFile file(QStringLiteral("/proc/%1/cmdline").arg(id));
+            if (id.toInt() > 0 && id.toInt() != QCoreApplication::applicationPid() && file.open(QIODevice::ReadOnly)
+                && file.readAll().contains(QFile::encodeName(text)))
+                result.append(id.toInt());
+        }
+        return result;
+    }
+
+private:
+    QTemporaryDir m_dir;
+    QByteArray m_before;
+};
+
+/** How many threads this process has. */
+inline int threadCount()
+{
+    return QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
+}
