@@ -223,6 +223,17 @@ class Desktop:
         from gi.repository import Atspi
         # A program that reads a log does not answer for a while; waits ask again.
         Atspi.set_timeout(2000, 5000)
+        # The first question starts the registry. A program that asks at the same time may be left out of it.
+        wait_for(self._has_registry, "the accessibility registry")
+
+    @staticmethod
+    def _has_registry():
+        import pyatspi
+        from gi.repository import GLib
+        try:
+            return pyatspi.Registry.getDesktop(0).get_child_count() == 0
+        except (GLib.Error, LookupError):
+            return False
 
     @staticmethod
     def _line(descriptor, what):
