@@ -1,4 +1,5 @@
 #include "DemoFlight.h"
+#include "DemoRoute.h"
 #include "DemoTiles.h"
 
 #include <QCommandLineParser>
@@ -44,10 +45,11 @@ int main(int argc, char *argv[])
                        "  log      text log, one hexadecimal frame a line\n"
                        "  db       flight database (SQLite) with four tasks; the flight asked for is task 1\n"
                        "  damaged  text log with every kind of damage\n"
+                       "  route    planned route (JSON) for the route converter\n"
                        "  tiles    map tiles (MBTiles) of invented ground around the flights; takes no options\n\n"
                        "Exit codes: 0 written, 1 could not be written, 2 wrong use."));
-    parser.addPositionalArgument(QStringLiteral("kind"), QStringLiteral("log, db, damaged or tiles"),
-                                 QStringLiteral("log|db|damaged|tiles"));
+    parser.addPositionalArgument(QStringLiteral("kind"), QStringLiteral("log, db, damaged, route or tiles"),
+                                 QStringLiteral("log|db|damaged|route|tiles"));
     parser.addPositionalArgument(QStringLiteral("out"), QStringLiteral("the file to write; an old one is replaced"),
                                  QStringLiteral("OUT"));
     const int mostMinutes = demo::kMostSamples / 300;
@@ -56,6 +58,7 @@ int main(int argc, char *argv[])
     const QString samples = QStringLiteral("samples");
     const QString seed = QStringLiteral("seed");
     const QString plane = QStringLiteral("plane");
+    const QString waypoints = QStringLiteral("waypoints");
     const QCommandLineOption blanks(QStringLiteral("blanks"),
                                     QStringLiteral("Put a blank between the bytes of a frame."));
     const QCommandLineOption backup(QStringLiteral("backup"),
@@ -67,6 +70,7 @@ int main(int argc, char *argv[])
           QStringLiteral("N")},
          {seed, QStringLiteral("Another seed is another flight (1)."), QStringLiteral("N")},
          {plane, QStringLiteral("Plane id, 0 to 255 (1)."), QStringLiteral("N")},
+         {waypoints, QStringLiteral("Length of a route, 0 to %1 (60).").arg(demo::kMostWaypoints), QStringLiteral("N")},
          blanks,
          backup});
     if (!parser.parse(QCoreApplication::arguments()))
@@ -78,12 +82,13 @@ int main(int argc, char *argv[])
 
     const QStringList arguments = parser.positionalArguments();
     if (arguments.size() != 2)
-        return wrongUse(QStringLiteral("the kind (log, db, damaged or tiles) and one file are needed"));
+        return wrongUse(QStringLiteral("the kind (log, db, damaged, route or tiles) and one file are needed"));
     const QString &kind = arguments.at(0);
     const QString &path = arguments.at(1);
-    if (!QStringList{QStringLiteral("log"), QStringLiteral("db"), QStringLiteral("damaged"), QStringLiteral("tiles")}
+    if (!QStringList{QStringLiteral("log"), QStringLiteral("db"), QStringLiteral("damaged"), QStringLiteral("route"),
+                     QStringLiteral("tiles")}
              .contains(kind))
-        return wrongUse(QStringLiteral("unknown kind %1: log, db, damaged or tiles").arg(kind));
+        return wrongUse(QStringLiteral("unknown kind %1: log, db, damaged, route or tiles").arg(kind));
     if (path.isEmpty())
         return wrongUse(QStringLiteral("the file has no name"));
 
@@ -114,12 +119,21 @@ int main(int argc, char *argv[])
             return wrongUse(QStringLiteral("--plane takes a whole number from 0 to 255"));
         options.planeId = static_cast<quint8>(*value);
     }
+    demo::RouteOptions route;
+    route.seed = options.seed;
+    if (parser.isSet(waypoints)) {
+        const auto value = number(parser, waypoints, 0, demo::kMostWaypoints);
+        if (!value)
+            return wrongUse(QStringLiteral("--waypoints takes a whole number from 0 to %1").arg(demo::kMostWaypoints));
+        route.waypoints = static_cast<int>(*value);
+    }
     options.blanks = parser.isSet(blanks);
     options.backupFrames = parser.isSet(backup);
 
     QString error;
     const bool written = kind == QLatin1String("log") ? demo::writeTextLog(path, options, &error)
         : kind == QLatin1String("db")                 ? demo::writeDatabase(path, demo::demoTasks(options), &error)
+        : kind == QLatin1String("route")              ? demo::writeRoute(path, route, &error)
         : kind == QLatin1String("tiles")              ? demo::writeTiles(path, &error)
                                                       : demo::writeDamagedLog(path, options, &error);
     if (!written) {
