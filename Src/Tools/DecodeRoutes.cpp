@@ -5,6 +5,7 @@
 #include "ui_DecodeRoutes.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -19,6 +20,8 @@ namespace
 {
 
 constexpr int kColumns = 9;
+/** Milliseconds from one frame of the screen to the next. */
+constexpr int kFrame = 16;
 /** What the progress bar moves on for each waypoint, and for the work before the first. */
 constexpr int kStep = 100;
 
@@ -55,6 +58,41 @@ QString shown(double number)
 {
     return QString::number(number);
 }
+
+/**
+ * Runs the event loop, with the table painted at most once a frame: painting takes a thousand times as long as a row.
+ * What the table holds is complete whenever events are processed.
+ */
+class EventPasses
+{
+public:
+    explicit EventPasses(QTableWidget *table)
+        : m_table(table)
+    {
+    }
+    ~EventPasses() { hold(false); }
+    EventPasses(const EventPasses &) = delete;
+    EventPasses &operator=(const EventPasses &) = delete;
+
+    void run()
+    {
+        const bool isDue = !m_sinceFrame.isValid() || m_sinceFrame.elapsed() >= kFrame;
+        hold(!isDue);
+        QCoreApplication::processEvents();
+        if (isDue)
+            m_sinceFrame.start();
+    }
+
+private:
+    void hold(bool held)
+    {
+        if (m_table && m_table->updatesEnabled() == held)
+            m_table->setUpdatesEnabled(!held);
+    }
+
+    QPointer<QTableWidget> m_table;
+    QElapsedTimer m_sinceFrame;
+};
 
 /** Progress of a route so long that it passes the progress bar's integers stays at their end. */
 int progress(qint64 steps)
@@ -121,11 +159,12 @@ void DecodeRoutes::decodeRoute(QFile &file)
     excelOperator.writeTitleRow(1, kColumns, titles());
     bar->setValue(kStep);
 
+    EventPasses events(table);
     const QPointer<DecodeRoutes> self(this);
     Location previous{};
     float totalTime = 0.0F;
     for (int i = 0; i < count; ++i) {
-        QCoreApplication::processEvents();
+        events.run();
         // Whoever deletes the dialog meanwhile has no use for the rest.
         if (self.isNull())
             return;
