@@ -91,7 +91,7 @@ void TestMainWindowExport::select(const QString &path)
     QMimeData mime;
     mime.setUrls({QUrl::fromLocalFile(path)});
     QDropEvent drop(QPointF(5, 5), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
-    QCoreApplication::sendEvent(&window(), &drop);
+    static_cast<QObject &>(window()).event(&drop); // past the drag manager, which knows of no drag here
     QCOMPARE(window().filePath(), path);
 }
 
