@@ -42,6 +42,7 @@ MPlotDialog::~MPlotDialog()
     // thread, look at a dialog that is going.
     disconnect(this, nullptr, m_matlabPlot, nullptr);
     disconnect(m_matlabPlot, nullptr, this, nullptr);
+    MatlabPlot::handOver();
     m_matlabPlot->deleteLater();
     m_matlabPlot = nullptr;
 }

@@ -4,6 +4,7 @@
 #include "MatlabLibrary.h"
 
 #include <QThread>
+#include <atomic>
 
 using matlab::mwException;
 using matlab::myMatlabPlot;
@@ -12,6 +13,20 @@ MatlabPlot::MatlabPlot(QObject *parent)
     : QObject(parent)
 {
     logToBoth(info, "matlabplot constructor");
+}
+
+// Orders what the other thread did before the end here. Qt's event queue does as much, but without the marks by which a
+// checker of threads can see it.
+static std::atomic<unsigned> s_handedOver{0};
+
+MatlabPlot::~MatlabPlot()
+{
+    s_handedOver.load(std::memory_order_acquire);
+}
+
+void MatlabPlot::handOver()
+{
+    s_handedOver.fetch_add(1, std::memory_order_release);
 }
 
 void MatlabPlot::init()

@@ -12,6 +12,10 @@ class MatlabPlot : public QObject
 
 public:
     explicit MatlabPlot(QObject *parent);
+    ~MatlabPlot() override;
+
+    /** For another thread, when it has touched a worker for the last time and only its deleteLater() is to follow. */
+    static void handOver();
 
 signals:
     void initFinished();

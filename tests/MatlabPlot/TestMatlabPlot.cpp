@@ -68,6 +68,7 @@ public:
     void end()
     {
         m_thread.requestInterruption();
+        MatlabPlot::handOver();
         m_thread.quit();
         m_thread.wait();
     }
