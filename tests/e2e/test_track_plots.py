@@ -1,0 +1,109 @@
+"""The track drawn outside: all nine buttons of the two plot dialogs, with the real Python and the real Octave."""
+
+import os
+import subprocess
+from pathlib import Path
+
+import analyst
+from analyst import AnalystTest, main
+from flight import Flight
+from harness import Picture, WaitFailed, tool, wait_for
+
+ENGINE_LIMIT = 120.0  # seconds for an engine that meets this machine for the first time
+
+PYTHON = [("高度", "Height", "高度曲线"), ("二维航迹", "XY", "二维航迹"), ("三维-全阶段", "XYZ", "三维航迹（全阶段）"),
+          ("三维-末端攻击", "Attack", "三维航迹（末端攻击）"), ("demo", "Demo1", "演示：盘旋爬升与俯冲")]
+OCTAVE = PYTHON[:4]
+
+
+class TrackPlots(AnalystTest):
+    def test_nine_plots_are_drawn_and_outlive_dialog_and_program(self):
+        log = self.make_demo("log", "flight.txt", "--minutes", "20")
+        with self.running() as app:
+            self.select(app, log)
+            self.desktop.key("ctrl+r")
+            self.check_report(app, Flight(log.read_text(encoding="latin-1").splitlines()))
+            figures = self.draw(app, "python", "PyPlot", PYTHON)
+            figures += self.draw(app, "octave", "MPlot", OCTAVE)
+            self.assertEqual([line for line in app.log_lines() if line.level == "error"], [])
+            self.assertEqual(len(set(figures)), 9, "every plot has a window of its own")
+            self.focus(self.window("Ostravel"))
+            self.leave(app)
+        # A figure stays until the user closes it, and its process ends with the last of them.
+        for window in figures:
+            self.assertIn(window, self.windows())
+            self.assertTrue(self.engines())
+            self.focus(window)
+            self.desktop.key("alt+F4")
+            wait_for(lambda window=window: window not in self.windows(), "the figure to close")
+        wait_for(lambda: not self.engines(), "the engines to end with their figures")
+
+    def draw(self, app, engine, title, plots):
+        """All plots of a dialog, which is closed again. Their windows."""
+        self.focus(self.window("Ostravel"))
+        app.find(title, role="push button").click()
+        figures = []
+        for button, name, figure in plots:
+            before = self.windows()  # the other engine's figures have the same titles
+            dialog = wait_for(lambda: self.window(title), f"the dialog {title} to be ready", ENGINE_LIMIT)
+            self.focus(dialog)  # the figure before lies on it
+            app.find(button, role="push button").click()
+            window = wait_for(lambda figure=figure: self.window(f"Ostravel - {figure}", but=before),
+                              f"the figure {figure}", ENGINE_LIMIT)
+            figures.append(window)
+            picture = self.picture_of(window, f"{engine}-{name.lower()}")
+            # Neither empty nor plain: curves, letters, a scale of colours.
+            self.assertGreater((picture.data.min(axis=2) < 200).mean(), 0.005, name)
+        self.focus(dialog)
+        self.desktop.key("alt+F4")
+        wait_for(lambda: not self.window(title), f"{title} to close")
+        return figures
+
+    def engines(self):
+        """The processes that stand in the plot folder of this test's program."""
+        folder = str(self.program.parent / "myPlot")
+        found = []
+        for process in Path("/proc").glob("[0-9]*"):
+            try:
+                if os.readlink(process / "cwd") == folder:
+                    found.append(int(process.name))
+            except OSError:
+                pass  # gone just now
+        return found
+
+    def windows(self):
+        """The windows on the screen by their titles, newest last. The tool's own search does not match Chinese."""
+        found = {}
+        for window in self.desktop.xdotool("search", "--onlyvisible", "--name", ".", check=False).split():
+            found[window] = self.desktop.xdotool("getwindowname", window, check=False).strip()
+        return found
+
+    def window(self, title, but=()):
+        """A window with that title, other than those of but; or None."""
+        return next((window for window, name in self.windows().items() if name == title and window not in but), None)
+
+    def focus(self, window):
+        self.desktop.xdotool("windowactivate", "--sync", window)
+
+    def picture_of(self, window, name):
+        """A picture of the window alone, once it does not change any more."""
+        path = analyst.options.artifacts / f"{name}.png"
+        self.focus(window)  # a window manager may leave it below the dialog that was clicked
+        last = [None]
+
+        def settled():
+            subprocess.run([tool("import"), "-window", window, str(path)], check=True)
+            now = Picture(path)
+            before, last[0] = last[0], now
+            same = before is not None and before.data.shape == now.data.shape and (before.data == now.data).all()
+            return now if same and now.colours() > 200 else None
+
+        try:
+            return wait_for(settled, f"{name} to be drawn", ENGINE_LIMIT, interval=0.5)
+        except WaitFailed:
+            self.step("failed")
+            raise
+
+
+if __name__ == "__main__":
+    main()
