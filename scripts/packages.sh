@@ -10,15 +10,16 @@ packages_build=(
     fonts-noto-cjk python3-matplotlib python3-numpy octave fonts-freefont-otf xdg-utils pandoc
 )
 
-# What a virtual screen needs, and the hands and eyes that work on it.
-packages_screen=(xvfb openbox xdotool at-spi2-core python3-pyatspi dbus dbus-x11 imagemagick)
+# What a virtual screen needs, and the hands and eyes that work on it; xvfb-run asks for xauth, which xvfb only recommends.
+packages_screen=(xvfb xauth openbox xdotool at-spi2-core python3-pyatspi dbus dbus-x11 imagemagick)
 
 packages_test=(
     "${packages_screen[@]}"
     python3-openpyxl libreoffice-calc-nogui chromium
 )
 
-packages_bench=(libxlsxwriter-dev python3-xlsxwriter python3-openpyxl)
+# The track plots are measured on a virtual screen.
+packages_bench=(xvfb xauth libxlsxwriter-dev python3-xlsxwriter python3-openpyxl)
 
 packages_deeper=(clang gcovr valgrind doxygen)
 
