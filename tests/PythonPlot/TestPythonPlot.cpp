@@ -174,8 +174,9 @@ void TestPythonPlot::firstCallWritesFolderAndCommand()
     StandIn standIn;
     standIn.program("sh", kRecorder);
     PythonPlot plot(nullptr);
-    (plot.*kKinds[kind].slot)();
-    const QString command = QStringLiteral("python pythonPlot.py %1\n").arg(QLatin1String(kKinds[kind].name));
+    const auto &which = kKinds[kind];
+    (plot.*which.slot)();
+    const QString command = QStringLiteral("python pythonPlot.py %1\n").arg(QLatin1String(which.name));
     QTRY_COMPARE(told(standIn), QStringList{changeFolderLine() + command});
 }
 
@@ -279,8 +280,9 @@ void TestPythonPlot::failureOfTheWritingIsLogged()
     QFETCH(int, kind);
     const LogFile log;
     Throwing plot(nullptr);
-    (plot.*kKinds[kind].slot)();
-    QCOMPARE(log.leveledMessages(), QStringList{kKinds[kind].failure});
+    const auto &which = kKinds[kind];
+    (plot.*which.slot)();
+    QCOMPARE(log.leveledMessages(), QStringList{which.failure});
 }
 
 void TestPythonPlot::hangingShellIsEndedAtOnce()
