@@ -66,8 +66,11 @@ constexpr int roundOfLines()
 /** Makes room for an expected number of samples a channel, so that the series need not grow step by step. */
 void reserveSamples(qint64 samples)
 {
-    constexpr qint64 kMost = 10'000'000;
+    // Ten hours. A size alone is no proof of a flight, and beyond it the steps of the growth no longer count.
+    constexpr qint64 kMost = 200'000;
     for (const ChannelGroup &group : channelGroups()) {
+        if (group.code == frame::kDifference)
+            continue; // takes over the samples of other channels
         for (MyGraph *const graph : group)
             graph->yvalue().reserve(static_cast<int>(std::min(samples, kMost)));
     }
@@ -79,6 +82,13 @@ void execute(QSqlQuery &query, const QString &text)
     query.setForwardOnly(true);
     if (!query.exec(text))
         logToBoth(warn, "database query failed: {}: {}", text, query.lastError().text());
+}
+
+/** A damaged page ends the rows of a query as their last one does, but for its error. */
+void warnIfBrokenOff(const QSqlQuery &query)
+{
+    if (query.isActive() && query.lastError().isValid())
+        logToBoth(warn, "database read broke off: {}", query.lastError().text());
 }
 
 } // namespace
@@ -210,6 +220,9 @@ bool DataHandler::decodeData()
     QString line;
     while (lines.next(line))
         decodeLine(line);
+    const QFile &file = m_fileOperator->file();
+    if (file.error() != QFileDevice::NoError)
+        logToBoth(warn, "reading the log broke off: {}", file.errorString());
     evenTail();
     return true;
 }
@@ -237,6 +250,7 @@ void DataHandler::handleDb(const QString &filePath)
                     query.value(QStringLiteral("name")).toString(),
                     query.value(QStringLiteral("ctime")).toULongLong());
     }
+    warnIfBrokenOff(query);
     query.finish();
     list.exec();
 
@@ -263,6 +277,7 @@ void DataHandler::handleDb(const QString &filePath)
     execute(query, QStringLiteral("select frame from t_fly_record where ") + condition);
     while (query.next())
         decodeLine(query.value(0).toString());
+    warnIfBrokenOff(query);
     evenTail();
     query.finish();
     database.close();

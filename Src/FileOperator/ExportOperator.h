@@ -26,7 +26,7 @@ public:
     bool isExcel() const { return m_isExcel; }
     /** A workbook instead of text. */
     void setExcel(bool excel) { m_isExcel = excel; }
-    /** The channels to write, made by exportGroups(). Needed, as this thread must not read the store. */
+    /** The channels to write, made by exportGroups() on the main thread. Without them the thread reads the store. */
     void setGroups(const QVector<ExportGroup> &groups) { m_groups = groups; }
 
     /**

@@ -1,5 +1,6 @@
 #include "NumberText.h"
 
+#include <algorithm>
 #include <cmath>
 #include <double-conversion/double-conversion.h>
 
@@ -9,13 +10,24 @@ namespace
 constexpr int kPrecision = 6;
 constexpr int kLeastExponent = -4; // below it the notation is scientific
 
-void appendExponent(QByteArray &text, int exponent)
+/** Characters of the longest number: sign, six digits, point, and "e+308" or zeros behind the point. */
+constexpr int kMostCharacters = 16;
+
+char *putDigits(char *to, const char *digits, int count)
 {
-    text.append('e').append(exponent < 0 ? '-' : '+');
+    return std::copy_n(digits, count, to);
+}
+
+char *putExponent(char *to, int exponent)
+{
+    *to++ = 'e';
+    *to++ = exponent < 0 ? '-' : '+';
     const int magnitude = std::abs(exponent);
-    if (magnitude < 10)
-        text.append('0');
-    text.append(QByteArray::number(magnitude));
+    if (magnitude >= 100)
+        *to++ = static_cast<char>('0' + magnitude / 100);
+    *to++ = static_cast<char>('0' + magnitude / 10 % 10);
+    *to++ = static_cast<char>('0' + magnitude % 10);
+    return to;
 }
 
 } // namespace
@@ -40,19 +52,29 @@ void appendNumber(QByteArray &text, double value)
     while (count > 1 && digits[count - 1] == '0')
         --count;
 
+    char number[kMostCharacters];
+    char *end = number;
     if (negative)
-        text.append('-');
+        *end++ = '-';
     const int exponent = point - 1;
     if (exponent < kLeastExponent || exponent >= kPrecision) {
-        text.append(digits[0]);
-        if (count > 1)
-            text.append('.').append(digits + 1, count - 1);
-        appendExponent(text, exponent);
+        *end++ = digits[0];
+        if (count > 1) {
+            *end++ = '.';
+            end = putDigits(end, digits + 1, count - 1);
+        }
+        end = putExponent(end, exponent);
     } else if (point <= 0) {
-        text.append("0.").append(-point, '0').append(digits, count);
+        end = putDigits(end, "0.", 2);
+        end = std::fill_n(end, -point, '0');
+        end = putDigits(end, digits, count);
     } else if (point >= count) {
-        text.append(digits, count).append(point - count, '0');
+        end = putDigits(end, digits, count);
+        end = std::fill_n(end, point - count, '0');
     } else {
-        text.append(digits, point).append('.').append(digits + point, count - point);
+        end = putDigits(end, digits, point);
+        *end++ = '.';
+        end = putDigits(end, digits + point, count - point);
     }
+    text.append(number, static_cast<int>(end - number));
 }

@@ -64,6 +64,8 @@ bool TxtOperator::writeTrack(const QString &path, const std::vector<double> &a, 
         }
     }
     file.write(block);
+    if (!file.flush() || file.error() != QFileDevice::NoError)
+        logToBoth(error, "track file is cut short: {}", file.errorString());
     return true;
 }
 

@@ -327,7 +327,7 @@ void MainWindow::dropEvent(QDropEvent *event)
 {
     if (!event->mimeData()->hasUrls())
         return;
-    const QString path = event->mimeData()->urls().constFirst().toLocalFile();
+    const QString path = event->mimeData()->urls().value(0).toLocalFile();
     if (path.isEmpty())
         return;
     event->acceptProposedAction();

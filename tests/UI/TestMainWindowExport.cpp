@@ -74,6 +74,9 @@ private slots:
     void exportKeepsTheSamplesThatItStartedWith();
     void closingTheWindowDuringAnExportLeavesNoUnfinishedWorkbook();
     void routeConverterIsMadeOnceAndShownAgain();
+    void aboutPageComesUpAndIsLogged();
+    void plotDialogsHaveNoParentAndBlockTheProgram_data();
+    void plotDialogsHaveNoParentAndBlockTheProgram();
     void calculatorsStayOpenBesideTheWindowAndDoNotKeepTheProgram();
 
 private:
@@ -264,6 +267,47 @@ void TestMainWindowExport::routeConverterIsMadeOnceAndShownAgain()
     QCOMPARE(first, second);
     QCOMPARE(first, static_cast<QDialog *>(window().decodeRoutes()));
     QCOMPARE(first->parentWidget(), static_cast<QWidget *>(&window()));
+}
+
+void TestMainWindowExport::aboutPageComesUpAndIsLogged()
+{
+    const LogFile log;
+    QString title;
+    const QWidget *parent = nullptr;
+    m_answer->next([&](QDialog *dialog) {
+        title = dialog->windowTitle();
+        parent = dialog->parentWidget();
+    });
+    m_fixture->entry("menuHelp", "关于(A)")->trigger();
+    QCOMPARE(title, QStringLiteral("About Ostravel"));
+    QCOMPARE(parent, static_cast<const QWidget *>(&window()));
+    QVERIFY(log.messages().contains(QStringLiteral("about page")));
+}
+
+void TestMainWindowExport::plotDialogsHaveNoParentAndBlockTheProgram_data()
+{
+    QTest::addColumn<QByteArray>("entry");
+    QTest::addColumn<QByteArray>("className");
+    QTest::newRow("MATLAB") << QByteArray("matlib(M)") << QByteArray("MPlotDialog");
+    QTest::newRow("Python") << QByteArray("python(P)") << QByteArray("PyPlotDialog");
+}
+
+void TestMainWindowExport::plotDialogsHaveNoParentAndBlockTheProgram()
+{
+    QFETCH(QByteArray, entry);
+    QFETCH(QByteArray, className);
+    QByteArray shown;
+    bool alone = false;
+    Qt::WindowModality modality = Qt::NonModal;
+    m_answer->next([&](QDialog *dialog) {
+        shown = dialog->metaObject()->className();
+        alone = dialog->parentWidget() == nullptr;
+        modality = dialog->windowModality();
+    });
+    m_fixture->entry("menuTrace", entry.constData())->trigger();
+    QCOMPARE(shown, className);
+    QVERIFY(alone);
+    QCOMPARE(modality, Qt::ApplicationModal);
 }
 
 void TestMainWindowExport::calculatorsStayOpenBesideTheWindowAndDoNotKeepTheProgram()

@@ -78,6 +78,7 @@ private slots:
     void droppedFileIsKeptAndNamed();
     void droppedFileIsTakenFromTheFirstUrlOnly();
     void dropWithoutUrlsIsIgnored();
+    void dropOfAnEmptyListOfUrlsIsIgnored();
     void dropOfARemoteUrlIsIgnored();
     void selectingNeverStartsARead();
     void readWithoutAFileIsRefusedWithABox();
@@ -262,6 +263,16 @@ void TestMainWindowRead::droppedFileIsTakenFromTheFirstUrlOnly()
     QCOMPARE(window().filePath(), QStringLiteral("/first.txt"));
     QVERIFY(!drop({QUrl(QStringLiteral("https://example.org/a")), QUrl::fromLocalFile(QStringLiteral("/third.txt"))}));
     QCOMPARE(window().filePath(), QStringLiteral("/first.txt"));
+}
+
+void TestMainWindowRead::dropOfAnEmptyListOfUrlsIsIgnored()
+{
+    QVERIFY(drop({QUrl::fromLocalFile(QStringLiteral("/before.txt"))}));
+    QVERIFY(Mime(QList<QUrl>()).hasUrls());
+    const LogFile messages;
+    QVERIFY(!drop(QList<QUrl>()));
+    QCOMPARE(window().filePath(), QStringLiteral("/before.txt"));
+    QCOMPARE(messages.messages(), QStringList());
 }
 
 void TestMainWindowRead::dropWithoutUrlsIsIgnored()
