@@ -86,12 +86,17 @@ void CommonModule::getVector()
     m_b = {m_ui->lineEdit_b1->text().toFloat(), m_ui->lineEdit_b2->text().toFloat()};
 }
 
-void CommonModule::on_pushButton_calDIstanc_clicked()
+double CommonModule::bearingDegrees(std::int32_t hundredths)
 {
     constexpr double kHundredthsPerDegree = 100.0;
+    return hundredths / kHundredthsPerDegree;
+}
+
+void CommonModule::on_pushButton_calDIstanc_clicked()
+{
     getLocation();
     m_distance = static_cast<double>(get_distance(m_loc1, m_loc2));
-    m_bearing = get_bearing_cd(m_loc1, m_loc2) / kHundredthsPerDegree;
+    m_bearing = bearingDegrees(get_bearing_cd(m_loc1, m_loc2));
     showNumber(m_ui->lineEdit_distance, m_distance);
     showNumber(m_ui->lineEdit_bear, m_bearing);
     // Ready to be applied to a third position by the offset calculator.

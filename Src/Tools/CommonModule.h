@@ -26,6 +26,8 @@ public:
 
     /** Reads the two positions. */
     void getLocation();
+    /** Degrees of a bearing in hundredths, which stays as it is: -123 is -1.23 and not 358.77. */
+    static double bearingDegrees(std::int32_t hundredths);
     /** Reads the two vectors. */
     void getVector();
 

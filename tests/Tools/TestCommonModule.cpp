@@ -75,6 +75,7 @@ class TestCommonModule : public QObject
     Q_OBJECT
 
 private slots:
+    void negativeBearingIsNotNormalised();
     void init() { m_fixture = std::make_unique<Fixture>(); }
     void cleanup()
     {
@@ -123,6 +124,11 @@ private slots:
 private:
     std::unique_ptr<Fixture> m_fixture;
 };
+
+void TestCommonModule::negativeBearingIsNotNormalised()
+{
+    QCOMPARE(QString::number(CommonModule::bearingDegrees(-123), 'f', 3), QStringLiteral("-1.230"));
+}
 
 void TestCommonModule::declaresItsSlots()
 {
@@ -479,6 +485,8 @@ void TestCommonModule::textBecomesTheScaledInteger_data()
     QTest::newRow("beyond 32 bits") << "214.7483649" << kSmallest;
     QTest::newRow("beyond 32 bits below") << "-214.75" << kSmallest;
     QTest::newRow("1e300") << "1e300" << kSmallest;
+    QTest::newRow("1e400") << "1e400" << kSmallest;
+    QTest::newRow("full-width digits") << "２９．５" << 0;
     QTest::newRow("inf") << "inf" << kSmallest;
     QTest::newRow("nan") << "nan" << kSmallest;
 }
