@@ -175,7 +175,20 @@ public:
     {
         m_waiting.clear();
         m_loaded = false;
-        delete m_view;
+        // One that waits for its deletion is among them: its page has to go before the profile.
+        qDeleteAll(findChildren<QWebEngineView *>(QString(), Qt::FindDirectChildrenOnly));
+    }
+
+    /** For calls from the page itself: a failed load, or a key that it hands back and that closes the dialog. */
+    void dropPageLater()
+    {
+        m_waiting.clear();
+        m_loaded = false;
+        if (m_view) {
+            m_view->hide();
+            m_view->deleteLater();
+            m_view = nullptr;
+        }
     }
 
     bool eventFilter(QObject *watched, QEvent *event) override
@@ -183,7 +196,7 @@ public:
         // A minimised window is hidden by the system, a closed one by the program.
         if (watched == window() && !event->spontaneous()) {
             if (event->type() == QEvent::Hide)
-                dropPage();
+                dropPageLater();
             else if (event->type() == QEvent::Resize)
                 QMetaObject::invokeMethod(this, &View::keepClear, Qt::QueuedConnection);
             else if (event->type() == QEvent::Show && !m_view && !m_url.isEmpty())
@@ -266,13 +279,7 @@ private:
         }
         m_notice->setText(text);
         m_notice->show();
-        m_loaded = false;
-        // Not at once: the view is the sender.
-        if (m_view) {
-            m_view->hide();
-            m_view->deleteLater();
-            m_view = nullptr;
-        }
+        dropPageLater();
     }
 
     QRect m_wanted;

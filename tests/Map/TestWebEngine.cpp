@@ -204,7 +204,7 @@ void TestWebEngine::closedDialogGivesItsPageUp()
     QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
     const auto process = pid_t(view(map)->page()->renderProcessPid());
     map.close();
-    QVERIFY(!view(map));
+    QTRY_VERIFY(!view(map));
     QTRY_VERIFY_WITH_TIMEOUT(kill(process, 0) != 0, 30000);
     map.show();
     QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
