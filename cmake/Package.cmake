@@ -1,0 +1,32 @@
+# What a user gets: one folder that runs wherever it is unpacked, with everything beside the executable, as the program
+# looks for it. "cmake --install build/release --prefix FOLDER" lays it out, "ninja -C build/release package" makes the
+# tarball.
+if(NOT UNIX OR APPLE)
+    return()
+endif()
+
+install(TARGETS Ostravel ostravel-demo wmts RUNTIME DESTINATION .)
+if(TARGET ostravel_web)
+    install(TARGETS ostravel_web LIBRARY DESTINATION .)
+endif()
+install(DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/Leaflet DESTINATION .)
+# From the sources: a program that ran in the build has left its track files beside the scripts there.
+install(DIRECTORY assets/myPlot DESTINATION . USE_SOURCE_PERMISSIONS
+    PATTERN CMakeLists.txt EXCLUDE PATTERN __pycache__ EXCLUDE)
+install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/README.html DESTINATION . OPTIONAL)
+install(PROGRAMS assets/linux/ostravel.sh DESTINATION .)
+install(FILES assets/linux/ostravel.desktop LICENSE DESTINATION .)
+# Of others is what the program brings along: the map's page and, compiled in, the style sheets.
+foreach(package libjs-leaflet python3-qdarkstyle)
+    install(FILES /usr/share/doc/${package}/copyright DESTINATION licences RENAME ${package}.txt OPTIONAL)
+endforeach()
+install(FILES Resources/icons/src/resources-4.svg DESTINATION . RENAME ostravel.svg)
+install(DIRECTORY assets/linux/tiles DESTINATION .)
+
+set(CPACK_GENERATOR TGZ)
+set(CPACK_PACKAGE_NAME Ostravel)
+set(CPACK_PACKAGE_VENDOR "Corvenne team")
+string(TOLOWER ${CMAKE_SYSTEM_NAME} system)
+set(CPACK_PACKAGE_FILE_NAME Ostravel-${PROJECT_VERSION}-${system}-${CMAKE_SYSTEM_PROCESSOR})
+set(CPACK_STRIP_FILES ON)
+include(CPack)
