@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Takes the pictures of the manual from the running program, in both themes, on a virtual screen of its own.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+# shellcheck source=scripts/common.sh
+. scripts/common.sh
+
+usage() {
+    cat <<'USAGE'
+Usage: docs/screenshots.sh [PICTURE...]
+
+Installs what is missing (Debian 12), builds Ostravel and takes all pictures of docs/screens, or those that are named:
+docs/screenshots.sh main-curves calculators. The build that follows puts them into the manual.
+USAGE
+}
+
+case ${1:-} in
+-*)
+    usage
+    [ "$1" = -h ] || [ "$1" = --help ] || exit 2
+    exit 0
+    ;;
+esac
+
+install_packages "${packages_build[@]}" "${packages_screen[@]}"
+configure release
+build release Ostravel ostravel-demo wmts
+say "Taking pictures on a virtual screen, some minutes"
+exec /usr/bin/python3 scripts/take_screenshots.py build/release/bin docs/screens "$@"

@@ -1,0 +1,245 @@
+"""What a user gets: the tarball is unpacked where nobody thought of, and runs without the folders that it came from."""
+
+import os
+import re
+import shutil
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+import analyst
+from analyst import AnalystTest, main
+from flight import Flight
+from harness import hide, wait_for
+
+SOURCE = Path(__file__).resolve().parents[2]
+
+# What the program and its user look for beside the executable.
+EXPECTED = {
+    "LICENSE", "Leaflet/demo.html", "Leaflet/leaflet.css", "Leaflet/leaflet.js", "Ostravel", "myPlot/myMatlabPlot.m",
+    "myPlot/pythonPlot.py", "myPlot/shell/plot_runner.py", "myPlot/shell/python", "ostravel-demo", "ostravel.desktop",
+    "ostravel.sh", "ostravel.svg", "tiles/README.txt", "wmts.exe",
+}
+PROGRAMS = {"Ostravel", "myPlot/shell/python", "ostravel-demo", "ostravel.sh", "wmts.exe"}
+
+package = None  # the unpacked folder, made once
+
+
+def build_folder():
+    return analyst.options.program.resolve().parents[1]
+
+
+def setUpModule():
+    global package
+    folder = Path(tempfile.mkdtemp(prefix="package-"))
+    unittest.addModuleCleanup(shutil.rmtree, folder, ignore_errors=True)
+    subprocess.run(["cpack", "--config", build_folder() / "CPackConfig.cmake", "-B", folder / "made"], check=True,
+                   stdout=subprocess.DEVNULL)
+    version = re.search(r'kVersion\[\] = "(.+)"', (SOURCE / "Src/App/Release.h").read_text(encoding="utf-8"))[1]
+    name = f"Ostravel-{version}-linux-{os.uname().machine}"
+    place = folder / "飞行 数据"
+    place.mkdir()
+    subprocess.run(["tar", "-xf", folder / "made" / f"{name}.tar.gz", "-C", place], check=True)
+    package = place / name
+
+
+def is_elf(path):
+    with path.open("rb") as stream:
+        return stream.read(4) == b"\x7fELF"
+
+
+def elf_files():
+    return [path for path in sorted(package.rglob("*")) if path.is_file() and is_elf(path)]
+
+
+def dynamic_section(path):
+    done = subprocess.run(["readelf", "-dW", path], check=True, capture_output=True, text=True)
+    return re.findall(r"\((\w+)\) .*\[(.*)\]", done.stdout)
+
+
+class Contents(unittest.TestCase):
+    def test_everything_lies_beside_the_executable(self):
+        files = {str(path.relative_to(package)) for path in package.rglob("*") if path.is_file()}
+        self.assertEqual(EXPECTED - files, set())
+        for name in PROGRAMS:
+            self.assertTrue(os.access(package / name, os.X_OK), name)
+
+    def test_only_what_belongs_to_it_lies_beside_the_executable(self):
+        allowed = {Path(name).parts[0] for name in EXPECTED} | {"README.html", "libostravel_web.so", "licences"}
+        self.assertEqual({path.name for path in package.iterdir()} - allowed, set())
+        self.assertEqual({path.name for path in (package / "myPlot").iterdir()},
+                         {"myMatlabPlot.m", "pythonPlot.py", "shell"})
+
+    def test_web_plug_in_and_manual_are_there_when_they_were_built(self):
+        for name in ("libostravel_web.so", "README.html"):
+            self.assertEqual((package / name).exists(), (build_folder() / "bin" / name).exists(), name)
+
+    def test_licences_of_others_are_told(self):
+        for name, holder in (("libjs-leaflet", "Agafonkin"), ("python3-qdarkstyle", "Colin Duquesnoy")):
+            self.assertIn(holder, (package / "licences" / f"{name}.txt").read_text(encoding="utf-8"))
+
+    def test_libraries_are_not_looked_for_in_the_build(self):
+        self.assertIn(package / "Ostravel", elf_files())
+        for path in elf_files():
+            self.assertEqual([entry for entry in dynamic_section(path) if entry[0] in ("RPATH", "RUNPATH")], [], path)
+
+
+class UnpackedProgram(AnalystTest):
+    def setUp(self):
+        super().setUp()
+        # Nobody may write into the folder that the other tests look at.
+        self.program = shutil.copytree(package, self.folder / "飞行 数据" / package.name) / "ostravel.sh"
+        self.work = self.folder / "我的 航班"
+        self.work.mkdir()
+
+    def away_from_the_build(self):
+        hide(SOURCE, build_folder())
+
+    def may_hide(self):
+        try:
+            listing = subprocess.run(["ls", "-A", SOURCE, build_folder()], preexec_fn=self.away_from_the_build,
+                                     check=True, capture_output=True, text=True).stdout
+        except subprocess.SubprocessError:
+            return False
+        self.assertEqual(listing.split(), [f"{SOURCE}:", f"{build_folder()}:"])
+        return True
+
+    def test_flight_is_read_without_the_folders_of_the_build(self):
+        log = self.make_demo("log", "flight.txt", "--minutes", "3", "--seed", "7")
+        flight = Flight(log.read_text(encoding="latin-1").splitlines())
+        prepare = self.away_from_the_build if self.may_hide() else None
+        app = self.desktop.start(self.program, self.work, prepare)
+        try:
+            self.check_files_in_use(app)
+            # The dialog opens where the program was started.
+            self.select(app, log.name)
+            self.desktop.key("ctrl+r")
+            self.check_report(app, flight)
+            self.show(app, [("横滚", 0, (255, 255, 0))])
+            self.leave(app)
+        except BaseException:
+            self.step("failed")
+            raise
+        self.assertIn(f"file selected is:{log}", [line.message for line in app.log_lines()])
+        folder = self.program.parent
+        self.assertIn("[Global]", (folder / "config.ini").read_text(encoding="utf-8"))
+        for name in ("data.txt", "data_attack.txt"):
+            self.assertTrue((folder / "myPlot" / name).exists(), name)
+
+    def check_files_in_use(self, app):
+        executable = os.readlink(f"/proc/{app.process.pid}/exe")
+        self.assertEqual(executable, str(self.program.parent / "Ostravel"))
+        maps = Path(f"/proc/{app.process.pid}/maps").read_text(encoding="utf-8")
+        self.assertIn(executable, maps)
+        self.assertEqual([line for line in maps.splitlines() if f"{SOURCE}/" in line or f"{build_folder()}/" in line], [])
+
+
+class Launcher(unittest.TestCase):
+    def setUp(self):
+        self.folder = Path(tempfile.mkdtemp(prefix="launcher-"))
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        self.copy = shutil.copytree(package, self.folder / "飞行 数据")
+
+    def run_launcher(self, *arguments, **environment):
+        kept = {name: value for name, value in os.environ.items() if name not in ("DISPLAY", "WAYLAND_DISPLAY")}
+        return subprocess.run([self.copy / "ostravel.sh", *arguments], env={**kept, **environment}, cwd=self.folder,
+                              capture_output=True, text=True, timeout=60)
+
+    def replace(self, name, before, after):
+        """Another text of the same length in a file of the copy, a program too."""
+        self.assertEqual(len(before), len(after))
+        data = (self.copy / name).read_bytes()
+        self.assertIn(before, data)
+        (self.copy / name).write_bytes(data.replace(before, after))
+
+    def check_refusal(self, *words):
+        done = self.run_launcher()
+        self.assertEqual(done.returncode, 1, done)
+        self.assertEqual(done.stdout, "")
+        self.assertNotIn("error while loading", done.stderr)
+        for word in words:
+            self.assertIn(word, done.stderr)
+        self.assertFalse((self.folder / "logs").exists(), "the program was started")
+        return done.stderr
+
+    def test_table_names_the_package_of_every_library(self):
+        script = (package / "ostravel.sh").read_text(encoding="utf-8")
+        table = dict(line.split() for line in re.search(r"library_packages='\n(.*?)'", script, re.S)[1].splitlines())
+        needed = {value for path in elf_files() for key, value in dynamic_section(path) if key == "NEEDED"}
+        self.assertIn("libQt5Core.so.5", needed)
+        self.assertEqual(needed - set(table), set(), "libraries that the launcher's table lacks")
+        if shutil.which("dpkg-query") is None:
+            self.skipTest("only Debian knows its packages")
+        for library in needed:
+            found = subprocess.run(["dpkg-query", "-S", f"*/{library}"], check=True, capture_output=True, text=True)
+            self.assertIn(table[library], {line.split(":")[0] for line in found.stdout.splitlines()}, library)
+
+    def test_missing_libraries_are_named_by_their_packages(self):
+        # To the loader a library is missing when it has a name that nobody has; the table follows.
+        for before, after in ((b"libQCustomPlot.so.2.1", b"libQCustomPlot.so.0.0"),
+                              (b"libspdlog.so.1.10", b"libspdlog.so.0.00")):
+            self.replace("Ostravel", before, after)
+            self.replace("ostravel.sh", before, after)
+        said = self.check_refusal("libqcustomplot2.1 libspdlog1.10",
+                                  "sudo apt-get install --no-install-recommends libqcustomplot2.1 libspdlog1.10")
+        self.assertNotIn("libfmt9", said)
+
+    def test_library_of_no_known_package_is_named_itself(self):
+        self.replace("Ostravel", b"libfmt.so.9", b"libfmt.so.0")
+        self.check_refusal("libfmt.so.0")
+
+    def test_system_older_than_the_program_is_told(self):
+        self.replace("Ostravel", b"\0Qt_5.15\0", b"\0Qt_5.99\0")
+        self.check_refusal("Debian 12", "Qt_5.99")
+
+    def test_check_names_the_plug_ins_that_are_missing(self):
+        core = re.search(r"libQt5Core\.so\.5 => (\S+)", subprocess.run(
+            ["ldd", package / "Ostravel"], check=True, capture_output=True, text=True).stdout)[1]
+        libraries = self.folder / "libraries"
+        (libraries / "qt5/plugins").mkdir(parents=True)
+        (libraries / "libQt5Core.so.5").symlink_to(core)
+        done = self.run_launcher("--check", LD_LIBRARY_PATH=str(libraries))
+        self.assertEqual(done.returncode, 1, done)
+        self.assertRegex(done.stdout, r"(?m)^program +has what it needs$")
+        self.assertRegex(done.stdout, r"(?m)^flight-databases +lacks libqt5sql5-sqlite$")
+        self.assertRegex(done.stdout, r"(?m)^icons +lacks libqt5svg5$")
+        self.assertRegex(done.stdout, r"(?m)^sudo apt-get install .*\blibqt5sql5-sqlite libqt5svg5\b")
+
+    def test_check_names_the_libraries_of_the_parts(self):
+        self.replace("wmts.exe", b"libcpp-httplib.so.0.11", b"libcpp-httplib.so.0.00")
+        self.replace("ostravel.sh", b"libcpp-httplib.so.0.11", b"libcpp-httplib.so.0.00")
+        done = self.run_launcher("--check")
+        self.assertEqual(done.returncode, 1, done)
+        self.assertRegex(done.stdout, r"(?m)^tile-service +lacks libcpp-httplib0\.11$")
+        self.assertRegex(done.stdout, r"(?m)^program +has what it needs$")
+
+    def test_unknown_argument_is_refused(self):
+        self.assertEqual(self.run_launcher("--chekc").returncode, 2)
+
+    def test_desktop_entry_starts_the_program_from_a_folder_of_any_name(self):
+        import gi
+        gi.require_version("Gio", "2.0")
+        from gi.repository import Gio
+        self.copy = self.copy.rename(self.folder / '飞行 "数据" 100% $HOME `x` \\n')
+        started = self.folder / "started"
+        (self.copy / "Ostravel").write_text(f"#!/bin/sh\npwd > '{started}.part'\nmv '{started}.part' '{started}'\n",
+                                            encoding="utf-8")
+        data = self.folder / "data"
+        done = self.run_launcher("--install", XDG_DATA_HOME=str(data))
+        entry = data / "applications" / "ostravel.desktop"
+        self.assertEqual((done.returncode, done.stdout), (0, f"{entry}\n"), done)
+
+        info = Gio.DesktopAppInfo.new_from_filename(str(entry))
+        self.assertEqual(info.get_string("Icon"), str(self.copy / "ostravel.svg"))
+        self.assertEqual(info.get_name(), "Ostravel")
+        self.assertTrue(info.launch([], None))
+        wait_for(started.exists, "the program")
+        self.assertEqual(started.read_text(encoding="utf-8"), f"{self.copy}\n")
+
+        self.assertEqual(self.run_launcher("--uninstall", XDG_DATA_HOME=str(data)).returncode, 0)
+        self.assertFalse(entry.exists())
+
+
+if __name__ == "__main__":
+    main()
