@@ -1,5 +1,6 @@
 #include "DemoFlight.h"
 
+#include "DemoDatabase.h"
 #include "DemoRandom.h"
 #include "FlightSimulator.h"
 #include "FrameTable.h"
@@ -12,11 +13,9 @@
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
-#include <QTemporaryFile>
 #include <QVariant>
 #include <algorithm>
 #include <array>
-#include <filesystem>
 
 namespace demo
 {
@@ -267,31 +266,6 @@ private:
     int m_damaged = 0;
 };
 
-// A connection of its own, closed and forgotten at the end of its scope, so that the application's are untouched.
-class Database
-{
-public:
-    explicit Database(const QString &path)
-        : m_database(QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), kName))
-    {
-        m_database.setDatabaseName(path);
-    }
-    ~Database()
-    {
-        m_database.close();
-        m_database = QSqlDatabase();
-        QSqlDatabase::removeDatabase(kName);
-    }
-    Q_DISABLE_COPY_MOVE(Database)
-
-    QSqlDatabase &operator*() { return m_database; }
-    QSqlDatabase *operator->() { return &m_database; }
-
-private:
-    inline static const QString kName = QStringLiteral("ostravel_demo");
-    QSqlDatabase m_database;
-};
-
 bool fillDatabase(QSqlDatabase &database, const QVector<DemoTask> &tasks, QString *error)
 {
     QSqlQuery query(database);
@@ -415,30 +389,9 @@ QVector<DemoTask> demoTasks(const DemoOptions &flight)
 
 bool writeDatabase(const QString &path, const QVector<DemoTask> &tasks, QString *error)
 {
-    QString reason;
-    QTemporaryFile unfinished(path + QStringLiteral(".XXXXXX"));
-    if (!unfinished.open())
-        return failed(error, QStringLiteral("cannot write %1: %2").arg(path, unfinished.errorString()));
-    const QString unfinishedPath = unfinished.fileName();
-    unfinished.close();
-    bool good = false;
-    {
-        Database database(unfinishedPath);
-        good = database->open() ? fillDatabase(*database, tasks, &reason)
-                                : failed(&reason, database->lastError().text());
-    }
-    if (!good)
-        return failed(error, QStringLiteral("cannot write %1: %2").arg(path, reason));
-
-    QFile::setPermissions(unfinishedPath, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
-    // The rename of QFile does not replace a file that is there.
-    std::error_code code;
-    std::filesystem::rename(std::filesystem::path(unfinishedPath.toStdU16String()),
-                            std::filesystem::path(path.toStdU16String()), code);
-    if (code)
-        return failed(error, QStringLiteral("cannot write %1: %2").arg(path, QString::fromStdString(code.message())));
-    unfinished.setAutoRemove(false);
-    return true;
+    return replaceDatabase(
+        path, [&tasks](QSqlDatabase &database, QString *reason) { return fillDatabase(database, tasks, reason); },
+        error);
 }
 
 QByteArray makeDamagedLog(const DemoOptions &options, DamageCounts *counts)

@@ -1,12 +1,12 @@
 #include "DemoTiles.h"
 
+#include "DemoDatabase.h"
+
 #include <QBuffer>
-#include <QFile>
 #include <QImage>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
-#include <QTemporaryFile>
 #include <QVariant>
 #include <QVector>
 
@@ -14,8 +14,6 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <filesystem>
-#include <system_error>
 
 namespace demo
 {
@@ -333,20 +331,6 @@ bool fillTiles(QSqlDatabase &database, QString *error)
     return query.exec(QStringLiteral("COMMIT")) || failed(error, query.lastError().text());
 }
 
-bool writeTileDatabase(const QString &path, QString *error)
-{
-    const QString name = QStringLiteral("ostravel_demo_tiles");
-    bool good = false;
-    {
-        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
-        database.setDatabaseName(path);
-        good = database.open() ? fillTiles(database, error) : failed(error, database.lastError().text());
-        database.close();
-    }
-    QSqlDatabase::removeDatabase(name);
-    return good;
-}
-
 } // namespace
 
 QByteArray makeTile(int zoom, int column, int row)
@@ -364,24 +348,7 @@ QByteArray makeTile(int zoom, int column, int row)
 
 bool writeTiles(const QString &path, QString *error)
 {
-    QString reason;
-    QTemporaryFile unfinished(path + QStringLiteral(".XXXXXX"));
-    if (!unfinished.open())
-        return failed(error, QStringLiteral("cannot write %1: %2").arg(path, unfinished.errorString()));
-    const QString unfinishedPath = unfinished.fileName();
-    unfinished.close();
-    if (!writeTileDatabase(unfinishedPath, &reason))
-        return failed(error, QStringLiteral("cannot write %1: %2").arg(path, reason));
-
-    QFile::setPermissions(unfinishedPath, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
-    // The rename of QFile does not replace a file that is there.
-    std::error_code code;
-    std::filesystem::rename(std::filesystem::path(unfinishedPath.toStdU16String()),
-                            std::filesystem::path(path.toStdU16String()), code);
-    if (code)
-        return failed(error, QStringLiteral("cannot write %1: %2").arg(path, QString::fromStdString(code.message())));
-    unfinished.setAutoRemove(false);
-    return true;
+    return replaceDatabase(path, fillTiles, error);
 }
 
 } // namespace demo

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <filesystem>
 #include <httplib.h>
+#include <string>
 
 /** What differs between systems: signals, standard streams and the edges of sockets. One source a system. */
 namespace wmts::platform
@@ -11,7 +12,8 @@ namespace wmts::platform
 /**
  * To be called first, before any thread: standard streams that are closed are opened on nothing (a socket could
  * get their number otherwise, and our messages with it), writing to a closed pipe is an error and no end, and requests
- * to end wait for waitForEndRequest.
+ * to end wait for waitForEndRequest. Started by a program and not by hand, it leaves the program's terminal, whose end
+ * would be its own.
  */
 void begin();
 
@@ -24,6 +26,14 @@ std::filesystem::path programFolder();
 
 /** Options of the listening socket: one owner of the port, whoever asks second is refused. */
 void setListeningOptions(socket_t listener);
+
+/** Why the last call on a socket failed; to be asked at once. */
+struct SocketError {
+    bool portTaken = false;
+    std::string text;
+};
+SocketError lastSocketError();
+
 /** Let many connections wait to be accepted; the library asks for five. */
 void widenBacklog(socket_t listener, int length);
 

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -61,6 +62,9 @@ void begin()
         std::signal(signal, SIG_DFL);
     const sigset_t set = endSignals();
     ::pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    // A terminal on standard input is a hand that may want to press Ctrl+C.
+    if (!::isatty(STDIN_FILENO))
+        ::setsid();
 }
 
 void waitForEndRequest()
@@ -86,6 +90,11 @@ void setListeningOptions(socket_t listener)
     // Without it the port would stay refused for a minute after an end. Not SO_REUSEPORT, the library's default: with
     // that a second copy would share the port with the first.
     setFlag(listener, SOL_SOCKET, SO_REUSEADDR);
+}
+
+SocketError lastSocketError()
+{
+    return {errno == EADDRINUSE, std::strerror(errno)};
 }
 
 void widenBacklog(socket_t listener, int length)

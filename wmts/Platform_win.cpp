@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <string>
+#include <system_error>
 #include <windows.h>
 
 namespace wmts::platform
@@ -80,6 +81,12 @@ std::filesystem::path programFolder()
 void setListeningOptions(socket_t listener)
 {
     setFlag(listener, SOL_SOCKET, SO_EXCLUSIVEADDRUSE);
+}
+
+SocketError lastSocketError()
+{
+    const int code = ::WSAGetLastError();
+    return {code == WSAEADDRINUSE, std::system_category().message(code)};
 }
 
 void widenBacklog(socket_t listener, int length)

@@ -232,14 +232,16 @@ TileServer::TileServer()
     new_task_queue = [] { return new ConnectionThreads; };
 }
 
-int TileServer::bind(int port)
+int TileServer::bind(int port, platform::SocketError *error)
 {
     const int bound = port == 0 ? bind_to_any_port(kHost) : bind_to_port(kHost, port) ? port : -1;
-    if (bound > 0) {
-        platform::widenBacklog(svr_sock_, kBacklog);
-        m_address = std::string("http://") + kHost + ':' + std::to_string(bound);
+    if (bound <= 0) {
+        *error = platform::lastSocketError();
+        return -1;
     }
-    return bound > 0 ? bound : -1;
+    platform::widenBacklog(svr_sock_, kBacklog);
+    m_address = std::string("http://") + kHost + ':' + std::to_string(bound);
+    return bound;
 }
 
 bool TileServer::serve(const Layers &layers)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform.h"
 #include "TileFolder.h"
 
 #include <atomic>
@@ -27,8 +28,8 @@ public:
 
     TileServer();
 
-    /** Own the port, 0 for one that the system chooses. @return the port, or -1 when it cannot be had */
-    int bind(int port);
+    /** Own the port, 0 for one that the system chooses. @return the port, or -1 with the reason in error */
+    int bind(int port, platform::SocketError *error);
 
     /** Answer requests until end(). @return false when listening failed before */
     bool serve(const Layers &layers);

@@ -61,14 +61,16 @@ int serve(int port)
 
     // The port first: a second copy should not open every map before it finds out.
     wmts::TileServer server;
-    const int bound = server.bind(port);
+    wmts::platform::SocketError error;
+    const int bound = server.bind(port, &error);
     if (bound < 0) {
-        const bool ours = wmts::isOursAt(port);
+        const bool ours = error.portTaken && wmts::isOursAt(port);
         complain(ours ? "the tile service runs already at port " + std::to_string(port)
-                      : "cannot listen at port " + std::to_string(port) + " of 127.0.0.1: another program has it");
+                      : "cannot listen at port " + std::to_string(port)
+                         + " of 127.0.0.1: " + (error.portTaken ? "another program has it" : error.text));
         // The question may still wait for its answer in another thread.
         std::fflush(nullptr);
-        std::_Exit(ours ? AlreadyRunning : PortTaken);
+        std::_Exit(ours ? AlreadyRunning : error.portTaken ? PortTaken : Failed);
     }
 
     // Damaged maps among good ones are told and left out; only when nothing is left is there no use in running.

@@ -1,11 +1,17 @@
 #pragma once
 
+/**
+ * @file
+ * The log statement of the program, and its two loggers.
+ */
+
 #include <QString>
 #include <memory>
 #include <string>
 
 #include <spdlog/spdlog.h>
 
+/// @cond
 /** Lets a log statement take a QString as it takes any text. */
 template <>
 struct fmt::formatter<QString> : fmt::formatter<fmt::string_view> {
@@ -17,17 +23,24 @@ struct fmt::formatter<QString> : fmt::formatter<fmt::string_view> {
             fmt::string_view(utf8.constData(), static_cast<std::size_t>(utf8.size())), context);
     }
 };
+/// @endcond
 
+/** What the log statement is made of. */
 namespace logging
 {
 
-// The level words of the log statement.
+/** A level word of the log statement. */
+///@{
 inline constexpr auto info = spdlog::level::info;
 inline constexpr auto warn = spdlog::level::warn;
 inline constexpr auto error = spdlog::level::err;
+///@}
 
+/** Name of a logger in the library's registry. */
+///@{
 inline constexpr char kFileLogger[] = "file_logger";
 inline constexpr char kConsoleLogger[] = "console";
+///@}
 
 /**
  * Writes one message through the default logger and then through the file logger.

@@ -1,5 +1,10 @@
 #pragma once
 
+/**
+ * @file
+ * The themes by their names.
+ */
+
 #include <QMetaType>
 
 /** The two looks of the program; the configuration file names them by these words. */

@@ -1,9 +1,16 @@
 #pragma once
 
+/**
+ * @file
+ * Which program this is.
+ */
+
 #include <QDateTime>
 #include <QString>
 
+/** The one place of the version; the build takes it from this line. */
 inline constexpr char kVersion[] = "2.3.2";
+/** Counts the builds of a version. */
 inline constexpr int kBuildCounter = 1;
 
 /** Date and time at which this build was compiled, in local time. */

@@ -58,7 +58,7 @@ constexpr std::array kGroups {
 
 MyGraph *findInGroup(const ChannelGroup &group, const QString &graphName)
 {
-    const auto found = std::find_if(group.begin(), group.end(), [&graphName](const MyGraph *graph) {
+    MyGraph **const found = std::find_if(group.begin(), group.end(), [&graphName](const MyGraph *graph) {
         return graph != nullptr && graph->graphName() == graphName;
     });
     return found != group.end() ? *found : nullptr;
@@ -73,6 +73,7 @@ const std::array<ChannelGroup, 9> &channelGroups()
 
 const ChannelGroup *channelGroup(quint8 functionCode)
 {
+    // NOLINTNEXTLINE(readability-qualified-auto): a pointer with this library only
     const auto found = std::find_if(kGroups.begin(), kGroups.end(),
                                     [functionCode](const ChannelGroup &group) { return group.code == functionCode; });
     return found != kGroups.end() ? &*found : nullptr;

@@ -9,6 +9,7 @@
 #include <vector>
 
 /**
+ * @file
  * The program's one body of telemetry: a channel for each row of the field tables, and what belongs to the flight as a
  * whole. There is one flight in memory at a time.
  *
@@ -16,7 +17,8 @@
  * All of it is written on the main thread only, with no lock.
  */
 
-// The channels by function code, in the row order of the tables. Valid between initData and clearData.
+/** The channels by function code, in the row order of the tables. Valid between initData and clearData. */
+///@{
 extern MyGraph *heartBeatGraphs[5];
 extern MyGraph *controlStatusGraphs[37];
 extern MyGraph *attitudeGraphs[18];
@@ -26,10 +28,13 @@ extern MyGraph *payloadGraphs[14];
 extern MyGraph *differenceGraphs[5];
 extern MyGraph *backupGraph;
 extern MyGraph *equipmentGraphs[16];
+///@}
 
 /** Frames of other planes than selectedPlaneId are dropped by the decoder. */
+///@{
 extern bool selectedPlaneEnabled;
 extern quint8 selectedPlaneId;
+///@}
 /** The user has set startDateTime, so a log does not. */
 extern bool startTimeFromUser;
 /** Time of sample 0 of every channel. */
@@ -39,14 +44,18 @@ extern int sampleInterval;
 /** A decode has finished and the store may be shown. */
 extern bool dataRead;
 
-// The local track frame: its origin in degrees, and the factor that shortens a difference of longitude.
+/** The local track frame: its origin in degrees, and the factor that shortens a difference of longitude. */
+///@{
 extern float originLat;
 extern float originLng;
 extern double longitudeScale;
+///@}
 
-// The whole track and its last leg: metres east, metres north, metres up.
+/** The whole track and its last leg: metres east, metres north, metres up. */
+///@{
 extern std::vector<double> trackX, trackY, trackZ;
 extern std::vector<double> attackTrackX, attackTrackY, attackTrackZ;
+///@}
 
 /** Pen of the empty placeholder curve and of the selection rectangle. */
 extern QColor defaultColor;
@@ -55,12 +64,18 @@ extern QColor targetColor;
 
 /** The channels of one function code. */
 struct ChannelGroup {
+    /** Function code. */
     quint8 code;
+    /** One of the arrays above. */
     MyGraph **channels;
+    /** Channels in it. */
     int count;
 
+    /** For a loop over the channels. */
+    ///@{
     MyGraph **begin() const { return channels; }
     MyGraph **end() const { return channels + count; }
+    ///@}
     /** Samples held by the first channel. */
     int length() const { return channels[0]->yvalue().size(); }
 };

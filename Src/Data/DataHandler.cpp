@@ -295,7 +295,7 @@ bool DataHandler::decodeLine(const QString &line)
 {
     constexpr int kProgressOffset = 40;
     QCoreApplication::processEvents();
-    Frame data;
+    Frame data; // NOLINT(cppcoreguidelines-pro-type-member-init): decodeHex fills it
     data.length = decodeHex(line, data.bytes.data(), static_cast<int>(data.bytes.size()));
     m_processed += data.length;
     ++m_frameTotal;

@@ -1,5 +1,6 @@
 #include "DataListDia.h"
 
+#include "ScreenFit.h"
 #include "ui_DataListDia.h"
 
 #include <QDateTime>
@@ -21,6 +22,7 @@ DataListDia::DataListDia(QWidget *parent)
     , m_ui(std::make_unique<Ui::DataListDia>())
 {
     m_ui->setupUi(this);
+    keepOnScreen(this);
     connect(m_ui->tableWidget, &QTableWidget::cellChanged, this, &DataListDia::onCellChanged);
 }
 

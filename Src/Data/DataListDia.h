@@ -15,6 +15,7 @@ class DataListDia : public QDialog
     Q_OBJECT
 
 public:
+    /** An empty list; addRow() fills it. */
     explicit DataListDia(QWidget *parent);
     ~DataListDia() override;
 
@@ -24,6 +25,7 @@ public:
     QList<quint8> selectedIds() const { return m_selectedIds; }
 
 signals:
+    /** The button was pressed. */
     void doSendList(QList<quint8> ids);
 
 private slots:

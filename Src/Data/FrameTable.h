@@ -1,5 +1,10 @@
 #pragma once
 
+/**
+ * @file
+ * The field tables and their lookups.
+ */
+
 #include <QString>
 #include <algorithm>
 #include <array>
@@ -16,16 +21,23 @@
 namespace frame
 {
 
+/** The two bytes with which a frame begins. */
+///@{
 inline constexpr std::uint8_t kHeader1 = 0xAA;
 inline constexpr std::uint8_t kHeader2 = 0xEC;
+///@}
+/** Position of a byte of the head, counted from 0. */
+///@{
 inline constexpr int kPlaneIdPosition = 2;
 inline constexpr int kFunctionCodePosition = 3;
+///@}
 /** Bytes that every frame must have to be one: header, plane id and function code. */
 inline constexpr int kLeastBytes = 4;
 /** Position of the device state word, whose bits are the equipment channels. */
 inline constexpr int kDeviceStatePosition = 6;
 
-// The function codes.
+/** A function code. Those from 0x51 on are derived here, and no frame has them. */
+///@{
 inline constexpr std::uint8_t kHeartBeat = 0x01;
 inline constexpr std::uint8_t kControlStatus = 0x02;
 inline constexpr std::uint8_t kAttitude = 0x03;
@@ -35,19 +47,22 @@ inline constexpr std::uint8_t kPayload = 0x41;
 inline constexpr std::uint8_t kDifference = 0x51;
 inline constexpr std::uint8_t kBackup = 0x52;
 inline constexpr std::uint8_t kEquipment = 0x53;
+///@}
 
 /** One row of a field table as the compiler reads it. */
 struct FieldRow {
-    std::uint8_t index;         // row number in its table, from 1
-    std::uint16_t offset;       // byte number of the field in the frame, counted from 1
-    std::int8_t width;          // bytes
-    double divisor;             // value = raw / divisor
-    bool isSigned;              // two's complement
-    const char *name;           // channel name in code and logs
-    std::u16string_view label;  // what the user sees, and the key of the channel at run time
+    std::uint8_t index; ///< row number in its table, from 1
+    std::uint16_t offset; ///< byte number of the field in the frame, counted from 1
+    std::int8_t width; ///< bytes
+    double divisor; ///< value = raw / divisor
+    bool isSigned; ///< two's complement
+    const char *name; ///< channel name in code and logs
+    std::u16string_view label; ///< what the user sees, and the key of the channel at run time
 };
 
 // clang-format off
+/** The rows of a function code, in the order of its channels in the store. */
+///@{
 inline constexpr std::array kHeartBeatRows {
     FieldRow {  1,   7, 1,        1, false, "HBS_AircraftType", u"飞行器类型"},
     FieldRow {  2,   8, 1,        1, false, "HBS_GeoState",     u"地面定位状态"},
@@ -217,25 +232,29 @@ inline constexpr std::array kEquipmentRows {
     FieldRow { 15,  15, 1,        1, false, "DS_Power",           u"动力"},
     FieldRow { 16,  16, 1,        1, false, "DS_Payload",         u"载荷"},
 };
-
+///@}
 // clang-format on
 
 /** A function code with its rows, as the decoder walks them. */
 struct Layout {
-    std::uint8_t code;
-    const char *name;
-    const FieldRow *rows;
-    int rowCount;
-    int gate; // the fields are read only from a frame of more bytes than this
-    int size; // a byte count that nothing reads
+    std::uint8_t code; ///< function code
+    const char *name; ///< its code and what it carries, in words
+    const FieldRow *rows; ///< its field table
+    int rowCount; ///< rows of the table
+    int gate; ///< the fields are read only from a frame of more bytes than this
+    int size; ///< a byte count that nothing reads
 };
 
 /** Gate of a code that has none, and of the codes that are never decoded. */
 inline constexpr int kNoGate = -1;
 
-// The gates are settled numbers of the downlink and not derived from the rows: for four codes the last field ends one
-// byte behind the shortest frame that passes.
 // clang-format off
+/**
+ * All function codes, in the order of the store.
+ *
+ * The gates are settled numbers of the downlink and not derived from the rows: for four codes the last field ends one
+ * byte behind the shortest frame that passes.
+ */
 inline constexpr std::array kLayouts {
     Layout {kHeartBeat,     "0x01-HeartBeat",               kHeartBeatRows.data(),     int(kHeartBeatRows.size()),     16,      18},
     Layout {kControlStatus, "0x02-ControlSystemStatus",     kControlStatusRows.data(), int(kControlStatusRows.size()), 65,      0},
@@ -305,22 +324,22 @@ constexpr int rowCount()
 
 /** A row of a frame's field table. */
 struct FrameField {
-    std::uint8_t index;
-    std::uint16_t offset;
-    std::int8_t width;
-    double divisor;
-    bool isSigned;
-    const char *name;
-    QString label;
+    std::uint8_t index; ///< row number in its table, from 1
+    std::uint16_t offset; ///< byte number of the field in the frame, counted from 1
+    std::int8_t width; ///< bytes
+    double divisor; ///< value = raw / divisor
+    bool isSigned; ///< two's complement
+    const char *name; ///< channel name in code and logs
+    QString label; ///< what the user sees, and the key of the channel at run time
 };
 
 /** A field table with its function code. */
 struct FrameInfo {
-    std::uint16_t code;
-    int size;
-    int fieldCount; // rows of the table plus the empty row that ends it
-    const FrameField *fields;
-    const char *name; // null in the row that ends frameInfos
+    std::uint16_t code; ///< function code
+    int size; ///< a byte count that nothing reads
+    int fieldCount; ///< rows of the table plus the empty row that ends it
+    const FrameField *fields; ///< the rows
+    const char *name; ///< null in the row that ends frameInfos
 };
 
 /** Nine rows, one per function code, and an all-zero row behind them. */

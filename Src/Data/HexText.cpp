@@ -11,8 +11,8 @@ constexpr std::uint8_t kNoDigit = 0xFF;
 constexpr std::array<std::uint8_t, 256> makeDigitValues()
 {
     std::array<std::uint8_t, 256> values {};
-    for (std::size_t i = 0; i < values.size(); ++i)
-        values[i] = kNoDigit;
+    for (std::uint8_t &value : values)
+        value = kNoDigit;
     for (std::uint8_t i = 0; i < 10; ++i)
         values['0' + i] = i;
     for (std::uint8_t i = 0; i < 6; ++i) {

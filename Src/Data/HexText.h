@@ -1,5 +1,10 @@
 #pragma once
 
+/**
+ * @file
+ * Hexadecimal text to bytes.
+ */
+
 #include <QString>
 #include <cstdint>
 

@@ -13,9 +13,11 @@ void calStartTime();
 /** Sets the origin of the local track frame from the tenth heartbeat from the end. Unchanged with fewer than ten. */
 void calOrigin();
 
-/** Metres east and north of the origin, computed in double and rounded to float. */
+/** Metres east or north of the origin, computed in double and rounded to float. */
+///@{
 float localX(double lng);
 float localY(double lat);
+///@}
 
 /** The whole flight in the local frame, from the first sample with enough satellites on, glitches suppressed. */
 void calTrack();

@@ -28,6 +28,12 @@ QXlsx::Format numberFormat()
     return format;
 }
 
+void logWarnings(QXlsx::Document &doc)
+{
+    for (const QString &warning : doc.takeWarnings())
+        logToBoth(warn, "{}", warning);
+}
+
 } // namespace
 
 ExcelOperator::ExcelOperator(QObject *parent)
@@ -41,6 +47,7 @@ bool ExcelOperator::writeExcel(const QString &path)
 {
     const QVector<ExportGroup> groups = m_groups.isEmpty() ? exportGroups() : m_groups;
     QXlsx::Document doc(path);
+    logWarnings(doc);
     doc.setCancelled([this] { return isCancelled(); });
     for (const ExportGroup &group : groups) {
         if (!group.textOnly)
@@ -48,7 +55,9 @@ bool ExcelOperator::writeExcel(const QString &path)
         if (isCancelled())
             return false;
     }
-    return doc.saveAs(path);
+    const bool saved = doc.saveAs(path);
+    logWarnings(doc);
+    return saved;
 }
 
 void ExcelOperator::writeSheet(QXlsx::Document &doc, const QString &sheetName, MyGraph **channels, int count)
@@ -59,7 +68,11 @@ void ExcelOperator::writeSheet(QXlsx::Document &doc, const QString &sheetName, M
 void ExcelOperator::writeSheet(QXlsx::Document &doc, const ExportGroup &group)
 {
     doc.addSheet(group.name);
-    doc.selectSheet(group.name);
+    if (!doc.selectSheet(group.name)) {
+        // A chart that fills a sheet has no cells, and the sheet that is selected now is another's.
+        logToBoth(error, "{} is left out: the sheet of that name holds no cells", group.name);
+        return;
+    }
     for (int i = 0; i < group.labels.size(); ++i)
         doc.write(1, i + 1, group.labels.at(i), m_titleFormat);
     const int rows = group.rows();
@@ -87,5 +100,7 @@ void ExcelOperator::writeNumberRow(int row, int count, const QList<QVariant> &ce
 
 bool ExcelOperator::save(const QString &path)
 {
-    return m_document.saveAs(path);
+    const bool saved = m_document.saveAs(path);
+    logWarnings(m_document);
+    return saved;
 }

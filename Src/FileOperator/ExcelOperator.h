@@ -19,6 +19,7 @@ class ExcelOperator : public QObject
     Q_OBJECT
 
 public:
+    /** An empty workbook. */
     explicit ExcelOperator(QObject *parent);
 
     /** What writeExcel writes. When nobody sets it, the store as it is then; only the main thread may do that. */
@@ -36,7 +37,8 @@ public:
 
     /**
      * Writes channels as columns of a sheet, which is added when it is missing: the labels in row 1, below them the
-     * samples of as many rows as the first channel has. Cells below the end of a shorter channel are not touched.
+     * samples of as many rows as the first channel has. Cells below the end of a shorter channel are not touched. When
+     * the sheet of that name is one without cells, such as a chart, it stays as it is and the log says so.
      */
     void writeSheet(QXlsx::Document &doc, const QString &sheetName, MyGraph **channels, int count);
 

@@ -1,5 +1,10 @@
 #pragma once
 
+/**
+ * @file
+ * The channels as an export takes them.
+ */
+
 #include <QString>
 #include <QStringList>
 #include <QVector>
@@ -13,9 +18,11 @@ class MyGraph;
  * nothing and stays as it is whatever happens to the store.
  */
 struct ExportGroup {
+    /** Of the sheet or of the text file. */
     QString name;
     /** Only the text export has it. */
     bool textOnly = false;
+    /** Heads of the columns. */
     QStringList labels;
     /** A series for each label. */
     QVector<QVector<double>> samples;

@@ -7,6 +7,7 @@ ExportOperator::~ExportOperator()
 {
     cancel();
     wait();
+    m_over.load(std::memory_order_acquire);
 }
 
 void ExportOperator::run()
@@ -25,4 +26,5 @@ void ExportOperator::run()
         txtOperator.writeTxtSlot(m_filePath);
     }
     emit writeExcelFinished();
+    m_over.store(true, std::memory_order_release);
 }

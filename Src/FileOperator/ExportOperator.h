@@ -21,8 +21,12 @@ public:
     /** Cancels, and waits for the thread's end. */
     ~ExportOperator() override;
 
+    /** Path of the workbook; for text, a path that without its suffix is the folder of the files. */
+    ///@{
     const QString &filePath() const { return m_filePath; }
     void setFilePath(const QString &filePath) { m_filePath = filePath; }
+    ///@}
+    /** True for a workbook. */
     bool isExcel() const { return m_isExcel; }
     /** A workbook instead of text. */
     void setExcel(bool excel) { m_isExcel = excel; }
@@ -40,6 +44,7 @@ signals:
     void writeExcelFinished();
 
 protected:
+    /** The export, on its own thread. */
     void run() override;
 
 private:
@@ -47,4 +52,7 @@ private:
     bool m_isExcel = false;
     QVector<ExportGroup> m_groups;
     std::atomic<bool> m_cancelled{false};
+    // Orders what the thread did before the end of this object. QThread::wait() does as much, but without the marks by
+    // which a checker of threads can see it.
+    std::atomic<bool> m_over{false};
 };

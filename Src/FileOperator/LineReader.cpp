@@ -16,7 +16,7 @@ bool isAscii(const char *text, int size)
     quint64 all = 0;
     int i = 0;
     for (; i + int {sizeof all} <= size; i += int {sizeof all}) {
-        quint64 word;
+        quint64 word = 0;
         std::memcpy(&word, text + i, sizeof word);
         all |= word;
     }

@@ -1,5 +1,10 @@
 #pragma once
 
+/**
+ * @file
+ * Numbers to text.
+ */
+
 #include <QByteArray>
 
 /**

@@ -1,6 +1,5 @@
 #include "QXlsx.h"
 
-#include "Logging.h"
 #include "XlsxCells.h"
 #include "XlsxPackage.h"
 #include "XlsxSheetReader.h"
@@ -19,6 +18,7 @@
 #include <limits>
 #include <map>
 #include <set>
+#include <utility>
 #include <vector>
 
 namespace QXlsx
@@ -91,7 +91,7 @@ class DocumentPrivate
 public:
     DocumentPrivate() { formats.append(Format()); }
 
-    void load(const QString &path);
+    void load(const QString &source);
     SheetState *current();
     int indexOf(const QString &name) const;
     quint32 formatNumber(const Format &format);
@@ -100,8 +100,8 @@ public:
     QVector<int> styleNumbers(XlsxStyles &styles) const;
     bool writeInto(QIODevice &device);
     bool writeSheet(XlsxZipWriter &zip, SheetState &state, const QVector<int> &styles, bool &formulaReplaced);
-    void logLeftOut(const QString &path) const;
-    void takeOver(const QString &path);
+    void warnOfRowsLeftOut(const QString &target);
+    void takeOver(const QString &source);
 
     QString path; // of the workbook that is written over
     std::unique_ptr<XlsxPackage> package = std::make_unique<XlsxPackage>();
@@ -112,6 +112,7 @@ public:
     QVector<QString> sharedTexts;
     bool sharedTextsRead = false;
     std::function<bool()> cancelled;
+    QStringList warnings;
 };
 
 void DocumentPrivate::load(const QString &source)
@@ -121,7 +122,7 @@ void DocumentPrivate::load(const QString &source)
     QString reason;
     auto loaded = std::make_unique<XlsxPackage>();
     if (!loaded->load(source, reason)) {
-        logToBoth(warn, "{} is no workbook and counts as not there: {}", source, reason);
+        warnings.append(QStringLiteral("%1 is no workbook and counts as not there: %2").arg(source, reason));
         return;
     }
     path = QFileInfo(source).absoluteFilePath();
@@ -208,7 +209,7 @@ bool DocumentPrivate::writeInto(QIODevice &device)
     XlsxStyles styles(hasStyles ? styleSheet : XlsxStyles::plain());
     const bool stylesLost = !isNew && !package->stylesPart().isEmpty() && (!hasStyles || !styles.isValid());
     if (stylesLost)
-        logToBoth(warn, "the style sheet of {} cannot be read: new cells get no format", path);
+        warnings.append(QStringLiteral("the style sheet of %1 cannot be read: new cells get no format").arg(path));
     const QVector<int> numbers = stylesLost ? QVector<int>(formats.size(), -1) : styleNumbers(styles);
     const bool addStyles = !stylesLost && !hasStyles && (isNew || formats.size() > 1);
     const QByteArray stylesPart = addStyles
@@ -259,8 +260,8 @@ bool DocumentPrivate::writeInto(QIODevice &device)
             done = zip.carry(source, i, cancelled);
         if (!done) {
             if (source.isDamaged())
-                logToBoth(warn, "part {} of {} is damaged and cannot be carried over",
-                          QString::fromUtf8(source.entries()[static_cast<std::size_t>(i)].name), path);
+                warnings.append(QStringLiteral("part %1 of %2 is damaged and cannot be carried over")
+                                    .arg(QString::fromUtf8(source.entries()[static_cast<std::size_t>(i)].name), path));
             return false;
         }
     }
@@ -298,7 +299,7 @@ bool DocumentPrivate::writeSheet(XlsxZipWriter &zip, SheetState &state, const QV
         return false;
     XlsxOutput output([&zip](const char *data, std::size_t count) { return zip.write(data, count); });
     XlsxSheetWriter writer(state.cells, styles, output, cancelled);
-    XlsxSheetWriter::Outcome outcome;
+    XlsxSheetWriter::Outcome outcome = XlsxSheetWriter::Outcome::Stopped;
     if (old < 0) {
         outcome = writer.writeNew(package->mainNamespace());
     } else if (const auto part = source.openPart(old)) {
@@ -311,17 +312,19 @@ bool DocumentPrivate::writeSheet(XlsxZipWriter &zip, SheetState &state, const QV
     if (outcome == XlsxSheetWriter::Outcome::Stopped)
         return false;
     if (outcome == XlsxSheetWriter::Outcome::Damaged)
-        logToBoth(warn, "sheet {} of {} is damaged: what can be read of it is kept", state.sheet.name, path);
+        warnings.append(
+            QStringLiteral("sheet %1 of %2 is damaged: what can be read of it is kept").arg(state.sheet.name, path));
     formulaReplaced = formulaReplaced || writer.formulaReplaced();
     return output.flush() && zip.end();
 }
 
-void DocumentPrivate::logLeftOut(const QString &target) const
+void DocumentPrivate::warnOfRowsLeftOut(const QString &target)
 {
     for (const std::unique_ptr<SheetState> &state : sheets)
         if (const int count = state->leftOut.count())
-            logToBoth(warn, "{} rows of sheet {} are left out of {}: a sheet ends at row {}", count, state->sheet.name,
-                      target, static_cast<int>(Document::kLastRow));
+            warnings.append(
+                QStringLiteral("%1 rows of sheet %2 are left out of %3: a sheet ends at row %4")
+                    .arg(QString::number(count), state->sheet.name, target, QString::number(Document::kLastRow)));
 }
 
 /** After the file behind the document was replaced: looks at the one that stands there now. */
@@ -417,8 +420,9 @@ bool Document::write(int row, int column, const QString &text, const Format &for
     QString kept = text;
     if (kept.size() > kLongestText) {
         kept.truncate(kept.at(kLongestText - 1).isHighSurrogate() ? kLongestText - 1 : kLongestText);
-        logToBoth(warn, "the text in row {}, column {} of sheet {} is cut to {} of {} characters", row, column,
-                  d->current()->sheet.name, kept.size(), text.size());
+        d->warnings.append(QStringLiteral("the text in row %1, column %2 of sheet %3 is cut to %4 of %5 characters")
+                               .arg(QString::number(row), QString::number(column), d->current()->sheet.name,
+                                    QString::number(kept.size()), QString::number(text.size())));
     }
     d->current()->cells.setText(row, column, kept, d->formatNumber(format));
     return true;
@@ -497,13 +501,18 @@ void Document::setCancelled(std::function<bool()> cancelled)
     d->cancelled = std::move(cancelled);
 }
 
+QStringList Document::takeWarnings()
+{
+    return std::exchange(d->warnings, {});
+}
+
 bool Document::saveAs(const QString &path)
 {
     if (d->sheets.empty())
         addSheet({});
     const QFileInfo target(path);
     if (path.isEmpty() || target.isDir()) {
-        logToBoth(warn, "{} cannot be written: it is no name for a file", path);
+        d->warnings.append(QStringLiteral("%1 cannot be written: it is no name for a file").arg(path));
         return false;
     }
 
@@ -512,12 +521,13 @@ bool Document::saveAs(const QString &path)
                                   : target.absoluteFilePath();
     QSaveFile file(name);
     if (!file.open(QIODevice::WriteOnly)) {
-        logToBoth(warn, "{} cannot be written: {}", path, file.errorString());
+        d->warnings.append(QStringLiteral("%1 cannot be written: %2").arg(path, file.errorString()));
         return false;
     }
     if (!d->writeInto(file)) {
         const bool cancelled = d->cancelled && d->cancelled();
-        logToBoth(warn, "{} is not written: {}", path, cancelled ? QStringLiteral("cancelled") : file.errorString());
+        d->warnings.append(QStringLiteral("%1 is not written: %2")
+                               .arg(path, cancelled ? QStringLiteral("cancelled") : file.errorString()));
         file.cancelWriting();
         return false;
     }
@@ -539,10 +549,10 @@ bool Document::saveAs(const QString &path)
     if (isSource)
         d->takeOver(d->path);
     if (!done) {
-        logToBoth(warn, "{} is not written: {}", path, reason);
+        d->warnings.append(QStringLiteral("%1 is not written: %2").arg(path, reason));
         return false;
     }
-    d->logLeftOut(path);
+    d->warnOfRowsLeftOut(path);
     return true;
 }
 

@@ -25,7 +25,9 @@ class DocumentPrivate;
 class Document
 {
 public:
+    /** Rows that a sheet may have. */
     static constexpr int kLastRow = 1048576;
+    /** Columns that a sheet may have. */
     static constexpr int kLastColumn = 16384;
 
     /** An empty workbook. One that nobody gives a sheet has "Sheet1". */
@@ -35,8 +37,8 @@ public:
      * Takes over the workbook at path. With no file there the document is empty.
      *
      * A file that is no workbook, or one that unpacks to more than 1 GiB and 100 times its size, counts as not there,
-     * with a warning in the log. Reads the workbook's list of sheets only, no cells. The file must not be changed by
-     * others before the document is gone.
+     * with a warning. Reads the workbook's list of sheets only, no cells. The file must not be changed by others before
+     * the document is gone.
      */
     explicit Document(const QString &path);
     ~Document();
@@ -67,17 +69,19 @@ public:
     /**
      * Writes a cell of the selected sheet; without a sheet "Sheet1" is made first.
      *
-     * Finite numbers keep every bit. Infinity becomes the error #DIV/0!, not-a-number #NUM!. Texts are texts, also
+     * Finite numbers keep every bit. Infinity becomes the error `#DIV/0!`, not-a-number `#NUM!`. Texts are texts, also
      * those that begin with an equals sign; beyond 32767 characters they are cut. With an empty format a cell that
      * exists keeps its look.
      *
      * @return false when row or column lie outside 1 to kLastRow and 1 to kLastColumn: the cell is left out, and
-     *         saveAs logs how many rows of which sheet were
+     *         saveAs warns how many rows of which sheet were
      *
      * O(1) when a row is written from left to right.
      */
     bool write(int row, int column, double value, const Format &format = Format());
+    /** The same for a text. */
     bool write(int row, int column, const QString &text, const Format &format = Format());
+    /** The same for a text in UTF-8; null is the empty text. */
     bool write(int row, int column, const char *utf8, const Format &format = Format());
 
     /** Writes a number or bool as such, an invalid value as an empty cell, and all else as its text. */
@@ -86,7 +90,7 @@ public:
     /**
      * A cell of the selected sheet: double, QString or bool; invalid when there is none.
      *
-     * The error #DIV/0! reads as infinity and #NUM! as not-a-number, other errors as their text; a formula reads as
+     * The error `#DIV/0!` reads as infinity and `#NUM!` as not-a-number, other errors as their text; a formula reads as
      * its last result, or as "=..." when the file holds none; a date as its serial number. The first read of an
      * existing sheet loads that sheet's values.
      */
@@ -109,6 +113,13 @@ public:
      *         is as it was. The document may be written to and saved again in either case.
      */
     bool saveAs(const QString &path);
+
+    /**
+     * What was left out, cut or could not be done since the last call, each in the words of a log line.
+     *
+     * The document itself tells nobody: whoever has one decides where its warnings go.
+     */
+    QStringList takeWarnings();
 
 private:
     std::unique_ptr<DocumentPrivate> d;

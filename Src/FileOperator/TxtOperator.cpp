@@ -51,7 +51,8 @@ bool TxtOperator::writeTrack(const QString &path, const std::vector<double> &a, 
     constexpr int kLineBytes = 3 * 14; // the longest three numbers with their separators
     QByteArray block;
     block.reserve(kBlockBytes + kLineBytes);
-    for (std::size_t i = 0; i < a.size(); ++i) {
+    bool written = true;
+    for (std::size_t i = 0; i < a.size() && written; ++i) {
         appendNumber(block, a[i]);
         block.append('\t');
         appendNumber(block, b[i]);
@@ -59,12 +60,13 @@ bool TxtOperator::writeTrack(const QString &path, const std::vector<double> &a, 
         appendNumber(block, c[i]);
         block.append('\n');
         if (block.size() >= kBlockBytes) {
-            file.write(block);
+            written = file.write(block) == block.size();
             block.resize(0);
         }
     }
-    file.write(block);
-    if (!file.flush() || file.error() != QFileDevice::NoError)
+    // A disk that fills up inside the last block takes a part of it, which Qt does not call an error.
+    written = written && file.write(block) == block.size() && file.flush();
+    if (!written)
         logToBoth(error, "track file is cut short: {}", file.errorString());
     return true;
 }
@@ -85,6 +87,7 @@ void TxtOperator::writeTxtSlot(const QString &path)
     }
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the signature is settled
 void TxtOperator::writeTxt(const QString &path, int *count, MyGraph **channels)
 {
     writeTxt(path, exportGroup(QString(), channels, *count));

@@ -16,9 +16,12 @@ class TxtOperator : public QObject
 public:
     using QObject::QObject;
 
+    /** The log that openFile() opens, and the open file. */
+    ///@{
     void setFileName(const QString &fileName) { m_fileName = fileName; }
     const QString &fileName() const { return m_fileName; }
     QFile &file() { return m_file; }
+    ///@}
 
     /**
      * Opens the file of fileName as text. Reports an empty name and a failure by statusFeedbackSignal.
@@ -59,6 +62,7 @@ public:
     void writeTxt(const QString &path, int *count, MyGraph **channels);
 
 signals:
+    /** A text for the status bar. */
     void statusFeedbackSignal(QString _sMessage);
 
 private:

@@ -111,14 +111,14 @@ quint32 XlsxCells::appendSlot(double value)
 {
     const std::size_t block = m_slotCount >> kSlotBits;
     if (block == m_slots.size())
-        m_slots.emplace_back(new double[1u << kSlotBits]); // not cleared: every slot is written before it is read
+        m_slots.emplace_back(new double[1U << kSlotBits]); // not cleared: every slot is written before it is read
     slot(m_slotCount) = value;
     return m_slotCount++;
 }
 
 quint32 XlsxCells::appendRun(int column, Kind kind, quint32 format, double value)
 {
-    Run run;
+    Run run{};
     run.next = kNone;
     run.slot = appendSlot(value);
     run.column = static_cast<quint16>(column);
@@ -148,7 +148,7 @@ const XlsxCells::Row *XlsxCells::rowAt(int row) const
     const std::size_t page = static_cast<std::size_t>(row) >> kPageBits;
     if (row < 0 || page >= m_pages.size() || !m_pages[page])
         return nullptr;
-    return &(*m_pages[page])[static_cast<std::size_t>(row) & ((1u << kPageBits) - 1)];
+    return &(*m_pages[page])[static_cast<std::size_t>(row) & ((1U << kPageBits) - 1)];
 }
 
 XlsxCells::Row &XlsxCells::makeRow(int row)
@@ -158,7 +158,7 @@ XlsxCells::Row &XlsxCells::makeRow(int row)
         m_pages.resize(page + 1);
     if (!m_pages[page])
         m_pages[page] = std::make_unique<Page>();
-    return (*m_pages[page])[static_cast<std::size_t>(row) & ((1u << kPageBits) - 1)];
+    return (*m_pages[page])[static_cast<std::size_t>(row) & ((1U << kPageBits) - 1)];
 }
 
 quint32 XlsxCells::find(int row, int column) const

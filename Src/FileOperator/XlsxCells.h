@@ -99,14 +99,14 @@ private:
         quint32 first = kNone;
         quint32 last = kNone;
     };
-    using Page = std::array<Row, 1u << kPageBits>;
+    using Page = std::array<Row, 1U << kPageBits>;
 
     void set(int row, int column, Kind kind, quint32 format, double value);
     quint32 appendSlot(double value);
     quint32 appendRun(int column, Kind kind, quint32 format, double value);
     quint32 splitOff(quint32 index, int column);
-    double &slot(quint32 index) { return m_slots[index >> kSlotBits][index & ((1u << kSlotBits) - 1)]; }
-    double slot(quint32 index) const { return m_slots[index >> kSlotBits][index & ((1u << kSlotBits) - 1)]; }
+    double &slot(quint32 index) { return m_slots[index >> kSlotBits][index & ((1U << kSlotBits) - 1)]; }
+    double slot(quint32 index) const { return m_slots[index >> kSlotBits][index & ((1U << kSlotBits) - 1)]; }
     const Row *rowAt(int row) const;
     Row &makeRow(int row);
     quint32 find(int row, int column) const;

@@ -287,7 +287,7 @@ bool XlsxPackage::readWorkbook()
 QString XlsxPackage::freeRelation(const QSet<QString> &taken) const
 {
     for (int number = 1;; ++number) {
-        const QString id = QStringLiteral("rId%1").arg(number);
+        QString id = QStringLiteral("rId%1").arg(number);
         if (!m_targets.contains(id) && !taken.contains(id))
             return id;
     }

@@ -2,6 +2,7 @@
 
 #include "XlsxText.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -21,7 +22,7 @@ struct ColumnNames {
         char text[3];
         quint8 size;
     };
-    std::array<Name, 16385> names;
+    std::array<Name, 16385> names{};
 
     ColumnNames()
     {
@@ -55,10 +56,8 @@ bool needsSpacePreserved(const QString &text)
 /** The elements that stand in front of the rows. */
 bool isBeforeRows(const QStringRef &name)
 {
-    for (const char *one : {"sheetPr", "dimension", "sheetViews", "sheetFormatPr", "cols", "sheetData"})
-        if (name == QLatin1String(one))
-            return true;
-    return false;
+    const auto names = {"sheetPr", "dimension", "sheetViews", "sheetFormatPr", "cols", "sheetData"};
+    return std::any_of(names.begin(), names.end(), [&name](const char *one) { return name == QLatin1String(one); });
 }
 
 } // namespace

@@ -37,7 +37,7 @@ int sectionOf(const QStringRef &name)
 
 QByteArray argb(const QColor &color)
 {
-    return QByteArray::number(color.rgb() | 0xff000000u, 16).toUpper();
+    return QByteArray::number(color.rgb() | 0xff000000U, 16).toUpper();
 }
 
 } // namespace

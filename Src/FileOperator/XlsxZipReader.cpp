@@ -9,7 +9,7 @@ namespace
 {
 
 constexpr uLong kEncrypted = 1;
-constexpr uLong kUtf8Name = 1u << 11;
+constexpr uLong kUtf8Name = 1U << 11;
 constexpr qint64 kLongestPiece = 32 * 1024 * 1024;
 constexpr uLong kLongestName = 1024;
 
@@ -36,7 +36,7 @@ ZPOS64_T tellFile(voidpf, voidpf stream)
 
 long seekFile(voidpf, voidpf stream, ZPOS64_T offset, int origin)
 {
-    QFile *const file = static_cast<QFile *>(stream);
+    auto *const file = static_cast<QFile *>(stream);
     const qint64 start = origin == ZLIB_FILEFUNC_SEEK_SET ? 0
         : origin == ZLIB_FILEFUNC_SEEK_CUR                ? file->pos()
                                                           : file->size();

@@ -12,8 +12,8 @@ namespace
 constexpr int kLevel = 1;
 
 // 1 January 1980, the first day that the format knows: equal cells give equal bytes.
-constexpr uLong kNoTime = (1u << 21) | (1u << 16);
-constexpr uLong kUtf8Name = 1u << 11;
+constexpr uLong kNoTime = (1U << 21) | (1U << 16);
+constexpr uLong kUtf8Name = 1U << 11;
 constexpr int kMadeBy = 20;
 constexpr quint64 kLarge = 0xf0000000;
 
@@ -42,7 +42,7 @@ ZPOS64_T tellDevice(voidpf, voidpf stream)
 
 long seekDevice(voidpf, voidpf stream, ZPOS64_T offset, int origin)
 {
-    QIODevice *const device = static_cast<QIODevice *>(stream);
+    auto *const device = static_cast<QIODevice *>(stream);
     const qint64 start = origin == ZLIB_FILEFUNC_SEEK_SET ? 0
         : origin == ZLIB_FILEFUNC_SEEK_CUR                ? device->pos()
                                                           : device->size();

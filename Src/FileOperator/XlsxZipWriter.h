@@ -15,6 +15,8 @@ class XlsxZipWriter
 public:
     explicit XlsxZipWriter(QIODevice &device);
     ~XlsxZipWriter();
+    XlsxZipWriter(const XlsxZipWriter &) = delete;
+    XlsxZipWriter &operator=(const XlsxZipWriter &) = delete;
 
     /** Begins a part; large is for one that may reach 4 GiB. */
     bool begin(const QByteArray &name, bool large);

@@ -29,15 +29,18 @@ public:
     /** Marks a point: the page gets second, then first, with six significant digits. */
     void addOnePoint(const double &first, const double &second);
 
-    // What this dialog last told the page.
+    /** What this dialog last told the page. */
+    ///@{
     bool drawRoutesEnabled() const { return m_drawRoutesEnabled; }
     bool measureEnabled() const { return m_measureEnabled; }
+    ///@}
 
 signals:
-    // Nothing emits this: the page has no way to send.
+    /** Never emitted: the page has no way to send. */
     void doSendMessage(QString s);
 
 public slots:
+    /** Does nothing. */
     void onWebSocketClosed();
 
 private slots:
@@ -49,8 +52,11 @@ private slots:
     void on_btn_browser_clicked();
 
 protected:
+    /** Does nothing. */
     void mousePressEvent(QMouseEvent *event) override;
+    /** Maximises the window. */
     void mouseDoubleClickEvent(QMouseEvent *event) override;
+    /** Does nothing: the web view follows by itself. */
     void resizeEvent(QResizeEvent *event) override;
 
 private:

@@ -17,6 +17,7 @@ QString addressOf(const QString &url)
 WebWidget::WebWidget(const QString &url, QWidget *parent)
     : QWidget(parent)
 {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): Qt has the system's handle as a number
     m_webView = wke.wkeCreateWebWindow(kWkeWindowTypeControl, reinterpret_cast<WkeWindow>(parent->winId()), 0, 0,
                                        width(), height());
     wke.wkeShowWindow(m_webView, true);

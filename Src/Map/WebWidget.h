@@ -39,11 +39,13 @@ public:
     QProcess *wmtsProcess() const { return m_wmtsProcess; }
 
 public slots:
+    /** The tile service has ended; how is not looked at. The next startWmts() may start it again. */
     void slotProcessQuit(int exitCode, QProcess::ExitStatus stuts);
     /** What the tile service prints is not used. */
     void statusFeedbackSlot();
 
 protected:
+    /** Moves the engine's window along. */
     void resizeEvent(QResizeEvent *event) override;
 
 private:

@@ -6,6 +6,7 @@
 namespace wkelibrary
 {
 
+/** Any function, to be cast to its own type. */
 using Symbol = void (*)();
 
 /** The system's handle of the engine's library, or null. The library is never unloaded. */

@@ -23,7 +23,7 @@ QSet<QObject *> &labels()
 QLabel *labelOf(WkeWebView view)
 {
     auto *const object = reinterpret_cast<QObject *>(view);
-    return labels().contains(object) ? static_cast<QLabel *>(object) : nullptr;
+    return labels().contains(object) ? qobject_cast<QLabel *>(object) : nullptr;
 }
 
 void initialize(const WkeSettings *) { }

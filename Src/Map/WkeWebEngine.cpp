@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QEvent>
 #include <QFileInfo>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLoggingCategory>
 #include <QPointer>
@@ -179,7 +180,7 @@ public:
         qDeleteAll(findChildren<QWebEngineView *>(QString(), Qt::FindDirectChildrenOnly));
     }
 
-    /** For calls from the page itself: a failed load, or a key that it hands back and that closes the dialog. */
+    /** For calls from the page itself: a failed load, or whatever closes the dialog. */
     void dropPageLater()
     {
         m_waiting.clear();
@@ -206,6 +207,10 @@ public:
     }
 
 protected:
+    // The page hands back the keys that it has no use for, and the dialog would take Return for its first button.
+    void keyPressEvent(QKeyEvent *) override { }
+    void keyReleaseEvent(QKeyEvent *) override { }
+
     void resizeEvent(QResizeEvent *) override
     {
         if (m_view)

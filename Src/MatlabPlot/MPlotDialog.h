@@ -20,6 +20,7 @@ class MPlotDialog : public QDialog
     Q_OBJECT
 
 public:
+    /** Starts the worker. */
     explicit MPlotDialog(QWidget *parent);
     /** Does not wait for the worker: a plot under way completes, anything else is stopped. */
     ~MPlotDialog() override;
@@ -27,18 +28,27 @@ public:
     /** Says in the label whether the plots show the last run's track. Call once, before the dialog comes up. */
     void init();
 
+    /** Kept for whoever asks; the dialog neither sets it nor looks at it. */
+    ///@{
     bool plotReady() const { return m_plotReady; }
     void setPlotReady(bool plotReady) { m_plotReady = plotReady; }
+    ///@}
 
 signals:
+    /** Asks the worker for a plot. */
+    ///@{
     void plotHeightSignal();
     void plotXYSignal();
     void plotXYZSignal();
     void plotAttackSignal();
+    ///@}
 
 public slots:
+    /** What the worker has told of the library. */
+    ///@{
     void initFinishedSlot();
     void matlabInitFailedSlot();
+    ///@}
 
 private slots:
     void on_btnHeight_clicked();

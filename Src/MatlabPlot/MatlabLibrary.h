@@ -17,11 +17,13 @@ namespace matlab
 class mwException : public std::exception
 {
 public:
+    /** @param message the engine's words, in UTF-8 */
     explicit mwException(std::string message)
         : m_message(std::move(message))
     {
     }
 
+    /** The engine's words, in UTF-8. */
     const char *what() const noexcept override { return m_message.c_str(); }
 
 private:
@@ -32,7 +34,7 @@ private:
 class mwArray
 {
 public:
-    // Implicit, as the library's own: a row of numbers is a row of arguments.
+    /** Implicit, as the library's own: a row of numbers is a row of arguments. */
     mwArray(int value); // NOLINT(google-explicit-constructor)
     ~mwArray();
     mwArray(const mwArray &) = delete;
@@ -40,6 +42,7 @@ public:
 
     /** What a realisation keeps of it. */
     struct Content;
+    /** For the realisation. */
     const Content &content() const { return *m_content; }
 
 private:
@@ -49,9 +52,11 @@ private:
 /**
  * Brings the library up, which takes seconds.
  *
+ * @param givenUp set to true when it ended because the thread's interruption was requested, which is no failure of the
+ *                library; else left alone
  * @return true only when the engine answered. Does not throw.
  */
-bool myMatlabPlotInitialize();
+bool myMatlabPlotInitialize(bool &givenUp);
 
 /**
  * Draws one plot from the track files beside the executable, in a window that stays. Throws mwException.

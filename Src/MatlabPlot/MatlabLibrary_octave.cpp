@@ -3,6 +3,7 @@
 
 #include <QCoreApplication>
 #include <QStringList>
+#include <QThread>
 #include <QThreadStorage>
 
 namespace
@@ -28,11 +29,15 @@ matlab::mwArray::mwArray(int value)
 
 matlab::mwArray::~mwArray() = default;
 
-bool matlab::myMatlabPlotInitialize()
+bool matlab::myMatlabPlotInitialize(bool &givenUp)
 {
     engines().setLocalData(new OctaveProcess);
     OctaveProcess *const engine = engines().localData();
-    return engine->start(QCoreApplication::applicationDirPath() + QStringLiteral("/myPlot"));
+    if (engine->start(QCoreApplication::applicationDirPath() + QStringLiteral("/myPlot")))
+        return true;
+    if (QThread::currentThread()->isInterruptionRequested())
+        givenUp = true;
+    return false;
 }
 
 void matlab::myMatlabPlot(const mwArray &first, const mwArray &second, const mwArray &third, const mwArray &kind,

@@ -137,8 +137,9 @@ matlab::mwArray::~mwArray()
         entryPoints().releaseReference(m_content->array.m_array);
 }
 
-bool matlab::myMatlabPlotInitialize()
+bool matlab::myMatlabPlotInitialize(bool &)
 {
+    // The runtime cannot be stopped while it comes up.
     return entryPoints().complete() && entryPoints().initialize();
 }
 

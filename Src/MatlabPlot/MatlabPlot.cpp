@@ -32,10 +32,11 @@ void MatlabPlot::handOver()
 void MatlabPlot::init()
 {
     logToBoth(info, "matlabplot thread id is {}", reinterpret_cast<quintptr>(QThread::currentThreadId()));
-    if (matlab::myMatlabPlotInitialize()) {
+    bool givenUp = false;
+    if (matlab::myMatlabPlotInitialize(givenUp)) {
         logToBoth(info, "I initialize libdisplayInitialize!\n");
         emit initFinished();
-    } else {
+    } else if (!givenUp) {
         logToBoth(error, "Could not initialize libdisplayInitialize!");
         emit matlabInitFailedSignal();
     }

@@ -11,6 +11,7 @@ class MatlabPlot : public QObject
     Q_OBJECT
 
 public:
+    /** Does nothing yet: init() runs on the thread that the worker was moved to. */
     explicit MatlabPlot(QObject *parent);
     ~MatlabPlot() override;
 
@@ -18,16 +19,22 @@ public:
     static void handOver();
 
 signals:
+    /** How init() ended. */
+    ///@{
     void initFinished();
     void matlabInitFailedSignal();
+    ///@}
 
 public slots:
-    /** Brings the library up and says by one of the signals how that ended. */
+    /** Brings the library up and says by one of the signals how that ended; by none when the thread is interrupted. */
     void init();
+    /** Draws one plot and returns when its window stands, or when it failed. */
+    ///@{
     void plotHeightSlot();
     void plotXYSlot();
     void plotXYZSlot();
     void plotAttackSlot();
+    ///@}
 
 private:
     void plotHeight();

@@ -223,6 +223,7 @@ bool OctaveProcess::launch(const QByteArray &program, const QByteArray &folder)
     return true;
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): it changes the process
 bool OctaveProcess::send(const QByteArray &line)
 {
     // In one piece, which a pipe passes on whole: the engine would take a part of a line for a line.

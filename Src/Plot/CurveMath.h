@@ -12,9 +12,11 @@ class MyGraph;
 namespace curvemath
 {
 
-/** Labels of the two channels whose values are read out as words. */
+/** Label of a channel whose values are read out as words. */
+///@{
 extern const QString kMainFlightModeLabel;
 extern const QString kSubFlightModeLabel;
+///@}
 
 /** Keys in seconds since the epoch: key i is i * step + start, with intervalMs / 1000.0 as step. O(count). */
 QVector<double> timeKeys(int count, qint64 startSecond, int intervalMs);
@@ -69,7 +71,9 @@ int indexOfKey(const QVector<double> &keys, double key);
 QString dateTimeText(double key);
 
 /** The words for a flight mode; empty where the value, truncated toward zero, has none. */
+///@{
 QString mainFlightModeText(double value);
 QString subFlightModeText(double value);
+///@}
 
 } // namespace curvemath

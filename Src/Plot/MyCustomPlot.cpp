@@ -23,7 +23,7 @@ constexpr int kLegendAlpha = 150;
 constexpr int kPrecision = 6;
 constexpr int kSamplePrecision = 12;
 constexpr char kAllGraphs[] = "ALL";
-constexpr QRgb kSelectedLegendText = qRgb(42, 125, 225); // of like contrast in both themes
+constexpr QRgb kSelected = qRgb(42, 125, 225); // texts and axes; of like contrast in both themes
 
 /** What one theme paints differently from the other. */
 struct ThemeLook {
@@ -195,7 +195,7 @@ void MyCustomPlot::dressLegend()
     // So that an entry does not change its size when it is selected.
     legend->setSelectedFont(smallFont());
     // The library's blue cannot be read on the night background.
-    legend->setSelectedTextColor(kSelectedLegendText);
+    legend->setSelectedTextColor(kSelected);
     legend->setMargins(QMargins());
     legend->setRowSpacing(-3);
     legend->setBrush(QBrush(QColor(53, 53, 53, kLegendAlpha)));
@@ -227,6 +227,11 @@ void MyCustomPlot::dressAxes()
         axis->setBasePen(linePen(Qt::black));
         axis->setTickPen(linePen(Qt::green));
         axis->setSubTickPen(linePen(Qt::black));
+        const QPen selected(QColor(kSelected), 2);
+        axis->setSelectedBasePen(selected);
+        axis->setSelectedTickPen(selected);
+        axis->setSelectedSubTickPen(selected);
+        axis->setSelectedTickLabelColor(kSelected);
         axis->grid()->setPen(linePen(QColor(140, 0, 0), Qt::DashLine));
         axis->grid()->setSubGridPen(linePen(QColor(80, 80, 80), Qt::DotLine));
         axis->grid()->setSubGridVisible(true);

@@ -35,12 +35,14 @@ public:
     /** Dresses a canvas and takes control of it. Once, before anything else. The canvas stays with its parent. */
     void initCustomPlot(QCustomPlot *canvas);
 
+    /** The canvas; null before initCustomPlot(). */
     QCustomPlot *plot() const { return m_plot; }
     /** Marker of the read-out; the canvas owns it as well. */
     QCPItemTracer *tracer() const { return m_tracer.get(); }
 
     /** Takes a channel off the canvas. True also when it was not there, false for null. */
     bool myRemoveGraph(MyGraph *graph);
+    /** The same, for the channel of that name. */
     bool myRemoveGraph(const QString &graphName);
 
     /** Seconds until the actual channel reaches the target's value at index; negative for never. O(samples). */
@@ -49,6 +51,7 @@ public:
     double calArea(MyGraph *g, MyGraph *t, int index);
 
 signals:
+    /** A text for the status bar. */
     void statusShowSignal(const QString &s);
     /** The curves have changed; the receiver may show and remove further ones inside the signal. */
     void graphCheckedSignal();
@@ -66,16 +69,25 @@ public slots:
     void myAddGraph(MyGraph *graphSelected);
     /** Shows loose data, with no channel behind it, in place of everything else. */
     void myAddGraph(const QString &graphName, const QVector<double> &yvalue, const QVector<double> &xvalue);
+    /** Takes the selected curve off the canvas. */
     void removeSelectedGraphSlot();
+    /** Takes every curve off the canvas. */
     void removeAllGraphsSlot();
+    /** Fits both axes to the selected curve. */
     void rescaleGraphSlot();
+    /** Fits both axes to the curve that was added last. */
     void rescaleAllGraphSlot();
+    /** Fits the value axis to the selected curve. */
     void rescaleYSlot();
+    /** Fits the value axis to the curve that was added last. */
     void rescaleAllYSlot();
     /** Removes the spikes of the selected curve from its channel. */
     void deleteErrorDataSlot();
+    /** Gives the selected curve a pen; the channel keeps its own. */
     void resetGraphSlot(const QPen &pen);
+    /** Gives the numbers of both axes a font, when one of the two is selected. */
     void resetAxisSizeSlot(const QFont &font);
+    /** Dresses the canvas for day or night. */
     void switchThemeSlot(MyThemes mode);
     /** Touch mode: a drag zooms to a rectangle rather than moving the ranges. */
     void switchRectMode(bool flag);
@@ -83,6 +95,7 @@ public slots:
     void addPointsSlot();
     /** Moves the selected curve later against its partner by one sample. */
     void addOnePointSlot();
+    /** Sends the selected curve to the other canvas. */
     void onSwapPosSlot();
 
 private slots:

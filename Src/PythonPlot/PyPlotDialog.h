@@ -16,6 +16,7 @@ class PyPlotDialog : public QDialog
     Q_OBJECT
 
 public:
+    /** Starts no shell: the first press of a button does. */
     explicit PyPlotDialog(QWidget *parent);
     ~PyPlotDialog() override;
 
@@ -23,11 +24,13 @@ public:
     void init();
 
 signals:
-    // Nothing emits these: the buttons call the plotter.
+    /** Never emitted: the buttons call the plotter. */
+    ///@{
     void plotHeightSignal();
     void plotXYSignal();
     void plotXYZSignal();
     void plotAttackSignal();
+    ///@}
 
 private slots:
     void on_pushButton_clicked();

@@ -16,6 +16,7 @@ class PythonPlot : public QObject
     Q_OBJECT
 
 public:
+    /** Starts no shell yet. */
     explicit PythonPlot(QObject *parent);
     ~PythonPlot() override;
 
@@ -23,11 +24,14 @@ public:
     bool init();
 
 public slots:
+    /** Has the script draw one plot. A shell that does not start is told in the log alone. */
+    ///@{
     void plotHeightSlot();
     void plotXYSlot();
     void plotXYZSlot();
     void plotAttackSlot();
     void pythonPlotDemo();
+    ///@}
 
 protected:
     /** Puts a line into the shell's standard input. Virtual for the tests of what happens when it throws. */

@@ -1,5 +1,6 @@
 #include "CommonModule.h"
 
+#include "ScreenFit.h"
 #include "ui_CommonModule.h"
 
 #include <algorithm>
@@ -27,6 +28,7 @@ CommonModule::CommonModule()
     : m_ui(std::make_unique<Ui::CommonModule>())
 {
     m_ui->setupUi(this);
+    keepOnScreen(this);
     setAttribute(Qt::WA_QuitOnClose, false);
     nameForAssistance();
     alignColumns();

@@ -31,7 +31,8 @@ public:
     /** Reads the two vectors. */
     void getVector();
 
-    // What the last press has read and computed. Distances and offsets in metres, the bearing in degrees.
+    /** What the last press has read and computed. Distances and offsets in metres, bearing and angle in degrees. */
+    ///@{
     Location loc1() const { return m_loc1; }
     Location loc2() const { return m_loc2; }
     double distance() const { return m_distance; }
@@ -44,10 +45,14 @@ public:
     float dot() const { return m_dot; }
     float cross() const { return m_cross; }
     float angle() const { return m_angle; }
+    ///@}
 
 public slots:
+    /** Shows distance, bearing and offset from the first position to the second. */
     void on_pushButton_calDIstanc_clicked();
+    /** Shows sum, difference, products and angle of the two vectors. */
     void on_pushButton_calVector_clicked();
+    /** Shows where the offset leads from the third position. */
     void on_pushButton_calDIstanc_2_clicked();
 
 private:

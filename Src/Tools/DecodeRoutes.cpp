@@ -2,6 +2,7 @@
 
 #include "ExcelOperator.h"
 #include "Geodesy.h"
+#include "ScreenFit.h"
 #include "ui_DecodeRoutes.h"
 
 #include <QCoreApplication>
@@ -107,6 +108,7 @@ DecodeRoutes::DecodeRoutes(QWidget *parent)
     , m_ui(std::make_unique<Ui::DecodeRoutes>())
 {
     m_ui->setupUi(this);
+    keepOnScreen(this);
     setWindowTitle(tr("Routes"));
     m_ui->progressBar->setValue(0);
     m_ui->tableWidget->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);

@@ -23,11 +23,13 @@ class DecodeRoutes : public QDialog
     Q_OBJECT
 
 public:
+    /** Shows an empty table. */
     explicit DecodeRoutes(QWidget *parent);
     ~DecodeRoutes() override;
 
     /** The chosen file; empty when none is. */
     const QString &routeFile() const { return m_routeFile; }
+    /** Chooses a file as the dialog does. */
     void setRouteFile(const QString &routeFile) { m_routeFile = routeFile; }
 
     /**
@@ -38,7 +40,9 @@ public:
     void decodeRoute(QFile &file);
 
 public slots:
+    /** Lets the user choose a route file; converts nothing yet. */
     void on_btn_selectFile_clicked();
+    /** Converts the chosen file and writes the workbook beside it. */
     void on_btn_writeExcel_clicked();
 
 private:

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 /**
+ * @file
  * Positions on the earth, and vectors in a plane.
  *
  * Distances and directions are those of the shortest line on the WGS84 ellipsoid. A longitude may lie outside
@@ -11,13 +12,17 @@
 
 /** A position on the earth: latitude, then longitude, each in degrees times 10000000. */
 struct Location {
+    /** North of the equator. */
     std::int32_t latitude;
+    /** East of Greenwich. */
     std::int32_t longitude;
 };
 
 /** Two components. As an offset on the earth, x is metres to the north and y metres to the east. */
 struct Vector2 {
+    /** First component. */
     float x;
+    /** Second component. */
     float y;
 };
 
@@ -65,9 +70,11 @@ void location_offset(Location *location, float north, float east);
  */
 float longitude_scale(Location location);
 
+/** @return a + b */
 Vector2 Vector2Add(Vector2 a, Vector2 b);
 /** @return a - b */
 Vector2 Vector2Sub(Vector2 a, Vector2 b);
+/** @return a.x * b.x + a.y * b.y */
 float Vector2MulDot(Vector2 a, Vector2 b);
 /** @return a.x * b.y - a.y * b.x, positive when b lies to the left of a (x to the right, y up) */
 float Vector2MulCross(Vector2 a, Vector2 b);

@@ -14,6 +14,7 @@ class AboutDialog : public QDialog
     Q_OBJECT
 
 public:
+    /** Fills in the release values. */
     explicit AboutDialog(QWidget *parent);
     ~AboutDialog() override;
 

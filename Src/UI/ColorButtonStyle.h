@@ -1,5 +1,10 @@
 #pragma once
 
+/**
+ * @file
+ * A colour as the face of a button.
+ */
+
 #include <QColor>
 #include <QString>
 

@@ -2,11 +2,11 @@
 
 #include "ChannelStore.h"
 #include "FrameTable.h"
+#include "ScreenFit.h"
 #include "SwitchButton.h"
 #include "ui_GlobalSettingDialog.h"
 
 #include <QCloseEvent>
-#include <QScreen>
 #include <QTabBar>
 #include <utility>
 
@@ -15,9 +15,6 @@ namespace
 
 // The tabs follow the order of the store's groups.
 static_assert(std::tuple_size_v<std::decay_t<decltype(channelGroups())>> == 9, "one channel tab for each group");
-
-/** What a window frame may take of the screen; it is not known before the window is up. */
-constexpr QSize kFrameReserve{16, 40};
 
 // The application's style sheet leaves no room for the slanted edges of a triangular tab.
 constexpr char kTabStyle[] = "QTabBar::tab { padding-left: 10px; padding-right: 10px; }";
@@ -32,6 +29,7 @@ GlobalSettingDialog::GlobalSettingDialog(QWidget *parent)
     , m_ui(std::make_unique<Ui::GlobalSettingDialog>())
 {
     m_ui->setupUi(this);
+    keepOnScreen(this);
     setWindowTitle(tr("GraphSetting"));
     setWindowIcon(QIcon(QStringLiteral(":/resources/setting.ico")));
     m_ui->tabWidget->setAttribute(Qt::WA_StyledBackground);
@@ -101,14 +99,6 @@ void GlobalSettingDialog::checkChangedSlot()
         return;
     emit showGraphSignal(button->property(kGraphName).toString(), button->checked(),
                          static_cast<quint8>(button->property(kFunctionCode).toUInt()), 0, 0);
-}
-
-void GlobalSettingDialog::showEvent(QShowEvent *event)
-{
-    // On a screen that is smaller than the form the buttons would lie outside; the pages scroll, so nothing is lost.
-    if (!event->spontaneous())
-        resize(size().boundedTo(screen()->availableGeometry().size() - kFrameReserve));
-    QDialog::showEvent(event);
 }
 
 void GlobalSettingDialog::closeEvent(QCloseEvent *event)

@@ -25,6 +25,7 @@ class GlobalSettingDialog : public QDialog
     Q_OBJECT
 
 public:
+    /** Shows what the store holds now. */
     explicit GlobalSettingDialog(QWidget *parent);
     ~GlobalSettingDialog() override;
 
@@ -42,9 +43,6 @@ private slots:
     void on_buttonBox_rejected();
     void on_switchButton_enableID_checkedChanged(bool checked);
     void on_checkBox_stateChanged(int arg1);
-
-protected:
-    void showEvent(QShowEvent *event) override;
 
 private:
     static constexpr std::size_t kGroups = 9;

@@ -94,8 +94,9 @@ void addLine(QGridLayout *grid, const QString &name, int value, const QFont &fon
 }
 
 // A QProcess kills its program when it is deleted, and the updater has to outlive us. One that still runs when the
-// window goes is left to the end of the process, but not lost.
-QProcess *runningUpdater = nullptr;
+// window goes is left to the end of the process, but not lost. Nobody reads this, so the compiler would leave a plain
+// variable out.
+QProcess *volatile runningUpdater = nullptr;
 
 } // namespace
 

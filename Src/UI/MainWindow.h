@@ -35,6 +35,7 @@ class MainWindow : public QMainWindow
     Q_OBJECT
 
 public:
+    /** Needs AppConfig::init() before. */
     explicit MainWindow(QWidget *parent = nullptr);
     ~MainWindow() override;
 
@@ -58,7 +59,9 @@ public:
     CommonModule *commonModule() const { return m_commonModule.get(); }
 
 signals:
+    /** Starts a read, which is over when the emission returns. */
     void readDataSignal(QString filePath);
+    /** Never emitted. */
     void removePointSignal(QCPGraph *graph, QCPItemPosition *position);
 
 public slots:
@@ -66,8 +69,11 @@ public slots:
     void statusShowSlot(QString s);
     /** Sets every box to what its channel's shown flag says. */
     void checkBoxSlot();
+    /** A tick as a bool and back; a half tick is none. */
+    ///@{
     Qt::CheckState checkState(bool state);
     bool checkState2Bool(Qt::CheckState state);
+    ///@}
     /** Dresses this window alone; the application's themes are style sheets of AppConfig. */
     void switchThemeSlot(MyThemes theme);
     /** Opens the store to the user and shows the report, modally. */
@@ -79,7 +85,9 @@ public slots:
     void showSlot();
 
 protected:
+    /** Takes whatever is dragged as a file or an address. */
     void dragEnterEvent(QDragEnterEvent *event) override;
+    /** Chooses the first file that was dropped; reads nothing yet. */
     void dropEvent(QDropEvent *event) override;
 
 private slots:

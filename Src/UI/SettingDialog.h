@@ -16,6 +16,7 @@ class SettingDialog : public QDialog
     Q_OBJECT
 
 public:
+    /** Knows nothing of the curves; the answer goes out by the signal. */
     explicit SettingDialog(QWidget *parent);
     ~SettingDialog() override;
 

@@ -15,6 +15,7 @@ class SettingDialog_2 : public QDialog
     Q_OBJECT
 
 public:
+    /** Knows nothing of the axes; the answer goes out by the signal. */
     explicit SettingDialog_2(QWidget *parent);
     ~SettingDialog_2() override;
 

@@ -74,7 +74,8 @@ void SwitchButton::drawTrack(QPainter &painter) const
     QPainterPath right;
     right.addEllipse(width() - side, 0, side, side);
     QPainterPath middle;
-    middle.addRect(side / 2, 0, width() - side, height());
+    const int half = side / 2; // whole pixels
+    middle.addRect(half, 0, width() - side, height());
     painter.drawPath(left + right + middle);
 
     const int textSide = side - 2 * m_space - 5;

@@ -16,8 +16,11 @@ class SwitchButton : public QWidget
     Q_OBJECT
 
 public:
+    /** Off, with the slider at the left. */
     explicit SwitchButton(QWidget *parent);
 
+    /** A setting, or the place of the slider: as told beside the members. */
+    ///@{
     int space() const { return m_space; }
     int radius() const { return m_radius; }
     bool checked() const { return m_checked; }
@@ -34,6 +37,7 @@ public:
     int step() const { return m_step; }
     int startX() const { return m_startX; }
     int endX() const { return m_endX; }
+    ///@}
 
 signals:
     /** The user has clicked. */
@@ -43,13 +47,18 @@ private slots:
     void updateValue();
 
 public slots:
+    /** Stores a length and repaints. */
+    ///@{
     void setSpace(int space);
     void setRadius(int radius);
+    ///@}
     /**
      * Sets the state without a signal. On jumps to the end that the present size gives; off leaves the slider where it
      * is until the next click.
      */
     void setChecked(bool checked);
+    /** Stores a setting and repaints. */
+    ///@{
     void setShowText(bool show);
     void setShowCircle(bool show);
     void setAnimation(bool ok);
@@ -60,9 +69,12 @@ public slots:
     void setTextColor(QColor color);
     void setTextOn(QString text);
     void setTextOff(QString text);
+    ///@}
 
 protected:
+    /** Sends the slider to the other end. */
     void mousePressEvent(QMouseEvent *event) override;
+    /** Draws track, slider and text. */
     void paintEvent(QPaintEvent *event) override;
 
 private:

@@ -21,12 +21,16 @@ class WindowSettingDialog : public QDialog
     Q_OBJECT
 
 public:
+    /** Shows what AppConfig and the store hold now. */
     explicit WindowSettingDialog(QWidget *parent);
     ~WindowSettingDialog() override;
 
 signals:
+    /** The user has changed the option, and AppConfig knows it. */
+    ///@{
     void touchModeSignal(bool flag);
     void switchThemeSignal(MyThemes theme);
+    ///@}
     /** Never emitted: the options are written at the end of the run. */
     void writeConfigSignal();
 

@@ -9,7 +9,7 @@
     var TILE_PORT = 9800;
     var TILE_SERVICE = 'http://127.0.0.1:' + TILE_PORT;
     var DEFAULT_LAYER = 'demo';
-    var ASK_AGAIN = 3000; /* milliseconds between two questions to a tile service that does not answer */
+    var ASK_AGAIN = 3000; /* milliseconds before the tile service is asked once more */
     var HOVER_PIXELS = 14;
     var HOME = [33.947071, 113.91378]; /* the origin that the program has before a log is read */
 
@@ -130,7 +130,7 @@
     var tileLayers = [];
 
     function tileLayer(info) {
-        var options = { maxZoom: 20, minZoom: 0 };
+        var options = { name: info.name, maxZoom: 20, minZoom: 0 };
         if (typeof info.minzoom === 'number')
             options.minNativeZoom = options.minZoom = info.minzoom;
         if (typeof info.maxzoom === 'number')
@@ -147,15 +147,30 @@
         return String(text).replace(/&/g, '&amp;').replace(/</g, '&lt;').replace(/>/g, '&gt;').replace(/"/g, '&quot;');
     }
 
+    function removeTileLayers() {
+        tileLayers.forEach(function (layer) {
+            map.removeLayer(layer);
+            switcher.removeLayer(layer);
+        });
+        tileLayers = [];
+    }
+
+    /* What the service offers, in place of what it offered before; the layer that was chosen stays so. */
     function showLayers(list) {
-        var chosen = 0;
+        var wanted = DEFAULT_LAYER, chosen = 0;
+        tileLayers.forEach(function (layer) {
+            if (map.hasLayer(layer))
+                wanted = layer.options.name;
+        });
+        removeTileLayers();
         for (var i = 0; i < list.length; ++i) {
             if (!list[i] || typeof list[i].name !== 'string')
                 continue;
             var layer = tileLayer(list[i]);
+            layer.on('tileerror', askAgain);
             tileLayers.push(layer);
             switcher.addBaseLayer(layer, '瓦片：' + escaped(list[i].name));
-            if (list[i].name === DEFAULT_LAYER)
+            if (list[i].name === wanted)
                 chosen = tileLayers.length - 1;
         }
         if (tileLayers.length === 0)
@@ -169,16 +184,35 @@
         serviceNote.className = 'note service' + (text ? '' : ' hidden');
     }
 
-    /* The service may be started at any time, by the button beside the map, so the page goes on asking. */
+    /*
+     * The service may be started at any time, by the button beside the map, so the page asks until it answers; and it may
+     * end at any time, so the page asks once more when a tile does not come. Most such tiles are just not in the map.
+     */
+    var asking = false;
+    var offered = ''; /* the answer whose layers are on the map */
+    var missed = false; /* the service did not answer since: tiles that it owed are not asked for by themselves */
+
+    function askAgain() {
+        if (asking)
+            return;
+        asking = true;
+        window.setTimeout(askForLayers, ASK_AGAIN);
+    }
+
     function askForLayers() {
         var request = new XMLHttpRequest();
         var done = false;
-        function failed(text) {
+        asking = true;
+        function answered(text) {
             if (done)
                 return;
             done = true;
+            asking = false;
             note(text);
-            window.setTimeout(askForLayers, ASK_AGAIN);
+            if (text) {
+                missed = true;
+                askAgain();
+            }
         }
         request.onload = function () {
             var list = null;
@@ -188,19 +222,22 @@
                 list = null;
             }
             if (request.status !== 200 || !list || typeof list.length !== 'number')
-                failed('瓦片服务应答有误，仅显示经纬网');
-            else if (!showLayers(list))
-                failed('瓦片服务没有图层，仅显示经纬网');
-            else
-                note('');
+                return answered('瓦片服务应答有误，仅显示经纬网');
+            if (missed || request.responseText !== offered) {
+                offered = request.responseText;
+                missed = false;
+                if (!showLayers(list))
+                    return answered('瓦片服务没有图层，仅显示经纬网');
+            }
+            answered('');
         };
-        request.onerror = request.ontimeout = function () { failed('瓦片服务未应答，仅显示经纬网'); };
+        request.onerror = request.ontimeout = function () { answered('瓦片服务未应答，仅显示经纬网'); };
         try {
             request.open('GET', TILE_SERVICE + '/layers.json', true);
             request.timeout = 5000;
             request.send();
         } catch (e) {
-            failed('瓦片服务未应答，仅显示经纬网');
+            answered('瓦片服务未应答，仅显示经纬网');
         }
     }
 
@@ -286,7 +323,8 @@
     var mode = '';
     var lines = []; /* all that were drawn, the one that grows last */
     var growing = null;
-    var dropped = false;
+    var held = false; /* a way point, by the pointer */
+    var dropped = false; /* one, a moment ago */
     var points = L.layerGroup().addTo(map);
     var rubber = L.polyline([], { renderer: svg, color: '#555', weight: 1, dashArray: '4 4', interactive: false });
 
@@ -311,8 +349,13 @@
         var marker = dot(latlng, this.kind === 'draw' ? 'vertex' : 'vertex measure', this.kind === 'draw' ? 14 : 10, {
             draggable: this.kind === 'draw', autoPan: false
         }).addTo(this.group);
+        marker.on('dragstart', function () {
+            held = true;
+            rubber.setLatLngs([]);
+        });
         marker.on('drag', function () { self.update(); });
         marker.on('dragend', function () {
+            held = false;
             /* A quick hand lets go beside the point, and the browser then takes it for a click on the map. */
             dropped = true;
             window.setTimeout(function () { dropped = false; }, 0);
@@ -404,16 +447,12 @@
     });
     map.on('dblclick', finish);
     map.on('mousemove', function (e) {
-        if (growing)
+        if (growing && !held)
             rubber.setLatLngs([growing.last(), e.latlng]);
     });
     document.addEventListener('keydown', function (e) {
-        if (!mode || !(e.key === 'Escape' || e.keyCode === 27))
-            return;
-        /* Left to itself the key would close the dialog around the page. */
-        e.preventDefault();
-        e.stopPropagation();
-        finish();
+        if (e.key === 'Escape' || e.keyCode === 27)
+            finish();
     }, true);
 
     /* ---- What the program calls ---- */
