@@ -11,8 +11,6 @@
 #include <vector>
 #include <xlsxwriter.h>
 
-#include <spdlog/spdlog.h>
-
 namespace
 {
 
@@ -136,7 +134,6 @@ double peakMiB(Work work)
 
 int main()
 {
-    spdlog::set_level(spdlog::level::err);
     const QTemporaryDir folder;
     const QString ours = folder.filePath(QStringLiteral("ours.xlsx"));
     const QByteArray theirs = QFile::encodeName(folder.filePath(QStringLiteral("theirs.xlsx")));

@@ -15,13 +15,17 @@ packages_screen=(xvfb xauth openbox xdotool at-spi2-core python3-pyatspi dbus db
 
 packages_test=(
     "${packages_screen[@]}"
-    python3-openpyxl libreoffice-calc-nogui chromium
+    python3-openpyxl libreoffice-calc-nogui chromium doxygen
 )
 
 # The track plots are measured on a virtual screen.
 packages_bench=(xvfb xauth libxlsxwriter-dev python3-xlsxwriter python3-openpyxl)
 
-packages_deeper=(clang gcovr valgrind doxygen)
+# The Windows package is built with these, on top of the others, and driven under Wine with the rest.
+packages_windows=(g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev libz-mingw-w64-dev dpkg-dev tcl zip)
+packages_wine=("${packages_screen[@]}" wine wine64 libwine fonts-wine fonts-noto-cjk locales xclip unzip)
+
+packages_deeper=(clang gcovr valgrind)
 
 # missing_packages NAME...: prints those that are not installed, one a line.
 missing_packages() {
@@ -48,8 +52,10 @@ install_packages() {
         return
     fi
     if [ "$(id -u)" -ne 0 ]; then
-        command -v sudo >/dev/null || fail "${#missing[@]} Debian packages are missing and there is no sudo." \
-            "As root: apt-get update && apt-get install --no-install-recommends ${missing[*]}"
+        local hint="As root: apt-get update && apt-get install --no-install-recommends ${missing[*]}"
+        command -v sudo >/dev/null || fail "${#missing[@]} Debian packages are missing and there is no sudo." "$hint"
+        # Once in the open, where sudo can ask for the password; the steps below have no terminal.
+        sudo true || fail "${#missing[@]} Debian packages are missing and sudo does not let you install them." "$hint"
         as_root=(sudo)
     fi
     step apt-update "Refreshing the list of Debian packages" \

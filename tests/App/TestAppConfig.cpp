@@ -12,6 +12,11 @@
 #include <QTest>
 #include <QTextStream>
 
+#include <cstdio>
+#include <fcntl.h>
+#include <stdexcept>
+#include <unistd.h>
+
 namespace
 {
 
@@ -37,6 +42,22 @@ QByteArray content(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
 }
 
+/** What is printed on standard output meanwhile. */
+template <typename Work>
+QByteArray printedBy(const QString &path, Work work)
+{
+    std::fflush(stdout);
+    const int terminal = dup(STDOUT_FILENO);
+    const int file = open(QFile::encodeName(path).constData(), O_CREAT | O_WRONLY | O_TRUNC, 0600);
+    dup2(file, STDOUT_FILENO);
+    work();
+    std::fflush(stdout);
+    dup2(terminal, STDOUT_FILENO);
+    close(file);
+    close(terminal);
+    return content(path);
+}
+
 QString styleOf(const char *path)
 {
     QFile file(QString::fromLatin1(path));
@@ -44,6 +65,19 @@ QString styleOf(const char *path)
 }
 
 } // namespace
+
+// The resource's macros do not work inside a namespace.
+static void removeStyleSheets()
+{
+    Q_CLEANUP_RESOURCE(darkstyle);
+    Q_CLEANUP_RESOURCE(lightstyle);
+}
+
+static void restoreStyleSheets()
+{
+    Q_INIT_RESOURCE(darkstyle);
+    Q_INIT_RESOURCE(lightstyle);
+}
 
 class TestAppConfig : public QObject
 {
@@ -69,9 +103,12 @@ private slots:
     void folderInPlaceOfTheFileGivesTheDefaults();
     void unreadableFileGivesTheDefaults();
     void fileThatCannotBeCreatedGivesTheDefaults();
+    void exceptionAtCreatingTheFileIsLoggedAndTheReadGoesOn();
     void fieldsOfARunBeforeAreReplaced();
     void writesItsThreeKeys_data();
     void writesItsThreeKeys();
+    void nextWriteSettlesTheSpelling_data();
+    void nextWriteSettlesTheSpelling();
     void otherKeysOfTheFileStay();
     void writeThatFailsIsSilent();
     void initRunsItsStepsInOrder();
@@ -79,6 +116,8 @@ private slots:
     void fieldsAreReadableAfterShutdown();
     void themeSlotAppliesTheStyleAndTells_data();
     void themeSlotAppliesTheStyleAndTells();
+    void missingStyleSheetIsPrintedAndTheThemeToldAllTheSame_data();
+    void missingStyleSheetIsPrintedAndTheThemeToldAllTheSame();
     void styleSheetsAreCompiledInWithTheirImages();
 };
 
@@ -278,6 +317,8 @@ void TestAppConfig::folderInPlaceOfTheFileGivesTheDefaults()
 
 void TestAppConfig::unreadableFileGivesTheDefaults()
 {
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
     const Fixture fixture;
     const QString path = fixture.path("config.ini");
     write(path, "[Global]\ntouchMode=true\ntheme=lightTheme\n");
@@ -292,6 +333,8 @@ void TestAppConfig::unreadableFileGivesTheDefaults()
 
 void TestAppConfig::fileThatCannotBeCreatedGivesTheDefaults()
 {
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
     const Fixture fixture;
     QVERIFY(letOthersRead(fixture.dir()));
     const QString path = fixture.path("config.ini");
@@ -311,6 +354,23 @@ void TestAppConfig::fileThatCannotBeCreatedGivesTheDefaults()
         return config().getTheme() == darkTheme ? 0 : 4;
     });
     QCOMPARE(code, 0);
+}
+
+void TestAppConfig::exceptionAtCreatingTheFileIsLoggedAndTheReadGoesOn()
+{
+    const Fixture fixture;
+    config().setTouchMode(true);
+    const LogFile log;
+    // Qt complains of a file without a name while it opens one; a handler that throws makes that an exception.
+    const QtMessageHandler before = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext &, const QString &) { throw std::runtime_error("no such luck"); });
+    config().readConfigIni(QString());
+    qInstallMessageHandler(before);
+    QCOMPARE(log.leveledMessages(),
+             (QStringList{"info: read config.ini", "warning: config.ini donot exist, create config.ini",
+                          "error: create config.ini failed, exception:"}));
+    QCOMPARE(config().getTouchMode(), false);
+    QCOMPARE(config().getTheme(), darkTheme);
 }
 
 void TestAppConfig::fieldsOfARunBeforeAreReplaced()
@@ -361,6 +421,33 @@ void TestAppConfig::writesItsThreeKeys()
     QCOMPARE(int(config().getTheme()), theme);
     QCOMPARE(config().getTouchMode(), touch);
     QCOMPARE(config().getShowFactor(), factor);
+}
+
+void TestAppConfig::nextWriteSettlesTheSpelling_data()
+{
+    QTest::addColumn<QByteArray>("key");
+    QTest::addColumn<QByteArray>("stored");
+    QTest::addColumn<QByteArray>("written");
+    QTest::newRow("theme in another case")
+        << QByteArray("theme") << QByteArray("LightTheme") << QByteArray("darkTheme");
+    QTest::newRow("empty theme") << QByteArray("theme") << QByteArray() << QByteArray("darkTheme");
+    QTest::newRow("light theme") << QByteArray("theme") << QByteArray("lightTheme") << QByteArray("lightTheme");
+    QTest::newRow("touch mode of 1") << QByteArray("touchMode") << QByteArray("1") << QByteArray("true");
+    QTest::newRow("touch mode of true") << QByteArray("touchMode") << QByteArray("true") << QByteArray("true");
+    QTest::newRow("touch mode of 0") << QByteArray("touchMode") << QByteArray("0") << QByteArray("false");
+}
+
+void TestAppConfig::nextWriteSettlesTheSpelling()
+{
+    const Fixture fixture;
+    QFETCH(QByteArray, key);
+    QFETCH(QByteArray, stored);
+    QFETCH(QByteArray, written);
+    write(config().configPath(), "[Global]\n" + key + '=' + stored + '\n');
+    config().readConfigIni(config().configPath());
+    config().writeConfigIni(config().configPath());
+    const QList<QByteArray> lines = content(config().configPath()).replace('\r', "").split('\n');
+    QVERIFY2(lines.contains(key + '=' + written), content(config().configPath()).constData());
 }
 
 void TestAppConfig::otherKeysOfTheFileStay()
@@ -457,6 +544,38 @@ void TestAppConfig::themeSlotAppliesTheStyleAndTells()
     QCOMPARE(seen, styleOf(path.toLatin1().constData()));
     // The caller stores the theme, not the slot.
     QCOMPARE(int(config().getTheme()), 1 - theme);
+}
+
+void TestAppConfig::missingStyleSheetIsPrintedAndTheThemeToldAllTheSame_data()
+{
+    QTest::addColumn<int>("theme");
+    QTest::newRow("light") << 0;
+    QTest::newRow("dark") << 1;
+}
+
+void TestAppConfig::missingStyleSheetIsPrintedAndTheThemeToldAllTheSame()
+{
+    const Fixture fixture;
+    QFETCH(int, theme);
+    const QString style = "QLabel { color: red; }";
+    qApp->setStyleSheet(style);
+    removeStyleSheets();
+    const bool missing
+        = !QFile::exists(":qdarkstyle/dark/darkstyle.qss") && !QFile::exists(":qdarkstyle/light/lightstyle.qss");
+    const LogFile log;
+    const QSignalSpy spy(&config(), &AppConfig::switchThemeSignal);
+    const QByteArray printed
+        = printedBy(fixture.path("printed.txt"), [&] { config().switchThemeSlot(MyThemes(theme)); });
+    const QString styleAfter = qApp->styleSheet();
+    restoreStyleSheets();
+    qApp->setStyleSheet(QString());
+    QVERIFY(missing);
+    // The loggers print on the same output; the line is a plain one among theirs.
+    QVERIFY2(printed.trimmed().endsWith("Unable to set stylesheet, file not found"), printed.constData());
+    QCOMPARE(log.leveledMessages(), QStringList{"info: switchTheme"});
+    QCOMPARE(styleAfter, style);
+    QCOMPARE(spy.count(), 1);
+    QCOMPARE(int(spy.first().first().value<MyThemes>()), theme);
 }
 
 void TestAppConfig::styleSheetsAreCompiledInWithTheirImages()

@@ -39,7 +39,11 @@ public:
         sinks.erase(std::remove(sinks.begin(), sinks.end(), m_sink), sinks.end());
     }
 
-    QStringList lines() const { return QString::fromStdString(m_text.str()).split('\n', Qt::SkipEmptyParts); }
+    /** Whatever ends a line on the platform. */
+    QStringList lines() const
+    {
+        return QString::fromStdString(m_text.str()).remove('\r').split('\n', Qt::SkipEmptyParts);
+    }
 
 private:
     std::ostringstream m_text;

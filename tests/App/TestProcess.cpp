@@ -77,6 +77,7 @@ private slots:
     void workingDirectoryWithoutWriteAccessEndsTheStart();
     void secondCopyRunsBesideTheFirst();
     void argumentsAreNotRead();
+    void missingStyleSheetAndCatalogueDoNotStopTheStart();
 
 private:
     QString dir(const QString &name) const { return m_root->filePath(name); }
@@ -254,6 +255,23 @@ void TestProcess::argumentsAreNotRead()
     program.kill();
     QVERIFY(program.waitForFinished());
     QVERIFY(!linesOf("work").contains("info: start decode data"));
+}
+
+void TestProcess::missingStyleSheetAndCatalogueDoNotStopTheStart()
+{
+    const QString program = dir("app/ProgramWithoutResources");
+    QVERIFY(QFile::copy(QStringLiteral(PROGRAM_WITHOUT_RESOURCES), program));
+    QVERIFY(letOthersRead(program));
+    Program bare(program, dir("work"));
+    QTRY_VERIFY_WITH_TIMEOUT(started("work"), 60000);
+    QCOMPARE(bare.state(), QProcess::Running);
+    QByteArray printed;
+    QTRY_VERIFY_WITH_TIMEOUT((printed += bare.readAll()).contains("start ="), 60000);
+    // A plain line, once and without the head of a log line; the log says nothing of either.
+    QCOMPARE(printed.count("\nUnable to set stylesheet, file not found\n"), 1);
+    QCOMPARE(linesOf("work").mid(0, 4),
+             (QStringList{"info: read config.ini", "warning: config.ini donot exist, create config.ini",
+                          "info: init global data", "info: switchTheme"}));
 }
 
 QTEST_GUILESS_MAIN(TestProcess)

@@ -8,6 +8,7 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <QTextStream>
+#include <QtMath>
 
 namespace
 {
@@ -93,7 +94,8 @@ void TestDemoDecode::everyChannelAgrees()
     QVERIFY(lat.size() >= 10);
     const float lat0 = float(lat[lat.size() - 10]);
     const float lng0 = float(lng[lat.size() - 10]);
-    const double scale = double(float(std::cos(double(qint32(double(lat0) * 10000000.0)) / 10000000.0 * M_PI / 180.0)));
+    const double scale
+        = double(float(std::cos(qDegreesToRadians(double(qint32(double(lat0) * 10000000.0)) / 10000000.0))));
     const auto track
         = reference.track(reference.trackStart(), reference.channel("PGS_GPS_Lng").size(), lng0, lat0, scale, 1000.0);
     const int from = reference.attackStart();

@@ -135,6 +135,9 @@ private slots:
     void folderNamedAsADatabaseLogsThatTheConnectFailed();
     void unreadableDatabaseGivesAnEmptyList();
     void databaseInAReadOnlyFolderIsRead();
+    void writeAheadLogInAReadOnlyFolderIsRead();
+    void closedWriteAheadDatabaseInAReadOnlyFolderIsLogged();
+    void damagedPageEndsTheReadWithAWarning();
     void writeAheadLogIsRead();
     void lockedDatabaseGivesAnEmptyListSoon();
     void fileIsNotChangedByARead();
@@ -536,8 +539,24 @@ void TestReadDatabase::folderNamedAsADatabaseLogsThatTheConnectFailed()
              QStringList{"error: database connect failed!"} + kNothingSelected + endOfRead(0, 0, 0));
 }
 
+/** An ordinary user reads the first task: 0 for its one sample of 1.0, 1 when the folder could be written to, else 2. */
+static int readOnProtectedMedium(const QString &path)
+{
+    return asOrdinaryUser([&path] {
+        if (QFile(QFileInfo(path).path() + "/probe").open(QIODevice::WriteOnly))
+            return 1;
+        DataHandler handler;
+        ModalAnswer answer;
+        answer.next(tickAndConfirm({0}));
+        handler.readDataSlot(path);
+        return backupGraph->yvalue() == QVector<double>{1.0} ? 0 : 2;
+    });
+}
+
 void TestReadDatabase::unreadableDatabaseGivesAnEmptyList()
 {
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
     const Fixture fixture;
     const QString path = fixture.path("flight.db");
     {
@@ -566,6 +585,8 @@ void TestReadDatabase::unreadableDatabaseGivesAnEmptyList()
 
 void TestReadDatabase::databaseInAReadOnlyFolderIsRead()
 {
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
     const Fixture fixture;
     QVERIFY(QDir().mkdir(fixture.path("dvd")));
     const QString path = fixture.path("dvd/flight.db");
@@ -579,17 +600,124 @@ void TestReadDatabase::databaseInAReadOnlyFolderIsRead()
     QVERIFY(letOthersRead(fixture.path("dvd")));
     QVERIFY(letOthersRead(path));
     QVERIFY(letOthersWrite(fixture.applicationPath("myPlot")));
+    QCOMPARE(readOnProtectedMedium(path), 0);
+    QCOMPARE(QDir(fixture.path("dvd")).entryList(QDir::Files), QStringList{"flight.db"});
+}
+
+/** A medium that was taken out while the recorder still wrote: its rows stand in the write-ahead log beside it. */
+void TestReadDatabase::writeAheadLogInAReadOnlyFolderIsRead()
+{
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
+    const Fixture fixture;
+    QVERIFY(QDir().mkdir(fixture.path("dvd")));
+    const QString path = fixture.path("dvd/flight.db");
+    {
+        Writer writer(fixture.path("flight.db"));
+        writer.run("pragma journal_mode = wal");
+        writer.makeTables();
+        writer.addTask(5);
+        writer.addFrame(5, backup(1).text());
+        for (const char *side : {"", "-wal", "-shm"}) {
+            QVERIFY(QFile::copy(fixture.path("flight.db") + side, path + side));
+            QVERIFY(letOthersRead(path + side));
+        }
+    }
+    QVERIFY(QFileInfo(path + "-wal").size() > 0);
+    QVERIFY(letOthersRead(fixture.dir()));
+    QVERIFY(letOthersRead(fixture.path("dvd")));
+    QVERIFY(letOthersWrite(fixture.applicationPath("myPlot")));
+    const QByteArray before = content(path);
+    QCOMPARE(readOnProtectedMedium(path), 0);
+    QCOMPARE(content(path), before);
+}
+
+/** Without its side files such a database can be read only where they can be made. */
+void TestReadDatabase::closedWriteAheadDatabaseInAReadOnlyFolderIsLogged()
+{
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
+    const Fixture fixture;
+    QVERIFY(QDir().mkdir(fixture.path("dvd")));
+    const QString path = fixture.path("dvd/flight.db");
+    {
+        Writer writer(path);
+        writer.run("pragma journal_mode = wal");
+        writer.makeTables();
+        writer.addTask(5);
+        writer.addFrame(5, backup(1).text());
+    }
+    QCOMPARE(QDir(fixture.path("dvd")).entryList(QDir::Files), QStringList{"flight.db"});
+    QVERIFY(letOthersRead(fixture.dir()));
+    QVERIFY(letOthersRead(fixture.path("dvd")));
+    QVERIFY(letOthersRead(path));
+    QVERIFY(letOthersWrite(fixture.applicationPath("myPlot")));
+    const QByteArray before = content(path);
     const int code = asOrdinaryUser([&] {
-        if (QFile(fixture.path("dvd/probe")).open(QIODevice::WriteOnly))
-            return 1;
         DataHandler handler;
+        ReadRecorder recorder(handler);
         ModalAnswer answer;
-        answer.next(tickAndConfirm({0}));
+        int rows = -1;
+        answer.next([&](QDialog *dialog) {
+            rows = tableOf(dialog)->rowCount();
+            tickAndConfirm({})(dialog);
+        });
         handler.readDataSlot(path);
-        return backupGraph->yvalue() == QVector<double>{1.0} ? 0 : 2;
+        const QStringList events = recorder.events();
+        if (rows != 0)
+            return 1;
+        if (!events.first().startsWith("warning: ") && !events.first().startsWith("error: "))
+            return 2;
+        return withoutQueryWarnings(events) == kNothingSelected + endOfRead(0, 0, 0) ? 0 : 3;
     });
     QCOMPARE(code, 0);
+    QCOMPARE(content(path), before);
     QCOMPARE(QDir(fixture.path("dvd")).entryList(QDir::Files), QStringList{"flight.db"});
+}
+
+void TestReadDatabase::damagedPageEndsTheReadWithAWarning()
+{
+    const Fixture fixture;
+    const QString path = fixture.path("flight.db");
+    constexpr int kFrames = 2000;
+    constexpr int kPage = 4096;
+    {
+        Writer writer(path);
+        writer.run(QString("pragma page_size = %1").arg(kPage));
+        writer.makeTables();
+        writer.addTask(5);
+        writer.run("begin");
+        for (int i = 0; i < kFrames; ++i)
+            writer.addFrame(5, backup(i).text());
+        writer.run("commit");
+    }
+    QByteArray bytes = content(path);
+    const auto pageOf = [&](int frame) { return bytes.indexOf(backup(frame).text().toUtf8()) / kPage; };
+    // The page in the middle, and the first frame on it: those before it stand on whole pages.
+    const int damaged = pageOf(kFrames / 2);
+    int first = kFrames / 2;
+    while (pageOf(first - 1) == damaged)
+        --first;
+    QVERIFY(first > 100 && first < kFrames / 2);
+    bytes.replace(damaged * kPage, kPage, QByteArray(kPage, '\0'));
+    {
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(bytes), qint64(bytes.size()));
+    }
+    DataHandler handler;
+    ReadRecorder recorder(handler);
+    ModalAnswer answer;
+    answer.next(tickAndConfirm({0}));
+    handler.readDataSlot(path);
+    QVector<double> expected;
+    for (int i = 0; i < first; ++i)
+        expected.append(i);
+    QCOMPARE(backupGraph->yvalue(), expected);
+    const QStringList events = recorder.events();
+    QCOMPARE(events.filter("warning: database read broke off: ").size(), 1);
+    QCOMPARE(events.last(), QString("finished %1 0 0").arg(first));
+    QCOMPARE(content(path), bytes);
 }
 
 void TestReadDatabase::writeAheadLogIsRead()

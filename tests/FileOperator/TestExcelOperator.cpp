@@ -3,6 +3,7 @@
 #include "Fixture.h"
 #include "LogFile.h"
 #include "OrdinaryUser.h"
+#include "WorkbookFiles.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -53,6 +54,7 @@ private slots:
     void rowsTakeOnlyTheFirstCells();
     void rowsOfAnOperatorAreItsOwnWorkbook();
     void savingStartsFromAnEmptyWorkbook();
+    void failedSaveIsLogged();
     void exportHasEightSheets();
     void everySheetHasLabelsAndSamples();
     void samplesKeepEveryBit();
@@ -64,6 +66,7 @@ private slots:
     void shorterChannelLeavesItsCells();
     void oneSheetCanBeWritten();
     void sheetOfThatNameIsWrittenOver();
+    void sheetWithoutCellsIsLeftAlone();
     void givenGroupsAreWrittenInsteadOfTheStore();
     void rowsBeyondTheSheetAreLeftOutAndLogged();
     void raisedFlagWritesNothing();
@@ -133,6 +136,17 @@ void TestExcelOperator::savingStartsFromAnEmptyWorkbook()
     second.writeNumberRow(1, 1, {1});
     QVERIFY(second.save(path("rows.xlsx")));
     QVERIFY(!QXlsx::Document(path("rows.xlsx")).read(9, 1).isValid());
+}
+
+void TestExcelOperator::failedSaveIsLogged()
+{
+    ExcelOperator excelOperator(nullptr);
+    excelOperator.writeNumberRow(1, 1, {1});
+    const LogFile log;
+    QVERIFY(!excelOperator.save(path("missing/rows.xlsx")));
+    QCOMPARE(log.lines().size(), 1);
+    QCOMPARE(log.lines().first().level, QStringLiteral("warning"));
+    QVERIFY(log.messages().first().startsWith(path("missing/rows.xlsx") + " cannot be written: "));
 }
 
 void TestExcelOperator::exportHasEightSheets()
@@ -307,6 +321,39 @@ void TestExcelOperator::sheetOfThatNameIsWrittenOver()
     QCOMPARE(document.read(2, 1), QVariant(sensorGraphs[0]->yvalue().at(0)));
 }
 
+void TestExcelOperator::sheetWithoutCellsIsLeftAlone()
+{
+    // A chart that fills a sheet bears the name of the second group.
+    Parts parts = foreignWorkbook(sheetXml({}));
+    for (auto &[name, bytes] : parts) {
+        if (name == "xl/workbook.xml")
+            bytes.replace("\"Other\"", "\"0x02-ControlSystemStatus\"");
+        if (name == "xl/_rels/workbook.xml.rels")
+            bytes.replace("/worksheet\" Target=\"worksheets/sheet7.xml",
+                          "/chartsheet\" Target=\"worksheets/sheet7.xml");
+    }
+    QVERIFY(writeParts(path("x.xlsx"), parts));
+    const QByteArray chart = readParts(path("x.xlsx")).value("xl/worksheets/sheet7.xml");
+    fillStore(2);
+    const LogFile log;
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    QCOMPARE(log.leveledMessages(),
+             QStringList{"error: 0x02-ControlSystemStatus is left out: the sheet of that name holds no cells"});
+    QCOMPARE(readParts(path("x.xlsx")).value("xl/worksheets/sheet7.xml"), chart);
+    QXlsx::Document document(path("x.xlsx"));
+    // The sheet that was written before it keeps its own five columns, and those behind it are whole.
+    QVERIFY(document.selectSheet("0x01-HeartBeat"));
+    for (int c = 0; c < 5; ++c) {
+        QCOMPARE(document.read(1, c + 1), QVariant(heartBeatGraphs[c]->graphName()));
+        QVERIFY(sameBits(document.read(3, c + 1), heartBeatGraphs[c]->yvalue().at(1)));
+    }
+    QVERIFY(!document.read(1, 6).isValid());
+    QVERIFY(document.selectSheet("0x53-EquipmentStatus"));
+    QVERIFY(sameBits(document.read(3, 16), equipmentGraphs[15]->yvalue().at(1)));
+    QVERIFY(document.selectSheet("Plan & Ist"));
+    QVERIFY(!document.read(1, 1).isValid());
+}
+
 void TestExcelOperator::givenGroupsAreWrittenInsteadOfTheStore()
 {
     fillStore(3);
@@ -363,13 +410,18 @@ void TestExcelOperator::failedExportLeavesTheOldWorkbook()
     QFETCH(QString, target);
     fillStore(2);
     QVERIFY(QDir().mkdir(path("folder.xlsx")));
+    const LogFile log;
     QVERIFY(!ExcelOperator(nullptr).writeExcel(m_fixture->path(target)));
+    const QString last = log.leveledMessages().value(log.lines().size() - 1);
+    QVERIFY2(last.startsWith("warning: " + m_fixture->path(target)) && last.contains(" written: "), qPrintable(last));
     QVERIFY(QDir(path("folder.xlsx")).isEmpty());
     QCOMPARE(QDir(m_fixture->dir()).entryList(QDir::Files | QDir::Hidden), QStringList());
 }
 
 void TestExcelOperator::readOnlyFolderLeavesTheOldWorkbook()
 {
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
     fillStore(2);
     QVERIFY(QDir().mkdir(path("locked")));
     QVERIFY(ExcelOperator(nullptr).writeExcel(path("locked/x.xlsx")));

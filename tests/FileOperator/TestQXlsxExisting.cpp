@@ -1,5 +1,6 @@
 #include "QXlsx.h"
 
+#include "OrdinaryUser.h"
 #include "WorkbookFiles.h"
 #include "XlsxStyles.h"
 
@@ -59,6 +60,7 @@ private slots:
     void damagedSheetKeepsWhatCanBeRead_data();
     void damagedSheetKeepsWhatCanBeRead();
     void oversizedTextIsDamage();
+    void hugeSheetsTakeLittleMemory();
     void damagedPartThatNobodyWroteStopsTheSave();
 
 private:
@@ -66,19 +68,16 @@ private:
     QByteArray sheet() const { return readParts(path()).value(kSheetPart); }
 
     std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<LoggedLines> m_log;
 };
 
 void TestQXlsxExisting::init()
 {
     m_dir = std::make_unique<QTemporaryDir>();
     QVERIFY(m_dir->isValid());
-    m_log = std::make_unique<LoggedLines>();
 }
 
 void TestQXlsxExisting::cleanup()
 {
-    m_log.reset();
     m_dir.reset();
 }
 
@@ -111,7 +110,7 @@ void TestQXlsxExisting::valuesOfOtherProgramsAreRead()
     QCOMPARE(document.read(4, 7), QVariant(QStringLiteral("ab")));
     QVERIFY(document.selectSheet(QStringLiteral("other")));
     QCOMPARE(document.read(1, 1), QVariant(5.0));
-    QCOMPARE(m_log->lines(), QStringList());
+    QCOMPARE(document.takeWarnings(), QStringList());
 }
 
 void TestQXlsxExisting::nothingWrittenCarriesEveryPart()
@@ -127,9 +126,12 @@ void TestQXlsxExisting::partsThatWereNotWrittenStayByteForByte()
 {
     QVERIFY(writeParts(path(), foreignWorkbook(sheetXml("<row><c><v>1</v></c></row>"))));
     auto before = readParts(path());
-    Document document(path());
-    QVERIFY(document.write(1, 1, 2.0));
-    QVERIFY(document.saveAs(path()));
+    {
+        // Closed before the next: Windows replaces no file that is open.
+        Document document(path());
+        QVERIFY(document.write(1, 1, 2.0));
+        QVERIFY(document.saveAs(path()));
+    }
     auto after = readParts(path());
     QVERIFY(before.take(kSheetPart) != after.take(kSheetPart));
     QCOMPARE(after, before);
@@ -312,9 +314,8 @@ void TestQXlsxExisting::styleSheetThatCannotBeReadIsKept()
     QVERIFY(document.saveAs(path()));
     QCOMPARE(readParts(path()).value("xl/styles.xml"), QByteArray("<styleSheet><fonts>"));
     QVERIFY(sheet().contains("<c r=\"A1\"><v>5</v></c>"));
-    QCOMPARE(m_log->lines(),
-             QStringList(
-                 QStringLiteral("warning: the style sheet of %1 cannot be read: new cells get no format").arg(path())));
+    QCOMPARE(document.takeWarnings(),
+             QStringList(QStringLiteral("the style sheet of %1 cannot be read: new cells get no format").arg(path())));
 }
 
 void TestQXlsxExisting::sheetIsAddedBehindTheOthers()
@@ -412,15 +413,16 @@ void TestQXlsxExisting::whatIsNoWorkbookIsReplaced()
     QVERIFY(parts.isEmpty() ? writeFile(path(), bytes) : writeParts(path(), parts));
     Document document(path());
     QCOMPARE(document.sheetNames(), QStringList());
-    QCOMPARE(m_log->lines().size(), 1);
-    QVERIFY2(m_log->lines().first().startsWith(QStringLiteral("warning: %1 is no workbook").arg(path())),
-             qPrintable(m_log->lines().first()));
+    const QStringList warnings = document.takeWarnings();
+    QCOMPARE(warnings.size(), 1);
+    QVERIFY2(warnings.first().startsWith(QStringLiteral("%1 is no workbook").arg(path())),
+             qPrintable(warnings.first()));
     document.write(1, 1, 5.0);
     QVERIFY(document.saveAs(path()));
     Document loaded(path());
     QCOMPARE(loaded.sheetNames(), QStringList("Sheet1"));
     QCOMPARE(loaded.read(1, 1), QVariant(5.0));
-    QCOMPARE(m_log->lines().size(), 1);
+    QCOMPARE(document.takeWarnings() + loaded.takeWarnings(), QStringList());
 }
 
 void TestQXlsxExisting::everyTruncationIsSurvived()
@@ -454,8 +456,9 @@ void TestQXlsxExisting::zipBombIsReplaced()
     QVERIFY(QFileInfo(path()).size() * 100 < qint64(1) << 30);
     Document document(path());
     QCOMPARE(document.sheetNames(), QStringList());
-    QCOMPARE(m_log->lines().size(), 1);
-    QVERIFY(m_log->lines().first().contains(QLatin1String("unpacks to")));
+    const QStringList warnings = document.takeWarnings();
+    QCOMPARE(warnings.size(), 1);
+    QVERIFY2(warnings.first().contains(QLatin1String("unpacks to")), qPrintable(warnings.first()));
 }
 
 void TestQXlsxExisting::manyTimesSmallerIsNoBomb()
@@ -509,9 +512,8 @@ void TestQXlsxExisting::damagedSheetKeepsWhatCanBeRead()
     QVERIFY(document.saveAs(path()));
     QCOMPARE(sheet(), "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n" + expected);
     QCOMPARE(
-        m_log->lines(),
-        QStringList(
-            QStringLiteral("warning: sheet Plan & Ist of %1 is damaged: what can be read of it is kept").arg(path())));
+        document.takeWarnings(),
+        QStringList(QStringLiteral("sheet Plan & Ist of %1 is damaged: what can be read of it is kept").arg(path())));
 }
 
 void TestQXlsxExisting::oversizedTextIsDamage()
@@ -526,7 +528,54 @@ void TestQXlsxExisting::oversizedTextIsDamage()
     QVERIFY(document.saveAs(path()));
     QVERIFY(sheet().size() < 1000);
     QVERIFY(sheet().contains("<row r=\"2\"><c r=\"A2\"><v>9</v></c></row>"));
-    QCOMPARE(m_log->lines().size(), 1);
+    QCOMPARE(document.takeWarnings().size(), 1);
+}
+
+void TestQXlsxExisting::hugeSheetsTakeLittleMemory()
+{
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
+#ifdef __SANITIZE_ADDRESS__
+    QSKIP("the sanitizer has memory of its own");
+#endif
+    // Two sheets of 35 MB each: one is written over and one carried through. Neither is ever held as a whole.
+    constexpr int kRows = 400000;
+    QByteArray rows;
+    rows.reserve(kRows * 100);
+    for (int row = 1; row <= kRows; ++row) {
+        const QByteArray number = QByteArray::number(row);
+        rows += "<row r=\"" + number + "\"><c r=\"A" + number + "\"><v>1.25</v></c><c r=\"B" + number
+            + "\" t=\"str\"><v>plain</v></c></row>";
+    }
+    Parts parts = foreignWorkbook(sheetXml(rows));
+    for (auto &[name, bytes] : parts)
+        if (name == "xl/worksheets/sheet7.xml")
+            bytes = sheetXml(rows);
+    const int unpacked = rows.size();
+    rows.clear();
+    QVERIFY(unpacked > 35000000);
+    QVERIFY(writeParts(path(), parts));
+    parts.clear();
+    QVERIFY(letOthersWrite(m_dir->path()));
+    QVERIFY(letOthersWrite(path()));
+    const int code = asOrdinaryUser([this, unpacked] {
+        const qint64 before = peakOfMemory();
+        {
+            Document document(path());
+            document.write(1, 1, 9.0);
+            document.write(kRows + 1, 2, 9.0);
+            if (!document.saveAs(path()))
+                return 1;
+        }
+        const qint64 grown = peakOfMemory() - before;
+        std::printf("two sheets of %d MB took %lld MB\n", unpacked / 1000000, static_cast<long long>(grown / 1000000));
+        return grown < 15000000 ? 0 : 2;
+    });
+    QCOMPARE(code, 0);
+    Document document(path());
+    QCOMPARE(document.read(1, 1), QVariant(9.0));
+    QCOMPARE(document.read(kRows, 2), QVariant(QStringLiteral("plain")));
+    QCOMPARE(document.read(kRows + 1, 2), QVariant(9.0));
 }
 
 void TestQXlsxExisting::damagedPartThatNobodyWroteStopsTheSave()
@@ -541,8 +590,8 @@ void TestQXlsxExisting::damagedPartThatNobodyWroteStopsTheSave()
     document.write(1, 1, 5.0);
     QVERIFY(!document.saveAs(path()));
     QCOMPARE(fileContent(path()), bytes);
-    QCOMPARE(m_log->lines().first(),
-             QStringLiteral("warning: part xl/media/picture.png of %1 is damaged and cannot be "
+    QCOMPARE(document.takeWarnings().first(),
+             QStringLiteral("part xl/media/picture.png of %1 is damaged and cannot be "
                             "carried over")
                  .arg(path()));
 }

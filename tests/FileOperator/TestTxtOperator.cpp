@@ -1,4 +1,5 @@
 #include "Fixture.h"
+#include "LogFile.h"
 #include "OrdinaryUser.h"
 #include "TxtOperator.h"
 
@@ -65,6 +66,8 @@ private slots:
     void trackOntoAFolderIsReported();
     void trackOntoAProtectedFileLeavesItAsItWas();
     void trackMessageIsNotTranslated();
+    void trackThatTheDiskCannotHoldIsLogged_data();
+    void trackThatTheDiskCannotHoldIsLogged();
 };
 
 void TestTxtOperator::startsWithoutAName()
@@ -263,6 +266,8 @@ void TestTxtOperator::trackOntoAFolderIsReported()
 
 void TestTxtOperator::trackOntoAProtectedFileLeavesItAsItWas()
 {
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
     const Fixture fixture;
     const QString path = fixture.path("t.txt");
     write(path, "old\n");
@@ -290,6 +295,41 @@ void TestTxtOperator::trackMessageIsNotTranslated()
     const QSignalSpy spy(&txtOperator, &TxtOperator::statusFeedbackSignal);
     QVERIFY(!txtOperator.writeTrack(QString(), {}, {}, {}));
     QCOMPARE(texts(spy), QStringList{QStringLiteral("write data txt failed")});
+}
+
+void TestTxtOperator::trackThatTheDiskCannotHoldIsLogged_data()
+{
+    QTest::addColumn<int>("rows");
+    // Of six bytes each, against a file of 1 MiB at the most.
+    QTest::newRow("full in the middle") << 1000000;
+    QTest::newRow("full at the very end") << (1 << 20) / 6 + 1;
+}
+
+void TestTxtOperator::trackThatTheDiskCannotHoldIsLogged()
+{
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
+    const Fixture fixture;
+    QFETCH(int, rows);
+    const QString path = fixture.path("t.txt");
+    const std::vector<double> series(static_cast<std::size_t>(rows), 1.0);
+    const LogFile log;
+    QVERIFY(letOthersWrite(fixture.dir()));
+    const int code = asOrdinaryUser([&] {
+        limitFileSize(1 << 20);
+        TxtOperator txtOperator;
+        const QSignalSpy spy(&txtOperator, &TxtOperator::statusFeedbackSignal);
+        // The file could be opened, which alone makes the result.
+        if (!txtOperator.writeTrack(path, series, series, series))
+            return 1;
+        return spy.isEmpty() ? 0 : 2;
+    });
+    QCOMPARE(code, 0);
+    QCOMPARE(log.lines().size(), 1);
+    QVERIFY(log.leveledMessages().first().startsWith("error: track file is cut short: "));
+    // What fitted is there.
+    QVERIFY(QByteArray("1\t1\t1\n").repeated(rows).startsWith(content(path)));
+    QVERIFY(QFileInfo(path).size() > 900000);
 }
 
 QTEST_GUILESS_MAIN(TestTxtOperator)

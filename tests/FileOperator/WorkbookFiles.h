@@ -5,44 +5,7 @@
 
 #include <QFile>
 #include <QMap>
-#include <QStringList>
 #include <QVector>
-
-#include <spdlog/sinks/base_sink.h>
-#include <spdlog/spdlog.h>
-
-/** Collects what is logged while it lives. */
-class LoggedLines
-{
-public:
-    LoggedLines()
-        : m_before(spdlog::default_logger())
-        , m_sink(std::make_shared<Sink>())
-    {
-        spdlog::set_default_logger(std::make_shared<spdlog::logger>("test", m_sink));
-    }
-    ~LoggedLines() { spdlog::set_default_logger(m_before); }
-    LoggedLines(const LoggedLines &) = delete;
-    LoggedLines &operator=(const LoggedLines &) = delete;
-
-    /** Entries as "level: message". */
-    QStringList lines() const { return m_sink->lines; }
-
-private:
-    struct Sink : spdlog::sinks::base_sink<std::mutex> {
-        QStringList lines;
-        void sink_it_(const spdlog::details::log_msg &message) override
-        {
-            const auto level = spdlog::level::to_string_view(message.level);
-            lines.append(QString::fromUtf8(level.data(), static_cast<int>(level.size())) + QStringLiteral(": ")
-                         + QString::fromUtf8(message.payload.data(), static_cast<int>(message.payload.size())));
-        }
-        void flush_() override { }
-    };
-
-    std::shared_ptr<spdlog::logger> m_before;
-    std::shared_ptr<Sink> m_sink;
-};
 
 using Parts = QVector<QPair<QByteArray, QByteArray>>;
 

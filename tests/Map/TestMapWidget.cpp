@@ -303,6 +303,7 @@ void TestMapWidget::onePointGoesOverSwapped_data()
     QTest::addColumn<QString>("script");
     QTest::newRow("longitude, latitude") << 106.567 << 29.1234 << "addOnePoint(29.1234,106.567)";
     QTest::newRow("six digits") << 113.9137801 << -33.9470712 << "addOnePoint(-33.9471,113.914)";
+    QTest::newRow("no numbers") << qQNaN() << qInf() << "addOnePoint(inf,nan)";
     QTest::newRow("large and small") << 12345678.0 << 0.00001234 << "addOnePoint(1.234e-05,1.23457e+07)";
 }
 

@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QGroupBox>
 #include <QLabel>
+#include <QPointer>
 #include <QPushButton>
 #include <QTcpServer>
 #include <QTest>
@@ -32,6 +33,9 @@ private slots:
     void onlyOurFilesAndLoopbackAreReached();
     void deadPageIsSaidAndANewDialogWorks();
     void closedDialogGivesItsPageUp();
+    void pageMayCloseTheDialogItself();
+    void keysInThePageStayInThePage_data();
+    void keysInThePageStayInThePage();
     void oneDialogsEndLeavesTheOthersPage();
     void sandboxIsOffForTheAdministratorAlone();
 
@@ -126,6 +130,7 @@ void TestWebEngine::throwingPageFunctionsAreHarmless()
     map.runJs("throw new Error", "'x'");
     map.runJs("window.alert", "'a box that nobody may have to close'");
     map.runJs("(((", "");
+    map.addOnePoint(qQNaN(), qInf());
     QTRY_COMPARE_WITH_TIMEOUT(ask(map, "1 + 1").toInt(), 2, 30000);
 }
 
@@ -189,13 +194,17 @@ void TestWebEngine::onlyOurFilesAndLoopbackAreReached()
 
 void TestWebEngine::deadPageIsSaidAndANewDialogWorks()
 {
-    const MapWidget map(nullptr);
+    MapWidget map(nullptr);
     QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
     QCOMPARE(kill(pid_t(view(map)->page()->renderProcessPid()), SIGKILL), 0);
     QTRY_COMPARE_WITH_TIMEOUT(notice(map), QString("地图页面已意外终止，请关闭本窗口后重新打开。"), 30000);
     QTest::mouseClick(map.findChild<QPushButton *>("btn_clear"), Qt::LeftButton);
     const MapWidget next(nullptr);
     QTRY_COMPARE_WITH_TIMEOUT(ask(next, "typeof ostravelMap").toString(), QString("object"), 60000);
+    map.close();
+    map.show();
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
+    QCOMPARE(notice(map), QString());
 }
 
 void TestWebEngine::closedDialogGivesItsPageUp()
@@ -208,6 +217,65 @@ void TestWebEngine::closedDialogGivesItsPageUp()
     QTRY_VERIFY_WITH_TIMEOUT(kill(process, 0) != 0, 30000);
     map.show();
     QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
+}
+
+void TestWebEngine::pageMayCloseTheDialogItself()
+{
+    MapWidget map(nullptr);
+    const QPointer<QWebEngineView> page(view(map));
+    bool alive = false;
+    connect(page, &QWebEngineView::loadFinished, &map, [&] {
+        map.close();
+        // It is still at work on this very call.
+        alive = page != nullptr;
+    });
+    QTRY_VERIFY_WITH_TIMEOUT(map.isHidden(), 60000);
+    QVERIFY(alive);
+    QTRY_VERIFY(!page);
+    QVERIFY(!view(map));
+}
+
+void TestWebEngine::keysInThePageStayInThePage_data()
+{
+    QTest::addColumn<int>("key");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("Return would press the dialog's first button") << int(Qt::Key_Return) << "\r";
+    QTest::newRow("Escape would close the dialog") << int(Qt::Key_Escape) << "\x1b";
+    // As some input methods send it, and as the page hands it back.
+    QTest::newRow("Escape without a text") << int(Qt::Key_Escape) << "";
+}
+
+void TestWebEngine::keysInThePageStayInThePage()
+{
+    QFETCH(int, key);
+    QFETCH(QString, text);
+    MapWidget map(nullptr);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
+    bool pressed = false;
+    auto *const button = map.findChild<QPushButton *>("btn_callWmts");
+    button->disconnect();
+    connect(button, &QPushButton::clicked, &map, [&] { pressed = true; });
+    // What is handed back comes in the keys' order: a key that nothing in the dialog uses is the last of them.
+    class LastKey : public QObject
+    {
+    public:
+        bool seen = false;
+        bool eventFilter(QObject *watched, QEvent *event) override
+        {
+            const bool handedBack = watched->inherits("QWidget") && watched->findChild<QWebEngineView *>();
+            if (handedBack && event->type() == QEvent::KeyPress)
+                seen = seen || static_cast<QKeyEvent *>(event)->key() == Qt::Key_F9;
+            return false;
+        }
+    } last;
+    QApplication::instance()->installEventFilter(&last);
+    QWidget *const page = view(map)->focusProxy();
+    QTest::sendKeyEvent(QTest::Click, page, Qt::Key(key), text, {});
+    QTest::keyClick(page, Qt::Key_F9);
+    QTRY_VERIFY_WITH_TIMEOUT(last.seen, 30000);
+    QVERIFY(!pressed);
+    QVERIFY(map.isVisible());
+    QVERIFY(view(map));
 }
 
 void TestWebEngine::oneDialogsEndLeavesTheOthersPage()

@@ -1,6 +1,7 @@
 """Debian's Chromium without a window, driven over its own protocol: real mouse and keys, and the network in our hand."""
 
 import base64
+import contextlib
 import json
 import os
 import queue
@@ -193,6 +194,19 @@ class Browser:
         self.click(x, y)
         self._button("mousePressed", x, y, 2)
         self._button("mouseReleased", x, y, 2)
+
+    @contextlib.contextmanager
+    def held(self, x, y):
+        """With the button held from that place on; gives the function that moves the pointer."""
+        self.move(x, y)
+        self._button("mousePressed", x, y)
+        at = [x, y]
+
+        def move(to_x, to_y):
+            at[:] = to_x, to_y
+            self.move(to_x, to_y, buttons=1)
+        yield move
+        self._button("mouseReleased", *at)
 
     def drag(self, x, y, to_x, to_y, steps=5, settle=True):
         """settle: the page has painted what moved before the button is let go."""

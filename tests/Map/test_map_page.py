@@ -96,6 +96,9 @@ class MapPage(unittest.TestCase):
         """What the page complained of, but for the tile service that does not answer."""
         return [text for text in self.browser.messages if not text.startswith("Failed to load resource")]
 
+    def loaded_tiles(self):
+        return self.run_js("document.querySelectorAll('img.leaflet-tile-loaded').length")
+
     def note(self):
         return self.texts(".note.service:not(.hidden)")
 
@@ -115,7 +118,7 @@ class MapPage(unittest.TestCase):
                                          {"name": "demo", "format": "png", "minzoom": 5, "maxzoom": 14,
                                           "bounds": [113, 33, 115, 35]}]))
         self.open()
-        wait_for(lambda: self.run_js("document.querySelectorAll('img.leaflet-tile-loaded').length") > 5, "tiles")
+        wait_for(lambda: self.loaded_tiles() > 5, "tiles")
         self.assertEqual(self.note(), [])
         tiles = [url for url in self.browser.requests if not url.endswith("layers.json")]
         zoom = self.run_js("ostravelMap.map.getZoom()")
@@ -138,8 +141,39 @@ class MapPage(unittest.TestCase):
     def test_a_service_that_starts_later_is_found(self):
         wait_for(self.note, "the note")
         self.browser.serve(tile_service([{"name": "demo", "minzoom": 0, "maxzoom": 18}]))
-        wait_for(lambda: self.run_js("document.querySelectorAll('img.leaflet-tile-loaded').length") > 5, "tiles")
+        wait_for(lambda: self.loaded_tiles() > 5, "tiles")
         self.assertEqual(self.note(), [])
+
+    def test_a_service_that_ends_is_noticed_and_its_successor_found(self):
+        layers = [{"name": "demo", "minzoom": 0, "maxzoom": 18}, {"name": "old", "minzoom": 0, "maxzoom": 18}]
+        self.browser.serve(tile_service(layers))
+        self.open()
+        wait_for(self.loaded_tiles, "tiles")
+        # Another layer than the one that the page would take by itself.
+        self.browser.click(*self.centres(".leaflet-control-layers-base input")[1])
+        wait_for(lambda: any("/old/" in url for url in self.browser.requests), "tiles of the other layer")
+        self.browser.serve(None)
+        self.view(20, 50, 9)
+        wait_for(lambda: self.note() == ["瓦片服务未应答，仅显示经纬网"], "the note")
+        self.assertEqual(self.loaded_tiles(), 0)
+        self.browser.serve(tile_service(layers[1:] + [{"name": "new", "minzoom": 0, "maxzoom": 18}]))
+        wait_for(self.loaded_tiles, "the tiles that were missing")
+        self.assertEqual(self.note(), [])
+        self.assertEqual(self.texts(".leaflet-control-layers-list label"), ["瓦片：old", "瓦片：new", "经纬网"])
+        self.assertEqual(self.run_js("[].map.call(document.querySelectorAll('.leaflet-control-layers-base input'),"
+                                     " function (e) { return e.checked; })"), [True, False])
+        self.assertEqual(self.faults(), [])
+
+    def test_tiles_that_a_map_lacks_are_no_end_of_the_service(self):
+        serve = tile_service([{"name": "demo", "minzoom": 0, "maxzoom": 18}])
+        self.browser.serve(lambda url: ("text/plain", b"none") if re.search("[02468]$", url) else serve(url))
+        self.open()
+        wait_for(self.loaded_tiles, "tiles")
+        self.run_js("document.querySelector('img.leaflet-tile-loaded').id = 'same'; 0")
+        wait_for(lambda: self.browser.requests.count(SERVICE + "/layers.json") > 1, "the question after a missing tile")
+        self.run_js("new Promise(function (done) { setTimeout(done, 0); })")
+        self.assertEqual(self.note(), [])
+        self.assertTrue(self.run_js("document.getElementById('same') !== null"), "the tiles that are there stay")
 
     def test_answers_of_the_wrong_kind_leave_the_grid(self):
         for answer, text in ((b"<html>", "瓦片服务应答有误，仅显示经纬网"), (b"null", "瓦片服务应答有误，仅显示经纬网"),
@@ -283,6 +317,23 @@ class MapPage(unittest.TestCase):
         # 200 to the right and 150 up, near the equator: 53.1 degrees from north.
         self.assertAlmostEqual(float(after[0].split("　")[1].rstrip("°")), 53.1, delta=1.5)
         self.assertAlmostEqual(float(after[1].split("　")[1].rstrip("°")), 126.9, delta=1.5)
+
+    def test_no_leg_to_the_pointer_is_shown_while_it_drags_a_way_point(self):
+        self.run_js("enableDrawLines(1);")
+        for x, y in ((300, 400), (500, 400)):
+            self.browser.click(x, y)
+
+        def promised():
+            return self.run_js("document.querySelector('path[stroke-dasharray]').getAttribute('d')") != "M0 0"
+
+        self.browser.move(700, 400)
+        wait_for(promised, "the leg that a click would add")
+        with self.browser.held(300, 400) as move:
+            move(300, 396)
+            move(300, 300)
+            wait_for(lambda: not promised(), "that leg to go")
+        self.browser.move(700, 410)
+        wait_for(promised, "it to come back")
 
     def test_a_way_point_dragged_by_a_quick_hand_adds_no_other(self):
         self.run_js("enableDrawLines(1);")

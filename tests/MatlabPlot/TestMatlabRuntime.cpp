@@ -3,6 +3,7 @@
 #include "MatlabLibrary.h"
 #include "MatlabPlot.h"
 
+#include <QFileInfo>
 #include <QLibrary>
 #include <QProcess>
 #include <QSignalSpy>
@@ -127,8 +128,9 @@ void TestMatlabRuntime::failureOfAScalarIsLogged()
 void TestMatlabRuntime::withoutTheLibraryTheInitialisationFails()
 {
     // The library is looked for once a process, so the case has a process of its own, in a folder without it.
-    const QString copy = m_fixture->path("TestMatlabRuntime");
-    QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), copy));
+    const QString program = QCoreApplication::applicationFilePath();
+    const QString copy = m_fixture->path(QFileInfo(program).fileName());
+    QVERIFY(QFile::copy(program, copy));
     QProcess child;
     child.start(copy, {"--alone"});
     QVERIFY(child.waitForFinished(60000));

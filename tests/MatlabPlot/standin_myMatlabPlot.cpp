@@ -56,7 +56,7 @@ void myMatlabPlot(const mwArray &a1, const mwArray &a2, const mwArray &a3, const
 {
     if (told("no plot"))
         throw mwException(&s_failure);
-    std::FILE *const file = std::fopen("plots.txt", "a");
+    std::FILE *const file = std::fopen("plots.txt", "ab");
     if (!file)
         return;
     for (const mwArray *argument : {&a1, &a2, &a3, &a4, &a5, &a6, &a7, &a8})

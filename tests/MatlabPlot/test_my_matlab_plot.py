@@ -68,6 +68,7 @@ FILES = {
     "windows": spiral(1000).replace("\n", "\r\n"),
     "long": spiral(500_000),
     "missing": None,
+    "unreadable": Path,
     "empty": "",
     "one": "1.5\t2\t3\n",
     "torn": "1\t2\t3\n4\t5\t6\n7\t8\t9",
@@ -88,7 +89,10 @@ class Figures(unittest.TestCase):
         work = Path(folder.name)
         for name, text in FILES.items():
             (work / name).mkdir()
-            if text is not None:
+            if text is Path:
+                for file in ("data.txt", "data_attack.txt"):
+                    (work / name / file).mkdir()
+            elif text is not None:
                 for file in ("data.txt", "data_attack.txt"):
                     (work / name / file).write_text(text, encoding="ascii", newline="")
         script = work / "cases.m"
@@ -144,7 +148,8 @@ class Figures(unittest.TestCase):
         self.assertIn(f"高度 (m)，放大 {aspect[0] / aspect[2]:g} 倍", self.texts("whole/space"))
 
     def test_reasons_are_said(self):
-        for case, words in (("missing", "没有轨迹文件 data.txt"), ("empty", "轨迹文件 data.txt 中没有数据"),
+        for case, words in (("missing", "没有轨迹文件 data.txt"), ("unreadable", "无法打开轨迹文件 data.txt"),
+                            ("empty", "轨迹文件 data.txt 中没有数据"),
                             ("one", "东向 1.5 m，北向 2 m，高度 3 m"), ("nan", "3 个点不是有效数值，已略去"),
                             ("words", "轨迹文件 data.txt 中没有数据"), ("far", "2 个点不是有效数值，已略去")):
             for plot in ("height", "above", "space"):

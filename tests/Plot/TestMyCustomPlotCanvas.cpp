@@ -7,6 +7,8 @@
 #include <QPointer>
 #include <QSignalSpy>
 #include <QTest>
+#include <algorithm>
+#include <cmath>
 
 namespace
 {
@@ -447,6 +449,27 @@ private slots:
             QCOMPARE(axes[i]->selectedParts(),
                      i / 2 == axis / 2 ? QCPAxis::SelectableParts(QCPAxis::spAxis | QCPAxis::spTickLabels)
                                        : QCPAxis::SelectableParts(QCPAxis::spNone));
+        }
+    }
+    void aSelectedAxisIsReadableInBothThemes()
+    {
+        // Relative luminance and contrast as the Web Content Accessibility Guidelines define them.
+        const auto luminance = [](const QColor &colour) {
+            const auto part = [](double value) {
+                return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+            };
+            return 0.2126 * part(colour.redF()) + 0.7152 * part(colour.greenF()) + 0.0722 * part(colour.blueF());
+        };
+        Canvas c;
+        for (const QColor &background : {QColor(Qt::white), QColor(53, 53, 53)}) {
+            for (const QCPAxis *const axis : {c.canvas.xAxis, c.canvas.yAxis}) {
+                for (const QColor &colour : {axis->selectedTickLabelColor(), axis->selectedBasePen().color(),
+                                             axis->selectedTickPen().color(), axis->selectedSubTickPen().color()}) {
+                    const double a = luminance(colour) + 0.05;
+                    const double b = luminance(background) + 0.05;
+                    QVERIFY2(std::max(a, b) / std::min(a, b) > 2.5, qPrintable(colour.name() + background.name()));
+                }
+            }
         }
     }
     void aSelectedAxisLabelSelectsNothingElse()

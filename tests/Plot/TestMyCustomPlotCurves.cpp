@@ -126,6 +126,19 @@ private slots:
         QCOMPARE(c.canvas.xAxis->range(), QCPRange(Canvas::kStart, Canvas::kStart + 0.4));
         QCOMPARE(c.canvas.yAxis->range(), QCPRange(-4, 6));
     }
+    /** As after a cancelled choice of the colour. */
+    void aChannelWithoutAValidColourIsDrawnInBlack()
+    {
+        Canvas c;
+        targetColor = QColor();
+        Fixture::renewStore();
+        const MyGraph *const graph = c.show("高度差值", {1.0, 2.0});
+        QVERIFY(!graph->color().isValid());
+        const QPen pen = c.curve("高度差值")->pen();
+        QCOMPARE(pen.style(), Qt::SolidLine);
+        QCOMPARE(pen.color().rgb(), QColor(Qt::black).rgb());
+    }
+
     void keysAreBuiltAnewAtEachShow()
     {
         Canvas c;

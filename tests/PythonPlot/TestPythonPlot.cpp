@@ -9,7 +9,9 @@
 #include <QGuiApplication>
 #include <QSocketNotifier>
 #include <QTest>
+#include <QTextCodec>
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace
@@ -107,10 +109,12 @@ private slots:
     void hangingShellIsEndedAtOnce();
     void shellThatTakesNothingIsEndedAtOnce();
     void interpreterWithMatplotlibIsFoundBehindOthers();
+    void pythonWithoutMatplotlibReachesTheLog();
     void scriptUnderWayCompletesAfterTheEnd();
     void scriptWithoutAWindowEndsWhenItHasHadItsTime();
     void strangeFolderIsReached_data();
     void strangeFolderIsReached();
+    void folderOfTheDemoIsInTheLocalCode();
 
 private:
     std::unique_ptr<Fixture> m_fixture;
@@ -332,6 +336,36 @@ void TestPythonPlot::interpreterWithMatplotlibIsFoundBehindOthers()
     QCOMPARE(log.messages(), QStringList());
 }
 
+void TestPythonPlot::pythonWithoutMatplotlibReachesTheLog()
+{
+    layShellFolder();
+    QVERIFY(QFile::copy(QStringLiteral(OSTRAVEL_PLOT_SCRIPTS "/pythonPlot.py"),
+                        AppConfig::getInstance().plotDir() + QStringLiteral("/pythonPlot.py")));
+    // The system's own interpreter comes first wherever it is; this hides the module from it as if it were not there.
+    StandIn standIn;
+    QFile hiding(standIn.path("sitecustomize.py"));
+    QVERIFY(hiding.open(QIODevice::WriteOnly));
+    hiding.write("import sys\n"
+                 "class Hidden:\n"
+                 "    def find_spec(self, name, path=None, target=None):\n"
+                 "        if name == 'matplotlib':\n"
+                 "            raise ModuleNotFoundError(f\"No module named '{name}'\", name=name)\n"
+                 "sys.meta_path.insert(0, Hidden())\n");
+    hiding.close();
+    qputenv("PYTHONPATH", QFile::encodeName(standIn.path(".")));
+    const LogFile log;
+    PythonPlot plot(nullptr);
+    plot.plotHeightSlot();
+    qunsetenv("PYTHONPATH");
+    QTRY_VERIFY_WITH_TIMEOUT(log.messages().join('\n').contains("No module named 'matplotlib'"), 60000);
+    for (const QString &line : log.leveledMessages())
+        QVERIFY2(line.startsWith("error: pyplot error:"), qPrintable(line));
+    // The shell lives on and takes the next command.
+    const int before = log.messages().join('\n').count("No module named 'matplotlib'");
+    plot.plotHeightSlot();
+    QTRY_COMPARE_WITH_TIMEOUT(log.messages().join('\n').count("No module named 'matplotlib'"), before + 1, 60000);
+}
+
 void TestPythonPlot::scriptUnderWayCompletesAfterTheEnd()
 {
     layShellFolder();
@@ -401,12 +435,49 @@ void TestPythonPlot::strangeFolderIsReached()
     QCOMPARE(child.exitCode(), 0);
 }
 
-/** The part of the program in a folder of another name: draws once and ends with its standard input. */
-static int draw(int argc, char *argv[])
+void TestPythonPlot::folderOfTheDemoIsInTheLocalCode()
+{
+    const QString folder = m_fixture->path("飞行");
+    QVERIFY(QDir().mkpath(folder + "/myPlot"));
+    const QString copy = folder + "/TestPythonPlot";
+    QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), copy));
+    StandIn standIn;
+    standIn.program("sh", kRecorder);
+    QProcess child;
+    child.start(copy, {"--draw-in-gb18030"});
+    QVERIFY(child.waitForStarted());
+    const auto lines = [this](const QByteArray &name, const QByteArray &kind) {
+        return "cd '" + m_fixture->dir().toLatin1() + '/' + name + "/myPlot'\npython pythonPlot.py " + kind + '\n';
+    };
+    QList<QByteArray> expected{lines("\xE9\xA3\x9E\xE8\xA1\x8C", "Height"), lines("\xB7\xC9\xD0\xD0", "Demo1")};
+    std::sort(expected.begin(), expected.end());
+    const auto found = [&standIn] {
+        QList<QByteArray> result;
+        for (const QString &file : standIn.files(QStringLiteral("shell.*")))
+            result.append(standIn.text(file));
+        std::sort(result.begin(), result.end());
+        return result;
+    };
+    QTRY_COMPARE_WITH_TIMEOUT(found(), expected, 60000);
+    child.closeWriteChannel();
+    QVERIFY(child.waitForFinished());
+    QCOMPARE(child.exitCode(), 0);
+}
+
+/**
+ * The part of the program in a folder of another name: draws once, and the demo too where the local 8-bit code is
+ * another than UTF-8. Ends with its standard input.
+ */
+static int draw(int argc, char *argv[], bool otherCode)
 {
     QCoreApplication application(argc, argv);
+    QCoreApplication::applicationDirPath(); // kept from here on, as it reads in the system's own code
+    if (otherCode)
+        QTextCodec::setCodecForLocale(QTextCodec::codecForName("GB18030"));
     PythonPlot plot(nullptr);
     plot.plotHeightSlot();
+    if (otherCode)
+        plot.pythonPlotDemo();
     QSocketNotifier input(0, QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
     return QCoreApplication::exec();
@@ -414,8 +485,8 @@ static int draw(int argc, char *argv[])
 
 int main(int argc, char *argv[])
 {
-    if (argc == 2 && qstrcmp(argv[1], "--draw") == 0)
-        return draw(argc, argv);
+    if (argc == 2 && qstrncmp(argv[1], "--draw", 6) == 0)
+        return draw(argc, argv, qstrcmp(argv[1], "--draw-in-gb18030") == 0);
     QGuiApplication application(argc, argv);
     TestPythonPlot test;
     return QTest::qExec(&test, argc, argv);

@@ -1,6 +1,7 @@
 """The plot script by its pictures and its axes: test_python_plot.py FOLDER_OF_THE_SCRIPT."""
 
 import os
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -113,6 +114,32 @@ class Pictures(Folder):
                         warnings.simplefilter("error")
                         self.run_inside(kind, "--save", "damaged.png")
                     self.assertGreater(pythonPlot.plt.imread("damaged.png").std(), 0.01)
+
+    def test_files_that_cannot_be_opened_get_a_picture_and_no_traceback(self):
+        for file in ("data.txt", "data_attack.txt"):
+            Path(file).mkdir()
+        for kind in KINDS[:4]:
+            with self.subTest(kind):
+                self.assertIn("无法打开轨迹文件", self.refusal(kind))
+                self.run_inside(kind, "--save", "refused.png")
+                self.assertGreater(pythonPlot.plt.imread("refused.png").std(), 0.01)
+
+    def test_files_of_another_user_get_a_picture_and_no_traceback(self):
+        self.lay_track()
+        os.chmod("data.txt", 0)
+        shutil.copy(SCRIPT, ".")  # from where others may read it
+        os.chmod(".", 0o777)
+        # Root may read everything.
+        nobody = {"user": 65534, "group": 65534, "extra_groups": []} if os.geteuid() == 0 else {}
+        with tempfile.TemporaryDirectory() as settings:
+            os.chmod(settings, 0o777)
+            result = subprocess.run([sys.executable, "-B", SCRIPT.name, "Height", "--save", "refused.png"], timeout=120,
+                                    capture_output=True, text=True, env=dict(os.environ, MPLCONFIGDIR=settings), **nobody)
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        picture = pythonPlot.plt.imread("refused.png")
+        self.assertGreater(picture.std(), 0.01)
+        # Letters alone, without the colours of a plot.
+        self.assertLess(numpy.ptp(picture[..., :3], axis=2).max(), 0.2)
 
 
 class Axes(Folder):

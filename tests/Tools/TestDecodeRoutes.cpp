@@ -61,6 +61,12 @@ void write(const QString &path, const QByteArray &bytes)
         qFatal("cannot write %s", qPrintable(path));
 }
 
+QByteArray bytesOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
+}
+
 QTableWidget *table(const DecodeRoutes &dialog)
 {
     return dialog.findChild<QTableWidget *>(QStringLiteral("tableWidget"));
@@ -159,7 +165,14 @@ private slots:
     void byteOrderMarkIsNoHindrance();
     void waypointsThatAreNoObjectsAreZero();
     void secondConversionStartsFromAnEmptyTable();
+    void namesWithChineseAndBlanks_data();
+    void namesWithChineseAndBlanks();
+    void pathOfFourThousandCharactersIsConverted();
+    void pathThatNoFileCanHaveIsReportedAsMissing();
+    void unwritableWorkbookIsNotReported_data();
     void unwritableWorkbookIsNotReported();
+    void readOnlyFolderKeepsTheOlderWorkbook();
+    void fullDiskKeepsTheOlderWorkbook();
     void conversionInsideAConversionRunsToItsEnd();
     void rowsThatNoLongerFitAreDropped();
     void closingMeanwhileIsSafe();
@@ -340,6 +353,8 @@ void TestDecodeRoutes::missingFileIsReported()
 
 void TestDecodeRoutes::unreadableFileIsReported()
 {
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
     const QString file = path("secret.json");
     write(file, equatorRoute(2));
     QVERIFY(letNobodyRead(file));
@@ -660,16 +675,155 @@ void TestDecodeRoutes::secondConversionStartsFromAnEmptyTable()
     QVERIFY(!QXlsx::Document(path("short.xlsx")).read(5, 1).isValid());
 }
 
+void TestDecodeRoutes::namesWithChineseAndBlanks_data()
+{
+    QTest::addColumn<QString>("route");
+    QTest::addColumn<QString>("workbook");
+    QTest::newRow("Chinese and blanks") << "航线 一 号.json"
+                                        << "航线 一 号.xlsx";
+    QTest::newRow("blanks at both ends") << " r .json"
+                                         << " r .xlsx";
+    QTest::newRow("full stop of another script") << "航线。二.json"
+                                                 << "航线。二.xlsx";
+    QTest::newRow("without a suffix") << "航线"
+                                      << "航线.xlsx";
+    // The name up to the first dot is empty then.
+    QTest::newRow("nothing but a suffix") << ".json"
+                                          << ".xlsx";
+}
+
+void TestDecodeRoutes::namesWithChineseAndBlanks()
+{
+    QFETCH(QString, route);
+    QFETCH(QString, workbook);
+    const QString folder = path("飞 行");
+    QVERIFY(QDir().mkdir(folder));
+    write(folder + '/' + route, equatorRoute(2));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, folder + '/' + route);
+    QCOMPARE(table(dialog)->rowCount(), 2);
+    QStringList expected{route, workbook};
+    QStringList found = QDir(folder).entryList(QDir::Files | QDir::Hidden);
+    expected.sort();
+    found.sort();
+    QCOMPARE(found, expected);
+    QCOMPARE(QXlsx::Document(folder + '/' + workbook).read(3, 1).toDouble(), 2.0);
+}
+
+void TestDecodeRoutes::pathOfFourThousandCharactersIsConverted()
+{
+    QString folder = m_fixture->dir();
+    while (folder.size() + 101 < 3990)
+        folder += '/' + QString(100, 'd');
+    folder += '/' + QString(3993 - folder.size(), 'e');
+    QVERIFY(QDir().mkpath(folder));
+    const QString file = folder + "/r.json";
+    QCOMPARE(file.size(), 4001);
+    write(file, equatorRoute(3));
+    for (const int rows : {3, 2}) {
+        write(file, equatorRoute(rows));
+        DecodeRoutes dialog(nullptr);
+        convert(dialog, file);
+        QCOMPARE(table(dialog)->rowCount(), rows);
+        QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden), (QStringList{"r.json", "r.xlsx"}));
+        const QXlsx::Document document(folder + "/r.xlsx");
+        QCOMPARE(document.read(rows + 1, 1).toDouble(), double(rows));
+        QVERIFY(!document.read(rows + 2, 1).isValid());
+    }
+}
+
+void TestDecodeRoutes::pathThatNoFileCanHaveIsReportedAsMissing()
+{
+    DecodeRoutes dialog(nullptr);
+    ModalAnswer modal; // not before the dialog itself is shown
+    modal.next([](QDialog *box) {
+        QCOMPARE(qobject_cast<QMessageBox *>(box)->text(), QStringLiteral("route file not exists"));
+    });
+    convert(dialog, m_fixture->path(QString(4000, 'r') + ".json"));
+    QVERIFY(modal.allAnswered());
+    QCOMPARE(QDir(m_fixture->dir()).entryList(QDir::Files | QDir::Hidden), QStringList());
+}
+
+void TestDecodeRoutes::unwritableWorkbookIsNotReported_data()
+{
+    QTest::addColumn<bool>("full");
+    QTest::newRow("an empty folder has the name") << false;
+    QTest::newRow("a folder with a file has the name") << true;
+}
+
 void TestDecodeRoutes::unwritableWorkbookIsNotReported()
 {
+    QFETCH(bool, full);
     write(path("r.json"), equatorRoute(3));
     QVERIFY(QDir().mkdir(path("r.xlsx")));
+    if (full)
+        write(path("r.xlsx/mine"), "mine");
     DecodeRoutes dialog(nullptr);
     dialog.show();
+    const ModalAnswer modal; // not before the dialog itself is shown
     convert(dialog, path("r.json"));
+    QVERIFY(modal.allAnswered());
     QCOMPARE(table(dialog)->rowCount(), 3);
     QCOMPARE(bar(dialog)->value(), 400);
     QVERIFY(QFileInfo(path("r.xlsx")).isDir());
+    QCOMPARE(QFileInfo::exists(path("r.xlsx/mine")), full);
+    QCOMPARE(QDir(m_fixture->dir()).entryList(QDir::Files | QDir::Hidden), QStringList{"r.json"});
+}
+
+void TestDecodeRoutes::readOnlyFolderKeepsTheOlderWorkbook()
+{
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
+    QVERIFY(QDir().mkdir(path("locked")));
+    const QString file = path("locked/r.json");
+    write(file, equatorRoute(3));
+    write(path("locked/r.xlsx"), "older");
+    write(path("locked/first.json"), equatorRoute(3));
+    QVERIFY(letOthersRead(path("locked")));
+    QVERIFY(letOthersRead(m_fixture->dir()));
+    QCOMPARE(asOrdinaryUser([this] {
+                 for (const char *name : {"locked/r.json", "locked/first.json"}) {
+                     DecodeRoutes dialog(nullptr);
+                     const ModalAnswer modal;
+                     convert(dialog, path(name));
+                     if (!modal.allAnswered() || table(dialog)->rowCount() != 3 || bar(dialog)->value() != 400)
+                         return 1;
+                 }
+                 return 0;
+             }),
+             0);
+    QCOMPARE(bytesOf(path("locked/r.xlsx")), QByteArray("older"));
+    QCOMPARE(QDir(path("locked")).entryList(QDir::Files | QDir::Hidden),
+             (QStringList{"first.json", "r.json", "r.xlsx"}));
+}
+
+void TestDecodeRoutes::fullDiskKeepsTheOlderWorkbook()
+{
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
+    constexpr int kWaypoints = 2000;
+    write(path("r.json"), equatorRoute(kWaypoints));
+    write(path("r.xlsx"), "older");
+    QVERIFY(letOthersWrite(m_fixture->dir()));
+    QVERIFY(letOthersWrite(path("r.xlsx")));
+    QCOMPARE(asOrdinaryUser([this] {
+                 // The workbook would be several times as large.
+                 limitFileSize(20000);
+                 DecodeRoutes dialog(nullptr);
+                 const ModalAnswer modal;
+                 convert(dialog, path("r.json"));
+                 return modal.allAnswered() && table(dialog)->rowCount() == kWaypoints
+                         && bar(dialog)->value() == bar(dialog)->maximum()
+                     ? 0
+                     : 1;
+             }),
+             0);
+    QCOMPARE(bytesOf(path("r.xlsx")), QByteArray("older"));
+    QCOMPARE(QDir(m_fixture->dir()).entryList(QDir::Files | QDir::Hidden), (QStringList{"r.json", "r.xlsx"}));
+    // The same with room for it.
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    QVERIFY(QFileInfo(path("r.xlsx")).size() > 40000);
 }
 
 void TestDecodeRoutes::conversionInsideAConversionRunsToItsEnd()

@@ -3,7 +3,9 @@
 #include "DecodeRoutes.h"
 #include "ExportOperator.h"
 #include "LogFile.h"
+#include "MapWidget.h"
 #include "ModalAnswer.h"
+#include "OrdinaryUser.h"
 #include "QXlsx.h"
 #include "WindowFixture.h"
 
@@ -68,9 +70,15 @@ private slots:
     void beforeAReadABoxSaysSoAndNothingStarts();
     void workbookStandsBesideTheLogUnderItsNameToTheFirstDot();
     void textFilesStandInAFolderBesideTheLog();
+    void secondExportOfEitherKindIsIgnoredWhileOneRuns_data();
     void secondExportOfEitherKindIsIgnoredWhileOneRuns();
+    void chineseAndBlanksInTheNameStay();
     void nextExportStartsAfterTheBoxIsClosed();
     void finishedBoxComesAlsoWhenTheFolderIsGone();
+    void finishedBoxComesAlsoWhenTheFolderIsReadOnly_data();
+    void finishedBoxComesAlsoWhenTheFolderIsReadOnly();
+    void exportAfterACancelledFileDialogGoesToAPathOfEmptyParts_data();
+    void exportAfterACancelledFileDialogGoesToAPathOfEmptyParts();
     void exportKeepsTheSamplesThatItStartedWith();
     void closingTheWindowDuringAnExportLeavesNoUnfinishedWorkbook();
     void routeConverterIsMadeOnceAndShownAgain();
@@ -78,6 +86,9 @@ private slots:
     void plotDialogsHaveNoParentAndBlockTheProgram_data();
     void plotDialogsHaveNoParentAndBlockTheProgram();
     void calculatorsStayOpenBesideTheWindowAndDoNotKeepTheProgram();
+    void everyCallOfTheMapLeavesAHiddenChild();
+    void toolBarOpensTheTool_data();
+    void toolBarOpensTheTool();
 
 private:
     MainWindow &window() { return m_fixture->window(); }
@@ -144,10 +155,10 @@ void TestMainWindowExport::workbookStandsBesideTheLogUnderItsNameToTheFirstDot()
     QCOMPARE(said.buttons, int(QMessageBox::Ok));
 
     QXlsx::Document workbook(m_fixture->path(QStringLiteral("flight.xlsx")));
-    QCOMPARE(workbook.sheetNames(),
-             QStringList({"0x01-HeartBeat", "0x02-ControlSystemStatus", "0x03-AttitudeAndPositionInfo",
-                          "0x04-SensorValue", "0x05-FlightTargetValue", "0x41-PayloadInfo", "0x51-Difference",
-                          "0x53-EquipmentStatus"}));
+    QCOMPARE(
+        workbook.sheetNames(),
+        QStringList({"0x01-HeartBeat", "0x02-ControlSystemStatus", "0x03-AttitudeAndPositionInfo", "0x04-SensorValue",
+                     "0x05-FlightTargetValue", "0x41-PayloadInfo", "0x51-Difference", "0x53-EquipmentStatus"}));
     workbook.selectSheet(QStringLiteral("0x03-AttitudeAndPositionInfo"));
     QCOMPARE(workbook.read(1, 2).toString(), QStringLiteral("俯仰"));
     QCOMPARE(workbook.read(4, 2).toDouble(), 1002.0);
@@ -165,26 +176,55 @@ void TestMainWindowExport::textFilesStandInAFolderBesideTheLog()
     const QString folder = m_fixture->path(QStringLiteral("flight-export"));
     QCOMPARE(QDir(folder).entryList(QDir::Files).size(), 9);
     const QByteArray text = contentOf(folder + QStringLiteral("/0x03-AttitudeAndPositionInfo.txt"));
-    QVERIFY(text.startsWith(QStringLiteral("横滚\t俯仰\t").toUtf8()));
+    QVERIFY(text.startsWith(QStringLiteral("横滚\t俯仰\t").toLocal8Bit()));
     QVERIFY(text.contains("\n1\t1001\t2001\t"));
+}
+
+void TestMainWindowExport::secondExportOfEitherKindIsIgnoredWhileOneRuns_data()
+{
+    QTest::addColumn<QByteArray>("entry");
+    QTest::addColumn<QString>("finished");
+    QTest::addColumn<QStringList>("left");
+    QTest::newRow("workbook") << QByteArray(kWriteExcel) << "Excel导出完成！" << QStringList{"flight.xlsx"};
+    QTest::newRow("text") << QByteArray(kWriteTxt) << "Txt导出完成！" << QStringList{"flight-export"};
 }
 
 void TestMainWindowExport::secondExportOfEitherKindIsIgnoredWhileOneRuns()
 {
+    QFETCH(QByteArray, entry);
+    QFETCH(QString, finished);
+    QFETCH(QStringList, left);
     fill(20000);
     select(m_fixture->path(QStringLiteral("flight.txt")));
     Said said;
     m_answer->next(listen(said));
-    m_fixture->entry(kFileMenu, kWriteExcel)->trigger();
+    m_fixture->entry(kFileMenu, entry.constData())->trigger();
     const ExportOperator *const first = window().exportThread();
-    m_fixture->entry(kFileMenu, kWriteTxt)->trigger();
-    QCOMPARE(window().exportThread(), first);
-    m_fixture->entry(kFileMenu, kWriteExcel)->trigger();
-    QCOMPARE(window().exportThread(), first);
+    for (const char *const other : {kWriteTxt, kWriteExcel}) {
+        m_fixture->entry(kFileMenu, other)->trigger();
+        QCOMPARE(window().exportThread(), first);
+    }
     QTRY_VERIFY_WITH_TIMEOUT(window().exportThread() == nullptr, 60000);
     QVERIFY(m_answer->allAnswered());
-    QCOMPARE(said.text, QStringLiteral("Excel导出完成！"));
-    QVERIFY(!QFile::exists(m_fixture->path(QStringLiteral("flight-export"))));
+    QCOMPARE(said.text, finished);
+    QCOMPARE(QDir(m_fixture->path(QString())).entryList({QStringLiteral("flight*")}), left);
+}
+
+void TestMainWindowExport::chineseAndBlanksInTheNameStay()
+{
+    fill(2);
+    QVERIFY(QDir().mkdir(m_fixture->path(QStringLiteral("飞 行"))));
+    select(m_fixture->path(QStringLiteral("飞 行/第 一 次.2023.txt")));
+    Said said;
+    for (const char *const entry : {kWriteExcel, kWriteTxt}) {
+        m_answer->next(listen(said));
+        m_fixture->entry(kFileMenu, entry)->trigger();
+        QTRY_VERIFY(window().exportThread() == nullptr);
+    }
+    QCOMPARE(QDir(m_fixture->path(QStringLiteral("飞 行"))).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+             (QStringList{"第 一 次-export", "第 一 次.xlsx"}));
+    QCOMPARE(QXlsx::Document(m_fixture->path(QStringLiteral("飞 行/第 一 次.xlsx"))).sheetNames().size(), 8);
+    QCOMPARE(QDir(m_fixture->path(QStringLiteral("飞 行/第 一 次-export"))).entryList(QDir::Files).size(), 9);
 }
 
 void TestMainWindowExport::nextExportStartsAfterTheBoxIsClosed()
@@ -214,6 +254,80 @@ void TestMainWindowExport::finishedBoxComesAlsoWhenTheFolderIsGone()
     m_fixture->entry(kFileMenu, kWriteExcel)->trigger();
     QTRY_VERIFY(window().exportThread() == nullptr);
     QCOMPARE(said.text, QStringLiteral("Excel导出完成！"));
+}
+
+void TestMainWindowExport::finishedBoxComesAlsoWhenTheFolderIsReadOnly_data()
+{
+    QTest::addColumn<QByteArray>("entry");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("logged");
+    QTest::newRow("workbook") << QByteArray(kWriteExcel) << QStringLiteral("Excel导出完成！") << QString();
+    QTest::newRow("text") << QByteArray(kWriteTxt) << QStringLiteral("Txt导出完成！") << QStringLiteral("mkdir failed");
+}
+
+void TestMainWindowExport::finishedBoxComesAlsoWhenTheFolderIsReadOnly()
+{
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
+    QFETCH(QByteArray, entry);
+    QFETCH(QString, text);
+    QFETCH(QString, logged);
+    fill(3);
+    const QString folder = m_fixture->path(QStringLiteral("dvd"));
+    QVERIFY(QDir().mkdir(folder));
+    select(folder + QStringLiteral("/flight.txt"));
+    QVERIFY(letOthersRead(m_fixture->surroundings().dir()));
+    QVERIFY(letOthersRead(folder));
+    const LogFile log;
+    const int code = asOrdinaryUser([&] {
+        Said said;
+        m_answer->next(listen(said));
+        m_fixture->entry(kFileMenu, entry.constData())->trigger();
+        if (!QTest::qWaitFor([&] { return window().exportThread() == nullptr; }, 50000))
+            return 1;
+        if (!logged.isEmpty() && !log.messages().contains(logged))
+            return 2;
+        return said.text == text ? 0 : 3;
+    });
+    QCOMPARE(code, 0);
+    QVERIFY(QDir(folder).isEmpty());
+}
+
+void TestMainWindowExport::exportAfterACancelledFileDialogGoesToAPathOfEmptyParts_data()
+{
+    QTest::addColumn<QByteArray>("entry");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("workbook") << QByteArray(kWriteExcel) << QStringLiteral("/.xlsx")
+                              << QStringLiteral("Excel导出完成！");
+    QTest::newRow("text") << QByteArray(kWriteTxt) << QStringLiteral("/-export.txt") << QStringLiteral("Txt导出完成！");
+}
+
+void TestMainWindowExport::exportAfterACancelledFileDialogGoesToAPathOfEmptyParts()
+{
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
+    QFETCH(QByteArray, entry);
+    QFETCH(QString, path);
+    QFETCH(QString, text);
+    fill(3);
+    select(m_fixture->path(QStringLiteral("flight.txt")));
+    m_answer->next([](QDialog *dialog) { dialog->reject(); });
+    m_fixture->entry(kFileMenu, "选择文件(O)")->trigger();
+    QVERIFY(m_answer->allAnswered());
+    QVERIFY(window().filePath().isEmpty());
+    // As a user who may not write into the root folder, which is where such a path leads.
+    const int code = asOrdinaryUser([&] {
+        Said said;
+        m_answer->next(listen(said));
+        m_fixture->entry(kFileMenu, entry.constData())->trigger();
+        if (window().exportThread()->filePath() != path)
+            return 1;
+        if (!QTest::qWaitFor([&] { return window().exportThread() == nullptr; }, 50000))
+            return 2;
+        return said.text == text ? 0 : 3;
+    });
+    QCOMPARE(code, 0);
 }
 
 void TestMainWindowExport::exportKeepsTheSamplesThatItStartedWith()
@@ -325,6 +439,56 @@ void TestMainWindowExport::calculatorsStayOpenBesideTheWindowAndDoNotKeepTheProg
     entry->trigger();
     QCOMPARE(window().commonModule(), calculators);
     QVERIFY(calculators->isVisible());
+}
+
+void TestMainWindowExport::everyCallOfTheMapLeavesAHiddenChild()
+{
+    const auto *bar = window().findChild<QWidget *>(QStringLiteral("toolBar"));
+    const QList<QAction *> actions = bar->actions();
+    const auto map = std::find_if(actions.begin(), actions.end(),
+                                  [](const QAction *action) { return action->text() == QLatin1String("Map"); });
+    QVERIFY(map != actions.end());
+    QVERIFY(window().findChildren<MapWidget *>().isEmpty());
+    for (int calls = 1; calls <= 3; ++calls) {
+        bool modal = false;
+        m_answer->next([&](QDialog *dialog) { modal = qobject_cast<MapWidget *>(dialog) && dialog->isModal(); });
+        (*map)->trigger();
+        QVERIFY(modal);
+        const QList<MapWidget *> left = window().findChildren<MapWidget *>(QString(), Qt::FindDirectChildrenOnly);
+        QCOMPARE(left.size(), calls);
+        for (const MapWidget *dialog : left)
+            QVERIFY(!dialog->isVisible());
+    }
+    const QPointer<MapWidget> last = window().findChild<MapWidget *>();
+    m_fixture->closeWindow();
+    QVERIFY(!last);
+}
+
+void TestMainWindowExport::toolBarOpensTheTool_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QByteArray>("className");
+    QTest::newRow("MPlot") << "MPlot" << QByteArray("MPlotDialog");
+    QTest::newRow("PyPlot") << "PyPlot" << QByteArray("PyPlotDialog");
+    QTest::newRow("Route2Excel") << "Route2Excel" << QByteArray("DecodeRoutes");
+    QTest::newRow("MathLib") << "MathLib" << QByteArray("CommonModule");
+}
+
+void TestMainWindowExport::toolBarOpensTheTool()
+{
+    QFETCH(QString, text);
+    QFETCH(QByteArray, className);
+    // Modal ones answer while the trigger runs; the calculators stay open beside the window.
+    QByteArray shown;
+    m_answer->next([&](QDialog *dialog) { shown = dialog->metaObject()->className(); });
+    const QList<QAction *> actions = window().findChild<QWidget *>(QStringLiteral("toolBar"))->actions();
+    const auto found
+        = std::find_if(actions.begin(), actions.end(), [&](const QAction *action) { return action->text() == text; });
+    QVERIFY(found != actions.end());
+    (*found)->trigger();
+    if (window().commonModule() != nullptr && window().commonModule()->isVisible())
+        shown = window().commonModule()->metaObject()->className();
+    QCOMPARE(shown, className);
 }
 
 QTEST_MAIN(TestMainWindowExport)

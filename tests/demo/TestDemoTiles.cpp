@@ -9,6 +9,7 @@
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QTemporaryDir>
+#include <QtMath>
 #include <QtTest>
 
 #include <algorithm>
@@ -22,9 +23,9 @@ constexpr double kMetresPerDegree = 111319.5;
 /** Column and row, from the north, of the tile that a place lies in. */
 QPoint tileAt(int zoom, double longitude, double latitude)
 {
-    const double phi = latitude * M_PI / 180.0;
+    const double phi = qDegreesToRadians(latitude);
     const double side = std::pow(2.0, zoom);
-    const double y = (1.0 - std::log(std::tan(phi) + 1.0 / std::cos(phi)) / M_PI) / 2.0;
+    const double y = (1.0 - std::log(std::tan(phi) + 1.0 / std::cos(phi)) / qDegreesToRadians(180.0)) / 2.0;
     return {int(std::floor((longitude + 180.0) / 360.0 * side)), int(std::floor(y * side))};
 }
 
@@ -100,7 +101,7 @@ void TestDemoTiles::longestFlightsStayOnTheMap()
     }
     QVERIFY(east > 1000 && north > 1000);
     // Launch sites lie between 113.9 and 113.93 degrees east, 33.98 and 34.01 degrees north.
-    const double eastDegrees = east / (kMetresPerDegree * std::cos(34.01 * M_PI / 180.0));
+    const double eastDegrees = east / (kMetresPerDegree * std::cos(qDegreesToRadians(34.01)));
     const double northDegrees = north / kMetresPerDegree;
     QSqlQuery query(QSqlDatabase::database("tiles"));
     for (int zoom = demo::kLeastTileZoom; zoom <= 14; ++zoom) {

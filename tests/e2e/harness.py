@@ -6,6 +6,7 @@ first bus that it meets. Needs Debian's own Python (python3-pyatspi, python3-num
 ImageMagick.
 """
 
+import contextlib
 import ctypes
 import os
 import re
@@ -20,6 +21,9 @@ from pathlib import Path
 import numpy
 
 LIMIT = 20.0  # seconds that any single thing may take before a wait gives up
+
+# All limits of time are multiplied by it: a program with sanitizers in it is slower, and so may a machine be.
+PATIENCE = float(os.environ.get("OSTRAVEL_PATIENCE", "1"))
 
 # Some machines carry stand-ins for ImageMagick's programs in front of the packages' own.
 _TOOL_PATH = "/usr/bin:/bin:" + os.environ.get("PATH", "")
@@ -43,6 +47,7 @@ def tool(name):
 
 def wait_for(probe, what, timeout=LIMIT, interval=0.05):
     """Calls probe until it gives something true, and returns that. Raises WaitFailed, naming what, after timeout s."""
+    timeout *= PATIENCE
     end = time.monotonic() + timeout
     while True:
         result = probe()
@@ -53,10 +58,44 @@ def wait_for(probe, what, timeout=LIMIT, interval=0.05):
         time.sleep(interval)
 
 
+def tile_services(folder):
+    """The tile services that run out of a program's folder. They outlive the program and its screen."""
+    found = []
+    for process in Path("/proc").glob("[0-9]*"):
+        with contextlib.suppress(OSError):  # gone just now
+            if os.readlink(process / "exe") == str(Path(folder) / "wmts.exe"):
+                found.append(int(process.name))
+    return found
+
+
 def _end_with_parent():
     # A test that is killed by its time limit must leave no screen behind.
     pr_set_pdeathsig = 1
     ctypes.CDLL(None).prctl(pr_set_pdeathsig, signal.SIGKILL)
+
+
+def hide(*folders):
+    """Empties folders in this process's view of the file system; for a child, before its program starts.
+
+    Raises OSError where the system does not permit it, as in many containers.
+    """
+    clone_newns, clone_newuser, ms_rec, ms_private = 0x20000, 0x10000000, 0x4000, 0x40000
+    libc = ctypes.CDLL(None, use_errno=True)
+
+    def call(function, *arguments):
+        if function(*arguments) != 0:
+            raise OSError(ctypes.get_errno(), f"{function.__name__}{arguments}")
+
+    uid, gid = os.getuid(), os.getgid()
+    call(libc.unshare, clone_newns if uid == 0 else clone_newns | clone_newuser)
+    if uid != 0:
+        # The same ids inside: the message bus compares them.
+        Path("/proc/self/setgroups").write_text("deny")
+        Path("/proc/self/uid_map").write_text(f"{uid} {uid} 1")
+        Path("/proc/self/gid_map").write_text(f"{gid} {gid} 1")
+    call(libc.mount, b"none", b"/", None, ms_rec | ms_private, None)
+    for folder in folders:
+        call(libc.mount, b"none", os.fsencode(folder), b"tmpfs", 0, None)
 
 
 class Picture:
@@ -124,6 +163,11 @@ class Widget:
         return self._has_state("STATE_ENABLED")
 
     @property
+    def text(self):
+        """What stands in an edit."""
+        return self.accessible.queryText().getText(0, -1)
+
+    @property
     def children(self):
         return [Widget(self._desktop, child) for child in self.accessible if child is not None]
 
@@ -172,6 +216,7 @@ class Desktop:
     def __init__(self, width=1920, height=1080):
         self.size = width, height
         self._children = []
+        self._program_folders = set()
         self._folder = None
         self._environment = None
 
@@ -243,16 +288,22 @@ class Desktop:
             raise RuntimeError(f"did not get {what}")
         return line
 
-    def run_beside(self, command, **options):
-        """Starts a command that ends with this desktop, at the latest."""
-        child = subprocess.Popen(command, stdin=subprocess.DEVNULL, start_new_session=True,
-                                 preexec_fn=_end_with_parent, **options)
+    def run_beside(self, command, prepare=None, **options):
+        """Starts a command that ends with this desktop, at the latest; the child calls prepare before."""
+        def in_child():
+            _end_with_parent()
+            if prepare:
+                prepare()
+
+        child = subprocess.Popen(command, stdin=subprocess.DEVNULL, start_new_session=True, preexec_fn=in_child,
+                                 **options)
         self._children.append(child)
         return child
 
-    def start(self, program, cwd):
-        """Starts a program in the folder cwd and waits for its first window."""
-        app = App(self, self.run_beside([str(program)], cwd=str(cwd)), Path(cwd))
+    def start(self, program, cwd, prepare=None, **options):
+        """Starts a program in the folder cwd and waits for its first window. The options are those of Popen."""
+        self._program_folders.add(Path(program).resolve().parent)
+        app = App(self, self.run_beside([str(program)], prepare, cwd=str(cwd), **options), Path(cwd))
         app.wait_for_window()
         return app
 
@@ -269,11 +320,16 @@ class Desktop:
                 os.killpg(child.pid, signal.SIGKILL)
                 child.wait()
         self._children.clear()
+        for folder in self._program_folders:
+            for service in tile_services(folder):
+                with contextlib.suppress(ProcessLookupError):
+                    os.kill(service, signal.SIGTERM)
         if self._folder:
             shutil.rmtree(self._folder, ignore_errors=True)
 
     def xdotool(self, *arguments, check=True):
-        done = subprocess.run([tool("xdotool"), *map(str, arguments)], capture_output=True, text=True, timeout=LIMIT)
+        done = subprocess.run([tool("xdotool"), *map(str, arguments)], capture_output=True, text=True,
+                              timeout=LIMIT * PATIENCE)
         if check and done.returncode != 0:
             raise RuntimeError(f"xdotool {' '.join(map(str, arguments))}: {done.stderr.strip()}")
         return done.stdout
@@ -284,15 +340,49 @@ class Desktop:
     def click(self, x, y, button=1):
         self.xdotool("mousemove", x, y, "click", button)
 
+    def double_click(self, x, y):
+        self.xdotool("mousemove", x, y, "click", "--repeat", 2, "--delay", 60, 1)
+
+    def drag(self, start, end, until=None):
+        """Presses at a place, moves to another one in steps, as a hand does, and lets go once until() is true."""
+        self.xdotool("mousemove", *start, "mousedown", 1)
+        for step in range(1, 9):
+            self.xdotool("mousemove", *(a + (b - a) * step // 8 for a, b in zip(start, end)))
+        if until:
+            def moved():
+                self.xdotool("mousemove_relative", "--", -1, 0, "mousemove_relative", 1, 0)
+                return until()
+            wait_for(moved, "the place to take what is dragged")
+        self.xdotool("mouseup", 1)
+
+    def windows(self):
+        """All windows on the screen with their titles, newest last. The tool's own search does not match Chinese."""
+        found = {}
+        for window in self.xdotool("search", "--onlyvisible", "--name", ".", check=False).split():
+            found[window] = self.xdotool("getwindowname", window, check=False).strip()
+        return found
+
+    def window(self, title, but=()):
+        """A window with that title, other than those of but; or None."""
+        return next((window for window, name in self.windows().items() if name == title and window not in but), None)
+
+    def place(self, window):
+        """Where the inside of a window lies on the screen."""
+        values = dict(line.split("=") for line in self.xdotool("getwindowgeometry", "--shell", window).splitlines())
+        return Rect(*(int(values[key]) for key in ("X", "Y", "WIDTH", "HEIGHT")))
+
+    def focus(self, window):
+        self.xdotool("windowactivate", "--sync", window)
+
     def key(self, *keys):
         self.xdotool("key", "--clearmodifiers", *keys)
 
     def type(self, text):
-        self.xdotool("type", "--clearmodifiers", "--delay", "8", text)
+        self.xdotool("type", "--clearmodifiers", "--delay", "8", "--", text)
 
     def screenshot(self, path):
         Path(path).parent.mkdir(parents=True, exist_ok=True)
-        subprocess.run([tool("import"), "-window", "root", str(path)], check=True, timeout=LIMIT)
+        subprocess.run([tool("import"), "-window", "root", str(path)], check=True, timeout=LIMIT * PATIENCE)
         return Picture(path)
 
 
@@ -378,9 +468,13 @@ class App:
                 end = time.monotonic() + 0.5
                 while time.monotonic() < end:
                     GLib.MainContext.default().iteration(False)
-                    for event in heard:
-                        if event.detail1 and event.source.getRoleName() in ("menu item", "check menu item"):
-                            return event.source
+                    while heard:
+                        event = heard.pop(0)
+                        try:
+                            if event.detail1 and event.source.getRoleName() in ("menu item", "check menu item"):
+                                return event.source
+                        except GLib.Error:
+                            pass  # an entry of the menu before, which has gone
                     time.sleep(0.01)
                 return None
 
@@ -397,6 +491,7 @@ class App:
 
     def wait_for_end(self, timeout=LIMIT):
         """The exit status, once the program has ended."""
+        timeout *= PATIENCE
         try:
             return self.process.wait(timeout)
         except subprocess.TimeoutExpired:

@@ -117,12 +117,8 @@ class ReadOut(AnalystTest):
         """A sample of the selected curve with twelve digits, on one line as long as the factors are off."""
         self.samples_at(flight, self.tip(app, *self.at(canvas, 0.3)))
 
-    def choose_setting(self, app, entry):
-        app.find("设置(S)", role="menu item").click()
-        app.find(entry, role="menu item").click()
-
     def switch_factors_on(self, app):
-        self.choose_setting(app, "界面设置(G)")
+        self.choose_entry(app, "设置(S)", "界面设置(G)")
         app.find("显示设置", role="dialog")
         box = app.find("指标显示", role="check box")
         self.assertFalse(box.checked)
@@ -175,7 +171,7 @@ class ReadOut(AnalystTest):
     def show_hidden_channel(self, app, canvas, flight):
         self.leave_canvas(app)
         before = self.step("before")
-        self.choose_setting(app, "数据设置(D)")
+        self.choose_entry(app, "设置(S)", "数据设置(D)")
         app.find("曲线设置", role="dialog")
         self.step("settings")
         app.find("AttitudeAndPositionInfo", role="page tab").click()

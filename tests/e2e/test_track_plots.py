@@ -27,36 +27,36 @@ class TrackPlots(AnalystTest):
             figures += self.draw(app, "octave", "MPlot", OCTAVE)
             self.assertEqual([line for line in app.log_lines() if line.level == "error"], [])
             self.assertEqual(len(set(figures)), 9, "every plot has a window of its own")
-            self.focus(self.window("Ostravel"))
+            self.desktop.focus(self.desktop.window("Ostravel"))
             self.leave(app)
         # A figure stays until the user closes it, and its process ends with the last of them.
         for window in figures:
-            self.assertIn(window, self.windows())
+            self.assertIn(window, self.desktop.windows())
             self.assertTrue(self.engines())
-            self.focus(window)
+            self.desktop.focus(window)
             self.desktop.key("alt+F4")
-            wait_for(lambda window=window: window not in self.windows(), "the figure to close")
+            wait_for(lambda window=window: window not in self.desktop.windows(), "the figure to close")
         wait_for(lambda: not self.engines(), "the engines to end with their figures")
 
     def draw(self, app, engine, title, plots):
         """All plots of a dialog, which is closed again. Their windows."""
-        self.focus(self.window("Ostravel"))
+        self.desktop.focus(self.desktop.window("Ostravel"))
         app.find(title, role="push button").click()
         figures = []
         for button, name, figure in plots:
-            before = self.windows()  # the other engine's figures have the same titles
-            dialog = wait_for(lambda: self.window(title), f"the dialog {title} to be ready", ENGINE_LIMIT)
-            self.focus(dialog)  # the figure before lies on it
+            before = self.desktop.windows()  # the other engine's figures have the same titles
+            dialog = wait_for(lambda: self.desktop.window(title), f"the dialog {title} to be ready", ENGINE_LIMIT)
+            self.desktop.focus(dialog)  # the figure before lies on it
             app.find(button, role="push button").click()
-            window = wait_for(lambda figure=figure: self.window(f"Ostravel - {figure}", but=before),
+            window = wait_for(lambda figure=figure: self.desktop.window(f"Ostravel - {figure}", but=before),
                               f"the figure {figure}", ENGINE_LIMIT)
             figures.append(window)
             picture = self.picture_of(window, f"{engine}-{name.lower()}")
             # Neither empty nor plain: curves, letters, a scale of colours.
             self.assertGreater((picture.data.min(axis=2) < 200).mean(), 0.005, name)
-        self.focus(dialog)
+        self.desktop.focus(dialog)
         self.desktop.key("alt+F4")
-        wait_for(lambda: not self.window(title), f"{title} to close")
+        wait_for(lambda: not self.desktop.window(title), f"{title} to close")
         return figures
 
     def engines(self):
@@ -71,24 +71,10 @@ class TrackPlots(AnalystTest):
                 pass  # gone just now
         return found
 
-    def windows(self):
-        """The windows on the screen by their titles, newest last. The tool's own search does not match Chinese."""
-        found = {}
-        for window in self.desktop.xdotool("search", "--onlyvisible", "--name", ".", check=False).split():
-            found[window] = self.desktop.xdotool("getwindowname", window, check=False).strip()
-        return found
-
-    def window(self, title, but=()):
-        """A window with that title, other than those of but; or None."""
-        return next((window for window, name in self.windows().items() if name == title and window not in but), None)
-
-    def focus(self, window):
-        self.desktop.xdotool("windowactivate", "--sync", window)
-
     def picture_of(self, window, name):
         """A picture of the window alone, once it does not change any more."""
         path = analyst.options.artifacts / f"{name}.png"
-        self.focus(window)  # a window manager may leave it below the dialog that was clicked
+        self.desktop.focus(window)  # a window manager may leave it below the dialog that was clicked
         last = [None]
 
         def settled():

@@ -6,7 +6,11 @@
 #include <QTcpServer>
 #include <QXmlStreamReader>
 #include <QtTest>
+#include <cerrno>
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
 #include <memory>
 #include <random>
 #include <unistd.h>
@@ -44,6 +48,7 @@ private slots:
     void urlOfAMegabyte();
     void twoHundredConnectionsAtOnce();
     void slowSendersAndReadersHoldNobodyUp();
+    void loadRun();
     void fuzzOfRequestLines();
     void memoryStaysBounded();
 
@@ -58,8 +63,11 @@ private slots:
     void wrongUse();
     void takenPort();
     void portThatNobodyAnswersAt();
+    void portThatCannotBeHad();
     void startedTwice();
     void closedStandardStreams();
+    void leavesTheTerminalOfAProgramThatStartsIt();
+    void staysWithTheTerminalOfAHandThatStartsIt();
     void listensOnLoopbackOnly();
 
 private:
@@ -307,6 +315,43 @@ void TestTileService::slowSendersAndReadersHoldNobodyUp()
     QCOMPARE(TileService::statusOf(m_service->get("/world/0/0/0")), 200);
 }
 
+void TestTileService::loadRun()
+{
+    constexpr int kClients = 8;
+    constexpr int kRounds = 20;
+    constexpr int kAtOnce = 25;
+    constexpr int kTiles = kClients * kRounds * kAtOnce;
+    std::vector<std::unique_ptr<QTcpSocket>> clients;
+    for (int i = 0; i < kClients; ++i) {
+        clients.push_back(std::make_unique<QTcpSocket>());
+        QVERIFY(m_service->connectTo(*clients.back()));
+    }
+    QElapsedTimer timer;
+    timer.start();
+    int good = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        for (const auto &client : clients)
+            for (int i = 0; i < kAtOnce; ++i)
+                client->write(
+                    QStringLiteral("GET /world/3/%1/%2 HTTP/1.1\r\n\r\n").arg(round % 8).arg(i % 8).toLatin1());
+        for (const auto &client : clients) {
+            QByteArray answers;
+            // The last of them ends with its own tile.
+            while (answers.count("HTTP/1.1 200") < kAtOnce
+                   || !answers.endsWith(pngBytes(3, round % 8, (kAtOnce - 1) % 8)))
+                if (client->waitForReadyRead(10000))
+                    answers += client->readAll();
+                else
+                    break;
+            for (int i = 0; i < kAtOnce; ++i)
+                good += answers.contains(pngBytes(3, round % 8, i % 8));
+        }
+    }
+    QCOMPARE(good, kTiles);
+    // 500 a second are wanted.
+    QVERIFY2(timer.elapsed() < 10 * kTiles * 1000 / 500, qPrintable(QString::number(timer.elapsed())));
+}
+
 void TestTileService::fuzzOfRequestLines()
 {
     std::mt19937 random(2024);
@@ -377,7 +422,7 @@ void TestTileService::fuzzOfRequestLines()
 
 void TestTileService::memoryStaysBounded()
 {
-#ifdef __SANITIZE_ADDRESS__
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     QSKIP("the sanitizer has memory of its own");
 #endif
     // After all of the above: 64 MiB of responses under way, 128 MiB of databases at the very most, and the threads.
@@ -393,6 +438,7 @@ void TestTileService::endsOnSignals_data()
     QTest::addColumn<int>("signal");
     QTest::newRow("terminate") << SIGTERM;
     QTest::newRow("interrupt") << SIGINT;
+    QTest::newRow("hang up") << SIGHUP;
 }
 
 void TestTileService::endsOnSignals()
@@ -528,6 +574,22 @@ void TestTileService::portThatNobodyAnswersAt()
     QVERIFY(timer.elapsed() < 10000);
 }
 
+void TestTileService::portThatCannotBeHad()
+{
+    // Without an administrator's rights, even where the tests have them.
+    QFile first(QStringLiteral("/proc/sys/net/ipv4/ip_unprivileged_port_start"));
+    if (QProcess::execute("unshare", {"--user", "true"}) != 0 || !first.open(QIODevice::ReadOnly)
+        || first.readAll().trimmed().toInt() <= 1)
+        QSKIP("this machine refuses nobody a port");
+    QProcess process;
+    process.start("unshare", {"--user", m_service->folder() + "/wmts.exe", "--port", "1"});
+    QVERIFY(process.waitForFinished(30000));
+    QCOMPARE(process.readAllStandardError(),
+             "wmts: cannot listen at port 1 of 127.0.0.1: " + QByteArray(strerror(EACCES)) + '\n');
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 1);
+}
+
 void TestTileService::startedTwice()
 {
     QByteArray error;
@@ -572,6 +634,27 @@ void TestTileService::closedStandardStreams()
     shell.terminate();
     QVERIFY(shell.waitForFinished(10000));
     QCOMPARE(shell.exitCode(), 0);
+}
+
+void TestTileService::leavesTheTerminalOfAProgramThatStartsIt()
+{
+    // The terminal's end goes to its session, the program's.
+    const auto service = pid_t(m_service->process().processId());
+    QCOMPARE(getsid(service), service);
+    QVERIFY(getsid(service) != getsid(0));
+}
+
+void TestTileService::staysWithTheTerminalOfAHandThatStartsIt()
+{
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    QVERIFY(terminal >= 0 && grantpt(terminal) == 0 && unlockpt(terminal) == 0);
+    TileService service(QStringLiteral(WMTS_PROGRAM));
+    MBTilesFile::writeWorld(service.tiles("world.mbtiles"));
+    service.process().setStandardInputFile(QFile::decodeName(ptsname(terminal)));
+    QVERIFY(service.start());
+    QCOMPARE(getsid(pid_t(service.process().processId())), getsid(0));
+    QCOMPARE(service.stop(), 0);
+    close(terminal);
 }
 
 void TestTileService::listensOnLoopbackOnly()
