@@ -47,7 +47,12 @@ def type_text(text):
 
 
 def windows(title):
-    return xdotool("search", "--onlyvisible", "--name", "^" + title + "$").stdout.split()
+    def search():
+        done = xdotool("search", "--onlyvisible", "--name", "^" + title + "$")
+        # Nothing found is no complaint; but the tool gives up when a window goes while it looks.
+        return None if done.stderr else [done.stdout.split()]
+
+    return wait_for(search, f"a search for {title} while no window goes", LIMIT)[0]
 
 
 def window(title):

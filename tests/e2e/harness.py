@@ -327,9 +327,12 @@ class Desktop:
         if self._folder:
             shutil.rmtree(self._folder, ignore_errors=True)
 
-    def xdotool(self, *arguments, check=True):
-        done = subprocess.run([tool("xdotool"), *map(str, arguments)], capture_output=True, text=True,
+    def _run_xdotool(self, *arguments):
+        return subprocess.run([tool("xdotool"), *map(str, arguments)], capture_output=True, text=True,
                               timeout=LIMIT * PATIENCE)
+
+    def xdotool(self, *arguments, check=True):
+        done = self._run_xdotool(*arguments)
         if check and done.returncode != 0:
             raise RuntimeError(f"xdotool {' '.join(map(str, arguments))}: {done.stderr.strip()}")
         return done.stdout
@@ -357,10 +360,13 @@ class Desktop:
 
     def windows(self):
         """All windows on the screen with their titles, newest last. The tool's own search does not match Chinese."""
-        found = {}
-        for window in self.xdotool("search", "--onlyvisible", "--name", ".", check=False).split():
-            found[window] = self.xdotool("getwindowname", window, check=False).strip()
-        return found
+        def search():
+            done = self._run_xdotool("search", "--onlyvisible", "--name", ".")
+            # Nothing found is no complaint; but the tool gives up when a window goes while it looks.
+            return None if done.stderr else [done.stdout.split()]
+
+        found = wait_for(search, "a search for windows while none of them goes")[0]
+        return {window: self.xdotool("getwindowname", window, check=False).strip() for window in found}
 
     def window(self, title, but=()):
         """A window with that title, other than those of but; or None."""
