@@ -5,8 +5,10 @@
 
 #include <QLabel>
 #include <QTest>
-#include <QTimer>
 #include <QWidget>
+
+#include <atomic>
+#include <thread>
 
 #include <windows.h>
 
@@ -16,42 +18,74 @@ namespace
 const QStringList kAfterTheStart{"wkeCreateWebWindow", "wkeShowWindow", "wkeLoadURL", "wkeResize",
                                  "wkeMoveWindow",      "wkeRunJS",      "wkeFinalize"};
 
-/** Presses OK in the system's message boxes with the given captions, in turn, while it lives. */
+/**
+ * Presses OK in the system's message boxes of the thread that made it, while it lives. It looks from a thread of its own:
+ * a box runs its own loop, and nothing but windows' messages is served in there.
+ */
 class BoxAnswer
 {
 public:
-    explicit BoxAnswer(const QStringList &captions)
-        : m_captions(captions)
+    BoxAnswer()
+        : m_asked(GetCurrentThreadId())
+        , m_thread([this] { look(); })
     {
-        QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { look(); });
-        m_timer.start(20);
     }
 
-    /** The texts of the boxes, in their order. */
-    QStringList texts() const { return m_texts; }
+    ~BoxAnswer() { stop(); }
+    Q_DISABLE_COPY_MOVE(BoxAnswer)
+
+    /** "caption: text" of each box so far, in their order. No box is answered afterwards. */
+    QStringList boxes()
+    {
+        stop();
+        return m_boxes;
+    }
 
 private:
-    void look()
+    void stop()
     {
-        if (m_texts.size() == m_captions.size())
-            return;
-        const HWND box = FindWindowA("#32770", m_captions.at(m_texts.size()).toLatin1().constData());
-        if (!box)
-            return;
-        QString text;
-        for (HWND child = FindWindowExA(box, nullptr, "Static", nullptr); child;
-             child = FindWindowExA(box, child, "Static", nullptr)) {
-            char line[200] = "";
-            GetWindowTextA(child, line, sizeof line);
-            text += QString::fromLatin1(line);
-        }
-        m_texts.append(text);
-        SendMessageA(box, WM_COMMAND, IDOK, 0);
+        m_stopped = true;
+        if (m_thread.joinable())
+            m_thread.join();
     }
 
-    QStringList m_captions;
-    QStringList m_texts;
-    QTimer m_timer;
+    void look()
+    {
+        for (; !m_stopped; Sleep(5)) {
+            HWND box = nullptr;
+            EnumThreadWindows(m_asked, &BoxAnswer::takeBox, reinterpret_cast<LPARAM>(&box));
+            const HWND button = box ? FindWindowExA(box, nullptr, "Button", nullptr) : nullptr;
+            if (!button)
+                continue;
+            m_boxes.append(textOf(box) + QStringLiteral(": ") + textOf(FindWindowExA(box, nullptr, "Static", nullptr)));
+            // Not always IDOK: a lone button may answer the escape key, too.
+            SendMessageA(box, WM_COMMAND, static_cast<WPARAM>(GetDlgCtrlID(button)), 0);
+            while (IsWindow(box) && !m_stopped)
+                Sleep(5);
+        }
+    }
+
+    static BOOL CALLBACK takeBox(HWND window, LPARAM found)
+    {
+        char name[16] = "";
+        GetClassNameA(window, name, sizeof name);
+        if (qstrcmp(name, "#32770") != 0 || !IsWindowVisible(window))
+            return TRUE;
+        *reinterpret_cast<HWND *>(found) = window;
+        return FALSE;
+    }
+
+    static QString textOf(HWND window)
+    {
+        char text[200] = "";
+        SendMessageA(window, WM_GETTEXT, sizeof text, reinterpret_cast<LPARAM>(text));
+        return QString::fromLatin1(text);
+    }
+
+    const DWORD m_asked;
+    QStringList m_boxes;
+    std::atomic_bool m_stopped{false};
+    std::thread m_thread;
 };
 
 QByteArrayList record()
@@ -136,12 +170,12 @@ void TestWkeWindows::missingNamesGetABoxEach()
     QFETCH(QStringList, missing);
     const std::wstring path = engine(library.constData());
     wkeDllPath = path.c_str();
-    const BoxAnswer answer(missing);
+    BoxAnswer answer;
     QCOMPARE(loadWkeApi(nullptr), 1);
-    QStringList texts;
-    for (int i = 0; i < missing.size(); ++i)
-        texts.append("wke api not found");
-    QCOMPARE(answer.texts(), texts);
+    QStringList boxes;
+    for (const QString &name : qAsConst(missing))
+        boxes.append(name + ": wke api not found");
+    QCOMPARE(answer.boxes(), boxes);
 }
 
 QTEST_MAIN(TestWkeWindows)

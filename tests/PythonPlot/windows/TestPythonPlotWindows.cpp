@@ -1,0 +1,150 @@
+#include "Fixture.h"
+#include "LogFile.h"
+#include "PlotShell.h"
+#include "PythonPlot.h"
+
+#include <QProcess>
+#include <QTest>
+
+namespace
+{
+
+using Slot = void (PythonPlot::*)();
+
+/** Puts the stand-in for python first in the search path, or leaves no interpreter in it, while it lives. */
+class SearchPath
+{
+public:
+    enum class Python { StandIn, None };
+
+    explicit SearchPath(Python python)
+        : m_before(qgetenv("PATH"))
+    {
+        const QByteArray system = qgetenv("SystemRoot") + "\\system32";
+        const QByteArray standIn = QDir::toNativeSeparators(QStringLiteral(INTERPRETER)).toLocal8Bit();
+        qputenv("PATH", python == Python::StandIn ? standIn + ';' + m_before : system);
+    }
+    ~SearchPath() { qputenv("PATH", m_before); }
+    Q_DISABLE_COPY_MOVE(SearchPath)
+
+private:
+    QByteArray m_before;
+};
+
+/** Each line in a write of its own, as a console sends them: a cmd that is not Microsoft's drops the rest of a write. */
+class LineByLine : public PythonPlot
+{
+public:
+    using PythonPlot::PythonPlot;
+
+protected:
+    void writeLine(QProcess &process, const QByteArray &line) override
+    {
+        PythonPlot::writeLine(process, line);
+        process.waitForBytesWritten(5000);
+    }
+};
+
+/** What the stand-in was asked where the scripts are, a call a line. */
+QByteArrayList asked()
+{
+    QFile file(AppConfig::getInstance().plotDir() + QStringLiteral("/asked.txt"));
+    return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed().split('\n') : QByteArrayList();
+}
+
+/** Clicks until something is true: a shell that comes up slowly may get two lines as one and drop the second. */
+template<typename Done>
+bool clickUntil(PythonPlot &plot, Slot click, Done done)
+{
+    for (int tries = 0; tries < 15; ++tries) {
+        (plot.*click)();
+        if (QTest::qWaitFor(done, 2000))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Slot)
+
+/** The track plots through the shell that Windows has. */
+class TestPythonPlotWindows : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { m_fixture = std::make_unique<Fixture>(); }
+    void cleanup() { m_fixture.reset(); }
+
+    void shellIsNamedAsThePlatformHasIt();
+    void commandRunsInTheFolderOfTheScripts_data();
+    void commandRunsInTheFolderOfTheScripts();
+    void shellTakesALaterCommandWithoutTheFolder();
+    void standardErrorReachesTheLog();
+    void missingPythonReachesTheLog();
+
+private:
+    std::unique_ptr<Fixture> m_fixture;
+};
+
+void TestPythonPlotWindows::shellIsNamedAsThePlatformHasIt()
+{
+    QCOMPARE(plotshell::program(), QStringLiteral("cmd"));
+    QCOMPARE(plotshell::quoted(QStringLiteral("C:/试飞 1")), QStringLiteral("C:/试飞 1"));
+}
+
+void TestPythonPlotWindows::commandRunsInTheFolderOfTheScripts_data()
+{
+    QTest::addColumn<Slot>("click");
+    QTest::addColumn<QByteArray>("argument");
+    QTest::newRow("height") << Slot(&PythonPlot::plotHeightSlot) << QByteArray("Height");
+    QTest::newRow("2-D") << Slot(&PythonPlot::plotXYSlot) << QByteArray("XY");
+    QTest::newRow("3-D") << Slot(&PythonPlot::plotXYZSlot) << QByteArray("XYZ");
+    QTest::newRow("attack") << Slot(&PythonPlot::plotAttackSlot) << QByteArray("Attack");
+    QTest::newRow("demo") << Slot(&PythonPlot::pythonPlotDemo) << QByteArray("Demo1");
+}
+
+void TestPythonPlotWindows::commandRunsInTheFolderOfTheScripts()
+{
+    QFETCH(Slot, click);
+    QFETCH(QByteArray, argument);
+    const SearchPath path(SearchPath::Python::StandIn);
+    LineByLine plot(nullptr);
+    QVERIFY(clickUntil(plot, click, [] { return !asked().isEmpty(); }));
+    QCOMPARE(asked().first(), "pythonPlot.py " + argument);
+    QVERIFY(!QFile::exists(QStringLiteral("asked.txt")));
+}
+
+void TestPythonPlotWindows::shellTakesALaterCommandWithoutTheFolder()
+{
+    const SearchPath path(SearchPath::Python::StandIn);
+    LineByLine plot(nullptr);
+    QVERIFY(clickUntil(plot, &PythonPlot::plotXYSlot, [] { return !asked().isEmpty(); }));
+    const int before = asked().size();
+    QVERIFY(clickUntil(plot, &PythonPlot::plotXYSlot, [before] { return asked().size() > before; }));
+    QCOMPARE(asked().last(), QByteArray("pythonPlot.py XY"));
+}
+
+void TestPythonPlotWindows::standardErrorReachesTheLog()
+{
+    const SearchPath path(SearchPath::Python::StandIn);
+    const LogFile log;
+    LineByLine plot(nullptr);
+    QVERIFY(clickUntil(plot, &PythonPlot::plotXYZSlot, [&log] { return !log.messages().isEmpty(); }));
+    QVERIFY2(log.leveledMessages().first().startsWith("error: pyplot error:nothing drawn {}"),
+             qPrintable(log.leveledMessages().first()));
+}
+
+void TestPythonPlotWindows::missingPythonReachesTheLog()
+{
+    const SearchPath path(SearchPath::Python::None);
+    const LogFile log;
+    LineByLine plot(nullptr);
+    QVERIFY(clickUntil(plot, &PythonPlot::plotAttackSlot, [&log] { return !log.messages().isEmpty(); }));
+    const QString message = log.leveledMessages().first();
+    QVERIFY2(message.startsWith("error: pyplot error:") && message.contains("python"), qPrintable(message));
+}
+
+QTEST_MAIN(TestPythonPlotWindows)
+#include "TestPythonPlotWindows.moc"
