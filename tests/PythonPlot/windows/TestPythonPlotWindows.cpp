@@ -12,20 +12,20 @@ namespace
 using Slot = void (PythonPlot::*)();
 
 /** Puts the stand-in for python first in the search path, or leaves no interpreter in it, while it lives. */
-class SearchPath
+class CommandPath
 {
 public:
     enum class Python { StandIn, None };
 
-    explicit SearchPath(Python python)
+    explicit CommandPath(Python python)
         : m_before(qgetenv("PATH"))
     {
         const QByteArray system = qgetenv("SystemRoot") + "\\system32";
         const QByteArray standIn = QDir::toNativeSeparators(QStringLiteral(INTERPRETER)).toLocal8Bit();
         qputenv("PATH", python == Python::StandIn ? standIn + ';' + m_before : system);
     }
-    ~SearchPath() { qputenv("PATH", m_before); }
-    Q_DISABLE_COPY_MOVE(SearchPath)
+    ~CommandPath() { qputenv("PATH", m_before); }
+    Q_DISABLE_COPY_MOVE(CommandPath)
 
 private:
     QByteArray m_before;
@@ -109,7 +109,7 @@ void TestPythonPlotWindows::commandRunsInTheFolderOfTheScripts()
 {
     QFETCH(Slot, click);
     QFETCH(QByteArray, argument);
-    const SearchPath path(SearchPath::Python::StandIn);
+    const CommandPath path(CommandPath::Python::StandIn);
     LineByLine plot(nullptr);
     QVERIFY(clickUntil(plot, click, [] { return !asked().isEmpty(); }));
     QCOMPARE(asked().first(), "pythonPlot.py " + argument);
@@ -118,7 +118,7 @@ void TestPythonPlotWindows::commandRunsInTheFolderOfTheScripts()
 
 void TestPythonPlotWindows::shellTakesALaterCommandWithoutTheFolder()
 {
-    const SearchPath path(SearchPath::Python::StandIn);
+    const CommandPath path(CommandPath::Python::StandIn);
     LineByLine plot(nullptr);
     QVERIFY(clickUntil(plot, &PythonPlot::plotXYSlot, [] { return !asked().isEmpty(); }));
     const int before = asked().size();
@@ -128,7 +128,7 @@ void TestPythonPlotWindows::shellTakesALaterCommandWithoutTheFolder()
 
 void TestPythonPlotWindows::standardErrorReachesTheLog()
 {
-    const SearchPath path(SearchPath::Python::StandIn);
+    const CommandPath path(CommandPath::Python::StandIn);
     const LogFile log;
     LineByLine plot(nullptr);
     QVERIFY(clickUntil(plot, &PythonPlot::plotXYZSlot, [&log] { return !log.messages().isEmpty(); }));
@@ -138,7 +138,7 @@ void TestPythonPlotWindows::standardErrorReachesTheLog()
 
 void TestPythonPlotWindows::missingPythonReachesTheLog()
 {
-    const SearchPath path(SearchPath::Python::None);
+    const CommandPath path(CommandPath::Python::None);
     const LogFile log;
     LineByLine plot(nullptr);
     QVERIFY(clickUntil(plot, &PythonPlot::plotAttackSlot, [&log] { return !log.messages().isEmpty(); }));
