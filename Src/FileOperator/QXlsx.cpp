@@ -29,7 +29,8 @@ namespace
 
 constexpr int kLongestText = 32767; // beyond it readers ask whether to repair the file
 
-// The unfinished file's name is longer than the target's by a few characters, and 255 bytes is what file systems take.
+// The unfinished file's name is longer than the target's by a few characters, and 255 is what file systems take: bytes of
+// the local encoding or UTF-16 units, of both of which UTF-8 has at least as many.
 constexpr int kLongestTemporaryBase = 240;
 
 // A sheet's XML stays below this many bytes a cell; part of the answer whether a part may need 64-bit sizes.
@@ -516,7 +517,7 @@ bool Document::saveAs(const QString &path)
         return false;
     }
 
-    const bool longName = QFile::encodeName(target.fileName()).size() > kLongestTemporaryBase;
+    const bool longName = target.fileName().toUtf8().size() > kLongestTemporaryBase;
     const QString name = longName ? target.absoluteDir().filePath(QUuid::createUuid().toString(QUuid::WithoutBraces))
                                   : target.absoluteFilePath();
     QSaveFile file(name);

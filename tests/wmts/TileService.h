@@ -33,8 +33,8 @@ public:
         while (!m_process.canReadLine())
             if (!m_process.waitForReadyRead(30000))
                 return false;
-        const QByteArray line = m_process.readLine();
-        m_port = static_cast<quint16>(line.mid(line.lastIndexOf(':') + 1).chopped(2).toUInt());
+        const QByteArray line = m_process.readLine().trimmed();
+        m_port = static_cast<quint16>(line.mid(line.lastIndexOf(':') + 1).chopped(1).toUInt());
         return m_port != 0;
     }
 

@@ -18,6 +18,8 @@ namespace
 const QStringList kAfterTheStart{"wkeCreateWebWindow", "wkeShowWindow", "wkeLoadURL", "wkeResize",
                                  "wkeMoveWindow",      "wkeRunJS",      "wkeFinalize"};
 
+constexpr int kIdOfText = 0xFFFF; // the control of a message box that holds its text
+
 /**
  * Presses OK in the system's message boxes of the thread that made it, while it lives. It looks from a thread of its own:
  * a box runs its own loop, and nothing but windows' messages is served in there.
@@ -57,7 +59,7 @@ private:
             const HWND button = box ? FindWindowExA(box, nullptr, "Button", nullptr) : nullptr;
             if (!button)
                 continue;
-            m_boxes.append(textOf(box) + QStringLiteral(": ") + textOf(FindWindowExA(box, nullptr, "Static", nullptr)));
+            m_boxes.append(textOf(box) + QStringLiteral(": ") + textOf(GetDlgItem(box, kIdOfText)));
             // Not always IDOK: a lone button may answer the escape key, too.
             SendMessageA(box, WM_COMMAND, static_cast<WPARAM>(GetDlgCtrlID(button)), 0);
             while (IsWindow(box) && !m_stopped)

@@ -74,7 +74,13 @@ class TestPythonPlotWindows : public QObject
     Q_OBJECT
 
 private slots:
-    void init() { m_fixture = std::make_unique<Fixture>(); }
+    void init()
+    {
+        m_fixture = std::make_unique<Fixture>();
+        m_log = m_fixture->path(QStringLiteral("logs/log.txt"));
+        // The "cd" of cmd does not change the drive: the program is started on its own.
+        QVERIFY(QDir::setCurrent(QCoreApplication::applicationDirPath()));
+    }
     void cleanup() { m_fixture.reset(); }
 
     void shellIsNamedAsThePlatformHasIt();
@@ -86,6 +92,7 @@ private slots:
 
 private:
     std::unique_ptr<Fixture> m_fixture;
+    QString m_log;
 };
 
 void TestPythonPlotWindows::shellIsNamedAsThePlatformHasIt()
@@ -129,7 +136,7 @@ void TestPythonPlotWindows::shellTakesALaterCommandWithoutTheFolder()
 void TestPythonPlotWindows::standardErrorReachesTheLog()
 {
     const CommandPath path(CommandPath::Python::StandIn);
-    const LogFile log;
+    const LogFile log(m_log);
     LineByLine plot(nullptr);
     QVERIFY(clickUntil(plot, &PythonPlot::plotXYZSlot, [&log] { return !log.messages().isEmpty(); }));
     QVERIFY2(log.leveledMessages().first().startsWith("error: pyplot error:nothing drawn {}"),
@@ -139,7 +146,7 @@ void TestPythonPlotWindows::standardErrorReachesTheLog()
 void TestPythonPlotWindows::missingPythonReachesTheLog()
 {
     const CommandPath path(CommandPath::Python::None);
-    const LogFile log;
+    const LogFile log(m_log);
     LineByLine plot(nullptr);
     QVERIFY(clickUntil(plot, &PythonPlot::plotAttackSlot, [&log] { return !log.messages().isEmpty(); }));
     const QString message = log.leveledMessages().first();
