@@ -9,7 +9,7 @@ usage() {
 Usage: ./bench.sh [NAME...]
 
 Installs what is missing (Debian 12), builds the release preset, runs the benchmarks (all, or those named, as in
-./bench.sh read show for bench_read and bench_show) and prints one table. Run it on a machine that does nothing else.
+./bench.sh read plot for bench_read and bench_plot) and prints one table. Run it on a machine that does nothing else.
 
 A benchmark is a program build/release/bench/bench_*. On its standard output a line
     name | floor | measured | ratio | target

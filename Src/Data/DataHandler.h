@@ -95,6 +95,10 @@ private:
     struct Frame;
 
     void writeTracks();
+    /** decodeLine() of a QString or a QLatin1String. */
+    template <typename Text>
+    bool decodeText(const Text &line);
+    bool takeFrame(const Frame &data);
     void resetCounters();
     void appendSamples(const Frame &data);
     template <std::uint8_t Code>

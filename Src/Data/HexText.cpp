@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <type_traits>
 
 namespace
 {
@@ -25,11 +26,12 @@ constexpr std::array<std::uint8_t, 256> makeDigitValues()
 
 constexpr std::array<std::uint8_t, 256> kDigitValues = makeDigitValues();
 
-inline std::uint8_t digitValue(QChar character)
+/** Characters are UTF-16 units or bytes of Latin-1. */
+template <typename Character>
+inline std::uint8_t digitValue(Character character)
 {
     // Latin-1 has no place for the others and turns them into a question mark, which is no digit.
-    const ushort code = character.unicode();
-    return code < kDigitValues.size() ? kDigitValues[code] : kNoDigit;
+    return character < kDigitValues.size() ? kDigitValues[character] : kNoDigit;
 }
 
 /**
@@ -38,16 +40,21 @@ inline std::uint8_t digitValue(QChar character)
  * Written without branches and tables, so that the compiler makes vector code of both loops.
  * @return false when it is not that case
  */
-bool decodePlain(const ushort *text, qint64 size, std::uint8_t *bytes, int capacity)
+template <typename Character>
+bool decodePlain(const Character *text, qint64 size, std::uint8_t *bytes, int capacity)
 {
     if (size % 2 != 0 || size / 2 > capacity)
         return false;
+    // Signed and no wider than a character: so the first loop compares as many at once as a register holds.
+    using Signed = std::make_signed_t<Character>;
     const int characters = static_cast<int>(size);
-    unsigned others = 0;
+    Signed others = 0;
     for (int i = 0; i < characters; ++i) {
-        const auto decimal = static_cast<ushort>(text[i] - '0');
-        const auto letter = static_cast<ushort>((text[i] | 0x20) - 'a');
-        others |= static_cast<unsigned>(decimal > 9) & static_cast<unsigned>(letter > 5);
+        const auto decimal = static_cast<Signed>(text[i] - '0');
+        const auto letter = static_cast<Signed>((text[i] | 0x20) - 'a');
+        const auto noDecimal = static_cast<Signed>(static_cast<int>(decimal < 0) | static_cast<int>(decimal > 9));
+        const auto noLetter = static_cast<Signed>(static_cast<int>(letter < 0) | static_cast<int>(letter > 5));
+        others = static_cast<Signed>(others | (noDecimal & noLetter));
     }
     if (others != 0)
         return false;
@@ -61,7 +68,8 @@ bool decodePlain(const ushort *text, qint64 size, std::uint8_t *bytes, int capac
 }
 
 /** Any text; stops behind the digits that fill the room. */
-void decodeMixed(const QChar *text, qint64 size, bool oddDigits, std::uint8_t *bytes, int capacity)
+template <typename Character>
+void decodeMixed(const Character *text, qint64 size, bool oddDigits, std::uint8_t *bytes, int capacity)
 {
     const std::uint8_t *const end = bytes + capacity;
     bool haveHigh = oddDigits; // pairing from the end leaves the first digit alone
@@ -77,19 +85,30 @@ void decodeMixed(const QChar *text, qint64 size, bool oddDigits, std::uint8_t *b
     }
 }
 
-} // namespace
-
-qint64 decodeHex(const QString &text, std::uint8_t *bytes, int capacity)
+template <typename Character>
+qint64 decode(const Character *text, qint64 size, std::uint8_t *bytes, int capacity)
 {
-    const QChar *const begin = text.constData();
-    const qint64 size = text.size();
     qint64 length = size / 2;
-    if (!decodePlain(text.utf16(), size, bytes, capacity)) {
-        const qint64 digits = std::count_if(begin, begin + size, [](QChar c) { return digitValue(c) != kNoDigit; });
+    if (!decodePlain(text, size, bytes, capacity)) {
+        const qint64 digits
+            = std::count_if(text, text + size, [](Character c) { return digitValue(c) != kNoDigit; });
         length = (digits + 1) / 2;
-        decodeMixed(begin, size, digits % 2 != 0, bytes, capacity);
+        decodeMixed(text, size, digits % 2 != 0, bytes, capacity);
     }
     if (length < capacity)
         std::fill(bytes + length, bytes + capacity, std::uint8_t {0});
     return length;
+}
+
+} // namespace
+
+qint64 decodeHex(const QString &text, std::uint8_t *bytes, int capacity)
+{
+    // A QChar is its number; utf16() would make sure of a zero at the end, which nobody needs here.
+    return decode(reinterpret_cast<const ushort *>(text.constData()), text.size(), bytes, capacity);
+}
+
+qint64 decodeHex(QLatin1String text, std::uint8_t *bytes, int capacity)
+{
+    return decode(reinterpret_cast<const uchar *>(text.data()), text.size(), bytes, capacity);
 }

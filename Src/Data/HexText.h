@@ -16,4 +16,7 @@
  * @param capacity room in bytes
  * @return the number of bytes that the whole text gives, which may be more than capacity
  */
+///@{
 qint64 decodeHex(const QString &text, std::uint8_t *bytes, int capacity);
+qint64 decodeHex(QLatin1String text, std::uint8_t *bytes, int capacity);
+///@}

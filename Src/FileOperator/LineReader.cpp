@@ -69,6 +69,27 @@ bool LineReader::next(QString &line)
     return true;
 }
 
+bool LineReader::nextPlain(QLatin1String &line)
+{
+    if (m_stream != nullptr)
+        return false;
+    const char *const text = m_text.constData() + m_start;
+    const auto *const end
+        = static_cast<const char *>(std::memchr(text, '\n', static_cast<std::size_t>(m_text.size() - m_start)));
+    if (end == nullptr)
+        return false;
+    int length = static_cast<int>(end - text);
+    if (m_returns) {
+        if (length > 0 && text[length - 1] == '\r')
+            --length;
+        if (std::memchr(text, '\r', static_cast<std::size_t>(length)) != nullptr)
+            return false;
+    }
+    line = QLatin1String(text, length);
+    m_start = static_cast<int>(end - m_text.constData()) + 1;
+    return true;
+}
+
 /** Reads on behind the started line. @return false at the end of the file, or when a stream has taken over */
 bool LineReader::fill()
 {
@@ -79,8 +100,11 @@ bool LineReader::fill()
     m_text.resize(had + kBlockBytes);
     const qint64 got = std::max<qint64>(0, m_file.read(m_text.data() + had, kBlockBytes));
     m_text.resize(had + static_cast<int>(got));
-    if (isAscii(m_text.constData() + had, static_cast<int>(got)))
+    if (isAscii(m_text.constData() + had, static_cast<int>(got))) {
+        const bool found = std::memchr(m_text.constData() + had, '\r', static_cast<std::size_t>(got)) != nullptr;
+        m_returns = found || (m_returns && had > 0);
         return got > 0;
+    }
     handOver();
     return false;
 }
@@ -99,7 +123,7 @@ void LineReader::take(QString &line, int length)
 {
     const char *const text = m_text.constData() + m_start;
     line = QLatin1String(text, length);
-    if (std::memchr(text, '\r', static_cast<std::size_t>(length)) != nullptr)
+    if (m_returns)
         line.remove(QLatin1Char('\r'));
     m_start += length;
 }

@@ -24,14 +24,22 @@ public:
     /** Puts the next line into line, whose memory is used again. @return false at the end of the file */
     bool next(QString &line);
 
+    /**
+     * Gives the next line as it lies in memory, where it stays until the next call.
+     *
+     * @return false when it does not lie there as a whole, or not as plain ASCII; next() gives it then
+     */
+    bool nextPlain(QLatin1String &line);
+
 private:
     bool fill();
     void handOver();
     void take(QString &line, int length);
 
     QFile &m_file;
-    QByteArray m_text;     // bytes read and not yet forgotten
-    qint64 m_position = 0; // of m_text in the file
-    int m_start = 0;       // of the next line in m_text
+    QByteArray m_text;      // bytes read and not yet forgotten
+    qint64 m_position = 0;  // of m_text in the file
+    int m_start = 0;        // of the next line in m_text
+    bool m_returns = false; // m_text may hold carriage returns
     std::unique_ptr<QTextStream> m_stream;
 };

@@ -9,12 +9,21 @@
 namespace
 {
 
-/** What the whole text gives, by way of a buffer that has room for it. */
-QByteArray decoded(const QString &text)
+template <typename Text>
+QByteArray decodedAs(const Text &text)
 {
     std::vector<std::uint8_t> bytes(std::size_t(text.size()) + 1, 0xA5);
     const qint64 length = decodeHex(text, bytes.data(), int(bytes.size()));
     return QByteArray(reinterpret_cast<const char *>(bytes.data()), int(length));
+}
+
+/** What the whole text gives, by way of a buffer that has room for it; as Latin-1 it has to give the same. */
+QByteArray decoded(const QString &text)
+{
+    const QByteArray latin1 = text.toLatin1();
+    const QByteArray narrow = decodedAs(QLatin1String(latin1.constData(), latin1.size()));
+    const QByteArray wide = decodedAs(text);
+    return narrow == wide ? wide : "Latin-1 gives " + narrow.toHex() + " and UTF-16 " + wide.toHex();
 }
 
 QByteArray decodedByQt(const QString &text)

@@ -19,10 +19,12 @@ private slots:
     void givesTheLinesOfATextStreamForRandomBytes();
     void readsALineThatSpansManyBlocks();
     void usesTheMemoryOfTheLineAgain();
+    void plainLineIsNotCopied();
 
 private:
     static QStringList streamLines(const QByteArray &bytes);
     static QStringList readerLines(const QByteArray &bytes);
+    static QStringList plainLines(const QByteArray &bytes);
 };
 
 namespace
@@ -75,6 +77,25 @@ QStringList TestLineReader::readerLines(const QByteArray &bytes)
     return lines;
 }
 
+/** The same, with those lines taken as they lie in memory that do. */
+QStringList TestLineReader::plainLines(const QByteArray &bytes)
+{
+    TextFile text(bytes);
+    LineReader reader(text.file());
+    QStringList lines;
+    QString line;
+    QLatin1String plain;
+    while (true) {
+        if (reader.nextPlain(plain))
+            lines << plain;
+        else if (reader.next(line))
+            lines << line;
+        else
+            return lines;
+        line.detach();
+    }
+}
+
 void TestLineReader::givesTheLinesOfATextStream_data()
 {
     QTest::addColumn<QByteArray>("bytes");
@@ -120,6 +141,7 @@ void TestLineReader::givesTheLinesOfATextStream()
     if (localeIsUtf8())
         QTEST(lines.size(), "count");
     QCOMPARE(lines, streamLines(bytes));
+    QCOMPARE(plainLines(bytes), lines);
 }
 
 void TestLineReader::givesTheLinesOfATextStreamForRandomBytes_data()
@@ -142,6 +164,7 @@ void TestLineReader::givesTheLinesOfATextStreamForRandomBytes()
             byte = alphabet.at(random.bounded(alphabet.size()));
         bytes += 'A'; // an end of carriage returns alone is told apart by the stream's own blocks
         QCOMPARE(readerLines(bytes), streamLines(bytes));
+        QCOMPARE(plainLines(bytes), streamLines(bytes));
     }
 }
 
@@ -152,6 +175,7 @@ void TestLineReader::readsALineThatSpansManyBlocks()
     QCOMPARE(lines.size(), 2);
     QCOMPARE(lines.at(0), QString::fromLatin1(longLine));
     QCOMPARE(lines.at(1), QStringLiteral("BB"));
+    QCOMPARE(plainLines(longLine + "\nBB"), lines);
 }
 
 void TestLineReader::usesTheMemoryOfTheLineAgain()
@@ -164,6 +188,29 @@ void TestLineReader::usesTheMemoryOfTheLineAgain()
     QVERIFY(reader.next(line));
     QCOMPARE(line, QStringLiteral("BBBB"));
     QCOMPARE(line.constData(), memory);
+}
+
+void TestLineReader::plainLineIsNotCopied()
+{
+    TextFile text("AA\nBB\r\nC\rC\nDD\nEE");
+    LineReader reader(text.file());
+    QString line;
+    QLatin1String plain;
+    QVERIFY2(!reader.nextPlain(plain), "nothing was read yet");
+    QVERIFY(reader.next(line));
+    QVERIFY(reader.nextPlain(plain));
+    QCOMPARE(plain, QLatin1String("BB"));
+    const char *const place = plain.data();
+    QVERIFY2(!reader.nextPlain(plain), "a carriage return inside");
+    QVERIFY(reader.next(line));
+    QCOMPARE(line, QStringLiteral("CC"));
+    QVERIFY(reader.nextPlain(plain));
+    QCOMPARE(plain, QLatin1String("DD"));
+    QCOMPARE(plain.data() - place, std::ptrdiff_t(qstrlen("BB\r\nC\rC\n")));
+    QVERIFY2(!reader.nextPlain(plain), "no line end");
+    QVERIFY(reader.next(line));
+    QCOMPARE(line, QStringLiteral("EE"));
+    QVERIFY(!reader.nextPlain(plain) && !reader.next(line));
 }
 
 QTEST_GUILESS_MAIN(TestLineReader)

@@ -173,6 +173,12 @@ void TestNumberText::agreesWithTheStreamOnTies()
         const int whole = sixDigits(random);
         for (const double value : {whole + 0.5, whole / 10 + 0.25, whole / 100 + 0.125, whole / 1000 + 0.0625})
             QCOMPARE(text(value), stream(value));
+        // What a decimal fraction with a 5 behind six digits comes to in a double, and the doubles beside it.
+        for (const double divisor : {1e2, 1e4, 1e6, 1e8, 1e10}) {
+            const double near = tie / divisor;
+            for (const double value : {near, std::nextafter(near, 0.0), std::nextafter(near, 1e9)})
+                QCOMPARE(text(value), stream(value));
+        }
     }
 }
 
