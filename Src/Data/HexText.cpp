@@ -90,8 +90,7 @@ qint64 decode(const Character *text, qint64 size, std::uint8_t *bytes, int capac
 {
     qint64 length = size / 2;
     if (!decodePlain(text, size, bytes, capacity)) {
-        const qint64 digits
-            = std::count_if(text, text + size, [](Character c) { return digitValue(c) != kNoDigit; });
+        const qint64 digits = std::count_if(text, text + size, [](Character c) { return digitValue(c) != kNoDigit; });
         length = (digits + 1) / 2;
         decodeMixed(text, size, digits % 2 != 0, bytes, capacity);
     }

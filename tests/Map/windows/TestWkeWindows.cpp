@@ -21,8 +21,8 @@ const QStringList kAfterTheStart{"wkeCreateWebWindow", "wkeShowWindow", "wkeLoad
 constexpr int kIdOfText = 0xFFFF; // the control of a message box that holds its text
 
 /**
- * Presses OK in the system's message boxes of the thread that made it, while it lives. It looks from a thread of its own:
- * a box runs its own loop, and nothing but windows' messages is served in there.
+ * Presses OK in the system's message boxes of the thread that made it, while it lives. It looks from a thread of its
+ * own: a box runs its own loop, and nothing but windows' messages is served in there.
  */
 class BoxAnswer
 {

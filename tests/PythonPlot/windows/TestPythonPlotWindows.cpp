@@ -31,7 +31,7 @@ private:
     QByteArray m_before;
 };
 
-/** Each line in a write of its own, as a console sends them: a cmd that is not Microsoft's drops the rest of a write. */
+/** Each line in a write of its own, as a console sends them: the cmd of some systems drops the rest of a write. */
 class LineByLine : public PythonPlot
 {
 public:
@@ -53,7 +53,7 @@ QByteArrayList asked()
 }
 
 /** Clicks until something is true: a shell that comes up slowly may get two lines as one and drop the second. */
-template<typename Done>
+template <typename Done>
 bool clickUntil(PythonPlot &plot, Slot click, Done done)
 {
     for (int tries = 0; tries < 15; ++tries) {
