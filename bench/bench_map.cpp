@@ -10,6 +10,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
 #include <QImage>
 #include <QJsonArray>
@@ -17,6 +18,7 @@
 #include <QMap>
 #include <QProcess>
 #include <QPushButton>
+#include <QTimer>
 #include <QWidget>
 #include <cmath>
 #include <cstdlib>
@@ -32,6 +34,7 @@ constexpr int kSamples = 180000;
 constexpr double kTextTarget = 1.3;
 constexpr int kMoreOpenings = 10;
 constexpr int kPatience = 60000; // milliseconds that anything may take before the benchmark gives up
+constexpr int kGlance = 4; // milliseconds between two looks at the page
 
 constexpr QRgb kGround = qRgb(0xee, 0xf1, 0xf3); // of the page, where no tile is
 constexpr QRgb kTrack = qRgb(0xd8, 0x1b, 0x60);
@@ -72,17 +75,22 @@ void floorWork()
     std::_Exit(1);
 }
 
+/** In an event loop, as in the program: the engine's requests pass through it. */
 template <typename Probe>
 void waitFor(Probe &&probe, const char *what)
 {
-    QElapsedTimer timer;
-    timer.start();
-    while (!probe()) {
-        if (timer.elapsed() > kPatience)
+    QElapsedTimer patience;
+    patience.start();
+    QEventLoop loop;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, &loop, [&] {
+        if (probe())
+            loop.quit();
+        else if (patience.elapsed() > kPatience)
             giveUp(what);
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
-        usleep(2000);
-    }
+    });
+    timer.start(kGlance);
+    loop.exec();
 }
 
 /** The engine's view in a dialog, or null while there is none. */
@@ -95,12 +103,14 @@ QWidget *viewOf(const QWidget &dialog)
     return nullptr;
 }
 
+/** In a strip down the middle, which a track that fits the view crosses: a whole picture takes the page's own time. */
 bool shows(const QWidget &dialog, QRgb colour)
 {
     QWidget *const view = viewOf(dialog);
     if (!view)
         return false;
-    const QImage image = view->grab().toImage().convertToFormat(QImage::Format_RGB32);
+    const QRect strip(view->width() / 2, 0, 4, view->height());
+    const QImage image = view->grab(strip).toImage().convertToFormat(QImage::Format_RGB32);
     for (int y = 0; y < image.height(); ++y) {
         const auto *const row = reinterpret_cast<const QRgb *>(image.constScanLine(y));
         if (std::find(row, row + image.width(), colour) != row + image.width())
@@ -116,10 +126,10 @@ MapWidget *open(QWidget &window)
     return map;
 }
 
-/** As a user does: the dialog stays under the window. */
+/** As a user does, from the event loop: the dialog stays under the window. */
 void close(MapWidget &map)
 {
-    map.reject();
+    QTimer::singleShot(0, &map, &MapWidget::reject);
     waitFor([&map] { return !viewOf(map); }, "the page to go");
 }
 
@@ -260,7 +270,7 @@ int main(int argc, char *argv[])
     if (qEnvironmentVariableIsEmpty("DISPLAY")) {
         qputenv("QT_QPA_PLATFORM", "xcb");
         char screen[] = "-screen 0 1920x1080x24";
-        const char *const command[] = {"xvfb-run", "-a", "-s", screen, argv[0], nullptr};
+        const char *const command[] = {"xvfb-run", "-a", "-s", screen, argv[0], argc > 1 ? argv[1] : nullptr, nullptr};
         execvp(command[0], const_cast<char **>(command));
         giveUp("xvfb-run");
     }

@@ -11,6 +11,7 @@
 #include <QQuickWindow>
 #include <QSet>
 #include <QStringList>
+#include <QTimer>
 #include <QUrl>
 #include <QWebEnginePage>
 #include <QWebEngineProfile>
@@ -28,6 +29,10 @@ namespace
 {
 
 Q_LOGGING_CATEGORY(lcPage, "ostravel.page", QtFatalMsg)
+
+// What the engine reads at its start, and no program that is started later.
+constexpr const char *kNoSandbox = "QTWEBENGINE_DISABLE_SANDBOX";
+constexpr const char *kFlags = "QTWEBENGINE_CHROMIUM_FLAGS";
 
 /** A file of the map's folder, links followed, so that none leads out of it. */
 bool isOwnFile(const QUrl &url)
@@ -107,11 +112,47 @@ protected:
     }
 };
 
+/**
+ * An empty page in the process that all pages share. It keeps that process while no dialog is open: the start of one
+ * takes as long as all the rest of an opening.
+ */
+class Keeper : public QWebEnginePage
+{
+public:
+    explicit Keeper(QWebEngineProfile *profile)
+        : QWebEnginePage(profile)
+        , m_patience(new QTimer(this))
+    {
+        m_patience->setSingleShot(true);
+        m_patience->setInterval(kPatience);
+        connect(m_patience, &QTimer::timeout, this, &QObject::deleteLater);
+        connect(this, &QWebEnginePage::renderProcessTerminated, this, &QObject::deleteLater);
+        load(QUrl(QStringLiteral("about:blank")));
+    }
+
+    /** Gives a process up that a page has left with endless work: the next page would wait for it. */
+    void ask()
+    {
+        m_patience->start();
+        // Answered by its end, too, when the timer may be gone.
+        runJavaScript(QStringLiteral("0"), [patience = QPointer<QTimer>(m_patience)](const QVariant &) {
+            if (patience)
+                patience->stop();
+        });
+    }
+
+private:
+    static constexpr int kPatience = 2000; // milliseconds
+
+    QTimer *m_patience;
+};
+
 class View;
 
 struct Engine {
     int users = 0;
     Profile *profile = nullptr;
+    QPointer<Keeper> keeper;
     QSet<View *> views;
 };
 
@@ -124,7 +165,7 @@ Engine &engine()
 
 /**
  * One engine window. The page lives while the window that holds it is open: a closed map dialog stays in memory, and a
- * page costs a process of some 60 MB.
+ * page costs much of it.
  */
 class View : public QWidget
 {
@@ -174,8 +215,7 @@ public:
 
     void dropPage()
     {
-        m_waiting.clear();
-        m_loaded = false;
+        forgetPage();
         // One that waits for its deletion is among them: its page has to go before the profile.
         qDeleteAll(findChildren<QWebEngineView *>(QString(), Qt::FindDirectChildrenOnly));
     }
@@ -183,8 +223,7 @@ public:
     /** For calls from the page itself: a failed load, or whatever closes the dialog. */
     void dropPageLater()
     {
-        m_waiting.clear();
-        m_loaded = false;
+        forgetPage();
         if (m_view) {
             m_view->hide();
             m_view->deleteLater();
@@ -220,6 +259,14 @@ protected:
     }
 
 private:
+    void forgetPage()
+    {
+        m_waiting.clear();
+        m_loaded = false;
+        if (engine().keeper)
+            engine().keeper->ask();
+    }
+
     // The window that is asked for reaches over the buttons beside the map and out of the dialog wherever that does
     // not begin at the screen's corner; what the page has at its edges would be out of sight.
     void keepClear()
@@ -267,6 +314,8 @@ private:
             return;
         }
         m_loaded = true;
+        if (!engine().keeper)
+            engine().keeper = new Keeper(engine().profile);
         for (const QString &script : qAsConst(m_waiting))
             run(script);
         m_waiting.clear();
@@ -319,12 +368,20 @@ WKE_EXPORT void wkeInitializeEx(const WkeSettings *)
     Q_UNUSED(chosen)
     // The engine refuses to run its sandbox as the system's administrator, and for nobody else is it switched off.
     if (geteuid() == 0)
-        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+        qputenv(kNoSandbox, "1");
     else
-        qunsetenv("QTWEBENGINE_DISABLE_SANDBOX");
+        qunsetenv(kNoSandbox);
+    // All pages are our own and share one process; what a user gives the engine stays.
+    const bool hasFlags = qEnvironmentVariableIsSet(kFlags);
+    const QByteArray flags = qgetenv(kFlags);
+    qputenv(kFlags, flags + " --renderer-process-limit=1");
     if (!engine().profile)
         engine().profile = new Profile;
-    qunsetenv("QTWEBENGINE_DISABLE_SANDBOX");
+    qunsetenv(kNoSandbox);
+    if (hasFlags)
+        qputenv(kFlags, flags);
+    else
+        qunsetenv(kFlags);
 }
 
 WKE_EXPORT WkeWebView wkeCreateWebWindow(int, WkeWindow parent, int x, int y, int width, int height)
@@ -380,6 +437,7 @@ WKE_EXPORT void wkeFinalize()
     const QSet<View *> views = engine().views;
     for (View *const view : views)
         view->dropPage();
+    delete engine().keeper;
     delete engine().profile;
     engine().profile = nullptr;
 }

@@ -119,7 +119,8 @@
             return tile;
         }
     });
-    var graticule = new Graticule({ pane: 'grid', updateWhenZooming: false, keepBuffer: 1 }).addTo(map);
+    /* Large tiles: each is a canvas of its own, and a label is drawn in all that it reaches into. */
+    var graticule = new Graticule({ pane: 'grid', tileSize: 512, updateWhenZooming: false, keepBuffer: 1 }).addTo(map);
 
     /* ---- Tiles ---- */
 

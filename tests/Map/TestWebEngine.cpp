@@ -20,6 +20,8 @@ class TestWebEngine : public QObject
     Q_OBJECT
 
 private slots:
+    // What a user gives the engine, before anything has started it.
+    void initTestCase() { qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--no-first-run"); }
     void init() { m_fixture = std::make_unique<Fixture>(); }
     void cleanup();
 
@@ -33,6 +35,8 @@ private slots:
     void onlyOurFilesAndLoopbackAreReached();
     void deadPageIsSaidAndANewDialogWorks();
     void closedDialogGivesItsPageUp();
+    void pageThatHangsIsGivenUpWithItsDialog();
+    void pagesOfTwoDialogsShareAProcess();
     void pageMayCloseTheDialogItself();
     void keysInThePageStayInThePage_data();
     void keysInThePageStayInThePage();
@@ -212,11 +216,38 @@ void TestWebEngine::closedDialogGivesItsPageUp()
     MapWidget map(nullptr);
     QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
     const auto process = pid_t(view(map)->page()->renderProcessPid());
+    QCOMPARE(ask(map, "window.name = 'the first'").toString(), QString("the first"));
     map.close();
     QTRY_VERIFY(!view(map));
+    map.show();
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
+    QCOMPARE(ask(map, "window.name").toString(), QString());
+    // Its process waits for the next page, whose opening it halves.
+    QCOMPARE(pid_t(view(map)->page()->renderProcessPid()), process);
+}
+
+void TestWebEngine::pageThatHangsIsGivenUpWithItsDialog()
+{
+    MapWidget map(nullptr);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
+    const auto process = pid_t(view(map)->page()->renderProcessPid());
+    map.runJs("for (;;) Number", "1");
+    map.close();
     QTRY_VERIFY_WITH_TIMEOUT(kill(process, 0) != 0, 30000);
     map.show();
     QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
+}
+
+void TestWebEngine::pagesOfTwoDialogsShareAProcess()
+{
+    const MapWidget first(nullptr);
+    const MapWidget second(nullptr);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(first, "typeof ostravelMap").toString(), QString("object"), 60000);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(second, "typeof ostravelMap").toString(), QString("object"), 60000);
+    QCOMPARE(view(first)->page()->renderProcessPid(), view(second)->page()->renderProcessPid());
+    // Yet no script of one reaches the other.
+    ask(first, "window.mine = 1");
+    QCOMPARE(ask(second, "typeof mine").toString(), QString("undefined"));
 }
 
 void TestWebEngine::pageMayCloseTheDialogItself()
@@ -296,6 +327,7 @@ void TestWebEngine::sandboxIsOffForTheAdministratorAlone()
     QCOMPARE(file.readAll().split('\0').contains("--no-sandbox"), geteuid() == 0);
     // Programs that are started from here on inherit nothing of it.
     QVERIFY(!qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX"));
+    QCOMPARE(qgetenv("QTWEBENGINE_CHROMIUM_FLAGS"), QByteArray("--no-first-run"));
 }
 
 QTEST_MAIN(TestWebEngine)
