@@ -187,6 +187,9 @@ void MainWindow::setUpCheckBoxes()
                 break;
             }
         }
+        // A laptop's screen at twice its scale has 540 pixels: the rows move together before the window leaves it.
+        box->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Preferred);
+        box->setMinimumHeight(box->fontMetrics().height());
         connect(box, &QCheckBox::stateChanged, this, &MainWindow::showSlot);
     }
 }

@@ -404,6 +404,12 @@ void TestMainWindow::canvasesShareTheHeightThreeToOneAndShrink()
     }
     const double ratio = double(m_fixture->canvas()->height()) / m_fixture->canvas_2()->height();
     QVERIFY2(ratio > 2.9 && ratio < 3.1, qPrintable(QString::number(ratio)));
+    // The same at twice its scale, less the frame: the texts stay whole.
+    window().resize(960, 500);
+    QTRY_COMPARE(window().size(), QSize(960, 500));
+    QVERIFY(window().minimumSizeHint().height() <= 500);
+    for (const QCheckBox *box : window().checkBoxes())
+        QVERIFY(box->height() >= box->fontMetrics().height());
 }
 
 void TestMainWindow::onlyTheFirstCanvasKeepsTheSubGridOfItsYAxis()
