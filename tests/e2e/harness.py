@@ -119,6 +119,19 @@ class Picture:
         left, top = (max(rect.x, 0), max(rect.y, 0)) if rect else (0, 0)
         return [(left + int(x), top + int(y)) for y, x in numpy.argwhere(distance <= tolerance)]
 
+    def by_distance_from_others(self, points, colour, rect):
+        """The points of a curve in a colour, those first that are farthest from what is drawn in another hue."""
+        def hue(data):
+            low, high = data.min(axis=-1, keepdims=True), data.max(axis=-1, keepdims=True)
+            return (data - low) / numpy.maximum(high - low, 1), (high - low)[..., 0]
+
+        hues, strengths = hue(self.part(rect).astype(float))
+        others = (strengths > 60) & (numpy.abs(hues - hue(numpy.array(colour, float))[0]).max(axis=2) > 0.35)
+        places = numpy.argwhere(others)[:, ::-1] + (rect.x, rect.y)
+        if not len(places):
+            return points
+        return sorted(points, reverse=True, key=lambda at: numpy.abs(places - at).max(axis=1).min())
+
     def colours(self, rect=None):
         """Number of different colours inside rect: a plain surface has one or two, a drawing many."""
         return len(numpy.unique(self.part(rect).reshape(-1, 3), axis=0))
