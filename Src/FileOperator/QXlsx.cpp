@@ -34,7 +34,7 @@ constexpr int kLongestText = 32767; // beyond it readers ask whether to repair t
 constexpr int kLongestTemporaryBase = 240;
 
 // A sheet's XML stays below this many bytes a cell; part of the answer whether a part may need 64-bit sizes.
-constexpr quint64 kBytesACell = 80;
+constexpr quint64 kBytesACell = 80 + 4 * XlsxSheetWriter::kLongestPrefix;
 constexpr quint64 kLargePart = 0xc0000000;
 
 /** Rows that were written to beyond the last, as stretches, so that rows in any order are counted once. */
@@ -310,7 +310,10 @@ bool DocumentPrivate::writeSheet(XlsxZipWriter &zip, SheetState &state, const QV
         if (outcome == XlsxSheetWriter::Outcome::Written)
             outcome = XlsxSheetWriter::Outcome::Damaged;
     }
-    if (outcome == XlsxSheetWriter::Outcome::Stopped)
+    if (outcome == XlsxSheetWriter::Outcome::Refused)
+        warnings.append(QStringLiteral("sheet %1 of %2 has elements whose names are too long to be written over")
+                            .arg(state.sheet.name, path));
+    if (outcome == XlsxSheetWriter::Outcome::Stopped || outcome == XlsxSheetWriter::Outcome::Refused)
         return false;
     if (outcome == XlsxSheetWriter::Outcome::Damaged)
         warnings.append(

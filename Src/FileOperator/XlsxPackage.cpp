@@ -253,6 +253,7 @@ bool XlsxPackage::readWorkbook()
     if (!m_zip.readPart(m_zip.indexOf(m_workbookPart), kLongestList, m_workbook))
         return false;
     XlsxXmlReader reader(m_workbook);
+    QSet<int> taken;
     bool hasList = false;
     while (reader.next()) {
         if (!reader.isStartElement())
@@ -274,9 +275,13 @@ bool XlsxPackage::readWorkbook()
             Sheet sheet;
             sheet.name = unescapeCharacters(reader.attribute(QLatin1String("name")));
             const auto target = m_targets.constFind(reader.attribute(QLatin1String("id")));
-            if (target != m_targets.constEnd() && target->first == QLatin1String("worksheet")
-                && m_zip.indexOf(target->second) >= 0)
-                sheet.part = target->second;
+            if (target != m_targets.constEnd() && target->first == QLatin1String("worksheet")) {
+                // Two sheets of one part would write over each other.
+                const int part = m_zip.indexOf(target->second);
+                if (part >= 0 && !taken.contains(part))
+                    sheet.part = target->second;
+                taken.insert(part);
+            }
             m_lastSheetId = std::max(m_lastSheetId, reader.attribute(QLatin1String("sheetId")).toUInt());
             m_sheets.append(sheet);
         }

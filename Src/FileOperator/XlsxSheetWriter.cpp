@@ -15,6 +15,12 @@ namespace
 {
 
 constexpr int kCellsBetweenAsking = 100000;
+constexpr int kLongestFormula = 8192; // characters, by the format
+constexpr int kFormulaCharactersACell = 16; // of a formula that is written out, as time goes
+
+// What is put down without a look at the room's end: four prefixes at most, and names, numbers and quotes between them.
+constexpr std::size_t kCellRoom = 128 + 4 * XlsxSheetWriter::kLongestPrefix;
+static_assert(kCellRoom <= XlsxOutput::kLargestPiece);
 constexpr int kBehindAll = 1 << 30;
 
 struct ColumnNames {
@@ -99,7 +105,10 @@ XlsxSheetWriter::Outcome XlsxSheetWriter::merge(XlsxZipReader::Part &part, const
         return outcome == Outcome::Written ? Outcome::Damaged : outcome;
     }
     const QByteArray name = reader.qualifiedName().toUtf8();
-    setPrefix(name.left(name.indexOf(':') + 1));
+    const QByteArray prefix = name.left(name.indexOf(':') + 1);
+    if (prefix.size() > kLongestPrefix)
+        return Outcome::Refused;
+    setPrefix(prefix);
     m_writer.declaration();
     const bool whole = mergeWorksheet(reader);
     if (!whole && !m_stopped) {
@@ -161,7 +170,7 @@ void XlsxSheetWriter::writeCells(int row, int from, int to, const QString &keptS
             return;
         const ColumnNames::Name &name = nameOfColumn(column);
         const bool keeps = m_styles[static_cast<int>(cell.format)] < 0;
-        char *place = m_output.room(256);
+        char *place = m_output.room(kCellRoom);
         place = put(place, m_cellStart);
         std::memcpy(place, name.text, sizeof name.text);
         place += name.size;
@@ -169,7 +178,7 @@ void XlsxSheetWriter::writeCells(int row, int from, int to, const QString &keptS
         place += rowSize;
         if (cell.kind == XlsxCells::Kind::Number && std::isfinite(cell.number) && !(keeps && !keptStyle.isEmpty())) {
             place = put(place, m_numberMiddle[static_cast<int>(cell.format)]);
-            // Room was made for more than the 24 characters that the shortest exact text of a number has at most.
+            // The shortest exact text of a number has at most 24 characters.
             place = std::to_chars(place, place + 32, cell.number).ptr;
             m_output.advance(put(place, m_numberEnd));
             return;
@@ -222,7 +231,7 @@ void XlsxSheetWriter::writeRowsBefore(int row)
     const QByteArray end = "</" + m_prefix + "row>";
     m_writer.content();
     for (; m_nextRow != 0 && m_nextRow < row && !m_stopped; m_nextRow = m_cells.rowAfter(m_nextRow)) {
-        char *place = put(m_output.room(64), start);
+        char *place = put(m_output.room(kCellRoom), start);
         place = std::to_chars(place, place + 16, m_nextRow).ptr;
         *place++ = '"';
         *place++ = '>';
@@ -419,8 +428,9 @@ bool XlsxSheetWriter::skipReplaced(XlsxXmlReader &reader, int row, int column)
         const QString shared = reader.attribute(QLatin1String("si"));
         const bool isShared = reader.attribute(QLatin1String("t")) == QLatin1String("shared");
         const QString text = reader.text();
+        // Written out at each of its followers, a longer one would make much of a small file. They keep their values.
         if (isShared && !text.isEmpty())
-            m_replacedShared.insert(shared, {row, column, text});
+            m_replacedShared.insert(shared, {row, column, text.size() <= kLongestFormula ? text : QString()});
     }
     return true;
 }
@@ -435,6 +445,9 @@ bool XlsxSheetWriter::copyFormula(XlsxXmlReader &reader, int row, int column)
     QString text = reader.text();
     if (text.isEmpty())
         text = movedFormula(shared->text, row - shared->row, column - shared->column);
+    if (text.isEmpty())
+        return !reader.hasError();
+    m_untilAsked -= text.size() / kFormulaCharactersACell;
     m_writer.start(name);
     m_writer.raw(escapeMarkup(text, false));
     m_writer.end();

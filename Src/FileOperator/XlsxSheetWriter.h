@@ -22,7 +22,11 @@ public:
         Written,
         Stopped, // cancelled, or the output failed
         Damaged, // the sheet that was there breaks off; what came before is kept, and the new cells are all written
+        Refused, // the elements of the sheet that was there have a longer prefix than kLongestPrefix
     };
+
+    /** Bytes, with the colon. Every cell has it four times; known programs write "x:" or none. */
+    static constexpr int kLongestPrefix = 32;
 
     /**
      * @param styles  the workbook's number for each format of the cells; below 0 for a cell that keeps the look it has

@@ -2,6 +2,7 @@
 
 #include "OrdinaryUser.h"
 #include "WorkbookFiles.h"
+#include "XlsxSheetWriter.h"
 #include "XlsxStyles.h"
 
 #include <QFileInfo>
@@ -44,13 +45,17 @@ private slots:
     void emptyFormatKeepsTheLook();
     void dimensionGrows();
     void prefixOfTheSheetIsKept();
+    void everyCellOfAPrefixedSheetHasRoom();
+    void sheetOfALongPrefixIsLeftAsItIs();
     void sharedFormulasOutliveTheirFirstCell();
+    void overlongSharedFormulaLeavesItsFollowersTheirValues();
     void listOfFormulasGoesWithAFormula();
     void listOfFormulasStaysWithout();
     void stylesDoNotGrowByRepeatedExports();
     void styleSheetThatCannotBeReadIsKept();
     void sheetIsAddedBehindTheOthers();
     void sheetThatIsNoTableOfCellsIsNotSelected();
+    void secondSheetOfAPartIsNotSelected();
     void thousandSheets();
     void whatIsNoWorkbookIsReplaced_data();
     void whatIsNoWorkbookIsReplaced();
@@ -238,6 +243,42 @@ void TestQXlsxExisting::prefixOfTheSheetIsKept()
     QCOMPARE(Document(path()).read(1, 1), QVariant(1.0));
 }
 
+/** Several blocks of output of cells whose every name is as long as it may be. */
+void TestQXlsxExisting::everyCellOfAPrefixedSheetHasRoom()
+{
+    const QByteArray prefix(QXlsx::XlsxSheetWriter::kLongestPrefix - 1, 'p');
+    QVERIFY(writeParts(path(), foreignWorkbook('<' + prefix + ":worksheet xmlns:" + prefix
+                                               + "=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><"
+                                               + prefix + ":sheetData></" + prefix + ":sheetData></" + prefix
+                                               + ":worksheet>")));
+    constexpr int kRows = 1000;
+    constexpr double kLong = -1.2345678901234567e-300;
+    Document document(path());
+    for (int row = 1; row <= kRows; ++row)
+        for (int column = Document::kLastColumn - 2; column <= Document::kLastColumn; ++column)
+            document.write(row, column, kLong, thin());
+    QVERIFY(document.saveAs(path()));
+    QCOMPARE(sheet().count('<' + prefix + ":c "), 3 * kRows);
+    QCOMPARE(sheet().count("</" + prefix + ":v></" + prefix + ":c>"), 3 * kRows);
+    QCOMPARE(Document(path()).read(kRows, Document::kLastColumn), QVariant(kLong));
+}
+
+void TestQXlsxExisting::sheetOfALongPrefixIsLeftAsItIs()
+{
+    const QByteArray prefix(QXlsx::XlsxSheetWriter::kLongestPrefix, 'p');
+    QVERIFY(writeParts(path(), foreignWorkbook('<' + prefix + ":worksheet xmlns:" + prefix
+                                               + "=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><"
+                                               + prefix + ":sheetData/></" + prefix + ":worksheet>")));
+    const QByteArray before = fileContent(path());
+    Document document(path());
+    for (int row = 1; row <= 3000; ++row)
+        document.write(row, 1, double(row));
+    QVERIFY(!document.saveAs(path()));
+    const QStringList warnings = document.takeWarnings();
+    QVERIFY2(warnings.value(0).startsWith("sheet Plan & Ist of "), qPrintable(warnings.join('\n')));
+    QCOMPARE(fileContent(path()), before);
+}
+
 void TestQXlsxExisting::sharedFormulasOutliveTheirFirstCell()
 {
     QVERIFY(writeParts(
@@ -251,6 +292,23 @@ void TestQXlsxExisting::sharedFormulasOutliveTheirFirstCell()
     QVERIFY2(sheet().contains("<c r=\"B1\"><v>5</v></c></row><row r=\"2\"><c r=\"B2\"><f>A2*$C$1</f><v>2</v></c>"
                               "<c r=\"C2\"><f t=\"shared\" si=\"1\"/><v>2</v></c>"),
              sheet().constData());
+}
+
+void TestQXlsxExisting::overlongSharedFormulaLeavesItsFollowersTheirValues()
+{
+    // The format's limit is 8,192 characters: "A1+" 2,730 times, and "A1" or "A10" behind them.
+    const QByteArray sum = QByteArray("A1+").repeated(2730);
+    for (const auto &[last, kept] : {std::pair<QByteArray, bool>{"A1", true}, {"A10", false}}) {
+        QVERIFY(writeParts(path(),
+                           foreignWorkbook(sheetXml("<row r=\"1\"><c r=\"B1\"><f t=\"shared\" si=\"0\">" + sum + last
+                                                    + "</f><v>1</v></c></row><row r=\"2\"><c r=\"B2\">"
+                                                      "<f t=\"shared\" si=\"0\"/><v>2</v></c></row>"))));
+        Document document(path());
+        document.write(1, 2, 5.0);
+        QVERIFY(document.saveAs(path()));
+        QCOMPARE(sheet().contains("<c r=\"B2\"><f>A2+A2+"), kept);
+        QCOMPARE(sheet().contains("<c r=\"B2\"><v>2</v></c>"), !kept);
+    }
 }
 
 void TestQXlsxExisting::listOfFormulasGoesWithAFormula()
@@ -353,6 +411,21 @@ void TestQXlsxExisting::sheetThatIsNoTableOfCellsIsNotSelected()
     document.write(1, 1, 5.0);
     QVERIFY(document.saveAs(path()));
     QCOMPARE(readParts(path()).value("xl/worksheets/sheet7.xml"), parts.at(5).second);
+    QVERIFY(sheet().contains("<v>5</v>"));
+}
+
+void TestQXlsxExisting::secondSheetOfAPartIsNotSelected()
+{
+    Parts parts = foreignWorkbook(sheetXml({}));
+    for (auto &part : parts)
+        if (part.first == "xl/_rels/workbook.xml.rels")
+            part.second.replace("worksheets/sheet7.xml", "/xl/worksheets/Sheet1.xml");
+    QVERIFY(writeParts(path(), parts));
+    Document document(path());
+    QVERIFY(!document.selectSheet(QStringLiteral("Other")));
+    QVERIFY(document.selectSheet(QStringLiteral("Plan & Ist")));
+    document.write(1, 1, 5.0);
+    QVERIFY(document.saveAs(path()));
     QVERIFY(sheet().contains("<v>5</v>"));
 }
 

@@ -49,7 +49,10 @@ void exportOver(const QString &path, bool mustSucceed)
     {
         QXlsx::Document document(path);
         document.read(1, 1);
-        document.write(2, 2, kMark, format);
+        // More than one block of output, so that what is written without a look at its end comes near it.
+        for (int row = 2; row <= 1000; ++row)
+            for (int column = 2; column <= 5; ++column)
+                document.write(row, column, kMark, format);
         document.write(1, 1, "text");
         document.addSheet(QStringLiteral("added"));
         if (!document.selectSheet(QStringLiteral("added")))
