@@ -15,6 +15,19 @@ QTableWidgetItem *paddedItem(const QString &text)
     return new QTableWidgetItem(QLatin1Char(' ') + text + QLatin1Char(' '));
 }
 
+/** Gives a column the width of one more cell. */
+void widen(QTableWidget &table, int row, int column)
+{
+    QStyleOptionViewItem option;
+    option.initFrom(&table);
+    option.font = table.font();
+    const QModelIndex index = table.model()->index(row, column);
+    const int grid = table.showGrid() ? 1 : 0;
+    const int width = table.itemDelegate()->sizeHint(option, index).width() + grid;
+    if (width > table.columnWidth(column))
+        table.setColumnWidth(column, width);
+}
+
 } // namespace
 
 DataListDia::DataListDia(QWidget *parent)
@@ -40,7 +53,11 @@ void DataListDia::addRow(quint8 id, const QString &name, quint64 ctime)
     auto *const tick = new QTableWidgetItem;
     tick->setCheckState(Qt::Unchecked);
     table->setItem(row, TickColumn, tick);
-    table->resizeColumnsToContents();
+    // As wide as the contents, without measuring all the rows again for each.
+    if (row == 0)
+        table->resizeColumnsToContents();
+    for (int column = IdColumn; column <= TickColumn; ++column)
+        widen(*table, row, column);
 }
 
 void DataListDia::onCellChanged(int row, int column)

@@ -3,6 +3,7 @@
 
 #include <QApplication>
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QGridLayout>
 #include <QHeaderView>
 #include <QPushButton>
@@ -59,6 +60,8 @@ private slots:
     void confirmSendsAnEmptyListToo();
     void closingTheWindowKeepsTheTicks();
     void manyRowsAreListed();
+    void columnsOfManyRowsAreAsWideAsTheTableWouldMakeThem();
+    void longListsAreQuick();
 };
 
 void TestDataListDia::initTestCase()
@@ -327,6 +330,39 @@ void TestDataListDia::manyRowsAreListed()
     QCOMPARE(table(dialog)->rowCount(), 300);
     QCOMPARE(table(dialog)->item(299, 0)->text(), QStringLiteral(" 43 "));
     QVERIFY(dialog.selectedIds().isEmpty());
+}
+
+void TestDataListDia::columnsOfManyRowsAreAsWideAsTheTableWouldMakeThem()
+{
+    const Fixture fixture;
+    DataListDia dialog(nullptr);
+    dialog.ensurePolished();
+    const QStringList names {"", "name", "a much longer name than the one before", "名称", "short"};
+    for (int row = 0; row < names.size(); ++row) {
+        dialog.addRow(quint8(row * 60), names[row], quint64(row) * 1234567890123U);
+        const auto widths = [&dialog] {
+            QVector<int> all;
+            for (int column = 0; column < 4; ++column)
+                all.append(table(dialog)->columnWidth(column));
+            return all;
+        };
+        const QVector<int> added = widths();
+        table(dialog)->resizeColumnsToContents();
+        QCOMPARE(added, widths());
+    }
+}
+
+void TestDataListDia::longListsAreQuick()
+{
+    const Fixture fixture;
+    DataListDia dialog(nullptr);
+    QElapsedTimer timer;
+    timer.start();
+    for (int i = 0; i < 5000; ++i)
+        dialog.addRow(quint8(i), QStringLiteral("task %1").arg(i), quint64(i));
+    // Measuring every row again for each took a minute.
+    QVERIFY2(timer.elapsed() < 10000, qPrintable(QString::number(timer.elapsed())));
+    QCOMPARE(table(dialog)->rowCount(), 5000);
 }
 
 QTEST_MAIN(TestDataListDia)
