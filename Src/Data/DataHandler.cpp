@@ -49,7 +49,8 @@ QString forLog(const QString &line)
     if (end > 0 && static_cast<unsigned char>(text.at(end - 1)) >= 0xC0U)
         --end;
     text.truncate(end);
-    return QStringLiteral("%1... (%2 characters)").arg(QString::fromUtf8(text)).arg(line.size());
+    // Appended: the text may hold place markers of its own.
+    return QString::fromUtf8(text) + QStringLiteral("... (%1 characters)").arg(line.size());
 }
 
 /** Characters of one line of each decoded function code, as recorders write them. */
