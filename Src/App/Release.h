@@ -23,3 +23,8 @@ QDateTime buildDateTime();
  * @return an invalid QDateTime when the text is of another form
  */
 QDateTime parseBuildDateTime(QString text);
+
+/** A build's date as the program shows and hands it over: "20231206". */
+QString buildDateText(const QDateTime &built);
+/** The same with its time: "20231206 15:14:20". */
+QString buildDateTimeText(const QDateTime &built);

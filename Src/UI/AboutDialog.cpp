@@ -12,9 +12,9 @@ AboutDialog::AboutDialog(QWidget *parent)
     const QDateTime built = buildDateTime();
     m_ui->labelProduct->setText(tr("Ostravel for Windows"));
     m_ui->labelBuild->setText(tr("Version v") + version);
-    m_ui->labelBuild->setToolTip(tr("v") + version + QLatin1Char('.') + built.toString(QStringLiteral("yyyyMMdd"))
-                                 + QLatin1Char('.') + QString::number(kBuildCounter));
-    m_ui->labelTime->setText(QStringLiteral("Build on ") + built.toString(QStringLiteral("yyyyMMdd hh:mm:ss")));
+    m_ui->labelBuild->setToolTip(tr("v") + version + QLatin1Char('.') + buildDateText(built) + QLatin1Char('.')
+                                 + QString::number(kBuildCounter));
+    m_ui->labelTime->setText(QStringLiteral("Build on ") + buildDateTimeText(built));
     m_ui->labelCopyright->setText(tr("Author ") + QStringLiteral("Corvenne team"));
     setWindowTitle(tr("About Ostravel"));
 }

@@ -727,7 +727,7 @@ void MainWindow::startUpdate()
         m_updaterProcess = new QProcess; // no parent: it has to outlive the window, see the destructor
     m_updaterProcess->start(QStringLiteral("updater.exe"),
                             {QCoreApplication::applicationName(), QString::fromLatin1(kVersion),
-                             buildDateTime().toString(QStringLiteral("yyyyMMdd")), QString::number(kBuildCounter)},
+                             buildDateText(buildDateTime()), QString::number(kBuildCounter)},
                             QIODevice::ReadWrite);
     m_updaterProcess->waitForStarted(kUpdaterStartMilliseconds);
     QCoreApplication::quit();
