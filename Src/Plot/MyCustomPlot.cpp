@@ -638,13 +638,20 @@ void MyCustomPlot::mouseWheel()
 
 void MyCustomPlot::graphClicked(QCPAbstractPlottable *plottable, int dataIndex)
 {
-    QCPPlottableInterface1D *const points = plottable->interface1D();
-    if (points == nullptr)
-        return;
+    const QString text = clickedText(plottable, dataIndex);
+    if (!text.isEmpty())
+        emit statusShowSignal(text);
+}
+
+QString MyCustomPlot::clickedText(QCPAbstractPlottable *plottable, int dataIndex)
+{
+    // A point may be taken out between the press and the release of one click.
+    const QCPPlottableInterface1D *const points = plottable->interface1D();
+    if (points == nullptr || dataIndex < 0 || dataIndex >= points->dataCount())
+        return {};
     // All three at once: a curve's name is the user's to edit and may itself hold a place marker.
-    emit statusShowSignal(QStringLiteral("Clicked on graph '%1' at data point #%2 with value %3.")
-                              .arg(plottable->name(), QString::number(dataIndex),
-                                   QStringLiteral("%1").arg(points->dataMainValue(dataIndex))));
+    return QStringLiteral("Clicked on graph '%1' at data point #%2 with value %3.")
+        .arg(plottable->name(), QString::number(dataIndex), QString::number(points->dataMainValue(dataIndex)));
 }
 
 double MyCustomPlot::calRisingTime(MyGraph *g, MyGraph *t, int index)

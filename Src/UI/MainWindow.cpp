@@ -619,12 +619,9 @@ void MainWindow::moveLegend()
 
 void MainWindow::graphClicked(QCPAbstractPlottable *plottable, int dataIndex)
 {
-    const QCPPlottableInterface1D *samples = plottable->interface1D();
-    if (!samples || dataIndex < 0 || dataIndex >= samples->dataCount())
-        return;
-    statusShowSlot(
-        QStringLiteral("Clicked on graph '%1' at data point #%2 with value %3.")
-            .arg(plottable->name(), QString::number(dataIndex), QString::number(samples->dataMainValue(dataIndex))));
+    const QString text = MyCustomPlot::clickedText(plottable, dataIndex);
+    if (!text.isEmpty())
+        statusShowSlot(text);
 }
 
 void MainWindow::on_actionDocumentTriggered()

@@ -647,6 +647,15 @@ private slots:
                  (QStringList{"status Clicked on graph '横滚' at data point #1 with value 0.123457.",
                               "status Clicked on graph '横滚' at data point #2 with value -2e+10."}));
     }
+    void aClickOnAPointThatIsGoneTellsNothing()
+    {
+        Canvas c;
+        c.show("横滚", {1, 2, 3});
+        SignalRecord record(c.control);
+        for (const int index : {3, -1})
+            emit c.canvas.plottableClick(c.curve("横滚"), index, nullptr);
+        QCOMPARE(record.take(), QStringList());
+    }
     void aClickedCurveWithAPlaceMarkerInItsNameKeepsIt()
     {
         Canvas c;
