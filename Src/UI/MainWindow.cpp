@@ -93,6 +93,17 @@ void addLine(QGridLayout *grid, const QString &name, int value, const QFont &fon
     line->addWidget(centredLabel(QString::number(value), font, grid->parentWidget()));
 }
 
+/** Has no way out: Escape and the desktop's close would leave the whole window to the user in the middle of a read. */
+class ReadProgressDialog : public QProgressDialog
+{
+public:
+    void reject() override { }
+
+protected:
+    // Once the window has been closed the program ends as soon as every other one agrees; see there.
+    void closeEvent(QCloseEvent *event) override { event->setAccepted(!testAttribute(Qt::WA_QuitOnClose)); }
+};
+
 // A QProcess kills its program when it is deleted, and the updater has to outlive us. One that still runs when the
 // window goes is left to the end of the process, but not lost. Nobody reads this, so the compiler would leave a plain
 // variable out.
@@ -373,7 +384,7 @@ void MainWindow::readDataSlot_1()
 void MainWindow::setUpProgress(const DataHandler *handler)
 {
     if (!m_progressDialog)
-        m_progressDialog = std::make_unique<QProgressDialog>();
+        m_progressDialog = std::make_unique<ReadProgressDialog>();
     QProgressDialog *dialog = m_progressDialog.get();
     dialog->setMinimumDuration(0);
     dialog->setFixedWidth(500);

@@ -100,6 +100,7 @@ private slots:
     void tinyLogLeavesNoProgressDialogBehind_data();
     void tinyLogLeavesNoProgressDialogBehind();
     void secondReadDuringAReadIsRefusedWithoutAWord();
+    void moreErrorsThanTheWrappedTotalAreReportedAsTheyAre();
     void closingDuringAReadAnsweredNoGoesOn();
     void closingDuringAReadAnsweredYesReadsToTheEndThenQuits();
 
@@ -479,6 +480,11 @@ void TestMainWindowRead::progressDialogIsModalWithoutAWayToCancel()
         QVERIFY(dialog->windowFlags().testFlag(Qt::WindowMinimizeButtonHint));
         QVERIFY(!dialog->windowFlags().testFlag(Qt::WindowCloseButtonHint));
         QVERIFY(!dialog->windowFlags().testFlag(Qt::WindowMaximizeButtonHint));
+        // Nor is there one without a button: the rest of the program stays out of reach.
+        QTest::keyClick(window().progressDialog(), Qt::Key_Escape);
+        QVERIFY(!window().progressDialog()->close());
+        QVERIFY(dialog->isVisible());
+        QCOMPARE(QApplication::activeModalWidget(), static_cast<const QWidget *>(dialog));
         looked = true;
     });
     read();
@@ -628,6 +634,18 @@ void TestMainWindowRead::secondReadDuringAReadIsRefusedWithoutAWord()
     QCOMPARE(messages.messages().count(QStringLiteral("decode data finished")), 1);
     // And afterwards it is allowed again.
     QCOMPARE(read().size(), 1);
+}
+
+void TestMainWindowRead::moreErrorsThanTheWrappedTotalAreReportedAsTheyAre()
+{
+    ModalAnswer answer;
+    QString report;
+    answer.next([&](QDialog *modal) { report = rows(modal); });
+    // 65,540 frames with 10 bad ones: both counters have 16 bits.
+    QVERIFY(QMetaObject::invokeMethod(&window(), "readDataFinishedSlot", Q_ARG(ushort, 4), Q_ARG(ushort, 10),
+                                      Q_ARG(ushort, 0)));
+    QVERIFY(answer.allAnswered());
+    QVERIFY2(report.startsWith(QStringLiteral("解析完成:|总帧数: 4|错误帧： 10|所有飞机的帧数： -6|")), qPrintable(report));
 }
 
 void TestMainWindowRead::closingDuringAReadAnsweredNoGoesOn()

@@ -77,7 +77,7 @@ class AnalystTest(unittest.TestCase):
 
         self.assertEqual(value("总帧数:"), flight.frames % 65536)
         self.assertEqual(value("错误帧："), flight.errors % 65536)
-        self.assertEqual(value("所有飞机的帧数："), (flight.frames - flight.errors) % 65536)
+        self.assertEqual(value("所有飞机的帧数："), flight.frames % 65536 - flight.errors % 65536)
         for code, samples in flight.groups.items():
             self.assertEqual(value(f"0x{code:02X}:"), len(samples))
         self.desktop.key("Escape")
