@@ -112,39 +112,50 @@ protected:
     }
 };
 
+void loadWaitingPages();
+
 /**
  * An empty page in the process that all pages share. It keeps that process while no dialog is open: the start of one
- * takes as long as all the rest of an opening.
+ * is nearly half of an opening.
+ *
+ * A page may leave the process with endless work. So the keeper asks it at each page's end, and the next page waits for
+ * the answer or, when there is none, for the end of keeper and process.
  */
 class Keeper : public QWebEnginePage
 {
 public:
     explicit Keeper(QWebEngineProfile *profile)
         : QWebEnginePage(profile)
-        , m_patience(new QTimer(this))
     {
-        m_patience->setSingleShot(true);
-        m_patience->setInterval(kPatience);
-        connect(m_patience, &QTimer::timeout, this, &QObject::deleteLater);
+        m_patience.setSingleShot(true);
+        m_patience.setInterval(kPatience);
+        connect(&m_patience, &QTimer::timeout, this, &QObject::deleteLater);
         connect(this, &QWebEnginePage::renderProcessTerminated, this, &QObject::deleteLater);
+        // By then the page is gone, and its process is no longer the next page's.
+        connect(this, &QObject::destroyed, [] { loadWaitingPages(); });
         load(QUrl(QStringLiteral("about:blank")));
     }
 
-    /** Gives a process up that a page has left with endless work: the next page would wait for it. */
     void ask()
     {
-        m_patience->start();
-        // Answered by its end, too, when the timer may be gone.
-        runJavaScript(QStringLiteral("0"), [patience = QPointer<QTimer>(m_patience)](const QVariant &) {
-            if (patience)
-                patience->stop();
+        m_isAsked = true;
+        m_patience.start();
+        runJavaScript(QStringLiteral("0"), [this](const QVariant &answer) {
+            // The page's own end answers too, with nothing.
+            if (!answer.isValid())
+                return;
+            m_isAsked = false;
+            m_patience.stop();
+            loadWaitingPages();
         });
     }
+    bool isAsked() const { return m_isAsked; }
 
 private:
     static constexpr int kPatience = 2000; // milliseconds
 
-    QTimer *m_patience;
+    QTimer m_patience;
+    bool m_isAsked = false;
 };
 
 class View;
@@ -196,15 +207,24 @@ public:
     void load(const QUrl &url)
     {
         m_url = url;
+        m_loaded = false;
+        m_isWaiting = true;
+        loadWaiting();
+    }
+
+    void loadWaiting()
+    {
+        if (!m_isWaiting || (engine().keeper && engine().keeper->isAsked()))
+            return;
+        m_isWaiting = false;
         if (!m_view)
             makePage();
-        m_loaded = false;
-        m_view->load(url);
+        m_view->load(m_url);
     }
 
     void run(const QString &script)
     {
-        if (!m_view)
+        if (!m_view && !m_isWaiting)
             return;
         // A page that is still loading has none of its functions yet.
         if (m_loaded)
@@ -263,6 +283,7 @@ private:
     {
         m_waiting.clear();
         m_loaded = false;
+        m_isWaiting = false;
         if (engine().keeper)
             engine().keeper->ask();
     }
@@ -341,8 +362,16 @@ private:
     QPointer<QLabel> m_notice;
     QUrl m_url;
     QStringList m_waiting;
+    bool m_isWaiting = false; // for the shared process
     bool m_loaded = false;
 };
+
+void loadWaitingPages()
+{
+    const QSet<View *> views = engine().views;
+    for (View *const view : views)
+        view->loadWaiting();
+}
 
 /** The view behind a handle, or null when it went with its dialog. */
 View *viewOf(WkeWebView handle)

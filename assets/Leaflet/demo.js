@@ -130,14 +130,17 @@
     serviceNote.innerHTML = '瓦片服务未应答，仅显示经纬网';
     var tileLayers = [];
 
+    /* Whatever listens at the port may answer, so nothing of an answer is taken for granted. */
+    function isNumber(value) { return typeof value === 'number' && isFinite(value); }
+
     function tileLayer(info) {
         var options = { name: info.name, maxZoom: 20, minZoom: 0 };
-        if (typeof info.minzoom === 'number')
+        if (isNumber(info.minzoom))
             options.minNativeZoom = options.minZoom = info.minzoom;
-        if (typeof info.maxzoom === 'number')
+        if (isNumber(info.maxzoom))
             options.maxNativeZoom = info.maxzoom;
         var b = info.bounds;
-        if (b && b.length === 4)
+        if (Array.isArray(b) && b.length === 4 && b.every(isNumber))
             options.bounds = L.latLngBounds([b[1], b[0]], [b[3], b[2]]);
         /* Zoomed out below its first level a layer of small extent stays empty, and the grid shows. */
         return L.tileLayer(TILE_SERVICE + '/' + encodeURIComponent(info.name) + '/{z}/{x}/{y}', options);

@@ -184,6 +184,18 @@ class MapPage(unittest.TestCase):
                 wait_for(lambda: self.note() == [text], text)
                 self.assertEqual(self.faults(), [])
 
+    def test_layers_of_senseless_extent_are_taken_without_it(self):
+        for fields in ('"bounds": ["w", "s", "e", "n"]', '"bounds": "abcd"', '"bounds": [1, 2, 3, null]',
+                       '"bounds": {"length": 4}', '"minzoom": 1e999, "maxzoom": "7"', '"minzoom": -1e999'):
+            with self.subTest(fields=fields):
+                self.browser.serve(lambda url, fields=fields: (
+                    ("application/json", ('[{"name": "a", %s}]' % fields).encode())
+                    if url.endswith("layers.json") else None))
+                self.open()
+                wait_for(lambda: self.state()["tileLayers"] == 1, "the layer")
+                self.assertEqual(self.note(), [])
+                self.assertEqual(self.faults(), [])
+
     def test_names_of_layers_are_no_markup(self):
         name = "<img src=x onerror=window.hit=1>&\"/.."
         self.browser.serve(tile_service([{"name": name}]))
