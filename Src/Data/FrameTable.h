@@ -36,7 +36,7 @@ inline constexpr int kLeastBytes = 4;
 /** Position of the device state word, whose bits are the equipment channels. */
 inline constexpr int kDeviceStatePosition = 6;
 
-/** A function code. Those from 0x51 on are derived here, and no frame has them. */
+/** A function code. No frame has 0x51 or 0x53, and what frames have of 0x52 is derived anew after a read. */
 ///@{
 inline constexpr std::uint8_t kHeartBeat = 0x01;
 inline constexpr std::uint8_t kControlStatus = 0x02;
