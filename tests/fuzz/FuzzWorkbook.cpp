@@ -1,14 +1,12 @@
 // The zip and sheet reader on whatever bytes: an export over them must not crash, and where the archive around the
 // bytes is sound it must succeed and read back.
 
+#include "FuzzTarget.h"
 #include "QXlsx.h"
 #include "WorkbookFiles.h"
 #include "XlsxText.h"
 
 #include <QTemporaryDir>
-
-#include <cstdint>
-#include <cstdlib>
 
 namespace
 {
@@ -34,12 +32,6 @@ QByteArray partFor(char kind)
     default:
         return {};
     }
-}
-
-void demand(bool holds)
-{
-    if (!holds)
-        std::abort();
 }
 
 void exportOver(const QString &path, bool mustSucceed)
@@ -70,7 +62,7 @@ void exportOver(const QString &path, bool mustSucceed)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     static const QTemporaryDir folder;
     if (size == 0)

@@ -1,12 +1,10 @@
+#include "FuzzTarget.h"
+
 #include <QDir>
 #include <QTest>
 
-#include <cstdint>
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
-
-/** Replays the committed inputs of the fuzz target; one that breaks a promise ends the program. */
-class TestWorkbookSeeds : public QObject
+/** Replays the committed inputs of a fuzz target; one that breaks a promise ends the program. */
+class TestSeeds : public QObject
 {
     Q_OBJECT
 
@@ -15,10 +13,10 @@ private slots:
     void seedIsSurvived();
 };
 
-void TestWorkbookSeeds::seedIsSurvived_data()
+void TestSeeds::seedIsSurvived_data()
 {
     QTest::addColumn<QByteArray>("bytes");
-    const QDir folder(QStringLiteral(WORKBOOK_SEEDS));
+    const QDir folder(QStringLiteral(SEEDS));
     const QStringList names = folder.entryList(QDir::Files, QDir::Name);
     QVERIFY(names.size() >= 10);
     for (const QString &name : names) {
@@ -28,7 +26,7 @@ void TestWorkbookSeeds::seedIsSurvived_data()
     }
 }
 
-void TestWorkbookSeeds::seedIsSurvived()
+void TestSeeds::seedIsSurvived()
 {
     QFETCH(QByteArray, bytes);
     QCOMPARE(LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(bytes.constData()),
@@ -36,5 +34,5 @@ void TestWorkbookSeeds::seedIsSurvived()
              0);
 }
 
-QTEST_GUILESS_MAIN(TestWorkbookSeeds)
-#include "TestWorkbookSeeds.moc"
+QTEST_MAIN(TestSeeds)
+#include "TestSeeds.moc"
