@@ -100,6 +100,8 @@ public:
                 continue;
             const QTime time(int(at("FSS_Hours", i)), int(at("FSS_Minutes", i)), int(at("FSS_Seconds", i)));
             const QDate date(2023, int(at("FSS_Month", i)), int(at("FSS_Date", i)));
+            if (!time.isValid())
+                return {}; // a QDateTime would make midnight of it
             return QDateTime(date, time.addMSecs(-i * interval), Qt::LocalTime);
         }
         return {};
