@@ -32,6 +32,70 @@ void applyStyle(const QString &path)
     qApp->setStyleSheet(QTextStream(&file).readAll());
 }
 
+/** Appends the character whose number stands behind a backslash. */
+void appendNumbered(QString &text, const QByteArray &ini, int &at, int base)
+{
+    const int first = at;
+    uint value = 0;
+    for (bool isDigit = true; at < ini.size(); ++at) {
+        const uint digit = ini.mid(at, 1).toUInt(&isDigit, base);
+        if (!isDigit)
+            break;
+        value = value * static_cast<uint>(base) + digit;
+    }
+    if (at > first)
+        text += QChar(static_cast<ushort>(value));
+}
+
+/** A file's characters without the quotes and escapes that QSettings takes away; blanks and control characters miss. */
+QString unescaped(const QByteArray &ini)
+{
+    const auto endsLine = [](char c) { return c == '\n' || c == '\r'; };
+    QString text;
+    text.reserve(ini.size());
+    for (int at = 0; at < ini.size();) {
+        const char c = ini.at(at++);
+        if (c == '"' || c == ' ' || c == '\t')
+            continue;
+        if (c != '\\' || at == ini.size()) {
+            text += QLatin1Char(c);
+            continue;
+        }
+        const char kind = ini.at(at);
+        if (kind >= '0' && kind <= '7') {
+            appendNumbered(text, ini, at, 8);
+            continue;
+        }
+        ++at;
+        if (kind == 'x')
+            appendNumbered(text, ini, at, 16);
+        else if (endsLine(kind) && at < ini.size() && endsLine(ini.at(at)) && ini.at(at) != kind)
+            ++at;
+    }
+    return text;
+}
+
+/**
+ * Whether QSettings may look at a file. It brings serialised objects to life whatever their key, and a damaged pen or
+ * picture ends the process in there; no config of ours has any, and a file with some is set aside.
+ */
+bool isHarmless(const QString &path)
+{
+    QFile file(path);
+    if (!file.exists() || !file.open(QFile::ReadOnly))
+        return true;
+    const QString text = unescaped(file.readAll());
+    file.close();
+    if (!text.contains(QLatin1String("@Variant(")) && !text.contains(QLatin1String("@DateTime(")))
+        return true;
+    const QString aside = path + QStringLiteral(".damaged");
+    QFile::remove(aside);
+    const bool done = file.rename(aside);
+    logToBoth(warn, "config.ini holds serialised objects and is not read, {} {}",
+              done ? "it is now" : "it cannot be renamed to", aside);
+    return done;
+}
+
 } // namespace
 
 AppConfig &AppConfig::getInstance()
@@ -81,6 +145,12 @@ void AppConfig::initLogger()
 void AppConfig::readConfigIni(const QString &path)
 {
     logToBoth(info, "read config.ini");
+    if (!isHarmless(path)) {
+        m_touchMode = false;
+        m_theme = darkTheme;
+        m_showFactor = false;
+        return;
+    }
     if (!QFileInfo(path).exists()) {
         logToBoth(warn, "config.ini donot exist, create config.ini");
         try {
@@ -104,6 +174,8 @@ void AppConfig::readConfigIni(const QString &path)
 void AppConfig::writeConfigIni(const QString &path)
 {
     logToBoth(info, "write config ini");
+    if (!isHarmless(path)) // it is read before it is written
+        return;
     QSettings settings(path, QSettings::IniFormat);
     settings.beginGroup(QLatin1String(kGroup));
     settings.setValue(QLatin1String(kTouchMode), m_touchMode);

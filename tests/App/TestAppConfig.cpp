@@ -100,6 +100,9 @@ private slots:
     void readsTheStoredValues();
     void garbageGivesTheDefaults_data();
     void garbageGivesTheDefaults();
+    void serialisedObjectsAreSetAside_data();
+    void serialisedObjectsAreSetAside();
+    void serialisedObjectsThatCannotBeSetAsideStayUnread();
     void folderInPlaceOfTheFileGivesTheDefaults();
     void unreadableFileGivesTheDefaults();
     void fileThatCannotBeCreatedGivesTheDefaults();
@@ -301,6 +304,69 @@ void TestAppConfig::garbageGivesTheDefaults()
     QCOMPARE(config().getTheme(), darkTheme);
     QCOMPARE(config().getTouchMode(), false);
     QCOMPARE(config().getShowFactor(), false);
+}
+
+void TestAppConfig::serialisedObjectsAreSetAside_data()
+{
+    QTest::addColumn<QByteArray>("start");
+    // What QSettings reads as "@Variant(" in each case.
+    QTest::newRow("plain") << QByteArray("@Variant(");
+    QTest::newRow("hexadecimal") << QByteArray("\\x40\\x56\\x61riant\\x28");
+    QTest::newRow("octal") << QByteArray("\\100Variant(");
+    QTest::newRow("beyond 16 bits") << QByteArray("\\x10040Variant(");
+    QTest::newRow("escape of nothing") << QByteArray("@Va\\xriant(");
+    QTest::newRow("unknown escape") << QByteArray("@Va\\qriant(");
+    QTest::newRow("in quotes") << QByteArray("\"@Var\"\"iant(\"");
+    QTest::newRow("blanks behind a quote") << QByteArray("\"@Var\" \tiant(");
+    QTest::newRow("over two lines") << QByteArray("@Var\\\niant(");
+    QTest::newRow("over two lines of Windows") << QByteArray("@Var\\\r\niant(");
+    QTest::newRow("second of a list") << QByteArray("1, @Variant(");
+}
+
+void TestAppConfig::serialisedObjectsAreSetAside()
+{
+    const Fixture fixture;
+    QFETCH(QByteArray, start);
+    // A pen whose brush has a picture without an end: reading it ends the process.
+    const QByteArray bytes = "[Global]\nother=" + start + "\\x0\\x0\\x0\\x4d"
+        + QByteArray("\\x0\\x10\\x0\\x0").repeated(10) + "\\x0)\ntouchMode=true\n";
+    const QString path = config().configPath();
+    const QString aside = path + ".damaged";
+    write(aside, "of an earlier time");
+    write(path, bytes);
+    const LogFile log;
+    config().readConfigIni(path);
+    QCOMPARE(log.leveledMessages().value(1),
+             "warning: config.ini holds serialised objects and is not read, it is now " + aside);
+    QFile kept(aside);
+    QVERIFY(kept.open(QFile::ReadOnly));
+    QCOMPARE(kept.readAll(), bytes);
+    QCOMPARE(config().getTouchMode(), false);
+    // Written by somebody while the program ran.
+    write(path, bytes);
+    config().setShowFactor(true);
+    config().writeConfigIni(path);
+    config().setShowFactor(false);
+    config().readConfigIni(path);
+    QCOMPARE(config().getShowFactor(), true);
+    QVERIFY(QFile::remove(aside));
+}
+
+void TestAppConfig::serialisedObjectsThatCannotBeSetAsideStayUnread()
+{
+    const Fixture fixture;
+    const QByteArray bytes("[Global]\ntouchMode=true\nother=@Variant(\\0)\n");
+    const QString path = config().configPath();
+    write(path, bytes);
+    QVERIFY(QDir().mkpath(path + ".damaged/in the way"));
+    config().setTouchMode(true);
+    config().readConfigIni(path);
+    QCOMPARE(config().getTouchMode(), false);
+    config().writeConfigIni(path);
+    QFile file(path);
+    QVERIFY(file.open(QFile::ReadOnly));
+    QCOMPARE(file.readAll(), bytes);
+    QVERIFY(QDir(path + ".damaged").removeRecursively());
 }
 
 void TestAppConfig::folderInPlaceOfTheFileGivesTheDefaults()
