@@ -108,6 +108,12 @@ public:
     }
 
     int takeCount() { return std::exchange(m_count, 0); }
+    /** With those that are queued. */
+    int takeQueued()
+    {
+        QApplication::processEvents();
+        return takeCount();
+    }
 
 protected:
     bool eventFilter(QObject *, QEvent *event) override
@@ -133,6 +139,9 @@ private slots:
     void dynamicTextPropertiesAreNotRead();
     void timerIsTheWidgetsAndGoesWithIt();
     void settersStoreAndRepaintOnlyWhatIsNew();
+    void tickOfAGlideCostsOnePaint();
+    void clickWithoutAnimationPaintsAtOnce();
+    void setCheckedPaintsWhatChanges();
 
     void clickTogglesAndTellsBeforeAnythingMoves();
     void anyMouseButtonAnywhereToggles_data();
@@ -269,6 +278,64 @@ void TestSwitchButton::settersStoreAndRepaintOnlyWhatIsNew()
         QApplication::processEvents();
         QVERIFY2(paints.takeCount() == 0, setting.name);
     }
+}
+
+void TestSwitchButton::tickOfAGlideCostsOnePaint()
+{
+    const auto button = coloured();
+    button->show();
+    QVERIFY(QTest::qWaitForWindowExposed(button.get()));
+    QApplication::processEvents();
+    PaintCounter paints(button.get());
+    for (const bool on : {true, false}) {
+        QTest::mouseClick(button.get(), Qt::LeftButton);
+        timerOf(*button)->stop(); // the ticks are this test's own
+        QCOMPARE(button->checked(), on);
+        paints.takeQueued();
+        // Seven moves, and the tick that ends the glide.
+        for (int move = 1; move <= 8; ++move) {
+            tick(*button);
+            QCOMPARE(paints.takeCount(), 0); // queued
+            QCOMPARE(paints.takeQueued(), 1);
+        }
+    }
+}
+
+void TestSwitchButton::clickWithoutAnimationPaintsAtOnce()
+{
+    const auto button = coloured();
+    button->setAnimation(false);
+    button->show();
+    QVERIFY(QTest::qWaitForWindowExposed(button.get()));
+    QApplication::processEvents();
+    PaintCounter paints(button.get());
+    for (const bool on : {true, false}) {
+        QTest::mouseClick(button.get(), Qt::LeftButton);
+        QCOMPARE(button->checked(), on);
+        QCOMPARE(paints.takeQueued(), 1);
+    }
+}
+
+void TestSwitchButton::setCheckedPaintsWhatChanges()
+{
+    const auto button = coloured();
+    button->show();
+    QVERIFY(QTest::qWaitForWindowExposed(button.get()));
+    QApplication::processEvents();
+    PaintCounter paints(button.get());
+    button->setChecked(false);
+    QCOMPARE(paints.takeQueued(), 0);
+    button->setChecked(true);
+    QCOMPARE(paints.takeQueued(), 1);
+    // The end of the travel is not where it was: the state is the same, and the slider jumps.
+    button->resize(kWidth + 20, kHeight);
+    paints.takeQueued();
+    button->setChecked(true);
+    QCOMPARE(paints.takeQueued(), 1);
+    button->setChecked(false);
+    QCOMPARE(paints.takeQueued(), 1);
+    button->setChecked(false);
+    QCOMPARE(paints.takeQueued(), 0);
 }
 
 void TestSwitchButton::clickTogglesAndTellsBeforeAnythingMoves()
