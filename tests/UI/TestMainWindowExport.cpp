@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QDropEvent>
 #include <QFile>
+#include <QLabel>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QUrl>
@@ -74,6 +75,10 @@ private slots:
     void secondExportOfEitherKindIsIgnoredWhileOneRuns();
     void chineseAndBlanksInTheNameStay();
     void nextExportStartsAfterTheBoxIsClosed();
+    void noExportStartsWhileTheBoxIsUp_data();
+    void noExportStartsWhileTheBoxIsUp();
+    void missingReadIsSaidAlsoWhileAnExportRuns_data();
+    void missingReadIsSaidAlsoWhileAnExportRuns();
     void finishedBoxComesAlsoWhenTheFolderIsGone();
     void finishedBoxComesAlsoWhenTheFolderIsReadOnly_data();
     void finishedBoxComesAlsoWhenTheFolderIsReadOnly();
@@ -85,6 +90,8 @@ private slots:
     void aboutPageComesUpAndIsLogged();
     void plotDialogsHaveNoParentAndBlockTheProgram_data();
     void plotDialogsHaveNoParentAndBlockTheProgram();
+    void plotDialogsSpeakOfTheLastData_data();
+    void plotDialogsSpeakOfTheLastData();
     void calculatorsStayOpenBesideTheWindowAndDoNotKeepTheProgram();
     void everyCallOfTheMapLeavesAHiddenChild();
     void toolBarOpensTheTool_data();
@@ -239,6 +246,73 @@ void TestMainWindowExport::nextExportStartsAfterTheBoxIsClosed()
         QTRY_VERIFY(window().exportThread() == nullptr);
     }
     QVERIFY(m_answer->allAnswered());
+}
+
+void TestMainWindowExport::noExportStartsWhileTheBoxIsUp_data()
+{
+    QTest::addColumn<QByteArray>("entry");
+    QTest::addColumn<QString>("finished");
+    QTest::addColumn<QStringList>("left");
+    QTest::newRow("workbook") << QByteArray(kWriteExcel) << "Excel导出完成！" << QStringList{"flight.xlsx"};
+    QTest::newRow("text") << QByteArray(kWriteTxt) << "Txt导出完成！" << QStringList{"flight-export"};
+}
+
+void TestMainWindowExport::noExportStartsWhileTheBoxIsUp()
+{
+    QFETCH(QByteArray, entry);
+    QFETCH(QString, finished);
+    QFETCH(QStringList, left);
+    fill(2);
+    select(m_fixture->path(QStringLiteral("flight.txt")));
+    QList<const ExportOperator *> meanwhile;
+    Said said;
+    m_answer->next([&](QDialog *dialog) {
+        for (const char *const other : {kWriteExcel, kWriteTxt}) {
+            m_fixture->entry(kFileMenu, other)->trigger();
+            meanwhile.append(window().exportThread());
+        }
+        listen(said)(dialog);
+    });
+    m_fixture->entry(kFileMenu, entry.constData())->trigger();
+    const ExportOperator *const first = window().exportThread();
+    QVERIFY(first != nullptr);
+    QTRY_VERIFY(window().exportThread() == nullptr);
+    QCOMPARE(said.text, finished);
+    QCOMPARE(meanwhile, (QList<const ExportOperator *>{first, first}));
+    QVERIFY2(m_answer->allAnswered(), qPrintable(m_answer->unexpected().join(", ")));
+    QCOMPARE(QDir(m_fixture->path(QString())).entryList({QStringLiteral("flight*")}), left);
+}
+
+void TestMainWindowExport::missingReadIsSaidAlsoWhileAnExportRuns_data()
+{
+    QTest::addColumn<QByteArray>("entry");
+    QTest::newRow("workbook") << QByteArray(kWriteExcel);
+    QTest::newRow("text") << QByteArray(kWriteTxt);
+}
+
+void TestMainWindowExport::missingReadIsSaidAlsoWhileAnExportRuns()
+{
+    QFETCH(QByteArray, entry);
+    fill(20000);
+    select(m_fixture->path(QStringLiteral("flight.txt")));
+    m_fixture->entry(kFileMenu, kWriteExcel)->trigger();
+    QVERIFY(window().exportThread() != nullptr);
+    dataRead = false;
+    QStringList texts;
+    for (int i = 0; i < 2; ++i) {
+        m_answer->next([&](QDialog *dialog) {
+            Said said;
+            listen(said)(dialog);
+            texts.append(said.text);
+        });
+    }
+    m_fixture->entry(kFileMenu, entry.constData())->trigger();
+    QTRY_VERIFY_WITH_TIMEOUT(window().exportThread() == nullptr, 60000);
+    QVERIFY(m_answer->allAnswered());
+    QCOMPARE(texts, (QStringList{"还未读取数据", "Excel导出完成！"}));
+    QXlsx::Document workbook(m_fixture->path(QStringLiteral("flight.xlsx")));
+    workbook.selectSheet(QStringLiteral("0x03-AttitudeAndPositionInfo"));
+    QCOMPARE(workbook.read(20001, 1).toDouble(), 19999.0);
 }
 
 void TestMainWindowExport::finishedBoxComesAlsoWhenTheFolderIsGone()
@@ -422,6 +496,39 @@ void TestMainWindowExport::plotDialogsHaveNoParentAndBlockTheProgram()
     QCOMPARE(shown, className);
     QVERIFY(alone);
     QCOMPARE(modality, Qt::ApplicationModal);
+}
+
+void TestMainWindowExport::plotDialogsSpeakOfTheLastData_data()
+{
+    QTest::addColumn<QByteArray>("entry");
+    QTest::addColumn<bool>("read");
+    QTest::addColumn<QStringList>("warnings");
+    const QStringList warnings{"warning: data has not been read,use last data"};
+    QTest::newRow("MATLAB, not read") << QByteArray("matlib(M)") << false << warnings;
+    QTest::newRow("MATLAB, read") << QByteArray("matlib(M)") << true << QStringList();
+    QTest::newRow("Python, not read") << QByteArray("python(P)") << false << warnings;
+    QTest::newRow("Python, read") << QByteArray("python(P)") << true << QStringList();
+}
+
+void TestMainWindowExport::plotDialogsSpeakOfTheLastData()
+{
+    QFETCH(QByteArray, entry);
+    QFETCH(bool, read);
+    QFETCH(QStringList, warnings);
+    dataRead = read;
+    const LogFile log;
+    QStringList before; // what stands in the log by the time the dialog is up
+    QString text;
+    m_answer->next([&](QDialog *dialog) {
+        before = log.leveledMessages().filter("warning: ");
+        text = dialog->findChild<QLabel *>("label")->text();
+    });
+    m_fixture->entry("menuTrace", entry.constData())->trigger();
+    QVERIFY(m_answer->allAnswered());
+    QCOMPARE(before, warnings);
+    // Where MATLAB's stand-in is missing its dialog has said so instead.
+    if (entry.startsWith("python"))
+        QCOMPARE(text, read ? QStringLiteral(" ") : QStringLiteral("使用上次数据"));
 }
 
 void TestMainWindowExport::calculatorsStayOpenBesideTheWindowAndDoNotKeepTheProgram()
