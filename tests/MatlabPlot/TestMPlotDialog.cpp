@@ -201,10 +201,12 @@ void TestMPlotDialog::labelSpeaksOfTheLastData()
 
 void TestMPlotDialog::labelIsBlankAfterARead()
 {
-    dataRead = true;
     StandIn standIn;
     standIn.program("octave", kEngine);
     MPlotDialog dialog(nullptr);
+    dialog.init();
+    QCOMPARE(label(dialog)->text(), QStringLiteral("使用上次数据"));
+    dataRead = true;
     const LogFile log;
     dialog.init();
     QCOMPARE(label(dialog)->text(), QStringLiteral(" "));

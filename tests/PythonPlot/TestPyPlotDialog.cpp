@@ -98,9 +98,11 @@ void TestPyPlotDialog::withoutAReadAndCatalogueTheLabelIsEnglish()
 
 void TestPyPlotDialog::afterAReadTheLabelIsBlank()
 {
+    PyPlotDialog dialog(nullptr);
+    dialog.init();
+    QCOMPARE(dialog.findChild<QLabel *>("label")->text(), QStringLiteral("使用上次数据"));
     dataRead = true;
     const LogFile log;
-    PyPlotDialog dialog(nullptr);
     dialog.init();
     QCOMPARE(dialog.findChild<QLabel *>("label")->text(), QStringLiteral(" "));
     QCOMPARE(log.messages(), QStringList());
