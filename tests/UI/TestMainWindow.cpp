@@ -616,6 +616,7 @@ void TestMainWindow::statusTextsGoAfterTwoAndAHalfSeconds()
     timer.start();
     window().statusShowSlot(QStringLiteral("some text"));
     QCOMPARE(m_fixture->status(), QStringLiteral("some text"));
+    QCOMPARE(m_fixture->statusInterval(), 2500);
     QTRY_VERIFY_WITH_TIMEOUT(m_fixture->status().isEmpty(), 25000);
     // The timer of the status bar is a coarse one: 5 % early at most.
     QVERIFY2(timer.elapsed() >= 2375, qPrintable(QString::number(timer.elapsed())));

@@ -9,8 +9,10 @@
 #include <QDialogButtonBox>
 #include <QInputDialog>
 #include <QPointer>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QSpinBox>
+#include <QTranslator>
 #include <QWheelEvent>
 
 #include <algorithm>
@@ -74,6 +76,23 @@ constexpr Entry kCanvasMenu[] = {
     {"清空所有曲线", ":/clear.svg"},
 };
 
+/** Gives the yaw a name of its own where the form asks, and knows nothing of it after that. */
+class OtherYaw : public QTranslator
+{
+public:
+    bool isEmpty() const override { return false; }
+    QString translate(const char *context, const char *text, const char *, int) const override
+    {
+        if (m_asked || qstrcmp(context, "MainWindow") != 0 || qstrcmp(text, "Yaw") != 0)
+            return {};
+        m_asked = true;
+        return QStringLiteral("某");
+    }
+
+private:
+    mutable bool m_asked = false;
+};
+
 const QString kNotRead = QStringLiteral("还未读取数据");
 
 QImage picture(const QIcon &icon)
@@ -126,6 +145,7 @@ private slots:
     void boxUsedBeforeAReadStaysTickedWithAMessage();
     void boxWithoutAChannelSaysSo();
     void boxWithoutPropertiesIsLookedUpWithAnEmptyName();
+    void boxWithAnUnknownTextHasNoPropertiesAndIsConnected();
     void uncheckingTakesTheCurveOffWithoutTheTextOfDeleting();
     void showGraphSlotShowsAndRemovesAsABoxDoes();
     void showGraphSlotLooksAtNeitherPositionNorPen();
@@ -282,6 +302,7 @@ void TestMainWindowCurves::boxUsedBeforeAReadStaysTickedWithAMessage()
     QCOMPARE(log.leveledMessages(), QStringList({"warning: show 航向 ,but has not read data"}));
     QCOMPARE(WindowFixture::curves(canvas()), QStringList({QString()}));
     QVERIFY(!findGraph(QStringLiteral("航向"))->shown());
+    QCOMPARE(m_fixture->statusInterval(), 2500);
     QTRY_COMPARE_WITH_TIMEOUT(m_fixture->status(), QString(), 25000);
 }
 
@@ -293,6 +314,7 @@ void TestMainWindowCurves::boxWithoutAChannelSaysSo()
     box->click();
     QCOMPARE(m_fixture->status(), QStringLiteral("某曲线未找到"));
     QCOMPARE(WindowFixture::curves(canvas()), QStringList({QString()}));
+    QCOMPARE(m_fixture->statusInterval(), 2500);
     QTRY_COMPARE_WITH_TIMEOUT(m_fixture->status(), QString(), 25000);
 }
 
@@ -305,6 +327,33 @@ void TestMainWindowCurves::boxWithoutPropertiesIsLookedUpWithAnEmptyName()
     const DebugOutput output;
     box->click();
     QCOMPARE(m_fixture->status(), QStringLiteral("曲线未找到"));
+    QVERIFY(!output.texts().filter(QStringLiteral("功能码错误")).isEmpty());
+}
+
+void TestMainWindowCurves::boxWithAnUnknownTextHasNoPropertiesAndIsConnected()
+{
+    m_fixture.reset();
+    const Fixture surroundings;
+    OtherYaw translator;
+    QCoreApplication::installTranslator(&translator);
+    const auto reopen = qScopeGuard([] { initData(); }); // the window closes the store
+    const MainWindow built;
+    auto *const box = built.findChild<QCheckBox *>(QStringLiteral("checkBox_yaw"));
+    QCOMPARE(box->text(), QStringLiteral("某"));
+    QVERIFY(built.checkBoxes().contains(box));
+    QVERIFY(!box->property("graphName").isValid());
+    QVERIFY(!box->property("functionCode").isValid());
+    QCOMPARE(built.findChild<QCheckBox *>(QStringLiteral("checkBox_roll"))->property("graphName"),
+             QVariant(QStringLiteral("横滚")));
+
+    const LogFile log;
+    box->click();
+    QCOMPARE(built.statusBar()->currentMessage(), kNotRead);
+    QCOMPARE(log.leveledMessages(), QStringList({"warning: show  ,but has not read data"}));
+    dataRead = true;
+    const DebugOutput output;
+    box->click();
+    QCOMPARE(built.statusBar()->currentMessage(), QStringLiteral("曲线未找到"));
     QVERIFY(!output.texts().filter(QStringLiteral("功能码错误")).isEmpty());
 }
 

@@ -10,6 +10,7 @@
 #include <QMenuBar>
 #include <QStatusBar>
 #include <QTest>
+#include <QTimer>
 
 #include <memory>
 #include <qcustomplot.h>
@@ -46,6 +47,12 @@ public:
     QCustomPlot *canvas() const { return m_window->findChild<QCustomPlot *>(QStringLiteral("customPlot")); }
     QCustomPlot *canvas_2() const { return m_window->findChild<QCustomPlot *>(QStringLiteral("customPlot_2")); }
     QString status() const { return m_window->statusBar()->currentMessage(); }
+    /** Milliseconds for which the text of the status bar stands in all; -1 without an end. */
+    int statusInterval() const
+    {
+        const auto *const timer = m_window->statusBar()->findChild<QTimer *>();
+        return timer && timer->isActive() ? timer->interval() : -1;
+    }
     QCheckBox *box(const char *objectName) const
     {
         auto *const found = m_window->findChild<QCheckBox *>(QString::fromLatin1(objectName));
