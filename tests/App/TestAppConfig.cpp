@@ -119,6 +119,7 @@ private slots:
     void fieldsAreReadableAfterShutdown();
     void themeSlotAppliesTheStyleAndTells_data();
     void themeSlotAppliesTheStyleAndTells();
+    void unknownThemeAppliesNothingAndIsTold();
     void missingStyleSheetIsPrintedAndTheThemeToldAllTheSame_data();
     void missingStyleSheetIsPrintedAndTheThemeToldAllTheSame();
     void styleSheetsAreCompiledInWithTheirImages();
@@ -610,6 +611,20 @@ void TestAppConfig::themeSlotAppliesTheStyleAndTells()
     QCOMPARE(seen, styleOf(path.toLatin1().constData()));
     // The caller stores the theme, not the slot.
     QCOMPARE(int(config().getTheme()), 1 - theme);
+}
+
+void TestAppConfig::unknownThemeAppliesNothingAndIsTold()
+{
+    const Fixture fixture;
+    const QString style = QStringLiteral("QLabel {}");
+    qApp->setStyleSheet(style);
+    const LogFile log;
+    const QSignalSpy spy(&config(), &AppConfig::switchThemeSignal);
+    config().switchThemeSlot(MyThemes(2));
+    QCOMPARE(qApp->styleSheet(), style);
+    QCOMPARE(log.leveledMessages(), QStringList{"info: switchTheme"});
+    QCOMPARE(spy.count(), 1);
+    QCOMPARE(int(spy.first().first().value<MyThemes>()), 2);
 }
 
 void TestAppConfig::missingStyleSheetIsPrintedAndTheThemeToldAllTheSame_data()
