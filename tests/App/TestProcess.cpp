@@ -68,7 +68,9 @@ private slots:
     void cleanup();
     void firstStartInAnEmptyFolder();
     void configStaysBesideTheExecutableAndTheLogWithTheUser();
+    void themeIsThatOfTheConfig_data();
     void themeIsThatOfTheConfig();
+    void fontAndMetaTypeAreSetUp();
     void killedProcessKeepsTheConfig();
     void brokenConfigDoesNotStopTheStart_data();
     void brokenConfigDoesNotStopTheStart();
@@ -99,6 +101,7 @@ private:
         const int at = lines.indexOf(kStartLines[1]);
         return at > 0 && lines.mid(at - 1, 3) == kStartLines;
     }
+    QByteArrayList report() const;
 
     std::unique_ptr<QTemporaryDir> m_root;
     QString m_program;
@@ -121,6 +124,20 @@ void TestProcess::init()
 void TestProcess::cleanup()
 {
     m_root.reset();
+}
+
+/** What the program printed of the state in which its event loop found it; empty when it printed nothing. */
+QByteArrayList TestProcess::report() const
+{
+    const QString path = dir("app/ReportingProgram");
+    if (!QFile::copy(QStringLiteral(REPORTING_PROGRAM), path) || !letOthersRead(path))
+        return {};
+    Program program(path, dir("work"));
+    QByteArray printed;
+    const auto done = [&] { return (printed += program.readAll()).contains("report: end\n") && started("work"); };
+    if (!QTest::qWaitFor(done, 60000))
+        return {};
+    return printed.split('\n');
 }
 
 void TestProcess::firstStartInAnEmptyFolder()
@@ -151,16 +168,34 @@ void TestProcess::configStaysBesideTheExecutableAndTheLogWithTheUser()
              (QStringList{"config.ini", "myPlot", "Ostravel"}));
 }
 
+void TestProcess::themeIsThatOfTheConfig_data()
+{
+    QTest::addColumn<QByteArray>("config");
+    QTest::addColumn<QByteArray>("style");
+    QTest::newRow("light") << QByteArray("[Global]\ntheme=lightTheme\n") << QByteArray("light");
+    QTest::newRow("dark") << QByteArray("[Global]\ntheme=darkTheme\n") << QByteArray("dark");
+    QTest::newRow("none") << QByteArray() << QByteArray("dark");
+}
+
 void TestProcess::themeIsThatOfTheConfig()
 {
+    QFETCH(QByteArray, config);
+    QFETCH(QByteArray, style);
     QFile file(dir("app/config.ini"));
     QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("[Global]\ntheme=lightTheme\n");
+    file.write(config);
     file.close();
-    Program program(m_program, dir("work"));
-    QTRY_VERIFY_WITH_TIMEOUT(started("work"), 60000);
+    const QByteArrayList reported = report();
+    QVERIFY2(reported.contains("report: style " + style), reported.join('\n').constData());
     QCOMPARE(linesOf("work").mid(0, 3),
              (QStringList{"info: read config.ini", "info: init global data", "info: switchTheme"}));
+}
+
+void TestProcess::fontAndMetaTypeAreSetUp()
+{
+    const QByteArrayList reported = report();
+    QVERIFY2(reported.contains("report: font Microsoft YaHei"), reported.join('\n').constData());
+    QVERIFY2(reported.contains("report: list of ids known"), reported.join('\n').constData());
 }
 
 void TestProcess::killedProcessKeepsTheConfig()
