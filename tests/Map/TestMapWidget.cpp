@@ -4,6 +4,7 @@
 #include "ModalAnswer.h"
 #include "RecordingEngine.h"
 #include "WebWidget.h"
+#include "ui_MapWidget.h"
 
 #include <QBoxLayout>
 #include <QDesktopServices>
@@ -84,6 +85,7 @@ private slots:
     void declaresItsSignalAndSlotsInOrder();
     void formHasItsButtonsFromTopToBottom_data();
     void formHasItsButtonsFromTopToBottom();
+    void formHasItsFirstSize();
     void comesUpMaximisedAndModalOnThePage();
     void engineIsLoadedBeforeItsWindowIsMade();
     void missingEngineIsSaidInTheMapArea();
@@ -162,6 +164,14 @@ void TestMapWidget::formHasItsButtonsFromTopToBottom()
     QVERIFY(web);
     QVERIFY(web->mapTo(&map, QPoint()).x() + web->width() <= box->mapTo(&map, QPoint()).x());
     QVERIFY(web->width() > box->width());
+}
+
+void TestMapWidget::formHasItsFirstSize()
+{
+    QDialog dialog;
+    Ui::MapWidget form;
+    form.setupUi(&dialog);
+    QCOMPARE(dialog.size(), QSize(1386, 1030));
 }
 
 void TestMapWidget::comesUpMaximisedAndModalOnThePage()
