@@ -74,12 +74,14 @@ private slots:
     void readWithThePlaneFilterLogsItsPlane();
     void otherSuffixesOpenNothingAndFinishWithZeros_data();
     void otherSuffixesOpenNothingAndFinishWithZeros();
+    void totalOfTheEndIsCutTo32Bits();
     void suffixBehindTheLastDotCounts();
     void missingFileFinishesTwiceWithZeros();
     void folderNamedAsALogFinishesTwiceWithZeros();
     void unreadableFileFinishesTwiceWithZeros();
     void fileThatVanishesAtTheStartIsReported();
     void countersStartAtZero();
+    void frameCountIsCutTo16Bits();
     void derivationsRunBetweenTheirProgressSteps();
     void startTimeOfTheUserIsKept();
     void exceptionInTheDifferencesIsLoggedAndTheReadGoesOn();
@@ -204,6 +206,17 @@ void TestReadText::otherSuffixesOpenNothingAndFinishWithZeros()
     QVERIFY(QFileInfo::exists(fixture.applicationPath("myPlot/data.txt")));
 }
 
+void TestReadText::totalOfTheEndIsCutTo32Bits()
+{
+    const Fixture fixture;
+    DataHandler handler;
+    handler.setTotal((qint64(7) << 32) + 9);
+    ReadRecorder recorder(handler);
+    handler.readDataSlot(fixture.path("flight.sqlite"));
+    QCOMPARE(recorder.events().filter("process"),
+             (QStringList{"process -21 9", "process -11 9", "process -1 9", "process 9 9"}));
+}
+
 void TestReadText::suffixBehindTheLastDotCounts()
 {
     const Fixture fixture;
@@ -310,6 +323,22 @@ void TestReadText::countersStartAtZero()
                               QVariant::fromValue(ushort(1))}));
     QCOMPARE(handler.processed(), qint64(12));
     QCOMPARE(handler.total(), qint64(27));
+}
+
+void TestReadText::frameCountIsCutTo16Bits()
+{
+    const Fixture fixture;
+    const QString path = fixture.path("flight.txt");
+    writeBytes(path, (FrameText(0x52).text() + '\n').toLatin1().repeated(70000));
+    DataHandler handler;
+    const QSignalSpy finished(&handler, &DataHandler::readDataFinishedSinal);
+    const LogFile log;
+    handler.readDataSlot(path);
+    // 70000 less 65536
+    QCOMPARE(finished.count(), 1);
+    QCOMPARE(int(finished.first().at(0).value<ushort>()), 4464);
+    QCOMPARE(int(finished.first().at(1).value<ushort>()), 0);
+    QCOMPARE(log.leveledMessages().filter("total frame"), QStringList{"info: total frame cnt is 4464"});
 }
 
 void TestReadText::derivationsRunBetweenTheirProgressSteps()
