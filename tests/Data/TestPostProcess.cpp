@@ -451,6 +451,10 @@ void TestPostProcess::originBeyondAllSenseIsTaken()
         setSamples(kHomeLng, Samples(10, value));
         setSamples(kHomeLat, Samples(10, value));
         postprocess::calOrigin();
+        if (std::isfinite(value)) {
+            QVERIFY(originLng == float(value));
+            QVERIFY(originLat == float(value));
+        }
         QVERIFY(longitudeScale >= double(0.01f) && longitudeScale <= 1.0);
     }
 }
