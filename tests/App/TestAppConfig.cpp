@@ -342,6 +342,7 @@ void TestAppConfig::serialisedObjectsAreSetAside()
     QFile kept(aside);
     QVERIFY(kept.open(QFile::ReadOnly));
     QCOMPARE(kept.readAll(), bytes);
+    kept.close(); // else it could not be replaced everywhere
     QCOMPARE(config().getTouchMode(), false);
     // Written by somebody while the program ran.
     write(path, bytes);
