@@ -76,10 +76,12 @@ QString unescaped(const QByteArray &ini)
 }
 
 /**
- * Whether QSettings may look at a file. It brings serialised objects to life whatever their key, and a damaged pen or
- * picture ends the process in there; no config of ours has any, and a file with some is set aside.
+ * Sets a file with serialised objects aside. QSettings brings them to life whatever their key, and a damaged pen or
+ * picture ends the process in there; no config of ours has any.
+ *
+ * @return false when such a file is still in its place, where QSettings must not look at it
  */
-bool isHarmless(const QString &path)
+bool setAsideIfHarmful(const QString &path)
 {
     QFile file(path);
     if (!file.exists() || !file.open(QFile::ReadOnly))
@@ -145,7 +147,7 @@ void AppConfig::initLogger()
 void AppConfig::readConfigIni(const QString &path)
 {
     logToBoth(info, "read config.ini");
-    if (!isHarmless(path)) {
+    if (!setAsideIfHarmful(path)) {
         m_touchMode = false;
         m_theme = darkTheme;
         m_showFactor = false;
@@ -174,7 +176,7 @@ void AppConfig::readConfigIni(const QString &path)
 void AppConfig::writeConfigIni(const QString &path)
 {
     logToBoth(info, "write config ini");
-    if (!isHarmless(path)) // it is read before it is written
+    if (!setAsideIfHarmful(path)) // it is read before it is written
         return;
     QSettings settings(path, QSettings::IniFormat);
     settings.beginGroup(QLatin1String(kGroup));

@@ -112,7 +112,7 @@ protected:
     }
 };
 
-void loadWaitingPages();
+void loadDuePages();
 
 /**
  * An empty page in the process that all pages share. It keeps that process while no dialog is open: the start of one
@@ -132,7 +132,7 @@ public:
         connect(&m_patience, &QTimer::timeout, this, &QObject::deleteLater);
         connect(this, &QWebEnginePage::renderProcessTerminated, this, &QObject::deleteLater);
         // By then the page is gone, and its process is no longer the next page's.
-        connect(this, &QObject::destroyed, [] { loadWaitingPages(); });
+        connect(this, &QObject::destroyed, [] { loadDuePages(); });
         load(QUrl(QStringLiteral("about:blank")));
     }
 
@@ -146,7 +146,7 @@ public:
                 return;
             m_isAsked = false;
             m_patience.stop();
-            loadWaitingPages();
+            loadDuePages();
         });
     }
     bool isAsked() const { return m_isAsked; }
@@ -208,15 +208,15 @@ public:
     {
         m_url = url;
         m_loaded = false;
-        m_isWaiting = true;
-        loadWaiting();
+        m_isDue = true;
+        loadDue();
     }
 
-    void loadWaiting()
+    void loadDue()
     {
-        if (!m_isWaiting || (engine().keeper && engine().keeper->isAsked()))
+        if (!m_isDue || (engine().keeper && engine().keeper->isAsked()))
             return;
-        m_isWaiting = false;
+        m_isDue = false;
         if (!m_view)
             makePage();
         m_view->load(m_url);
@@ -224,7 +224,7 @@ public:
 
     void run(const QString &script)
     {
-        if (!m_view && !m_isWaiting)
+        if (!m_view && !m_isDue)
             return;
         // A page that is still loading has none of its functions yet.
         if (m_loaded)
@@ -283,7 +283,7 @@ private:
     {
         m_waiting.clear();
         m_loaded = false;
-        m_isWaiting = false;
+        m_isDue = false;
         if (engine().keeper)
             engine().keeper->ask();
     }
@@ -362,15 +362,15 @@ private:
     QPointer<QLabel> m_notice;
     QUrl m_url;
     QStringList m_waiting;
-    bool m_isWaiting = false; // for the shared process
+    bool m_isDue = false; // a load that waits for the shared process
     bool m_loaded = false;
 };
 
-void loadWaitingPages()
+void loadDuePages()
 {
     const QSet<View *> views = engine().views;
     for (View *const view : views)
-        view->loadWaiting();
+        view->loadDue();
 }
 
 /** The view behind a handle, or null when it went with its dialog. */

@@ -126,6 +126,15 @@ private:
     int m_count = 0;
 };
 
+/** Shows a button and lets it paint all that it has to. */
+bool bringUp(SwitchButton &button)
+{
+    button.show();
+    const bool exposed = QTest::qWaitForWindowExposed(&button);
+    QApplication::processEvents();
+    return exposed;
+}
+
 } // namespace
 
 class TestSwitchButton : public QObject
@@ -283,9 +292,7 @@ void TestSwitchButton::settersStoreAndRepaintOnlyWhatIsNew()
 void TestSwitchButton::tickOfAGlideCostsOnePaint()
 {
     const auto button = coloured();
-    button->show();
-    QVERIFY(QTest::qWaitForWindowExposed(button.get()));
-    QApplication::processEvents();
+    QVERIFY(bringUp(*button));
     PaintCounter paints(button.get());
     for (const bool on : {true, false}) {
         QTest::mouseClick(button.get(), Qt::LeftButton);
@@ -305,9 +312,7 @@ void TestSwitchButton::clickWithoutAnimationPaintsAtOnce()
 {
     const auto button = coloured();
     button->setAnimation(false);
-    button->show();
-    QVERIFY(QTest::qWaitForWindowExposed(button.get()));
-    QApplication::processEvents();
+    QVERIFY(bringUp(*button));
     PaintCounter paints(button.get());
     for (const bool on : {true, false}) {
         QTest::mouseClick(button.get(), Qt::LeftButton);
@@ -319,9 +324,7 @@ void TestSwitchButton::clickWithoutAnimationPaintsAtOnce()
 void TestSwitchButton::setCheckedPaintsWhatChanges()
 {
     const auto button = coloured();
-    button->show();
-    QVERIFY(QTest::qWaitForWindowExposed(button.get()));
-    QApplication::processEvents();
+    QVERIFY(bringUp(*button));
     PaintCounter paints(button.get());
     button->setChecked(false);
     QCOMPARE(paints.takeQueued(), 0);
