@@ -29,6 +29,7 @@ struct Unit {
 const Unit kUnits[] = {
     {"App/Logging", Ground},
     {"App/MyThemes", Ground},
+    {"App/BuildDate", Ground},
     {"App/Release", Ground},
     {"Tools/Geodesy", Ground},
     {"FileOperator/QXlsx", Ground, Workbook},
