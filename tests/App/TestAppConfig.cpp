@@ -115,6 +115,7 @@ private slots:
     void otherKeysOfTheFileStay();
     void writeThatFailsIsSilent();
     void initRunsItsStepsInOrder();
+    void initThatFailsAtTheLogHasMadeThePlotFolderAndNoMore();
     void shutdownRunsItsStepsInOrder();
     void fieldsAreReadableAfterShutdown();
     void themeSlotAppliesTheStyleAndTells_data();
@@ -556,6 +557,18 @@ void TestAppConfig::initRunsItsStepsInOrder()
     QCOMPARE(spy.first().first().value<MyThemes>(), lightTheme);
     QCOMPARE(qApp->styleSheet(), styleOf(":qdarkstyle/light/lightstyle.qss"));
     QVERIFY(findGraph(QStringLiteral("横滚"))->yvalue().isEmpty());
+}
+
+void TestAppConfig::initThatFailsAtTheLogHasMadeThePlotFolderAndNoMore()
+{
+    const Fixture fixture;
+    closeLogger();
+    QVERIFY(QDir(config().plotDir()).removeRecursively());
+    QVERIFY(QDir("logs").removeRecursively());
+    write("logs", "a file in place of the folder");
+    QVERIFY_EXCEPTION_THROWN(config().init(), spdlog::spdlog_ex);
+    QVERIFY(QFileInfo(config().plotDir()).isDir());
+    QVERIFY(!QFileInfo::exists(config().configPath()));
 }
 
 void TestAppConfig::shutdownRunsItsStepsInOrder()
