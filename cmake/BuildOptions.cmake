@@ -9,7 +9,7 @@ set(CMAKE_AUTOUIC_SEARCH_PATHS ${PROJECT_SOURCE_DIR}/Resources/forms)
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
 set(CMAKE_CXX_FLAGS_DEBUG "-g1 -O1")
 
-option(OSTRAVEL_WERROR "Treat warnings in our own code as errors" ON)
+option(OSTRAVEL_WERROR "Treat warnings in our own code as errors" ${PROJECT_IS_TOP_LEVEL})
 option(OSTRAVEL_LTO "Link the program and the benchmarks with link-time optimisation" OFF)
 set(OSTRAVEL_SANITIZE "" CACHE STRING "Sanitizers for everything of ours, e.g. address,undefined")
 
