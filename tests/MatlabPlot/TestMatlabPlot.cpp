@@ -370,7 +370,8 @@ void TestMatlabPlot::plotUnderWayCompletes()
 {
     StandIn standIn;
     standIn.program("octave",
-                    engine("echo begun > $here/begun; sleep 1; echo yes > $here/drawn; echo plot-engine:done"));
+                    engine("echo begun > $here/begun; " + QByteArray(kUntilGo)
+                           + "; echo yes > $here/drawn; echo plot-engine:done"));
     const LogFile log;
     {
         Worker worker;
@@ -378,6 +379,7 @@ void TestMatlabPlot::plotUnderWayCompletes()
         worker.post("plotXYSlot");
         QTRY_COMPARE(standIn.text("begun"), QByteArray("begun\n"));
         QVERIFY(standIn.text("drawn").isEmpty());
+        QVERIFY(QFile(standIn.path("go")).open(QIODevice::WriteOnly));
     }
     QCOMPARE(standIn.text("drawn"), QByteArray("yes\n"));
     QVERIFY(log.leveledMessages().filter("error").isEmpty());

@@ -370,14 +370,18 @@ void TestPythonPlot::scriptUnderWayCompletesAfterTheEnd()
 {
     layShellFolder();
     StandIn standIn;
-    layScript("import os, sys, time\nos.chdir('" + QFile::encodeName(standIn.path("."))
-              + "')\nopen('begun', 'w').close()\ntime.sleep(2)\nopen('drawn', 'w').write('yes')\n");
+    // Draws until it may end, or for half a minute.
+    layScript("import os, time\nos.chdir('" + QFile::encodeName(standIn.path("."))
+              + "')\nopen('begun', 'w').close()\nlast = time.monotonic() + 30\n"
+                "while not os.path.exists('go') and time.monotonic() < last:\n    time.sleep(0.05)\n"
+                "open('drawn', 'w').write('yes')\n");
     {
         PythonPlot plot(nullptr);
         plot.plotHeightSlot();
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(standIn.path("begun")), 60000);
     }
     QVERIFY(!QFile::exists(standIn.path("drawn")));
+    QVERIFY(QFile(standIn.path("go")).open(QIODevice::WriteOnly));
     QTRY_COMPARE_WITH_TIMEOUT(standIn.text("drawn"), QByteArray("yes"), 20000);
 }
 
