@@ -125,6 +125,39 @@ struct Pipe {
     _exit(127);
 }
 
+/**
+ * While it lives, writing to an engine that has died is an error like others for this thread, not the end of the
+ * program. The signal's treatment belongs to the whole process and stays as it is.
+ */
+class BrokenPipeIsAnError
+{
+public:
+    BrokenPipeIsAnError()
+    {
+        sigemptyset(&m_signal);
+        sigaddset(&m_signal, SIGPIPE);
+        sigset_t pending;
+        sigemptyset(&pending);
+        sigpending(&pending);
+        m_isOthers = sigismember(&pending, SIGPIPE) == 1;
+        pthread_sigmask(SIG_BLOCK, &m_signal, &m_before);
+    }
+    ~BrokenPipeIsAnError()
+    {
+        // One of ours would be delivered by the next line.
+        const timespec atOnce{};
+        while (!m_isOthers && sigtimedwait(&m_signal, nullptr, &atOnce) < 0 && errno == EINTR) { }
+        pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
+    }
+    BrokenPipeIsAnError(const BrokenPipeIsAnError &) = delete;
+    BrokenPipeIsAnError &operator=(const BrokenPipeIsAnError &) = delete;
+
+private:
+    sigset_t m_signal{};
+    sigset_t m_before{};
+    bool m_isOthers = false;
+};
+
 template <typename Call>
 auto retried(Call call)
 {
@@ -184,8 +217,6 @@ bool OctaveProcess::launch(const QByteArray &program, const QByteArray &folder)
     Pipe report;
     if (!input.open() || !output.open() || !errors.open() || !report.open())
         return false;
-    // Writing to an engine that has died is an error like others, not the end of the program; so does Qt for its own.
-    std::signal(SIGPIPE, SIG_IGN);
 
     QByteArray name("octave");
     std::array<QByteArray, 6> words{"--no-gui", "--quiet", "--norc", "--no-history", "--eval", kLoop};
@@ -229,6 +260,7 @@ bool OctaveProcess::send(const QByteArray &line)
     // In one piece, which a pipe passes on whole: the engine would take a part of a line for a line.
     const QByteArray bytes = line + '\n';
     const auto length = static_cast<std::size_t>(bytes.size());
+    const BrokenPipeIsAnError guard;
     return retried([&] { return ::write(m_input, bytes.constData(), length); }) == static_cast<ssize_t>(length);
 }
 

@@ -109,6 +109,7 @@ private slots:
     void plotsPassTheirEightScalars();
     void failureOfAPlotIsLoggedWithItsMessage();
     void engineThatDiesInAPlotIsLoggedWithItsLastWords();
+    void engineThatClosesItsInputIsToldAndChangesNoSignal();
     void megabyteOnStandardErrorDoesNoHarm();
     void noiseOnStandardOutputIsNoAnswer();
     void initialisationStopsWhenInterrupted();
@@ -281,6 +282,21 @@ void TestMatlabPlot::engineThatDiesInAPlotIsLoggedWithItsLastWords()
              (QStringList{"error: matlab plotXY mwException:GNU Octave ended or did not answer: "
                           "X error of failed request",
                           "error: matlab plotXY mwException:GNU Octave does not run"}));
+}
+
+void TestMatlabPlot::engineThatClosesItsInputIsToldAndChangesNoSignal()
+{
+    StandIn standIn;
+    standIn.program("octave", "read -r line; exec <&-; echo plot-engine:done; exec sleep 1000");
+    // As a process begins; Qt ignores it once a QProcess was written to.
+    const auto before = std::signal(SIGPIPE, SIG_DFL);
+    Worker worker;
+    worker.call("init");
+    const LogFile log;
+    worker.call("plotXYSlot");
+    QCOMPARE(log.messages(), QStringList{"matlab plotXY mwException:GNU Octave ended or did not answer"});
+    const auto after = std::signal(SIGPIPE, before);
+    QVERIFY(after == SIG_DFL);
 }
 
 void TestMatlabPlot::megabyteOnStandardErrorDoesNoHarm()
