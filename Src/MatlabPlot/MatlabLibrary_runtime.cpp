@@ -112,10 +112,10 @@ const EntryPoints &entryPoints()
         throw matlab::mwException(otherwise);
     points.addReference(failure);
     const char *const text = points.errorMessage(failure);
-    matlab::mwException exception(text ? text : otherwise);
+    std::string message(text ? text : otherwise); // the text goes with the last reference
     points.releaseReference(failure); // that of our own
     points.releaseReference(failure); // that with which it came
-    throw exception;
+    throw matlab::mwException(std::move(message));
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""clang-tidy over the sources of the program and the tile service: no finding.
+"""clang-tidy over the sources of the program, its core and the tile service: no finding.
 
 Looked at is what differs from the main branch, or on that branch itself what its last commits changed, the newest
 first and as many as some minutes allow. With --all it is everything, which takes a quarter of an hour and more. What
@@ -18,7 +18,7 @@ from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 SOURCE = Path(__file__).resolve().parents[2]
-FOLDERS = ("Src/", "wmts/")
+FOLDERS = ("Src/", "core/", "wmts/")
 COMMITS = 10
 BUDGET = 8 * 60  # seconds in which a source may be begun
 SKIPPED = 77
