@@ -27,7 +27,8 @@ set(CMAKE_AUTOUIC OFF)
 add_library(ground STATIC "{source}/Src/App/BuildDate.cpp" ground.cpp)
 target_include_directories(ground PUBLIC "{source}/Src/App")
 add_executable(dated main.cpp)
-target_link_libraries(dated PRIVATE ground)
+target_link_libraries(ground PRIVATE build_options)
+target_link_libraries(dated PRIVATE ground build_options link_time_optimisation)
 date_at_link(dated "{source}/Src/App/BuildDate.cpp")
 """
 
@@ -39,8 +40,9 @@ class SmallProgram(unittest.TestCase):
         self.folder = Path(tempfile.mkdtemp(prefix="build-date-"))
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
         self.write("CMakeLists.txt", PROJECT.format(source=SOURCE))
-        self.write("ground.cpp", "int answer() { return 1; }\n")
-        self.write("main.cpp", '#include "BuildDate.h"\n#include <cstdio>\nint answer();\n'
+        self.write("ground.h", "int answer();\n")
+        self.write("ground.cpp", '#include "ground.h"\nint answer() { return 1; }\n')
+        self.write("main.cpp", '#include "BuildDate.h"\n#include "ground.h"\n#include <cstdio>\n'
                                'int main() { std::printf("%s %d", kBuildDate, answer()); }\n')
 
     def write(self, name, text):
@@ -53,8 +55,8 @@ class SmallProgram(unittest.TestCase):
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
         return done.stdout
 
-    def configure(self, folder="made"):
-        self.run_tool("cmake", "-G", "Ninja", "-S", self.folder, "-B", self.folder / folder, now=FIRST)
+    def configure(self, folder="made", *options):
+        self.run_tool("cmake", "-G", "Ninja", "-S", self.folder, "-B", self.folder / folder, *options, now=FIRST)
 
     def build(self, now, folder="made"):
         return self.run_tool("cmake", "--build", self.folder / folder, now=now)
@@ -63,12 +65,15 @@ class SmallProgram(unittest.TestCase):
         return subprocess.run([self.folder / folder / "dated"], check=True, capture_output=True, text=True).stdout
 
     def test_date_moves_with_each_link(self):
-        self.configure()
-        self.build(FIRST)
-        self.assertEqual(self.printed(), "Sep  9 200101:46:40 1")
-        self.write("ground.cpp", "int answer() { return 2; }\n")
-        self.build(SECOND)
-        self.assertEqual(self.printed(), "Nov  9 200411:33:20 2")
+        for options in (["-DCMAKE_BUILD_TYPE=Debug"], ["-DCMAKE_BUILD_TYPE=Release", "-DOSTRAVEL_LTO=ON"]):
+            with self.subTest(options):
+                self.setUp()
+                self.configure("made", *options)
+                self.build(FIRST)
+                self.assertEqual(self.printed(), "Sep  9 200101:46:40 1")
+                self.write("ground.cpp", '#include "ground.h"\nint answer() { return 2; }\n')
+                self.build(SECOND)
+                self.assertEqual(self.printed(), "Nov  9 200411:33:20 2")
 
     def test_date_is_not_that_of_a_build_in_the_cache(self):
         for folder, now in (("made", FIRST), ("again", SECOND)):
