@@ -60,7 +60,8 @@ private:
 class Recorder : public spdlog::sinks::base_sink<std::mutex>
 {
 public:
-    explicit Recorder(std::function<void()> logged, std::function<void()> flushed = [] {})
+    explicit Recorder(
+        std::function<void()> logged, std::function<void()> flushed = [] {})
         : m_logged(std::move(logged))
         , m_flushed(std::move(flushed))
     {
@@ -341,11 +342,13 @@ void TestLogging::flushComesEveryThreeSeconds()
     std::vector<Clock::time_point> flushes;
     const Fixture fixture;
     // A logger of its own: the library's thread goes over all of them.
-    spdlog::register_logger(std::make_shared<spdlog::logger>(
-        "watched", std::make_shared<Recorder>([] {}, [&] {
-            const std::lock_guard<std::mutex> lock(mutex);
-            flushes.push_back(Clock::now());
-        })));
+    spdlog::register_logger(
+        std::make_shared<spdlog::logger>("watched",
+                                         std::make_shared<Recorder>([] {},
+                                                                    [&] {
+                                                                        const std::lock_guard<std::mutex> lock(mutex);
+                                                                        flushes.push_back(Clock::now());
+                                                                    })));
     // A machine under load makes some of the gaps longer, so one of the right length is enough.
     const auto threeSecondsApart = [&] {
         const std::lock_guard<std::mutex> lock(mutex);

@@ -277,8 +277,9 @@ void TestMPlotDialog::clicksDuringAPlotWaitTheirTurn()
     StandIn standIn;
     standIn.program("octave",
                     "read -r line; echo plot-engine:done\nwhile read -r line; do echo begin >> $here/order; "
-                        + QByteArray(kUntilGo) + "; echo end >> $here/order; echo plot-engine:done; done; "
-                                                 "echo plot-engine:done");
+                        + QByteArray(kUntilGo)
+                        + "; echo end >> $here/order; echo plot-engine:done; done; "
+                          "echo plot-engine:done");
     MPlotDialog dialog(nullptr);
     dialog.show();
     QTRY_COMPARE(enabledButtons(dialog), 4);
@@ -294,8 +295,9 @@ void TestMPlotDialog::closingDuringAPlotDoesNotWait()
     StandIn standIn;
     standIn.program("octave",
                     "read -r line; echo plot-engine:done\nwhile read -r line; do echo begin >> $here/order; "
-                        + QByteArray(kUntilGo) + "; echo end >> $here/order; echo plot-engine:done; done; "
-                                                 "echo plot-engine:done");
+                        + QByteArray(kUntilGo)
+                        + "; echo end >> $here/order; echo plot-engine:done; done; "
+                          "echo plot-engine:done");
     {
         MPlotDialog dialog(nullptr);
         dialog.show();
