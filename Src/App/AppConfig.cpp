@@ -2,6 +2,7 @@
 
 #include "ChannelStore.h"
 #include "Logging.h"
+#include "RegularFile.h"
 
 #include <QApplication>
 #include <QDir>
@@ -87,13 +88,6 @@ QString unescaped(const QByteArray &ini)
     return text;
 }
 
-/** A pipe blocks the process that opens it, a device may never end. A link counts as the file that it leads to. */
-bool isOtherThanRegular(const QString &path)
-{
-    const QFileInfo info(path);
-    return info.exists() && !info.isFile();
-}
-
 /**
  * Sets a file with serialised objects aside. QSettings brings them to life whatever their key, and a damaged pen or
  * picture ends the process in there; no config of ours has any.
@@ -103,7 +97,7 @@ bool isOtherThanRegular(const QString &path)
  */
 bool setAsideIfHarmful(const QString &path)
 {
-    if (isOtherThanRegular(path)) {
+    if (isOtherThanRegularFile(path)) {
         logToBoth(warn, "config.ini is not a regular file and is left alone");
         return false;
     }

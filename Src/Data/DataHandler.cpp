@@ -3,6 +3,7 @@
 #include "AppConfig.h"
 #include "ChannelStore.h"
 #include "DataListDia.h"
+#include "FlightDatabase.h"
 #include "FrameTable.h"
 #include "HexText.h"
 #include "LineReader.h"
@@ -77,19 +78,11 @@ void reserveSamples(qint64 samples)
     }
 }
 
-/** Runs a query and says in the log why it gives nothing. */
-void execute(QSqlQuery &query, const QString &text)
-{
-    query.setForwardOnly(true);
-    if (!query.exec(text))
-        logToBoth(warn, "database query failed: {}: {}", text, query.lastError().text());
-}
-
 /** A damaged page ends the rows of a query as their last one does, but for its error. */
-void warnIfBrokenOff(const QSqlQuery &query)
+void warnIfBrokenOff(const QSqlQuery &query, const char *what, qint64 rows)
 {
     if (query.isActive() && query.lastError().isValid())
-        logToBoth(warn, "database read broke off: {}", query.lastError().text());
+        logToBoth(warn, "database read broke off: {} {} were read: {}", rows, what, query.lastError().text());
 }
 
 } // namespace
@@ -238,27 +231,31 @@ bool DataHandler::decodeData()
 void DataHandler::handleDb(const QString &filePath)
 {
     const QString connectionName = QStringLiteral("qt_sql_default_connection");
-    QSqlDatabase database;
+    QSqlDatabase connection;
     if (QSqlDatabase::contains(connectionName)) {
         // The connection keeps the first file of the run, whatever is asked for.
-        database = QSqlDatabase::database(connectionName);
+        connection = QSqlDatabase::database(connectionName, false);
     } else {
-        database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
-        database.setDatabaseName(filePath);
-        database.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY;QSQLITE_BUSY_TIMEOUT=500"));
+        connection = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
+        connection.setDatabaseName(filePath);
+        connection.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY;QSQLITE_BUSY_TIMEOUT=500"));
     }
+    FlightDatabase database(connection);
     if (!database.open())
         logToBoth(error, "database connect failed!");
 
-    QSqlQuery query(database);
-    execute(query, QStringLiteral("select * from t_fly_task;"));
+    const QString tasks = QStringLiteral("t_fly_task");
+    const QString records = QStringLiteral("t_fly_record");
+    QSqlQuery query(connection);
+    database.execute(query, tasks, QStringLiteral("select * from t_fly_task;"));
     DataListDia list(nullptr);
-    while (query.next()) {
+    qint64 rows = 0;
+    for (; query.next(); ++rows) {
         list.addRow(static_cast<quint8>(query.value(QStringLiteral("id")).toUInt()),
                     query.value(QStringLiteral("name")).toString(),
                     query.value(QStringLiteral("ctime")).toULongLong());
     }
-    warnIfBrokenOff(query);
+    warnIfBrokenOff(query, "tasks", rows);
     query.finish();
     list.exec();
 
@@ -272,7 +269,7 @@ void DataHandler::handleDb(const QString &filePath)
     QString condition;
     for (const quint8 id : ids) {
         const QString task = QStringLiteral("task_id = %1").arg(id);
-        execute(query, QStringLiteral("select count(*) from t_fly_record where %1;").arg(task));
+        database.execute(query, records, QStringLiteral("select count(*) from t_fly_record where %1;").arg(task));
         if (query.next())
             m_total += query.value(0).toUInt();
         condition += condition.isEmpty() ? task : QStringLiteral(" OR ") + task;
@@ -282,10 +279,10 @@ void DataHandler::handleDb(const QString &filePath)
     emit statusFeedbackSignal(tr("start decoding data"));
     emit process(1, low32(m_total));
 
-    execute(query, QStringLiteral("select frame from t_fly_record where ") + condition);
-    while (query.next())
+    database.execute(query, records, QStringLiteral("select frame from t_fly_record where ") + condition);
+    for (rows = 0; query.next(); ++rows)
         decodeLine(query.value(0).toString());
-    warnIfBrokenOff(query);
+    warnIfBrokenOff(query, "records", rows);
     evenTail();
     query.finish();
     database.close();
