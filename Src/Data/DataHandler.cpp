@@ -7,6 +7,7 @@
 #include "FrameTable.h"
 #include "HexText.h"
 #include "LineReader.h"
+#include "LogText.h"
 #include "Logging.h"
 #include "PostProcess.h"
 #include "TxtOperator.h"
@@ -35,23 +36,6 @@ int lengthOf(MyGraph *const *group)
 int low32(qint64 value)
 {
     return static_cast<int>(static_cast<quint32>(value));
-}
-
-/** A bad line for the log: whole up to 64 KiB, so that one endless line does not fill the log's history. */
-QString forLog(const QString &line)
-{
-    constexpr int kMostBytes = 64 * 1024;
-    QByteArray text = line.left(kMostBytes).toUtf8();
-    if (line.size() <= kMostBytes && text.size() <= kMostBytes)
-        return line;
-    int end = std::min(kMostBytes, text.size());
-    while (end > 0 && (static_cast<unsigned char>(text.at(end - 1)) & 0xC0U) == 0x80U)
-        --end; // back to the first byte of the character that the limit cuts
-    if (end > 0 && static_cast<unsigned char>(text.at(end - 1)) >= 0xC0U)
-        --end;
-    text.truncate(end);
-    // Appended: the text may hold place markers of its own.
-    return QString::fromUtf8(text) + QStringLiteral("... (%1 characters)").arg(line.size());
 }
 
 /** Characters of one line of each decoded function code, as recorders write them. */
@@ -209,8 +193,10 @@ bool DataHandler::decodeData()
 {
     logToBoth(info, "start decode data");
     emit statusFeedbackSignal(tr("start decoding data"));
-    reserveSamples(m_fileOperator->file().size() / roundOfLines());
-    LineReader lines(m_fileOperator->file());
+    QFile &file = m_fileOperator->file();
+    const qint64 size = file.size();
+    reserveSamples(size / roundOfLines());
+    LineReader lines(file);
     QLatin1String plain; // nearly every line: no need to make a string of it
     QString line;
     while (true) {
@@ -221,9 +207,10 @@ bool DataHandler::decodeData()
         else
             break;
     }
-    const QFile &file = m_fileOperator->file();
-    if (file.error() != QFileDevice::NoError)
-        logToBoth(warn, "reading the log broke off: {}", file.errorString());
+    const bool failed = file.error() != QFileDevice::NoError;
+    if (failed || file.pos() < size)
+        logToBoth(warn, "reading the log broke off at byte {} of {}: {}", file.pos(), size,
+                  failed ? file.errorString() : QStringLiteral("the file became shorter"));
     evenTail();
     return true;
 }
