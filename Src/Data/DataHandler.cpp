@@ -69,6 +69,32 @@ void warnIfBrokenOff(const QSqlQuery &query, const char *what, qint64 rows)
         logToBoth(warn, "database read broke off: {} {} were read: {}", rows, what, query.lastError().text());
 }
 
+/** Shows the list of tasks. @return the ticked ones in ticking order */
+QList<quint8> tickedTasks(const FlightDatabase &database)
+{
+    QSqlQuery query(database.connection());
+    database.execute(query, QStringLiteral("t_fly_task"), QStringLiteral("select * from t_fly_task;"));
+    DataListDia list(nullptr);
+    qint64 rows = 0;
+    for (; query.next(); ++rows) {
+        list.addRow(static_cast<quint8>(query.value(QStringLiteral("id")).toUInt()),
+                    query.value(QStringLiteral("name")).toString(), query.value(QStringLiteral("ctime")).toULongLong());
+    }
+    warnIfBrokenOff(query, "tasks", rows);
+    query.finish();
+    list.exec();
+    return list.selectedIds();
+}
+
+/** @param task the condition by which a task's records are found */
+uint countRecords(const FlightDatabase &database, const QString &task)
+{
+    QSqlQuery query(database.connection());
+    database.execute(query, QStringLiteral("t_fly_record"),
+                     QStringLiteral("select count(*) from t_fly_record where %1;").arg(task));
+    return query.next() ? query.value(0).toUInt() : 0;
+}
+
 } // namespace
 
 /** A frame as far as the tables reach; bytes that the text did not give are zero. */
@@ -231,23 +257,8 @@ void DataHandler::handleDb(const QString &filePath)
     if (!database.open())
         logToBoth(error, "database connect failed!");
 
-    const QString tasks = QStringLiteral("t_fly_task");
-    const QString records = QStringLiteral("t_fly_record");
-    QSqlQuery query(connection);
-    database.execute(query, tasks, QStringLiteral("select * from t_fly_task;"));
-    DataListDia list(nullptr);
-    qint64 rows = 0;
-    for (; query.next(); ++rows) {
-        list.addRow(static_cast<quint8>(query.value(QStringLiteral("id")).toUInt()),
-                    query.value(QStringLiteral("name")).toString(),
-                    query.value(QStringLiteral("ctime")).toULongLong());
-    }
-    warnIfBrokenOff(query, "tasks", rows);
-    query.finish();
-    list.exec();
-
+    const QList<quint8> ids = tickedTasks(database);
     emit doHandleReady();
-    const QList<quint8> ids = list.selectedIds();
     if (ids.isEmpty()) {
         database.close();
         emit statusFeedbackSignal(QStringLiteral("No data is selected!"));
@@ -256,9 +267,7 @@ void DataHandler::handleDb(const QString &filePath)
     QString condition;
     for (const quint8 id : ids) {
         const QString task = QStringLiteral("task_id = %1").arg(id);
-        database.execute(query, records, QStringLiteral("select count(*) from t_fly_record where %1;").arg(task));
-        if (query.next())
-            m_total += query.value(0).toUInt();
+        m_total += countRecords(database, task);
         condition += condition.isEmpty() ? task : QStringLiteral(" OR ") + task;
     }
     resetCounters();
@@ -266,8 +275,11 @@ void DataHandler::handleDb(const QString &filePath)
     emit statusFeedbackSignal(tr("start decoding data"));
     emit process(1, low32(m_total));
 
-    database.execute(query, records, QStringLiteral("select frame from t_fly_record where ") + condition);
-    for (rows = 0; query.next(); ++rows)
+    QSqlQuery query(connection);
+    database.execute(query, QStringLiteral("t_fly_record"),
+                     QStringLiteral("select frame from t_fly_record where ") + condition);
+    qint64 rows = 0;
+    for (; query.next(); ++rows)
         decodeLine(query.value(0).toString());
     warnIfBrokenOff(query, "records", rows);
     evenTail();

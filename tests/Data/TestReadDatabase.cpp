@@ -1124,6 +1124,10 @@ void TestReadDatabase::damagedPageEndsTheReadWithAWarning()
     QCOMPARE(backupGraph->yvalue(), expected);
     const QStringList events = recorder.events();
     QCOMPARE(events.filter("warning: database read broke off: ").size(), 1);
+    QCOMPARE(events.filter(QString("warning: database read broke off: %1 records were read: ").arg(first)).size(), 1);
+    // The count passes the page too.
+    QCOMPARE(events.filter("warning: database query failed: select count(*) ").size(), 1);
+    QVERIFY(events.contains("process 1 0"));
     QCOMPARE(events.last(), QString("finished %1 0 0").arg(first));
     QCOMPARE(content(path), bytes);
 }
