@@ -166,6 +166,8 @@ private slots:
     void severalTasksAreOneFlight();
     void idTickedTwiceIsCountedTwiceAndReadOnce();
     void taskWithoutRecordsGivesAnEmptyFlight();
+    void seriesAreEvenedBehindTheLastRecord();
+    void countsAreAddedToTheTotalAndCountersStartAtZero();
     void framesOfEveryKindAreRead_data();
     void framesOfEveryKindAreRead();
     void listIsFilledWhateverTheTaskTableHolds();
@@ -418,6 +420,60 @@ void TestReadDatabase::taskWithoutRecordsGivesAnEmptyFlight()
     QCOMPARE(
         recorder.events(),
         (QStringList{"ready", "info: start decode data", "status 开始解析数据", "process 1 0"} + endOfRead(0, 0, 0)));
+}
+
+void TestReadDatabase::seriesAreEvenedBehindTheLastRecord()
+{
+    const Fixture fixture;
+    const QString path = fixture.path("flight.db");
+    {
+        Writer writer(path);
+        writer.makeTables();
+        writer.addTask(5);
+        for (int i = 0; i < 3; ++i)
+            writer.addFrame(5, FrameText(0x03).text());
+    }
+    DataHandler handler;
+    ModalAnswer answer;
+    answer.next(tickAndConfirm({0}));
+    handler.readDataSlot(path);
+    // The second and the third frame each give the status group a sample; the end gives one to every group behind.
+    QCOMPARE(attitudeGraphs[0]->yvalue().size(), 3);
+    QCOMPARE(controlStatusGraphs[0]->yvalue().size(), 3);
+    QCOMPARE(equipmentGraphs[0]->yvalue().size(), 1);
+    QCOMPARE(sensorGraphs[0]->yvalue().size(), 1);
+    QCOMPARE(targetGraphs[0]->yvalue().size(), 1);
+}
+
+void TestReadDatabase::countsAreAddedToTheTotalAndCountersStartAtZero()
+{
+    const Fixture fixture;
+    const QString path = fixture.path("flight.db");
+    {
+        Writer writer(path);
+        writer.makeTables();
+        writer.addTask(5);
+        writer.addFrame(5, FrameText(0x52, 1).text());
+        writer.addFrame(5, "x");
+    }
+    DataHandler handler;
+    selectedPlaneEnabled = true;
+    selectedPlaneId = 1;
+    for (int i = 0; i < 5; ++i) {
+        handler.decodeLine(FrameText(0x52, 1).text());
+        handler.decodeLine("x");
+    }
+    handler.setTotal(100);
+    ReadRecorder recorder(handler);
+    ModalAnswer answer;
+    answer.next(tickAndConfirm({0}));
+    handler.readDataSlot(path);
+    QCOMPARE(handler.total(), qint64(102));
+    QCOMPARE(handler.processed(), qint64(12));
+    QCOMPARE(recorder.events(),
+             (QStringList{"ready", "info: start decode data", "status 开始解析数据", "process 1 102", "process -28 102",
+                          "process -28 102", "info: error data :x"}
+              + endOfRead(102, 2, 1, 1, 1)));
 }
 
 void TestReadDatabase::framesOfEveryKindAreRead_data()

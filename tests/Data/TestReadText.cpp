@@ -85,11 +85,14 @@ private slots:
     void unreadableFileFinishesTwiceWithZeros();
     void fileThatVanishesAtTheStartIsReported();
     void countersStartAtZero();
+    void progressIsReadyBeforeTheCountersAreReset();
+    void failedOpenFinishesWithZerosWhateverIsCounted();
     void frameCountIsCutTo16Bits();
     void derivationsRunBetweenTheirProgressSteps();
     void startTimeOfTheUserIsKept();
     void exceptionInTheDifferencesIsLoggedAndTheReadGoesOn();
     void trackFilesAreWrittenAndReplaced();
+    void trackOfTheLastLegIsWrittenLast();
     void trackFilesThatCannotBeWrittenAreReportedTwice();
     void emptyLogLeavesTwoEmptyTrackFiles();
     void damagedFilesAreCounted_data();
@@ -374,6 +377,46 @@ void TestReadText::countersStartAtZero()
     QCOMPARE(handler.total(), qint64(27));
 }
 
+void TestReadText::progressIsReadyBeforeTheCountersAreReset()
+{
+    const Fixture fixture;
+    writeLines(fixture.path("flight.txt"), {FrameText(0x52).text()});
+    DataHandler handler;
+    handler.decodeLine("x");
+    handler.setTotal(999);
+    int ready = 0;
+    connect(&handler, &DataHandler::doHandleReady, &handler, [&] {
+        ++ready;
+        QCOMPARE(handler.total(), qint64(999));
+        QCOMPARE(int(handler.frameTotal()), 1);
+        QCOMPARE(int(handler.frameError()), 1);
+    });
+    handler.readDataSlot(fixture.path("flight.txt"));
+    QCOMPARE(ready, 1);
+    QCOMPARE(handler.total(), qint64(25));
+    QCOMPARE(int(handler.frameTotal()), 1);
+    QCOMPARE(int(handler.frameError()), 0);
+}
+
+void TestReadText::failedOpenFinishesWithZerosWhateverIsCounted()
+{
+    const Fixture fixture;
+    selectedPlaneEnabled = true;
+    selectedPlaneId = 1;
+    DataHandler handler;
+    bool counted = false;
+    connect(&handler, &DataHandler::process, &handler, [&] {
+        if (counted)
+            return;
+        counted = true;
+        handler.decodeLine(FrameText(0x52, 1).text());
+        handler.decodeLine("x");
+    });
+    ReadRecorder recorder(handler);
+    handler.readDataSlot(fixture.path("missing.txt"));
+    QCOMPARE(recorder.events().filter("finished"), (QStringList{"finished 0 0 0", "finished 2 1 1"}));
+}
+
 void TestReadText::frameCountIsCutTo16Bits()
 {
     const Fixture fixture;
@@ -478,6 +521,21 @@ void TestReadText::trackFilesAreWrittenAndReplaced()
     QVERIFY(content(data).endsWith(content(attack)));
     QCOMPARE(content(data).split('\n').first().split('\t').size(), 3);
     QCOMPARE(content(data).split('\n').first().trimmed().split('\t').last(), QByteArray("50"));
+}
+
+void TestReadText::trackOfTheLastLegIsWrittenLast()
+{
+    const Fixture fixture;
+    const QString path = fixture.path("flight.txt");
+    writeLines(path, shortFlight());
+    // Both in one place, where the one that is written last stays.
+    AppConfig &config = AppConfig::getInstance();
+    config.getAttackDataPath() = config.getDataPath();
+    DataHandler handler;
+    handler.readDataSlot(path);
+    QCOMPARE(int(trackX.size()), 12);
+    QCOMPARE(int(attackTrackX.size()), 6);
+    QCOMPARE(content(config.getDataPath()).count('\n'), 6);
 }
 
 void TestReadText::trackFilesThatCannotBeWrittenAreReportedTwice()
