@@ -677,7 +677,7 @@ void TestReadDatabase::unreadableDatabaseGivesAnEmptyList()
     }
     QVERIFY(letOthersRead(fixture.dir()));
     QVERIFY(letNobodyRead(path));
-    QVERIFY(letOthersWrite(fixture.applicationPath("myPlot")));
+    QVERIFY(fixture.letOthersWriteTracks());
     const int code = asOrdinaryUser([&] {
         DataHandler handler;
         ReadRecorder recorder(handler);
@@ -710,7 +710,7 @@ void TestReadDatabase::databaseInAReadOnlyFolderIsRead()
     QVERIFY(letOthersRead(fixture.dir()));
     QVERIFY(letOthersRead(fixture.path("dvd")));
     QVERIFY(letOthersRead(path));
-    QVERIFY(letOthersWrite(fixture.applicationPath("myPlot")));
+    QVERIFY(fixture.letOthersWriteTracks());
     QCOMPARE(readOnProtectedMedium(path), 0);
     QCOMPARE(QDir(fixture.path("dvd")).entryList(QDir::Files), QStringList{"flight.db"});
 }
@@ -737,7 +737,7 @@ void TestReadDatabase::writeAheadLogInAReadOnlyFolderIsRead()
     QVERIFY(QFileInfo(path + "-wal").size() > 0);
     QVERIFY(letOthersRead(fixture.dir()));
     QVERIFY(letOthersRead(fixture.path("dvd")));
-    QVERIFY(letOthersWrite(fixture.applicationPath("myPlot")));
+    QVERIFY(fixture.letOthersWriteTracks());
     const QByteArray before = content(path);
     QCOMPARE(readOnProtectedMedium(path), 0);
     QCOMPARE(content(path), before);
@@ -771,7 +771,7 @@ void TestReadDatabase::closedWriteAheadDatabaseInAReadOnlyFolderIsRead()
     QVERIFY(letOthersRead(fixture.dir()));
     QVERIFY(letOthersRead(medium));
     QVERIFY(letOthersRead(path));
-    QVERIFY(letOthersWrite(fixture.applicationPath("myPlot")));
+    QVERIFY(fixture.letOthersWriteTracks());
     const QByteArray before = content(path);
     QCOMPARE(readOnProtectedMedium(path), 0);
     QCOMPARE(content(path), before);
@@ -803,7 +803,7 @@ void TestReadDatabase::writeAheadLogWithoutItsIndexInAReadOnlyFolderIsRead()
     QVERIFY(letOthersRead(fixture.dir()));
     QVERIFY(letOthersRead(fixture.path("dvd")));
     QVERIFY(letOthersWrite(fixture.path("tmp")));
-    QVERIFY(letOthersWrite(fixture.applicationPath("myPlot")));
+    QVERIFY(fixture.letOthersWriteTracks());
     const TemporaryFolder temporary(fixture.path("tmp"));
     const QByteArray before = content(path);
     QCOMPARE(readOnProtectedMedium(path), 0);
@@ -1127,7 +1127,7 @@ void TestReadDatabase::copyThatCannotBeMadeLogsThatTheConnectFailed()
     for (const QString &name : {fixture.dir(), path, path + "-journal", fixture.path("tmp")})
         QVERIFY(letOthersRead(name));
     QVERIFY(letOthersWrite(fixture.path("full")));
-    QVERIFY(letOthersWrite(fixture.applicationPath("myPlot")));
+    QVERIFY(fixture.letOthersWriteTracks());
     constexpr unsigned kEnough = 1U << 30U;
     QCOMPARE(readWithoutCopy(path, fixture.path("tmp"), "Permission denied", kEnough), 0);
     QCOMPARE(readWithoutCopy(path, fixture.path("full"), "no room is left", 64 * 1024), 0);
