@@ -178,7 +178,9 @@ void calStartTime()
                      static_cast<int>(status(kSeconds).at(i)), 0);
     const QDate date(kYearOfClock, static_cast<int>(status(kMonth).at(i)), static_cast<int>(status(kDate).at(i)));
     if (!time.isValid() || !date.isValid()) {
-        // 24 hours or 60 seconds pass the test above and are no time of day: better the old start than none.
+        // 24 hours, 60 seconds, month 0 and 31 February pass the test above and make no date and time. The start time
+        // then keeps its value, as it does when no sample is accepted: without a valid one, no curve has a place on the
+        // axis.
         logToBoth(warn, "the clock of sample {} is no valid date and time, the start time stays", i);
         return;
     }
