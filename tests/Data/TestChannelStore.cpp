@@ -8,6 +8,7 @@
 #include <QSet>
 #include <QTest>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -231,10 +232,10 @@ void TestChannelStore::clearLogsItsWordsBeforeItDeletes()
     };
     QVector<qint64> heldAtMessages;
     const auto onlooker = std::make_shared<Onlooker>([&] { heldAtMessages.append(held()); });
-    const std::shared_ptr<spdlog::logger> logger = spdlog::get("file_logger");
-    logger->sinks().push_back(onlooker);
+    const std::shared_ptr<spdlog::logger> console = spdlog::default_logger();
+    spdlog::set_default_logger(std::make_shared<spdlog::logger>("onlooker", onlooker));
     clearData();
-    logger->sinks().pop_back();
+    spdlog::set_default_logger(console);
     const qint64 left = held();
     initData();
     QCOMPARE(heldAtMessages, QVector<qint64>{143});
