@@ -27,11 +27,13 @@ constexpr char kFailed[] = "failed ";
 
 // Reads without blocking, because Octave looks after its windows only while it pauses. A read that finds nothing sets
 // the error number; the end of the input does not, but neither does, now and then, a read just after a window closed,
-// so only several in a row count as the end. Octave's image of its variables is of no use to anyone here.
+// so only several in a row count as the end. Octave's image of its variables is of no use to anyone here. The variable
+// keeps a folder out of the m-function that somebody else's environment names.
 constexpr char kLoop[] = R"m(
 crash_dumps_octave_core(false);
 sighup_dumps_octave_core(false);
 sigterm_dumps_octave_core(false);
+setenv("OSTRAVEL_PLOT_FOLDER", pwd());
 fcntl(stdin, F_SETFL, O_NONBLOCK);
 ends__ = 0;
 while ends__ < 5

@@ -5,8 +5,10 @@ function myMatlabPlot(a1, a2, a3, kind, a5, a6, a7, attack)
 % attack: 0 the whole flight ("data.txt"), 1 its last leg ("data_attack.txt")
 % The other six arguments are constants of the calling program without an effect here.
 %
-% Reads the track files of the working folder, or, where that has none, of the folder of this file: a line for each
-% sample with metres east, metres north and metres up, parted by tabs. What cannot be drawn is said in the figure.
+% Reads the track files of the folder that the environment variable OSTRAVEL_PLOT_FOLDER names. The program sets it,
+% because the compiled function lies in a folder of the runtime and cannot know where the program is. Without it, as by
+% hand, the working folder is taken, and then the folder of this file. A track file has a line for each sample with
+% metres east, metres north and metres up, parted by tabs. What cannot be drawn is said in the figure.
 % Plain enough for MATLAB and GNU Octave.
 
     kind = double(kind);
@@ -65,8 +67,11 @@ function [track, notes, reason] = readTrack(name)
     track = zeros(0, 3);
     notes = {};
     reason = '';
+    folder = getenv('OSTRAVEL_PLOT_FOLDER');
     path = name;
-    if ~exist(path, 'file')
+    if ~isempty(folder)
+        path = fullfile(folder, name);
+    elseif ~exist(path, 'file')
         path = fullfile(fileparts(mfilename('fullpath')), name);
     end
     if ~exist(path, 'file')

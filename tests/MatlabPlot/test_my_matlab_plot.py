@@ -50,6 +50,13 @@ for name = {@NAMES@}
     end
 end
 draw('kind', 3, 0);
+% As the compiled function meets it: the working folder and the folder of the function hold no track, or another one.
+cd(fullfile('@WORK@', 'whole'));
+setenv('OSTRAVEL_PLOT_FOLDER', fullfile('@WORK@', 'torn'));
+draw('announced', 1, 0);
+setenv('OSTRAVEL_PLOT_FOLDER', fullfile('@WORK@', 'missing'));
+draw('announced empty', 1, 0);
+close all;
 """
 
 
@@ -146,6 +153,10 @@ class Figures(unittest.TestCase):
         self.assertTrue(west < -1500 and east > 1500 and south < -500 and north > 500 and low <= -50 and high > 410)
         self.assertEqual(aspect[0], aspect[1])
         self.assertIn(f"高度 (m)，放大 {aspect[0] / aspect[2]:g} 倍", self.texts("whole/space"))
+
+    def test_announced_folder_is_the_only_one(self):
+        self.assertTrue(any(text.startswith("2 个点") for text in self.texts("announced")), self.texts("announced"))
+        self.assertIn("没有轨迹文件 data.txt", self.texts("announced empty"))
 
     def test_reasons_are_said(self):
         for case, words in (("missing", "没有轨迹文件 data.txt"), ("unreadable", "无法打开轨迹文件 data.txt"),
