@@ -9,6 +9,7 @@
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
+#include <QThread>
 
 Q_DECLARE_METATYPE(Fixture::Catalogue)
 
@@ -39,6 +40,25 @@ QLabel *label(const QDialog &dialog)
 {
     return dialog.findChild<QLabel *>("label");
 }
+
+/** Counts the threads whose objects deleteLater() takes; the dialog shows nobody its own. */
+class ThreadDeletions : public QObject
+{
+public:
+    ThreadDeletions() { qApp->installEventFilter(this); }
+    int count() const { return m_count; }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::DeferredDelete && qobject_cast<QThread *>(watched))
+            connect(watched, &QObject::destroyed, this, [this] { ++m_count; });
+        return false;
+    }
+
+private:
+    int m_count = 0;
+};
 
 } // namespace
 
@@ -75,6 +95,7 @@ private slots:
     void clicksDuringAPlotWaitTheirTurn();
     void closingDuringAPlotDoesNotWait();
     void repeatedClosingDuringInitialisationLeavesNothing();
+    void threadIsDeletedAfterItsEnd();
 
 private:
     std::unique_ptr<Fixture> m_fixture;
@@ -331,6 +352,20 @@ void TestMPlotDialog::repeatedClosingDuringInitialisationLeavesNothing()
         QTRY_VERIFY(!process.exists() || !process.open(QIODevice::ReadOnly) || process.readAll().isEmpty());
     }
     QTRY_VERIFY(standIn.processes().isEmpty());
+}
+
+void TestMPlotDialog::threadIsDeletedAfterItsEnd()
+{
+    StandIn standIn;
+    standIn.program("octave", kEngine);
+    ThreadDeletions deletions;
+    {
+        MPlotDialog dialog(nullptr);
+        QTRY_COMPARE(dialog.windowTitle(), QStringLiteral("MPlot"));
+        QCOMPARE(deletions.count(), 0);
+    }
+    QTRY_COMPARE(threadCount(), m_threads);
+    QTRY_COMPARE(deletions.count(), 1);
 }
 
 QTEST_MAIN(TestMPlotDialog)
