@@ -30,7 +30,9 @@ MPlotDialog::MPlotDialog(QWidget *parent)
     connect(this, &MPlotDialog::plotAttackSignal, m_matlabPlot, &MatlabPlot::plotAttackSlot);
     connect(m_matlabPlot, &MatlabPlot::initFinished, this, &MPlotDialog::initFinishedSlot);
     connect(m_matlabPlot, &MatlabPlot::matlabInitFailedSignal, this, &MPlotDialog::matlabInitFailedSlot);
-    // After the connections: a library that is not there fails at once, and nobody would hear of it.
+    // Started after all of the connections, though the steps of the dialog name the start before those of its signals:
+    // a library that is not there fails at once, its signal would find no receiver, and the title would say "init..."
+    // for ever. Nothing else shows the difference.
     m_thread->start(QThread::InheritPriority);
 }
 

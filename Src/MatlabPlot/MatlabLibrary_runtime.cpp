@@ -90,11 +90,12 @@ extern "C" __attribute__((used)) long ostravelIsExceptionOfMsvc(EXCEPTION_POINTE
 
 /**
  * Calls a library that MSVC compiled. Its exceptions pass every catch of this compiler and would end the program, so
- * they are taken as the system's own kind, for which this compiler has no words but those of the assembler.
+ * they are taken as the system's own kind, for which this compiler has no words but those of the assembler. These return
+ * to the section .text, where the function has to stay.
  *
  * @return false when it threw
  */
-__attribute__((noinline, noclone)) bool callForeign(Plot plot, const Arguments &arguments)
+__attribute__((noinline, noclone, optimize("no-reorder-functions"))) bool callForeign(Plot plot, const Arguments &arguments)
 {
     volatile bool returned = false;
     __asm__ volatile(".seh_handler __C_specific_handler, @except\n\t"

@@ -1,9 +1,13 @@
 #include "PyPlotDialog.h"
 
 #include "ChannelStore.h"
+#include "FigureArea.h"
 #include "Logging.h"
 #include "PythonPlot.h"
 #include "ui_PyPlotDialog.h"
+
+#include <QScreen>
+#include <QShowEvent>
 
 PyPlotDialog::PyPlotDialog(QWidget *parent)
     : QDialog(parent)
@@ -30,25 +34,48 @@ void PyPlotDialog::init()
 
 void PyPlotDialog::on_pushButton_clicked()
 {
+    keepButtonsFree();
     m_pythonPlot->plotHeightSlot();
 }
 
 void PyPlotDialog::on_pushButton_2_clicked()
 {
+    keepButtonsFree();
     m_pythonPlot->plotXYSlot();
 }
 
 void PyPlotDialog::on_pushButton_3_clicked()
 {
+    keepButtonsFree();
     m_pythonPlot->plotXYZSlot();
 }
 
 void PyPlotDialog::on_pushButton_4_clicked()
 {
+    keepButtonsFree();
     m_pythonPlot->plotAttackSlot();
 }
 
 void PyPlotDialog::on_pushButton_5_clicked()
 {
+    keepButtonsFree();
     m_pythonPlot->pythonPlotDemo();
+}
+
+void PyPlotDialog::showEvent(QShowEvent *event)
+{
+    QDialog::showEvent(event);
+    // In the middle of a screen 1366 pixels wide there would be no room for a figure on either side.
+    if (!event->spontaneous()) {
+        const QRect available = screen()->availableGeometry();
+        move(available.left(), available.top() + (available.height() - height()) / 2);
+    }
+}
+
+void PyPlotDialog::keepButtonsFree()
+{
+    const QRect area = figureArea(frameGeometry(), screen()->availableGeometry());
+    // The script counts the pixels of the screen, Qt those of its scale.
+    const qreal scale = screen()->devicePixelRatio();
+    m_pythonPlot->setFigureArea(QRectF(QPointF(area.topLeft()) * scale, QSizeF(area.size()) * scale).toAlignedRect());
 }

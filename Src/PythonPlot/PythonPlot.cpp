@@ -4,6 +4,7 @@
 #include "PlotShell.h"
 
 #include <QCoreApplication>
+#include <QProcessEnvironment>
 #include <exception>
 
 namespace
@@ -110,6 +111,19 @@ void PythonPlot::start(Shell &shell)
         logToBoth(error, "{}", "pyplot error:" + QString::fromLocal8Bit(process->readAllStandardError()));
     };
     connect(process, &QProcess::readyReadStandardError, this, logErrors, Qt::DirectConnection);
+    if (m_figureArea.isValid()) {
+        // The lines that are written to the shell are fixed, so the script learns of it by its environment.
+        QProcessEnvironment environment = process->processEnvironment();
+        if (environment.isEmpty())
+            environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("OSTRAVEL_FIGURE_AREA"),
+                           QStringLiteral("%1 %2 %3 %4")
+                               .arg(m_figureArea.x())
+                               .arg(m_figureArea.y())
+                               .arg(m_figureArea.width())
+                               .arg(m_figureArea.height()));
+        process->setProcessEnvironment(environment);
+    }
     process->setProgram(plotshell::program());
     process->start(QIODevice::ReadWrite);
     // A shell that does not start goes unnoticed: what is written to it goes nowhere.

@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QProcess>
+#include <QRect>
 #include <QString>
 #include <memory>
 
@@ -22,6 +23,9 @@ public:
 
     /** @return always true */
     bool init();
+
+    /** Where figures are to open, in the pixels of the screen. For the kinds whose shell starts later. */
+    void setFigureArea(const QRect &area) { m_figureArea = area; }
 
 public slots:
     /** Has the script draw one plot. A shell that does not start is told in the log alone. */
@@ -46,6 +50,7 @@ private:
     void start(Shell &shell);
 
     QString m_appDirPath;
+    QRect m_figureArea; // null: wherever the window manager puts them
     // In this order they are closed, and in the reverse one destroyed.
     Shell m_heightShell;
     Shell m_xyShell;

@@ -20,6 +20,7 @@ function describe(name)
     end
     printf('%s|figures|%d\n', name, numel(get(0, 'Children')));
     printf('%s|name|%s\n', name, get(figureHandle, 'Name'));
+    printf('%s|place|%s\n', name, sprintf('%d ', get(figureHandle, 'Position')));
     for i = 1:numel(words)
         if ischar(words{i}) && ! isempty(words{i})
             printf('%s|text|%s\n', name, strrep(words{i}, "\n", ' '));
@@ -135,6 +136,16 @@ class Figures(unittest.TestCase):
         self.assertEqual([self.facts(f"whole/{plot}", "name")[0][0] for plot in ("height", "above", "space", "attack")],
                          ["Ostravel - 高度曲线", "Ostravel - 二维航迹", "Ostravel - 三维航迹（全阶段）",
                           "Ostravel - 三维航迹（末端攻击）"])
+
+    def test_figures_lie_on_the_screen_with_their_tools(self):
+        for plot in ("height", "above", "space", "attack"):
+            left, bottom, width, height = (int(n) for n in self.facts(f"whole/{plot}", "place")[0][0].split())
+            # Of 1400 by 900 pixels a task bar takes 48 and the title, the menu and the tools 101, as measured.
+            self.assertGreaterEqual(left, 1, plot)
+            self.assertLessEqual(left + width, 1400, plot)
+            self.assertGreaterEqual(bottom, 48, plot)
+            self.assertLessEqual(bottom + height, 900 - 101, plot)
+            self.assertGreaterEqual(min(width, height), 500, plot)
 
     def test_height_holds_all_samples_over_number_and_distance(self):
         for case in ("whole", "windows", "long"):
