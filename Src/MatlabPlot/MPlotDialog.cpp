@@ -1,8 +1,7 @@
 #include "MPlotDialog.h"
 
-#include "ChannelStore.h"
-#include "Logging.h"
 #include "MatlabPlot.h"
+#include "TrackNote.h"
 #include "ui_MPlotDialog.h"
 
 #include <QThread>
@@ -51,13 +50,7 @@ MPlotDialog::~MPlotDialog()
 
 void MPlotDialog::init()
 {
-    if (!dataRead) {
-        m_ui->label->setText(tr("use last data"));
-        m_ui->label->adjustSize();
-        logToBoth(warn, "data has not been read,use last data");
-    } else {
-        m_ui->label->setText(QStringLiteral(" "));
-    }
+    showTrackNote(m_ui->label, tr("use last data"));
 }
 
 void MPlotDialog::initFinishedSlot()

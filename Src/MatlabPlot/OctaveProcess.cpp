@@ -11,6 +11,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+// The program that Octave is started with, OctaveLoop.m; the build makes a source of it.
+extern const char kOctaveLoop[];
+
 namespace
 {
 
@@ -24,47 +27,6 @@ constexpr int kMaxReceived = 1 << 20;
 constexpr char kMark[] = "plot-engine:";
 constexpr char kDone[] = "done";
 constexpr char kFailed[] = "failed ";
-
-// Reads without blocking, because Octave looks after its windows only while it pauses. A read that finds nothing sets
-// the error number; the end of the input does not, but neither does, now and then, a read just after a window closed,
-// so only several in a row count as the end. Octave's image of its variables is of no use to anyone here. The variable
-// keeps a folder out of the m-function that somebody else's environment names.
-constexpr char kLoop[] = R"m(
-crash_dumps_octave_core(false);
-sighup_dumps_octave_core(false);
-sigterm_dumps_octave_core(false);
-setenv("OSTRAVEL_PLOT_FOLDER", pwd());
-fcntl(stdin, F_SETFL, O_NONBLOCK);
-ends__ = 0;
-while ends__ < 5
-    errno(0);
-    line__ = fgetl(stdin);
-    error__ = errno();
-    if ischar(line__)
-        ends__ = 0;
-        try
-            eval(line__);
-            printf("\nplot-engine:done\n");
-        catch failure__
-            printf("\nplot-engine:failed %s\n", strrep(failure__.message, "\n", " "));
-        end
-        fflush(stdout);
-    else
-        if error__ == 0
-            ends__ = ends__ + 1;
-        else
-            ends__ = 0;
-        end
-        pause(0.03);
-        fclear(stdin);
-    end
-end
-printf("\nplot-engine:done\n");
-fflush(stdout);
-while ! isempty(get(0, "children"))
-    pause(0.2);
-end
-)m";
 
 constexpr char kReadyLine[] = "if exist('myMatlabPlot', 'file') ~= 2, error('myMatlabPlot.m is missing'), end";
 
@@ -221,7 +183,7 @@ bool OctaveProcess::launch(const QByteArray &program, const QByteArray &folder)
         return false;
 
     QByteArray name("octave");
-    std::array<QByteArray, 6> words{"--no-gui", "--quiet", "--norc", "--no-history", "--eval", kLoop};
+    std::array<QByteArray, 6> words{"--no-gui", "--quiet", "--norc", "--no-history", "--eval", kOctaveLoop};
     std::array<char *, 8> arguments{name.data()};
     for (std::size_t i = 0; i < words.size(); ++i)
         arguments[i + 1] = words[i].data();

@@ -1,9 +1,8 @@
 #include "PyPlotDialog.h"
 
-#include "ChannelStore.h"
 #include "FigureArea.h"
-#include "Logging.h"
 #include "PythonPlot.h"
+#include "TrackNote.h"
 #include "ui_PyPlotDialog.h"
 
 #include <QScreen>
@@ -23,13 +22,7 @@ PyPlotDialog::~PyPlotDialog() = default;
 
 void PyPlotDialog::init()
 {
-    if (!dataRead) {
-        m_ui->label->setText(tr("use last data"));
-        m_ui->label->adjustSize();
-        logToBoth(warn, "data has not been read,use last data");
-    } else {
-        m_ui->label->setText(QStringLiteral(" "));
-    }
+    showTrackNote(m_ui->label, tr("use last data"));
 }
 
 void PyPlotDialog::on_pushButton_clicked()

@@ -4,6 +4,7 @@
 #include <QProcess>
 #include <QRect>
 #include <QString>
+#include <array>
 #include <memory>
 
 /**
@@ -43,18 +44,17 @@ protected:
 
 private:
     using Shell = std::unique_ptr<QProcess>;
+    enum Kind { Height, XY, XYZ, Attack, Demo, KindCount };
+    struct Plot;
+    static const std::array<Plot, KindCount> kPlots;
 
     QString plotDir() const;
     QString changeFolderLine() const;
-    void run(Shell &shell, const QByteArray &changeFolder, const char *command);
+    void plot(Kind kind);
     void start(Shell &shell);
 
     QString m_appDirPath;
     QRect m_figureArea; // null: wherever the window manager puts them
     // In this order they are closed, and in the reverse one destroyed.
-    Shell m_heightShell;
-    Shell m_xyShell;
-    Shell m_xyzShell;
-    Shell m_attackShell;
-    Shell m_demoShell;
+    std::array<Shell, KindCount> m_shells;
 };
