@@ -40,6 +40,11 @@ public:
     /** Marker of the read-out; the canvas owns it as well. */
     QCPItemTracer *tracer() const { return m_tracer.get(); }
 
+    /** The first of the selected curves, or null. */
+    QCPGraph *selectedCurve() const;
+    /** Puts the crosshair on the curve's sample nearest to key, and gives the text of the read-out. */
+    QString readOut(QCPGraph *curve, double key);
+
     /** Takes a channel off the canvas. True also when it was not there, false for null. */
     bool myRemoveGraph(MyGraph *graph);
     /** The same, for the channel of that name. */
@@ -120,11 +125,9 @@ private:
     void fitAxesToOnlyCurve(QCPGraph *curve);
     void forgetCurve(QObject *curve);
     QCPGraph *curveNamed(const QString &graphName) const;
-    QCPGraph *selectedCurve() const;
     MyGraph *selectedChannel() const;
     Qt::Orientations mouseOrientations() const;
     void delaySelectedCurve(int count);
-    QString readOut(QCPGraph *curve, double key);
     QString factorText(MyGraph *channel, double key);
     void replot();
 
