@@ -2,6 +2,8 @@
 
 #include "AboutDialog.h"
 #include "AppConfig.h"
+#include "CanvasKeys.h"
+#include "CanvasPicture.h"
 #include "ChannelStore.h"
 #include "CommonModule.h"
 #include "DataHandler.h"
@@ -17,6 +19,7 @@
 #include "Release.h"
 #include "SettingDialog.h"
 #include "SettingDialog_2.h"
+#include "ViewHistory.h"
 #include "WindowSettingDialog.h"
 #include "ui_MainWindow.h"
 
@@ -168,8 +171,29 @@ void MainWindow::customPlotInit()
     connect(m_myPlot_2.get(), &MyCustomPlot::doSwapPosSignal, this,
             [this](MyGraph *g) { m_myPlot->myAddGraph(g, true); });
 
+    setUpKeys();
     canvas_2->replot();
     canvas->replot();
+}
+
+void MainWindow::setUpKeys()
+{
+    const QVector<QCustomPlot *> canvases{m_ui->customPlot, m_ui->customPlot_2};
+    auto *history = new ViewHistory(canvases, this);
+    auto *picture = new CanvasPicture(canvases, this);
+    connect(picture, &CanvasPicture::statusShowSignal, this, &MainWindow::statusShowSlot);
+    for (MyCustomPlot *each : {m_myPlot.get(), m_myPlot_2.get()}) {
+        const auto *keys = new CanvasKeys(each);
+        connect(keys, &CanvasKeys::backRequested, history, &ViewHistory::goBack);
+        connect(keys, &CanvasKeys::forwardRequested, history, &ViewHistory::goForward);
+        connect(keys, &CanvasKeys::copyRequested, picture, &CanvasPicture::copy);
+        connect(keys, &CanvasKeys::saveRequested, picture, [this, picture] {
+            const QFileInfo log(m_filePath);
+            const bool chosen = !m_filePath.isEmpty();
+            picture->saveAs(chosen ? log.absolutePath() + QLatin1Char('/') + log.baseName() + QStringLiteral(".png")
+                                   : QStringLiteral("canvas.png"));
+        });
+    }
 }
 
 void MainWindow::mainWindowViewSetting()

@@ -127,6 +127,7 @@ private:
     };
 
     void customPlotInit();
+    void setUpKeys();
     void mainWindowViewSetting();
     void setUpCheckBoxes();
     void setUpToolBar();

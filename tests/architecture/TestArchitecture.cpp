@@ -100,6 +100,7 @@ const Unit kUnits[] = {
     {"MatlabPlot/OctaveProcess", Tool},
     {"MatlabPlot/MatlabPlot", Tool},
     {"MatlabPlot/MPlotDialog", Tool, Dialog},
+    {"UI/CanvasPicture", Window},
     {"UI/MainWindow", Window},
     {"App/main", Process},
 };
