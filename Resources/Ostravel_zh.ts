@@ -118,6 +118,10 @@
         <source>MulAndDot</source>
         <translation>叉积和点积</translation>
     </message>
+    <message>
+        <source>In degrees, 0 to 180</source>
+        <translation>单位：度，0 至 180</translation>
+    </message>
 </context>
 <context>
     <name>DataHandler</name>

@@ -210,6 +210,7 @@ constexpr Pair kPairs[] = {
     {"CommonModule", "Angle", "角度"},
     {"CommonModule", "AddAndSub", "加减"},
     {"CommonModule", "MulAndDot", "叉积和点积"},
+    {"CommonModule", "In degrees, 0 to 180", "单位：度，0 至 180"},
 
     {"CanvasPicture", "Save picture", "保存图片"},
     {"CanvasPicture", "Picture copied to the clipboard", "图片已复制到剪贴板"},
