@@ -11,6 +11,7 @@
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QPainter>
 #include <QPushButton>
 #include <QSvgRenderer>
 #include <QToolTip>
@@ -191,6 +192,85 @@ private slots:
         }
         QCOMPARE(m_fixture->status(), QStringLiteral("图片已保存：") + path);
         QCOMPARE(m_fixture->statusInterval(), 2500);
+    }
+    void curvesOfAnSvgStayWithinTheirAxes_data()
+    {
+        QTest::addColumn<double>("first");
+        QTest::addColumn<double>("last");
+        QTest::addColumn<double>("lower");
+        QTest::addColumn<double>("upper");
+        // Samples of 1, 2, 4, 3 at 0, 0.2, 0.4, 0.6 seconds.
+        QTest::newRow("up and down") << -0.1 << 0.7 << 2.2 << 2.8;
+        QTest::newRow("before and after") << 0.25 << 0.35 << 0.0 << 5.0;
+        QTest::newRow("all around") << 0.25 << 0.5 << 3.0 << 3.7;
+    }
+    void curvesOfAnSvgStayWithinTheirAxes()
+    {
+        QFETCH(double, first);
+        QFETCH(double, last);
+        QFETCH(double, lower);
+        QFETCH(double, upper);
+        QCPGraph *const curve = show("checkBox_roll", "横滚");
+        const QColor colour(250, 10, 240); // of nothing else
+        curve->setPen(QPen(colour, 2));
+        const double start = double(startDateTime.toSecsSinceEpoch());
+        canvas(false)->xAxis->setRange(start + first, start + last);
+        canvas(false)->yAxis->setRange(lower, upper);
+        canvas(false)->replot();
+        const QVector<QCPGraphData> before(curve->data()->constBegin(), curve->data()->constEnd());
+
+        const auto columnsAndRows = [&](const QImage &image) {
+            QRect found;
+            const int bottom = canvas(false)->axisRect()->outerRect().bottom();
+            for (int y = 0; y < image.height(); ++y) {
+                // The legend below the axes shows the pen too.
+                if (y > bottom && y < canvas(false)->height())
+                    continue;
+                for (int x = 0; x < image.width(); ++x) {
+                    const QColor pixel = image.pixelColor(x, y);
+                    if (pixel.red() - pixel.green() > 150 && pixel.blue() - pixel.green() > 150)
+                        found |= QRect(x, y, 1, 1);
+                }
+            }
+            return found;
+        };
+        const CanvasPicture *picture = window().findChild<CanvasPicture *>();
+        const QRect onScreen = columnsAndRows(picture->image());
+        QVERIFY(onScreen.isValid() && canvas(false)->axisRect()->rect().adjusted(-2, -2, 2, 2).contains(onScreen));
+        QSvgRenderer renderer(picture->encoded(QStringLiteral("svg")));
+        QImage drawn(renderer.viewBox().size(), QImage::Format_RGB32);
+        drawn.fill(Qt::black);
+        QPainter painter(&drawn);
+        renderer.render(&painter);
+        painter.end();
+        const QRect inFile = columnsAndRows(drawn);
+        QVERIFY2(onScreen.adjusted(-3, -3, 3, 3).contains(inFile) && inFile.adjusted(-3, -3, 3, 3).contains(onScreen),
+                 qPrintable(QStringLiteral("%1 %2 %3 %4 instead of %5 %6 %7 %8")
+                                .arg(inFile.left())
+                                .arg(inFile.top())
+                                .arg(inFile.right())
+                                .arg(inFile.bottom())
+                                .arg(onScreen.left())
+                                .arg(onScreen.top())
+                                .arg(onScreen.right())
+                                .arg(onScreen.bottom())));
+        // The curve itself is as it was.
+        QCOMPARE(curve->data()->size(), before.size());
+        for (int i = 0; i < before.size(); ++i)
+            QCOMPARE((curve->data()->constBegin() + i)->value, before[i].value);
+    }
+    void anSvgKeepsTheSelectionAndTheCrosshair()
+    {
+        QCPGraph *const curve = show("checkBox_roll", "横滚");
+        click(false);
+        WindowFixture::select(curve);
+        press(Qt::Key_End);
+        canvas(false)->yAxis->setRange(-10, 0); // away from the curve
+        const QCPDataSelection selection = curve->selection();
+        const QPointF position = window().myPlot()->tracer()->position->coords();
+        QVERIFY(!window().findChild<CanvasPicture *>()->encoded(QStringLiteral("svg")).isEmpty());
+        QVERIFY(curve->selection() == selection);
+        QVERIFY(window().myPlot()->tracer()->position->coords() == position);
     }
     void theDialogStartsBesideTheLog()
     {
