@@ -265,7 +265,9 @@ private slots:
         click(false);
         WindowFixture::select(curve);
         press(Qt::Key_End);
-        canvas(false)->yAxis->setRange(-10, 0); // away from the curve
+        // Of the last sample, at 0.6 seconds, nothing is seen.
+        const double start = double(startDateTime.toSecsSinceEpoch());
+        canvas(false)->xAxis->setRange(start, start + 0.3);
         const QCPDataSelection selection = curve->selection();
         const QPointF position = window().myPlot()->tracer()->position->coords();
         QVERIFY(!window().findChild<CanvasPicture *>()->encoded(QStringLiteral("svg")).isEmpty());
