@@ -761,7 +761,8 @@ void MainWindow::startUpdate()
                             {QCoreApplication::applicationName(), QString::fromLatin1(kVersion),
                              buildDateText(buildDateTime()), QString::number(kBuildCounter)},
                             QIODevice::ReadWrite);
-    m_updaterProcess->waitForStarted(kUpdaterStartMilliseconds);
+    if (!m_updaterProcess->waitForStarted(kUpdaterStartMilliseconds))
+        logToBoth(error, "updater.exe does not start: {}", m_updaterProcess->errorString());
     QCoreApplication::quit();
 }
 
