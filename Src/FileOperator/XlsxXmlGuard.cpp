@@ -162,6 +162,8 @@ bool XlsxXmlGuard::takesDeclaration()
     if (!m_inDeclaration)
         return true;
     m_inDeclaration = false;
+    if (!m_declaration.startsWith("xml"))
+        return true;
     const QByteArray encoding = encodingIn(m_declaration);
     const bool fits = m_declaration.size() < kMaxDeclaration
         && (encoding.isEmpty() || (m_wide ? encoding.startsWith("utf-16") : isLikeAscii(encoding)));
