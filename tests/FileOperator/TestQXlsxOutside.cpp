@@ -103,7 +103,6 @@ assert abs(sheet.column_dimensions['C'].width - 33) < 1, sheet.column_dimensions
 /** Titles stay in sight, and the columns of new sheets fit what a reader shows: a number has at most 11 digits. */
 constexpr char kLookAtSheets[] = R"py(
 import openpyxl, sys, unicodedata
-from openpyxl.utils import get_column_letter
 book = openpyxl.load_workbook(sys.argv[1])
 has_panes = '--no-panes' not in sys.argv
 old = [one for one in sys.argv[2:] if one != '--no-panes']
@@ -111,8 +110,9 @@ for sheet in book:
     if sheet.title in old:
         continue
     assert sheet.freeze_panes == ('A2' if has_panes else None), (sheet.title, sheet.freeze_panes)
+    widths = {column: one.width for one in sheet.column_dimensions.values() for column in range(one.min, one.max + 1)}
     for column in range(1, sheet.max_column + 1):
-        width = sheet.column_dimensions[get_column_letter(column)].width
+        width = widths[column]
         head = str(sheet.cell(1, column).value)
         columns = sum(2 if unicodedata.east_asian_width(one) in 'WF' else 1 for one in head)
         assert width >= columns * 12 / 11, (sheet.title, head, width)
