@@ -2,106 +2,29 @@
 
 #include "AppConfig.h"
 #include "AppEvent.h"
+#include "CanvasLook.h"
+#include "CanvasTracer.h"
 #include "ChannelStore.h"
 #include "CurveMath.h"
 #include "FrameTable.h"
 #include "Logging.h"
+#include "ZoomRectangle.h"
 
-#include <QEvent>
 #include <QMouseEvent>
 #include <QPointer>
 #include <QToolTip>
 #include <qcustomplot.h>
+#include <utility>
+
+using canvaslook::linePen;
 
 namespace
 {
 
-constexpr int kSmallPointSize = 8;
 constexpr double kTracerSize = 6;
-constexpr int kLegendColumns = 6;
-constexpr int kLegendAlpha = 150;
 constexpr int kPrecision = 6;
 constexpr int kSamplePrecision = 12;
 constexpr char kAllGraphs[] = "ALL";
-constexpr QRgb kSelected = qRgb(42, 125, 225); // texts and axes; of like contrast in both themes
-
-/** What one theme paints differently from the other. */
-struct ThemeLook {
-    QColor background;
-    QColor base;
-    QColor tick;
-    QColor subTick;
-    QColor tickLabel;
-    QColor grid;
-    QColor subGrid;
-    QColor zeroLine;
-    QColor legend;
-    QColor legendText;
-};
-
-ThemeLook dayLook()
-{
-    ThemeLook look;
-    look.background = Qt::white;
-    look.base = Qt::black;
-    look.tick = Qt::green;
-    look.subTick = Qt::black;
-    look.tickLabel = QColor(6, 107, 248);
-    look.grid = QColor(140, 0, 0);
-    look.subGrid = QColor(80, 80, 80);
-    look.zeroLine = Qt::black;
-    look.legend = QColor(255, 255, 255, kLegendAlpha);
-    look.legendText = Qt::black;
-    return look;
-}
-
-ThemeLook nightLook()
-{
-    ThemeLook look;
-    look.background = QColor(53, 53, 53);
-    look.base = Qt::white;
-    look.tick = Qt::white;
-    look.subTick = Qt::white;
-    look.tickLabel = Qt::white;
-    look.grid = Qt::white;
-    look.subGrid = Qt::white;
-    look.zeroLine = Qt::white;
-    look.legend = QColor(53, 53, 53, kLegendAlpha);
-    look.legendText = Qt::white;
-    return look;
-}
-
-QPen linePen(const QColor &color, Qt::PenStyle style = Qt::SolidLine)
-{
-    return {QBrush(color), 1, style};
-}
-
-QFont smallFont()
-{
-    QFont font;
-    font.setPointSize(kSmallPointSize);
-    return font;
-}
-
-void setAxisLook(QCPAxis *axis, const ThemeLook &look)
-{
-    axis->setBasePen(linePen(look.base));
-    axis->setTickPen(linePen(look.tick));
-    axis->setSubTickPen(linePen(look.subTick));
-    axis->setTickLabelColor(look.tickLabel);
-    axis->grid()->setPen(linePen(look.grid, Qt::DashLine));
-    axis->grid()->setSubGridPen(linePen(look.subGrid, Qt::DotLine));
-}
-
-void setLook(QCustomPlot *plot, const ThemeLook &look)
-{
-    plot->setBackground(QBrush(look.background));
-    setAxisLook(plot->xAxis, look);
-    setAxisLook(plot->yAxis, look);
-    plot->yAxis->grid()->setZeroLinePen(linePen(look.zeroLine));
-    plot->legend->setBrush(QBrush(look.legend));
-    plot->legend->setTextColor(look.legendText);
-}
 
 /** A pair of opposite axes is selected as one. */
 void selectTogether(QCPAxis *axis, QCPAxis *opposite)
@@ -112,23 +35,6 @@ void selectTogether(QCPAxis *axis, QCPAxis *opposite)
     axis->setSelectedParts(parts);
     opposite->setSelectedParts(parts);
 }
-
-/**
- * A tracer whose deferred deletion goes through its canvas: the canvas keeps a list of its items and would delete once
- * more what had gone without its knowledge.
- */
-class CanvasTracer : public QCPItemTracer
-{
-public:
-    using QCPItemTracer::QCPItemTracer;
-
-    bool event(QEvent *event) override
-    {
-        if (event->type() == QEvent::DeferredDelete && parentPlot()->removeItem(this))
-            return true;
-        return QCPItemTracer::event(event);
-    }
-};
 
 } // namespace
 
@@ -148,11 +54,17 @@ void MyCustomPlot::initCustomPlot(QCustomPlot *canvas)
     m_plot->setInteractions(QCP::iRangeDrag | QCP::iRangeZoom | QCP::iMultiSelect | QCP::iSelectPlottables
                             | QCP::iSelectAxes | QCP::iSelectLegend);
     m_plot->setMultiSelectModifier(Qt::ControlModifier);
-    dressLegend();
-    dressAxes();
+    canvaslook::dressLegend(m_plot);
+    canvaslook::dressAxes(m_plot);
+    ZoomRectangle::install(m_plot);
     addPlaceholderIfEmpty();
     switchThemeSlot(AppConfig::getInstance().getTheme());
     emit statusShowSignal(QStringLiteral("画布初始化完成"));
+}
+
+void MyCustomPlot::setCanvasOf(std::function<MyCustomPlot *(const MyGraph *)> canvasOf)
+{
+    m_canvasOf = std::move(canvasOf);
 }
 
 void MyCustomPlot::createTracer()
@@ -186,63 +98,6 @@ void MyCustomPlot::connectCanvas()
     connect(m_plot, &QCustomPlot::plottableClick, this, &MyCustomPlot::graphClicked);
 }
 
-void MyCustomPlot::dressLegend()
-{
-    constexpr double kLegendStretch = 0.001;
-
-    QCPLegend *const legend = m_plot->legend;
-    legend->setFont(smallFont());
-    // So that an entry does not change its size when it is selected.
-    legend->setSelectedFont(smallFont());
-    // The library's blue cannot be read on the night background.
-    legend->setSelectedTextColor(kSelected);
-    legend->setMargins(QMargins());
-    legend->setRowSpacing(-3);
-    legend->setBrush(QBrush(QColor(53, 53, 53, kLegendAlpha)));
-    legend->setFillOrder(QCPLayoutGrid::foColumnsFirst, true);
-    legend->setWrap(kLegendColumns);
-    legend->setVisible(true);
-    // Taken into a layout, an element leaves the one that it was in: here the inset of the axis rect.
-    m_plot->plotLayout()->addElement(1, 0, legend);
-    m_plot->plotLayout()->setRowStretchFactor(1, kLegendStretch);
-    legend->setMargins(QMargins(200, 1, 10, 1));
-    legend->setBorderPen(QPen(Qt::NoPen));
-}
-
-void MyCustomPlot::dressAxes()
-{
-    const QSharedPointer<QCPAxisTickerDateTime> ticker(new QCPAxisTickerDateTime);
-    ticker->setDateTimeFormat(QStringLiteral("yyyy-MM-dd\nhh:mm:ss"));
-    m_plot->xAxis->setTicker(ticker);
-
-    m_plot->axisRect()->setupFullAxesBox(false);
-    m_plot->xAxis->setRange(0, 1);
-    m_plot->yAxis->setRange(-1, 1);
-    for (QCPAxis *const axis : {m_plot->xAxis, m_plot->yAxis}) {
-        axis->setSelectableParts(QCPAxis::spAxis | QCPAxis::spTickLabels | QCPAxis::spAxisLabel);
-        axis->setLabelFont(smallFont());
-        axis->setTickLabels(true);
-        axis->setUpperEnding(QCPLineEnding(QCPLineEnding::esSpikeArrow, 8, 10, false));
-        axis->setTickLabelFont(smallFont());
-        axis->setBasePen(linePen(Qt::black));
-        axis->setTickPen(linePen(Qt::green));
-        axis->setSubTickPen(linePen(Qt::black));
-        const QPen selected(QColor(kSelected), 2);
-        axis->setSelectedBasePen(selected);
-        axis->setSelectedTickPen(selected);
-        axis->setSelectedSubTickPen(selected);
-        axis->setSelectedTickLabelColor(kSelected);
-        axis->grid()->setPen(linePen(QColor(140, 0, 0), Qt::DashLine));
-        axis->grid()->setSubGridPen(linePen(QColor(80, 80, 80), Qt::DotLine));
-        axis->grid()->setSubGridVisible(true);
-    }
-    m_plot->xAxis->grid()->setZeroLinePen(QPen(Qt::NoPen));
-    for (QCPAxis *const axis : {m_plot->xAxis2, m_plot->yAxis2}) {
-        axis->setTickLabels(false);
-        axis->setVisible(false);
-    }
-}
-
 QCPGraph *MyCustomPlot::addCurve()
 {
     QCPGraph *const curve = m_plot->addGraph();
@@ -266,6 +121,8 @@ void MyCustomPlot::addPlaceholderIfEmpty()
     QCPGraph *const placeholder = addCurve();
     placeholder->setPen(linePen(defaultColor));
     placeholder->setName(QString());
+    // There is nothing to be seen of it, so a line in the legend would only puzzle.
+    placeholder->removeFromLegend();
 }
 
 void MyCustomPlot::removePlaceholder()
@@ -496,8 +353,10 @@ void MyCustomPlot::delaySelectedCurve(int count)
         if (difference != nullptr)
             curvemath::appendZeros(difference->yvalue(), count);
         if (partner != nullptr && partner->shown()) {
-            myRemoveGraph(partner);
-            myAddGraph(partner);
+            // A channel's own position decides its canvas: the partner may stand on the other one.
+            MyCustomPlot *const home = m_canvasOf ? m_canvasOf(partner) : this;
+            home->myRemoveGraph(partner);
+            home->myAddGraph(partner);
         }
         if (partner != nullptr && difference != nullptr) {
             const MyGraph *const minuend = isActual ? channel : partner;
@@ -569,8 +428,7 @@ void MyCustomPlot::resetAxisSizeSlot(const QFont &font)
 {
     if (m_plot->selectedAxes().isEmpty())
         return;
-    m_plot->xAxis->setTickLabelFont(font);
-    m_plot->yAxis->setTickLabelFont(font);
+    canvaslook::setTickLabelFont(m_plot, font);
     replot();
 }
 
@@ -579,13 +437,11 @@ void MyCustomPlot::switchThemeSlot(MyThemes mode)
     // The configuration may speak before there is a canvas.
     if (m_plot == nullptr)
         return;
-    if (mode == lightTheme) {
+    if (mode == lightTheme)
         logToBoth(info, "graph set day mode");
-        setLook(m_plot, dayLook());
-    } else if (mode == darkTheme) {
+    else if (mode == darkTheme)
         logToBoth(info, "graph set night mode");
-        setLook(m_plot, nightLook());
-    }
+    canvaslook::setTheme(m_plot, mode);
     m_plot->selectionRect()->setPen(linePen(defaultColor));
     replot();
 }

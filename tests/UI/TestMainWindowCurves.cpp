@@ -185,6 +185,9 @@ private slots:
     void penReachesTheSelectedCurveOfEachCanvas();
     void fontReachesTheCanvasesWithASelectedAxis();
     void swapMovesTheCurveToTheOtherCanvasAndBack();
+    void shiftedPairStandsOnceAndOnItsOwnCanvases_data();
+    void shiftedPairStandsOnceAndOnItsOwnCanvases();
+    void shiftLeavesAHiddenPartnerHidden();
     void clickedPointIsToldInTheStatusBar();
     void legendIsMovedOnlyWhereThereIsAnInset();
 
@@ -945,6 +948,82 @@ void TestMainWindowCurves::swapMovesTheCurveToTheOtherCanvasAndBack()
     window().myPlot_2()->onSwapPosSlot();
     QCOMPARE(WindowFixture::curves(canvas()), QStringList({"横滚"}));
     QCOMPARE(WindowFixture::curves(canvas(true)), QStringList({QString()}));
+}
+
+void TestMainWindowCurves::shiftedPairStandsOnceAndOnItsOwnCanvases_data()
+{
+    QTest::addColumn<QString>("swapped");
+    QTest::addColumn<int>("points");
+    QTest::newRow("the target below, one point") << QStringLiteral("目标横滚") << 1;
+    QTest::newRow("the target below, ten points") << QStringLiteral("目标横滚") << 10;
+    QTest::newRow("the actual curve below, one point") << QStringLiteral("横滚") << 1;
+    QTest::newRow("both above") << QString() << 1;
+}
+
+void TestMainWindowCurves::shiftedPairStandsOnceAndOnItsOwnCanvases()
+{
+    QFETCH(QString, swapped);
+    QFETCH(int, points);
+    m_fixture->pretendRead();
+    setSamples("横滚", {1.0, 2.0, 4.0, 3.0});
+    setSamples("目标横滚", {7.0, 8.0, 9.0, 5.0});
+    show("checkBox_roll", "横滚");
+    show("checkBox_rollTarget", "目标横滚");
+    if (!swapped.isNull()) {
+        WindowFixture::select(WindowFixture::curve(canvas(), swapped.toUtf8().constData()));
+        window().myPlot()->onSwapPosSlot();
+    }
+    // The curve that stays above is shifted; the other one is its partner.
+    const bool actualMoves = swapped != QStringLiteral("横滚");
+    const QString moved = actualMoves ? QStringLiteral("横滚") : QStringLiteral("目标横滚");
+    const QString partner = actualMoves ? QStringLiteral("目标横滚") : QStringLiteral("横滚");
+    QCustomPlot *const home = canvas(!swapped.isNull());
+    WindowFixture::select(WindowFixture::curve(canvas(), moved.toUtf8().constData()));
+    if (points == 1)
+        window().myPlot()->addOnePointSlot();
+    else
+        window().myPlot()->addPointsSlot();
+
+    QStringList above{moved};
+    if (swapped.isNull())
+        above.prepend(partner);
+    QCOMPARE(WindowFixture::curves(canvas()), above);
+    QCOMPARE(WindowFixture::curves(canvas(true)), QStringList{swapped});
+    // Both show what their channels hold now: the first sample of one, the last one of the other repeated.
+    const auto values = [](const QCPGraph *graph) {
+        QVector<double> result;
+        for (const QCPGraphData &point : *graph->data())
+            result.append(point.value);
+        return result;
+    };
+    QVector<double> actual{1.0, 2.0, 4.0, 3.0};
+    QVector<double> target{7.0, 8.0, 9.0, 5.0};
+    for (int i = 0; i < points; ++i) {
+        (actualMoves ? actual : target).prepend(actualMoves ? 1.0 : 7.0);
+        (actualMoves ? target : actual).append(actualMoves ? 5.0 : 3.0);
+    }
+    QCOMPARE(values(WindowFixture::curve(home, partner.toUtf8().constData())), actualMoves ? target : actual);
+    QCOMPARE(values(WindowFixture::curve(canvas(), moved.toUtf8().constData())), actualMoves ? actual : target);
+    QVERIFY(m_fixture->box("checkBox_roll")->isChecked());
+    QVERIFY(m_fixture->box("checkBox_rollTarget")->isChecked());
+    // A box that is unticked leaves nothing of its curve behind.
+    m_fixture->box("checkBox_roll")->click();
+    m_fixture->box("checkBox_rollTarget")->click();
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList{QString()});
+    QCOMPARE(WindowFixture::curves(canvas(true)), QStringList{QString()});
+    QVERIFY(!findGraph(QStringLiteral("横滚"))->shown());
+    QVERIFY(!findGraph(QStringLiteral("目标横滚"))->shown());
+}
+
+void TestMainWindowCurves::shiftLeavesAHiddenPartnerHidden()
+{
+    m_fixture->pretendRead();
+    findGraph(QStringLiteral("目标横滚"))->setPosition(MyGraph::SecondCanvas);
+    WindowFixture::select(show("checkBox_roll", "横滚"));
+    window().myPlot()->addOnePointSlot();
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList({"横滚"}));
+    QCOMPARE(WindowFixture::curves(canvas(true)), QStringList{QString()});
+    QCOMPARE(findGraph(QStringLiteral("目标横滚"))->yvalue().size(), 5);
 }
 
 void TestMainWindowCurves::clickedPointIsToldInTheStatusBar()

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QPointer>
+#include <qcustomplot.h>
+
+/**
+ * Keeps the axis rects of two canvases of the same width at the same left and right edge, so that one time stands in
+ * one pixel column.
+ *
+ * Each layout asks both canvases for the margins that their labels need. When that moves the other canvas, it is
+ * replotted as well; otherwise it is left alone.
+ */
+class AlignedMargins : public QCPMarginGroup
+{
+    Q_OBJECT
+
+public:
+    /** Each canvas owns its half, and may be deleted first. */
+    static void join(QCustomPlot *first, QCustomPlot *second);
+
+protected:
+    int commonMargin(QCP::MarginSide side) const override;
+
+private:
+    explicit AlignedMargins(QCustomPlot *canvas);
+    void replotOtherIfMoved();
+
+    QPointer<AlignedMargins> m_other;
+    bool m_replotting = false;
+};
