@@ -24,13 +24,10 @@ void AlignedMargins::join(QCustomPlot *first, QCustomPlot *second)
 
 int AlignedMargins::commonMargin(QCP::MarginSide side) const
 {
+    // Kept for the layouts of the other canvas. What has changed here since the last layout is not on the screen yet.
     const int own = QCPMarginGroup::commonMargin(side);
-    if (!m_other)
-        return own;
-    // Its ranges may have changed since its last replot. The left side is asked for first, and only its labels matter.
-    if (side == QCP::msLeft)
-        m_other->mParentPlot->axisRect()->update(QCPLayoutElement::upPreparation);
-    return std::max(own, m_other->QCPMarginGroup::commonMargin(side));
+    m_needed[side] = own;
+    return m_other ? std::max(own, m_other->m_needed.value(side)) : own;
 }
 
 void AlignedMargins::replotOtherIfMoved()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QPointer>
 #include <qcustomplot.h>
 
@@ -7,7 +8,7 @@
  * Keeps the axis rects of two canvases of the same width at the same left and right edge, so that one time stands in
  * one pixel column.
  *
- * Each layout asks both canvases for the margins that their labels need. When that moves the other canvas, it is
+ * A layout takes the wider of the margins that the labels of the two need. When that moves the other canvas, it is
  * replotted as well; otherwise it is left alone.
  */
 class AlignedMargins : public QCPMarginGroup
@@ -26,5 +27,6 @@ private:
     void replotOtherIfMoved();
 
     QPointer<AlignedMargins> m_other;
+    mutable QHash<QCP::MarginSide, int> m_needed;
     bool m_replotting = false;
 };

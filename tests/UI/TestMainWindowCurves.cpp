@@ -156,6 +156,7 @@ private slots:
     void boxFollowsACurveThatWasDeletedOnTheCanvas();
     void boxTakesAMovedCurveOffTheCanvasWhereItStands();
     void timeAxesFollowEachOther();
+    void oneTimeStandsInOneColumnOfBothCanvases();
     void valueAxesAreIndependent();
     void draggingTheTimeRangeMovesTheOtherCanvas_data();
     void draggingTheTimeRangeMovesTheOtherCanvas();
@@ -485,6 +486,56 @@ void TestMainWindowCurves::timeAxesFollowEachOther()
     second.clear();
     canvas()->xAxis->setRange(-5, 5);
     QCOMPARE(first.count() + second.count(), 0);
+}
+
+void TestMainWindowCurves::oneTimeStandsInOneColumnOfBothCanvases()
+{
+    const auto difference = [this] {
+        QString result;
+        const QCPRange range = canvas()->xAxis->range();
+        for (const double part : {0.0, 0.3, 1.0}) {
+            const double time = range.lower + part * range.size();
+            const int above = canvas()->mapToGlobal({qRound(canvas()->xAxis->coordToPixel(time)), 0}).x();
+            const int below = canvas(true)->mapToGlobal({qRound(canvas(true)->xAxis->coordToPixel(time)), 0}).x();
+            if (above != below)
+                result += QStringLiteral("%1: %2 and %3. ").arg(part).arg(above).arg(below);
+        }
+        return result;
+    };
+    m_fixture->pretendRead();
+    QCOMPARE(difference(), QString());
+    setSamples("横滚", {-10000.25, 0, 10000.75, 3});
+    show("checkBox_roll", "横滚");
+    QCOMPARE(difference(), QString());
+    setSamples("横滚差值", {1.0000001, 1.0000002, 1.0000003, 1.0000004});
+    show("checkBox_rollDiff", "横滚差值");
+    QCOMPARE(difference(), QString());
+    for (QCustomPlot *const turned : {canvas(), canvas(true)}) {
+        for (int i = 0; i < 5; ++i) {
+            const QPoint at = turned->axisRect()->rect().center();
+            QWheelEvent wheel(at, turned->mapToGlobal(at), QPoint(), QPoint(0, 120), Qt::NoButton, Qt::NoModifier,
+                              Qt::NoScrollPhase, false);
+            QCoreApplication::sendEvent(turned, &wheel);
+            QCOMPARE(difference(), QString());
+        }
+    }
+    for (const int size : {40, 6, 15}) {
+        QFont font;
+        font.setPointSize(size);
+        canvas()->yAxis->setSelectedParts(QCPAxis::spAxis);
+        window().myPlot()->resetAxisSizeSlot(font);
+        QCOMPARE(difference(), QString());
+    }
+    for (const MyThemes theme : {lightTheme, darkTheme}) {
+        emit AppConfig::getInstance().switchThemeSignal(theme);
+        QCOMPARE(difference(), QString());
+    }
+    window().showNormal();
+    window().resize(1100, 640);
+    QTRY_COMPARE(window().size(), QSize(1100, 640));
+    QTRY_COMPARE(difference(), QString());
+    window().myPlot()->removeAllGraphsSlot();
+    QCOMPARE(difference(), QString());
 }
 
 void TestMainWindowCurves::valueAxesAreIndependent()
