@@ -432,6 +432,9 @@ void TestMainWindow::canvasesAreReplottedAfterTheirSetUp()
             auto *const canvas = qobject_cast<QCustomPlot *>(watched);
             if (canvas && event->type() == QEvent::Polish) {
                 connect(canvas, &QCustomPlot::afterReplot, this, [this, canvas] {
+                    // What follows the set-up moves the canvases, which replots them as well.
+                    if (log.messages().contains(QStringLiteral("mainwindow view settings")))
+                        return;
                     replots.append(canvas->objectName()
                                    + (canvas->yAxis->grid()->subGridVisible() ? QStringLiteral(" with sub grid")
                                                                               : QString()));
@@ -439,6 +442,7 @@ void TestMainWindow::canvasesAreReplottedAfterTheirSetUp()
             }
             return false;
         }
+        LogFile log;
         QStringList replots;
     };
     m_fixture.reset();
@@ -447,7 +451,7 @@ void TestMainWindow::canvasesAreReplottedAfterTheirSetUp()
         ReplotWatcher watcher;
         qApp->installEventFilter(&watcher);
         const MainWindow built;
-        // Nothing but the constructor has run. Without its last replots the second canvas shows the sub grid.
+        // Without these two the second canvas still shows its sub grid.
         const int last = watcher.replots.lastIndexOf(QStringLiteral("customPlot with sub grid"));
         QVERIFY2(last > 0, qPrintable(watcher.replots.join(QStringLiteral(", "))));
         QCOMPARE(watcher.replots.mid(last - 1),
