@@ -3,15 +3,15 @@
 #include <qcustomplot.h>
 
 /**
- * A tracer whose deferred deletion goes through its canvas: the canvas keeps a list of its items and would delete the
- * tracer a second time.
+ * The crosshair of the read-out, hidden at first. Its deferred deletion goes through its canvas: the canvas keeps a
+ * list of its items and would delete the tracer a second time.
  */
 class CanvasTracer : public QCPItemTracer
 {
     Q_OBJECT
 
 public:
-    using QCPItemTracer::QCPItemTracer;
+    explicit CanvasTracer(QCustomPlot *canvas);
 
     bool event(QEvent *event) override;
 };

@@ -3,11 +3,13 @@
 #include "AppConfig.h"
 #include "AppEvent.h"
 #include "CanvasLook.h"
+#include "CanvasSelection.h"
 #include "CanvasTracer.h"
 #include "ChannelStore.h"
 #include "CurveMath.h"
 #include "FrameTable.h"
 #include "Logging.h"
+#include "ReadOutText.h"
 #include "ZoomRectangle.h"
 
 #include <QMouseEvent>
@@ -21,20 +23,7 @@ using canvaslook::linePen;
 namespace
 {
 
-constexpr double kTracerSize = 6;
-constexpr int kPrecision = 6;
-constexpr int kSamplePrecision = 12;
 constexpr char kAllGraphs[] = "ALL";
-
-/** A pair of opposite axes is selected as one. */
-void selectTogether(QCPAxis *axis, QCPAxis *opposite)
-{
-    const QCPAxis::SelectableParts parts = QCPAxis::spAxis | QCPAxis::spTickLabels;
-    if (!((axis->selectedParts() | opposite->selectedParts()) & parts))
-        return;
-    axis->setSelectedParts(parts);
-    opposite->setSelectedParts(parts);
-}
 
 } // namespace
 
@@ -75,13 +64,6 @@ void MyCustomPlot::createTracer()
         if (tracer)
             tracer->deleteLater();
     });
-    m_tracer->setInterpolating(false);
-    m_tracer->setStyle(QCPItemTracer::tsCrosshair);
-    m_tracer->setPen(linePen(Qt::red));
-    m_tracer->setBrush(QBrush(Qt::red));
-    m_tracer->setSize(kTracerSize);
-    // A crosshair that stands on no curve would look like a pair of axes.
-    m_tracer->setVisible(false);
 }
 
 void MyCustomPlot::connectCanvas()
@@ -460,36 +442,17 @@ void MyCustomPlot::switchRectMode(bool flag)
 
 void MyCustomPlot::selectionChanged()
 {
-    selectTogether(m_plot->xAxis, m_plot->xAxis2);
-    selectTogether(m_plot->yAxis, m_plot->yAxis2);
-
-    for (int i = 0; i < m_plot->graphCount(); ++i) {
-        QCPGraph *const curve = m_plot->graph(i);
-        QCPPlottableLegendItem *const item = m_plot->legend->itemWithPlottable(curve);
-        if (item == nullptr || !(item->selected() || curve->selected()))
-            continue;
-        item->setSelected(true);
-        curve->setSelection(QCPDataSelection(curve->data()->dataRange()));
-    }
-}
-
-Qt::Orientations MyCustomPlot::mouseOrientations() const
-{
-    for (const QCPAxis *const axis : {m_plot->xAxis, m_plot->yAxis}) {
-        if (axis->selectedParts().testFlag(QCPAxis::spAxis))
-            return axis->orientation();
-    }
-    return Qt::Horizontal | Qt::Vertical;
+    canvasselection::complete(m_plot);
 }
 
 void MyCustomPlot::mousePress()
 {
-    m_plot->axisRect()->setRangeDrag(mouseOrientations());
+    m_plot->axisRect()->setRangeDrag(canvasselection::orientations(m_plot));
 }
 
 void MyCustomPlot::mouseWheel()
 {
-    m_plot->axisRect()->setRangeZoom(mouseOrientations());
+    m_plot->axisRect()->setRangeZoom(canvasselection::orientations(m_plot));
 }
 
 void MyCustomPlot::graphClicked(QCPAbstractPlottable *plottable, int dataIndex)
@@ -531,8 +494,7 @@ void MyCustomPlot::myMouseMoveEvent(QMouseEvent *event)
     } else {
         m_tracer->setVisible(false);
         const double value = m_plot->yAxis->pixelToCoord(pixel.y());
-        text = QLatin1Char('(') + curvemath::dateTimeText(key) + QLatin1String(", ")
-            + QString::number(value, 'g', kPrecision) + QLatin1Char(')');
+        text = readouttext::pointer(key, value);
     }
     QToolTip::showText(event->screenPos().toPoint(), text, m_plot);
     replot();
@@ -545,42 +507,5 @@ QString MyCustomPlot::readOut(QCPGraph *curve, double key)
     m_tracer->setGraphKey(key);
     m_tracer->setInterpolating(false);
     m_tracer->updatePosition();
-
-    const double sampleKey = m_tracer->position->key();
-    const double value = m_tracer->position->value();
-    const QString valueText = QString::number(value, 'g', kSamplePrecision);
-    const QString start = QLatin1Char('(') + curvemath::dateTimeText(sampleKey) + QLatin1String(",  ") + valueText;
-
-    const QString name = curve->name();
-    // Without a channel, as after an edit of the name, the line of time and value is all there is to tell.
-    MyGraph *const channel = findGraph(name);
-    if (channel != nullptr && channel->role() == MyGraph::Actual && AppConfig::getInstance().getShowFactor())
-        return start + QLatin1Char(')') + factorText(channel, sampleKey);
-
-    const bool mainMode = name == curvemath::kMainFlightModeLabel;
-    if (!mainMode && name != curvemath::kSubFlightModeLabel)
-        return start + QLatin1Char(')');
-    const QString mode = mainMode ? curvemath::mainFlightModeText(value) : curvemath::subFlightModeText(value);
-    return start + QLatin1Char(' ') + (mode.isEmpty() ? valueText : mode) + QLatin1Char(')');
-}
-
-QString MyCustomPlot::factorText(MyGraph *channel, double key)
-{
-    MyGraph *const target = findGraph(channel->targetName());
-    const MyGraph *const actual = channel;
-
-    QString deviationText;
-    QString areaText;
-    QString riseText;
-    // Where the curve no longer fits the channel's keys there is no sample to tell of, and the lines stay empty.
-    const int index = curvemath::indexOfKey(actual->xvalue(), key);
-    if (index >= 0) {
-        deviationText = QString::number(curvemath::deviation(channel, target, index), 'g', kPrecision);
-        const double rise = calRisingTime(channel, target, index);
-        if (rise >= 0)
-            riseText = QString::number(rise, 'g', kPrecision);
-        areaText = QStringLiteral("%1").arg(calArea(channel, target, index));
-    }
-    return QLatin1Char('\n') + tr("Diff: ") + deviationText + QLatin1Char('\n') + tr("Area: ") + areaText
-        + QLatin1Char('\n') + tr("RisingTime: ") + riseText;
+    return readouttext::sample(curve->name(), m_tracer->position->key(), m_tracer->position->value());
 }

@@ -124,10 +124,8 @@ private:
     QCPGraph *curveNamed(const QString &graphName) const;
     QCPGraph *selectedCurve() const;
     MyGraph *selectedChannel() const;
-    Qt::Orientations mouseOrientations() const;
     void delaySelectedCurve(int count);
     QString readOut(QCPGraph *curve, double key);
-    QString factorText(MyGraph *channel, double key);
     void replot();
 
     QCustomPlot *m_plot = nullptr;

@@ -41,8 +41,8 @@ double ValueTicker::getTickStep(const QCPRange &range)
     const int length = std::max(1, m_axis->axisRect()->height());
     const int label = QFontMetrics(m_axis->tickLabelFont()).height() + kGap;
     const double largest = std::max(std::abs(range.lower), std::abs(range.upper));
-    m_step = std::max({QCPAxisTicker::getTickStep(range), roundUp(range.size() * label / length),
-                       roundUp(largest * kFinestStep)});
+    m_step = std::max(
+        {QCPAxisTicker::getTickStep(range), roundUp(range.size() * label / length), roundUp(largest * kFinestStep)});
     return m_step;
 }
 

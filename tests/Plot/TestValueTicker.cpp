@@ -56,18 +56,19 @@ private slots:
         QTest::newRow("one") << 0.0 << 1.0 << QStringList{"0", "0.2", "0.4", "0.6", "0.8", "1"};
         QTest::newRow("both signs") << -1.0 << 1.0 << QStringList{"-1", "-0.5", "0", "0.5", "1"};
         QTest::newRow("two and a half") << 0.0 << 12.5 << QStringList{"0", "2.5", "5", "7.5", "10", "12.5"};
-        QTest::newRow("a narrow range") << 113.69999 << 113.70005 - 4e-6
-                                        << QStringList{"113.69999", "113.7", "113.70001", "113.70002", "113.70003",
-                                                       "113.70004"};
+        QTest::newRow("a narrow range") << 113.69999
+                                        << 113.70005
+                - 4e-6 << QStringList{"113.69999", "113.7", "113.70001", "113.70002", "113.70003", "113.70004"};
         QTest::newRow("two and a half of a narrow range")
             << 113.7 << 113.700125 + 1e-9
             << QStringList{"113.7", "113.700025", "113.70005", "113.700075", "113.7001", "113.700125"};
         QTest::newRow("seven digits") << 1234567.0 << 1234572.0
                                       << QStringList{"1234567", "1234568", "1234569", "1234570", "1234571", "1234572"};
-        QTest::newRow("twelve digits") << 1.0 - 5e-12 << 1.0 + 4.5e-11
-                                       << QStringList{"1", "1.00000000001", "1.00000000002", "1.00000000003",
-                                                      "1.00000000004"};
-        QTest::newRow("a thousand million") << 0.0 << 1e9 << QStringList{"0", "2e+08", "4e+08", "6e+08", "8e+08", "1e+09"};
+        QTest::newRow("twelve digits") << 1.0 - 5e-12
+                                       << 1.0
+                + 4.5e-11 << QStringList{"1", "1.00000000001", "1.00000000002", "1.00000000003", "1.00000000004"};
+        QTest::newRow("a thousand million")
+            << 0.0 << 1e9 << QStringList{"0", "2e+08", "4e+08", "6e+08", "8e+08", "1e+09"};
         QTest::newRow("a millionth") << 0.0 << 1e-6 << QStringList{"0", "2e-07", "4e-07", "6e-07", "8e-07", "1e-06"};
     }
     void labelsAreAsLongAsTheyNeedToBe()

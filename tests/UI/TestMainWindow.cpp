@@ -447,17 +447,15 @@ void TestMainWindow::canvasesAreReplottedAfterTheirSetUp()
     };
     m_fixture.reset();
     const Fixture surroundings;
-    {
-        ReplotWatcher watcher;
-        qApp->installEventFilter(&watcher);
-        const MainWindow built;
-        // Without these two the second canvas still shows its sub grid.
-        const int last = watcher.replots.lastIndexOf(QStringLiteral("customPlot with sub grid"));
-        QVERIFY2(last > 0, qPrintable(watcher.replots.join(QStringLiteral(", "))));
-        QCOMPARE(watcher.replots.mid(last - 1),
-                 (QStringList{QStringLiteral("customPlot_2"), QStringLiteral("customPlot with sub grid")}));
-    }
-    initData(); // the window has closed the store
+    const auto reopen = qScopeGuard([] { initData(); }); // the window closes the store
+    ReplotWatcher watcher;
+    qApp->installEventFilter(&watcher);
+    const MainWindow built;
+    // Without these two the second canvas still shows its sub grid.
+    const int last = watcher.replots.lastIndexOf(QStringLiteral("customPlot with sub grid"));
+    QVERIFY2(last > 0, qPrintable(watcher.replots.join(QStringLiteral(", "))));
+    QCOMPARE(watcher.replots.mid(last - 1),
+             (QStringList{QStringLiteral("customPlot_2"), QStringLiteral("customPlot with sub grid")}));
 }
 
 void TestMainWindow::formActionsHaveTheirTextsToolTipsAndIcons()
