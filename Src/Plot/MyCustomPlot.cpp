@@ -370,40 +370,35 @@ void MyCustomPlot::resetGraphSlot(const QPen &pen)
     replot();
 }
 
-void MyCustomPlot::rescaleGraphSlot()
+void MyCustomPlot::rescale(QCPGraph *curve, bool timeAxisToo)
 {
-    QCPGraph *const curve = selectedCurve();
     if (curve == nullptr)
         return;
-    curve->rescaleAxes(false);
+    if (timeAxisToo)
+        curve->rescaleAxes(false);
+    else
+        curve->rescaleValueAxis(false, false);
     replot();
+}
+
+void MyCustomPlot::rescaleGraphSlot()
+{
+    rescale(selectedCurve(), true);
 }
 
 void MyCustomPlot::rescaleYSlot()
 {
-    QCPGraph *const curve = selectedCurve();
-    if (curve == nullptr)
-        return;
-    curve->rescaleValueAxis(false, false);
-    replot();
+    rescale(selectedCurve(), false);
 }
 
 void MyCustomPlot::rescaleAllGraphSlot()
 {
-    QCPGraph *const lastAdded = m_plot->graph();
-    if (lastAdded == nullptr)
-        return;
-    lastAdded->rescaleAxes(false);
-    replot();
+    rescale(m_plot->graph(), true); // the curve added last
 }
 
 void MyCustomPlot::rescaleAllYSlot()
 {
-    QCPGraph *const lastAdded = m_plot->graph();
-    if (lastAdded == nullptr)
-        return;
-    lastAdded->rescaleValueAxis(false, false);
-    replot();
+    rescale(m_plot->graph(), false);
 }
 
 void MyCustomPlot::resetAxisSizeSlot(const QFont &font)
@@ -464,13 +459,7 @@ void MyCustomPlot::graphClicked(QCPAbstractPlottable *plottable, int dataIndex)
 
 QString MyCustomPlot::clickedText(QCPAbstractPlottable *plottable, int dataIndex)
 {
-    // A point may be taken out between the press and the release of one click.
-    const QCPPlottableInterface1D *const points = plottable->interface1D();
-    if (points == nullptr || dataIndex < 0 || dataIndex >= points->dataCount())
-        return {};
-    // All three at once: a curve's name is the user's to edit and may itself hold a place marker.
-    return QStringLiteral("Clicked on graph '%1' at data point #%2 with value %3.")
-        .arg(plottable->name(), QString::number(dataIndex), QString::number(points->dataMainValue(dataIndex)));
+    return readouttext::click(plottable, dataIndex);
 }
 
 double MyCustomPlot::calRisingTime(MyGraph *g, MyGraph *t, int index)

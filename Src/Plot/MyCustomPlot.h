@@ -124,6 +124,7 @@ private:
     QCPGraph *curveNamed(const QString &graphName) const;
     QCPGraph *selectedCurve() const;
     MyGraph *selectedChannel() const;
+    void rescale(QCPGraph *curve, bool timeAxisToo);
     void delaySelectedCurve(int count);
     QString readOut(QCPGraph *curve, double key);
     void replot();

@@ -5,6 +5,8 @@
 #include "CurveMath.h"
 #include "MyCustomPlot.h"
 
+#include <qcustomplot.h>
+
 namespace readouttext
 {
 
@@ -57,6 +59,17 @@ QString sample(const QString &curveName, double key, double value)
         return start + QLatin1Char(')');
     const QString mode = mainMode ? curvemath::mainFlightModeText(value) : curvemath::subFlightModeText(value);
     return start + QLatin1Char(' ') + (mode.isEmpty() ? valueText : mode) + QLatin1Char(')');
+}
+
+QString click(QCPAbstractPlottable *plottable, int dataIndex)
+{
+    // A point may be taken out between the press and the release of one click.
+    const QCPPlottableInterface1D *const points = plottable->interface1D();
+    if (points == nullptr || dataIndex < 0 || dataIndex >= points->dataCount())
+        return {};
+    // All three at once: a curve's name is the user's to edit and may itself hold a place marker.
+    return QStringLiteral("Clicked on graph '%1' at data point #%2 with value %3.")
+        .arg(plottable->name(), QString::number(dataIndex), QString::number(points->dataMainValue(dataIndex)));
 }
 
 } // namespace readouttext

@@ -2,9 +2,9 @@
 
 #include <QString>
 
-class MyGraph;
+class QCPAbstractPlottable;
 
-/** The texts of the read-out under the cursor. Main thread, since the channels are. */
+/** The texts of the read-out under the cursor and of a click. Main thread, since the channels are. */
 namespace readouttext
 {
 
@@ -16,5 +16,8 @@ QString pointer(double key, double value);
  * alone. A name without a channel is no failure, since the user can edit it. O(samples) with the factors.
  */
 QString sample(const QString &curveName, double key, double value);
+
+/** What the status bar says of a click on a curve; empty where the curve no longer has such a point. */
+QString click(QCPAbstractPlottable *plottable, int dataIndex);
 
 } // namespace readouttext
