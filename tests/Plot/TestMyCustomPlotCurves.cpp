@@ -458,9 +458,8 @@ private slots:
         connect(&c.canvas, &QCustomPlot::afterReplot, this, [&] { step("replot"); });
         connect(&c.control, &MyCustomPlot::graphCheckedSignal, this, [&] { step("checked"); });
         connect(&c.control, &MyCustomPlot::statusShowSignal, this, [&] { step("status"); });
-        connect(c.curve(kActual), &QObject::destroyed, this, [&] {
-            steps.append(QStringLiteral("cleared: %1 lines").arg(c.log.messages().size()));
-        });
+        connect(c.curve(kActual), &QObject::destroyed, this,
+                [&] { steps.append(QStringLiteral("cleared: %1 lines").arg(c.log.messages().size())); });
         c.log.mark();
         c.control.removeAllGraphsSlot();
         QCOMPARE(steps,

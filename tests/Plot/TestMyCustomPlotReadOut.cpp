@@ -453,7 +453,8 @@ private slots:
     void theTipWearsTheStyleOfTheCanvas()
     {
         Canvas c;
-        c.canvas.setStyleSheet(QStringLiteral("QToolTip { background: rgb(1, 200, 3); border: 4px solid rgb(1, 200, 3) }"));
+        c.canvas.setStyleSheet(
+            QStringLiteral("QToolTip { background: rgb(1, 200, 3); border: 4px solid rgb(1, 200, 3) }"));
         c.canvas.show();
         QVERIFY(QTest::qWaitForWindowExposed(&c.canvas));
         moveToSample(c, 0);

@@ -435,9 +435,9 @@ void TestMainWindow::canvasesAreReplottedAfterTheirSetUp()
                     // What follows the set-up moves the canvases, which replots them as well.
                     if (log.messages().contains(QStringLiteral("mainwindow view settings")))
                         return;
-                    replots.append(canvas->objectName()
-                                   + (canvas->yAxis->grid()->subGridVisible() ? QStringLiteral(" with sub grid")
-                                                                              : QString()));
+                    replots.append(
+                        canvas->objectName()
+                        + (canvas->yAxis->grid()->subGridVisible() ? QStringLiteral(" with sub grid") : QString()));
                 });
             }
             return false;
