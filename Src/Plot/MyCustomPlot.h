@@ -7,6 +7,7 @@
 #include <QPen>
 #include <QString>
 #include <QVector>
+#include <functional>
 #include <memory>
 
 class MyGraph;
@@ -34,6 +35,9 @@ public:
 
     /** Dresses a canvas and takes control of it. Once, before anything else. The canvas stays with its parent. */
     void initCustomPlot(QCustomPlot *canvas);
+
+    /** Tells which controller a channel's position means; without it, this one is the only one. */
+    void setCanvasOf(std::function<MyCustomPlot *(const MyGraph *)> canvasOf);
 
     /** The canvas; null before initCustomPlot(). */
     QCustomPlot *plot() const { return m_plot; }
@@ -117,8 +121,6 @@ private slots:
 private:
     void createTracer();
     void connectCanvas();
-    void dressLegend();
-    void dressAxes();
     QCPGraph *addCurve();
     void addPlaceholderIfEmpty();
     void removePlaceholder();
@@ -126,11 +128,11 @@ private:
     void forgetCurve(QObject *curve);
     QCPGraph *curveNamed(const QString &graphName) const;
     MyGraph *selectedChannel() const;
-    Qt::Orientations mouseOrientations() const;
+    void rescale(QCPGraph *curve, bool timeAxisToo);
     void delaySelectedCurve(int count);
-    QString factorText(MyGraph *channel, double key);
     void replot();
 
     QCustomPlot *m_plot = nullptr;
     std::shared_ptr<QCPItemTracer> m_tracer;
+    std::function<MyCustomPlot *(const MyGraph *)> m_canvasOf;
 };

@@ -1,6 +1,7 @@
 #include "MainWindow.h"
 
 #include "AboutDialog.h"
+#include "AlignedMargins.h"
 #include "AppConfig.h"
 #include "CanvasKeys.h"
 #include "CanvasPicture.h"
@@ -152,6 +153,9 @@ void MainWindow::customPlotInit()
     m_myPlot->initCustomPlot(canvas);
     m_myPlot_2->initCustomPlot(canvas_2);
     canvas_2->yAxis->grid()->setSubGridVisible(false);
+    AlignedMargins::join(canvas, canvas_2);
+    for (MyCustomPlot *each : {m_myPlot.get(), m_myPlot_2.get()})
+        each->setCanvasOf([this](const MyGraph *graph) { return controllerOf(graph); });
 
     for (QCustomPlot *each : {canvas, canvas_2})
         connect(each, &QCustomPlot::legendDoubleClick, this, &MainWindow::legendDoubleClick);
@@ -486,8 +490,12 @@ void MainWindow::showChannel(const QString &graphName, quint8 functionCode, bool
         statusShowSlot(tr("%1 Curve not found").arg(graphName));
         return;
     }
-    MyCustomPlot *controller = graph->position() == MyGraph::SecondCanvas ? m_myPlot_2.get() : m_myPlot.get();
-    controller->myAddGraph(graph, flag);
+    controllerOf(graph)->myAddGraph(graph, flag);
+}
+
+MyCustomPlot *MainWindow::controllerOf(const MyGraph *graph) const
+{
+    return graph->position() == MyGraph::SecondCanvas ? m_myPlot_2.get() : m_myPlot.get();
 }
 
 void MainWindow::checkBoxSlot()
