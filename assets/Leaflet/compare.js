@@ -48,10 +48,13 @@
         row('最大处', '样本 ' + line.sample(result.maxAt));
         form.button('移到最大处', parts.result, function () { map.panTo(line.position(result.maxAt)); });
         legend(step);
-        form.say(parts.status, '比较完成：最大偏差 ' + o.metres(result.max) + '，平均 ' + o.metres(result.mean) + '。');
+        form.say(parts.status, '比较完成。');
     }
 
-    function compare() { run(form.chosen(parts.route), form.chosen(parts.track)); }
+    function compare() {
+        fill();
+        run(form.chosen(parts.route), form.chosen(parts.track));
+    }
 
     function run(route, track) {
         hide();
@@ -67,7 +70,7 @@
     }
 
     /* A result is that of the route and the track that are on the map; without them it goes. */
-    var refresh = form.soon(function () {
+    function fill() {
         var routes = o.routes().filter(function (line) { return line.points.length > 0; }), tracks = o.allTracks();
         form.choose(parts.route, routes, function (line) { return line.name; });
         form.choose(parts.track, tracks, function (track) { return track.name; });
@@ -77,7 +80,8 @@
             hide();
             form.say(parts.status, '');
         }
-    });
+    }
+    var refresh = form.soon(fill);
 
     /* A route that is changed under a result takes it along, once the hand rests. */
     var moved = null;

@@ -7,8 +7,8 @@
 
     var HOVER_PIXELS = 14;
     /* All else that the page can do. It is loaded when it is first asked for, so that the map opens as fast without. */
-    var TOOLS = ['form.js', 'route-file.js', 'track-file.js', 'save.js', 'deviation.js', 'route-editor.js', 'compare.js',
-        'replay.js', 'route-list.js', 'tools.js'];
+    var TOOLS = ['form.js', 'route-file.js', 'xml-scan.js', 'track-file.js', 'save.js', 'deviation.js', 'route-editor.js',
+        'compare.js', 'replay.js', 'route-list.js', 'tools.js'];
 
     var o = window.ostravelMap, map = o.map, document = window.document;
     var track = null; /* of the program's flight */

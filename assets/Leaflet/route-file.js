@@ -13,13 +13,16 @@
     /* A speed of 0 gives the converter an endless flying time. */
     var DEFAULTS = { height: 100, radius: 50, speed: 20 };
 
-    /* Degrees of a text; 0 where the converter finds no number. It rounds to 32 bits for its distances, the map does not. */
+    /*
+     * Degrees of a text; null, and so 0, where the converter finds no number. It rounds to 32 bits for its distances, the
+     * map does not.
+     */
     function degrees(value) {
         if (typeof value !== 'string')
-            return 0;
+            return null;
         if (NUMBER.test(value))
             return Number(value);
-        return /^\s*[+-]?(nan|inf)\s*$/i.test(value) ? NaN : 0;
+        return /^\s*[+-]?(nan|inf)\s*$/i.test(value) ? NaN : null;
     }
 
     function isObject(value) { return typeof value === 'object' && value !== null && !(value instanceof Array); }
@@ -35,23 +38,22 @@
         if (!(list instanceof Array) || list.length === 0)
             return { error: '航线文件里没有航点。' };
         for (var i = 0; i < list.length; ++i) {
-            var way = isObject(list[i]) ? list[i] : {};
+            var way = isObject(list[i]) ? list[i] : {}, fault = null;
             var lat = degrees(way.latitude), lng = degrees(way.longitude);
-            if (!(Math.abs(lat) <= 90 && Math.abs(lng) <= 180))
-                return { error: '第 ' + (i + 1) + ' 个航点的经纬度超出范围：经度 ' + shown(way.longitude) + '，纬度 '
-                    + shown(way.latitude) + '。' };
-            for (var k = 0; k < HEIGHTS.length; ++k) {
-                if (!isFinite(number(way, HEIGHTS[k])))
-                    return { error: '第 ' + (i + 1) + ' 个航点的' + WORDS[HEIGHTS[k]] + '超出范围。' };
-            }
-            if (!isText(way.latitude) || !isText(way.longitude))
+            if (lat === null || lng === null)
                 ++odd;
-            points.push({ at: L.latLng(lat, lng), way: way, moved: false });
+            if (!(Math.abs(lat) <= 90 && Math.abs(lng) <= 180))
+                fault = '经纬度超出范围：经度 ' + shown(way.longitude) + '，纬度 ' + shown(way.latitude) + '。';
+            for (var k = 0; k < HEIGHTS.length && !fault; ++k) {
+                if (!isFinite(number(way, HEIGHTS[k])))
+                    fault = WORDS[HEIGHTS[k]] + '超出范围。';
+            }
+            if (fault)
+                return { error: '第 ' + (i + 1) + ' 个航点的' + fault };
+            points.push({ at: new L.LatLng(lat || 0, lng || 0), way: way, moved: false });
         }
         return { name: typeof doc.name === 'string' && doc.name ? doc.name : name, points: points, odd: odd, doc: doc };
     }
-
-    function isText(value) { return typeof value === 'string' && NUMBER.test(value); }
 
     function shown(value) { return String(value).slice(0, 30); }
 

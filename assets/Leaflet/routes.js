@@ -60,7 +60,7 @@
     Line.prototype.mark = function (latlng) {
         var self = this, draws = this.kind === 'draw', index = -1;
         var marker = o.dot(latlng, draws ? 'vertex' : 'vertex measure', draws ? 14 : 10, {
-            draggable: draws, autoPan: false
+            draggable: draws, autoPan: false, zIndexOffset: draws ? 400 : 0
         }).addTo(this.group);
         marker.on('dragstart', function () {
             held = true;

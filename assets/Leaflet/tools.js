@@ -56,8 +56,13 @@
 
     function buildFiles() {
         var box = form.section('打开文件', panel);
-        file = form.input('航线或航迹文件', 'file', box);
+        /* The field lies unseen over its label, whose words are the page's and not the browser's. */
+        var row = o.element('div', 'chooser', box), label = o.element('label', '', row, '选择航线或航迹文件…');
+        file = o.element('input');
+        file.type = 'file';
+        file.id = label.htmlFor = 'file';
         file.multiple = true;
+        row.insertBefore(file, label);
         /* No type is asked for: a system may not know a route file's, and the content tells. */
         file.addEventListener('change', function () {
             var list = [].slice.call(file.files || []);

@@ -50,7 +50,7 @@
         this.routes.push({
             name: name || this.name, dropped: places.length - good.length,
             points: good.map(function (p) {
-                return { at: L.latLng(p.lat, p.lng), moved: true, way: p.way };
+                return { at: new L.LatLng(p.lat, p.lng), moved: true, way: p.way };
             })
         });
     };
@@ -72,20 +72,7 @@
 
     /* ---- XML ---- */
 
-    function child(node, name) {
-        for (var e = node.firstElementChild; e; e = e.nextElementSibling) {
-            if (e.localName === name)
-                return e;
-        }
-        return null;
-    }
-
-    function childText(node, name) {
-        var e = child(node, name);
-        return e ? e.textContent.trim() : '';
-    }
-
-    /* A way point's object as a route file has it; numbers that are missing or senseless stay out. */
+    /* A way point's object as a route file has it; numbers that are missing or senseless are 0. */
     function wayOf(lat, lng, values) {
         var way = { longitude: o.routeFile.degreesText(lng), latitude: o.routeFile.degreesText(lat) };
         o.routeFile.keys.forEach(function (key) {
@@ -95,69 +82,95 @@
         return way;
     }
 
-    function readGpx(root, gathering) {
-        for (var part = root.firstElementChild; part; part = part.nextElementSibling) {
-            if (part.localName === 'trk')
-                gathering.addTrack(childText(part, 'name'), gpxTrack(part));
-            else if (part.localName === 'rte')
-                gathering.addRoute(childText(part, 'name'), gpxRoute(part));
-        }
-    }
+    var GPX_VALUES = { ele: 'height', radius: 'radius', speed: 'speed' };
 
     /* The segments of a track are one line, as a flight with a gap is. */
-    function gpxTrack(trk) {
-        var flat = [];
-        for (var segment = trk.firstElementChild; segment; segment = segment.nextElementSibling) {
-            if (segment.localName !== 'trkseg')
-                continue;
-            for (var p = segment.firstElementChild; p; p = p.nextElementSibling) {
-                if (p.localName === 'trkpt')
-                    flat.push(coordinate(p.getAttribute('lat')), coordinate(p.getAttribute('lon')));
+    function gpxReader(gathering) {
+        var line = null, point = null;
+        function place(attributes) {
+            return { lat: coordinate(o.xml.attribute(attributes, 'lat')), lng: coordinate(o.xml.attribute(attributes, 'lon')) };
+        }
+        return {
+            open: function (name, attributes) {
+                var at;
+                if (name === 'trk' || name === 'rte') {
+                    line = { name: '', flat: [], places: [] };
+                } else if (name === 'trkpt' && line) {
+                    at = place(attributes);
+                    line.flat.push(at.lat, at.lng);
+                } else if (name === 'rtept' && line) {
+                    point = place(attributes);
+                    point.values = {};
+                }
+            },
+            close: function (name, content, path) {
+                var parent = path[path.length - 1];
+                if (name === 'name' && line && (parent === 'trk' || parent === 'rte')) {
+                    line.name = content();
+                } else if (point && GPX_VALUES.hasOwnProperty(name)) {
+                    point.values[GPX_VALUES[name]] = content();
+                } else if (name === 'rtept' && point) {
+                    point.way = wayOf(point.lat, point.lng, point.values);
+                    line.places.push(point);
+                    point = null;
+                } else if (name === 'trk' && line) {
+                    gathering.addTrack(line.name, line.flat);
+                    line = null;
+                } else if (name === 'rte' && line) {
+                    gathering.addRoute(line.name, line.places);
+                    line = null;
+                }
             }
+        };
+    }
+
+    /* A placemark may hold several lines, and name itself after them. */
+    function kmlReader(gathering) {
+        var mark = { name: '', isRoute: false, lines: [] }, coords = [];
+        function finish() {
+            mark.lines.forEach(function (line) {
+                if (mark.isRoute && line.places)
+                    gathering.addRoute(mark.name, line.places());
+                else
+                    gathering.addTrack(mark.name, line.flat());
+            });
+            mark = { name: '', isRoute: false, lines: [] };
         }
-        return flat;
+        return {
+            open: function (name, attributes) {
+                if (name === 'Placemark') {
+                    finish();
+                    mark.isRoute = o.xml.attribute(attributes, 'id') === 'ostravel-route';
+                } else if (name === 'Track') {
+                    coords = [];
+                }
+            },
+            close: function (name, content, path) {
+                var parent = path[path.length - 1], tuples, flat;
+                if (name === 'name' && parent === 'Placemark') {
+                    mark.name = content();
+                } else if (name === 'coordinates' && parent === 'LineString') {
+                    tuples = content();
+                    mark.lines.push({
+                        flat: function () { return kmlLine(tuples); }, places: function () { return kmlRoute(tuples); }
+                    });
+                } else if (name === 'coord' && parent === 'Track') {
+                    tuples = content().split(/\s+/);
+                    coords.push(tuples.length > 1 ? coordinate(tuples[1]) : NaN, coordinate(tuples[0]));
+                } else if (name === 'Track') {
+                    flat = coords;
+                    mark.lines.push({ flat: function () { return flat; } });
+                } else if (name === 'Placemark' || name === 'kml') {
+                    finish();
+                }
+            }
+        };
     }
 
-    function gpxRoute(rte) {
-        var places = [];
-        for (var p = rte.firstElementChild; p; p = p.nextElementSibling) {
-            if (p.localName !== 'rtept')
-                continue;
-            var lat = coordinate(p.getAttribute('lat')), lng = coordinate(p.getAttribute('lon'));
-            var more = child(p, 'extensions') || p;
-            places.push({ lat: lat, lng: lng, way: wayOf(lat, lng, {
-                height: childText(p, 'ele'), radius: childText(more, 'radius'), speed: childText(more, 'speed')
-            }) });
-        }
-        return places;
-    }
+    function kmlTuples(text) { return text ? text.split(/\s+/) : []; }
 
-    function readKml(root, gathering) {
-        var all = root.getElementsByTagNameNS('*', 'LineString'), i, p;
-        var found = [];
-        for (i = 0; i < all.length; ++i)
-            found.push(all[i]);
-        all = root.getElementsByTagNameNS('*', 'Track');
-        for (i = 0; i < all.length; ++i)
-            found.push(all[i]);
-        for (i = 0; i < found.length; ++i) {
-            for (p = found[i]; p && p.localName !== 'Placemark'; p = p.parentNode)
-                continue;
-            var name = p ? childText(p, 'name') : '';
-            if (p && p.getAttribute('id') === 'ostravel-route')
-                gathering.addRoute(name, kmlRoute(found[i]));
-            else
-                gathering.addTrack(name, found[i].localName === 'Track' ? kmlTrack(found[i]) : kmlLine(found[i]));
-        }
-    }
-
-    function kmlTuples(line) {
-        var text = childText(line, 'coordinates');
-        return text ? text.split(/\s+/) : [];
-    }
-
-    function kmlLine(line) {
-        var tuples = kmlTuples(line), flat = [];
+    function kmlLine(text) {
+        var tuples = kmlTuples(text), flat = [];
         for (var i = 0; i < tuples.length; ++i) {
             var numbers = tuples[i].split(',');
             flat.push(numbers.length > 1 ? coordinate(numbers[1]) : NaN, coordinate(numbers[0]));
@@ -165,45 +178,33 @@
         return flat;
     }
 
-    function kmlRoute(line) {
-        return kmlTuples(line).map(function (tuple) {
+    function kmlRoute(text) {
+        return kmlTuples(text).map(function (tuple) {
             var numbers = tuple.split(','), lng = coordinate(numbers[0]);
             var lat = numbers.length > 1 ? coordinate(numbers[1]) : NaN;
             return { lat: lat, lng: lng, way: wayOf(lat, lng, { height: numbers[2] }) };
         });
     }
 
-    function kmlTrack(track) {
-        var flat = [];
-        for (var e = track.firstElementChild; e; e = e.nextElementSibling) {
-            if (e.localName !== 'coord')
-                continue;
-            var numbers = e.textContent.trim().split(/\s+/);
-            flat.push(numbers.length > 1 ? coordinate(numbers[1]) : NaN, coordinate(numbers[0]));
-        }
-        return flat;
-    }
-
     function readXml(text, name) {
-        var doc = null;
+        var gathering = new Gathering(baseName(name)), reader = null;
         try {
-            doc = new window.DOMParser().parseFromString(text, 'text/xml');
+            o.xml.scan(text, function (element, attributes, path) {
+                if (path.length === 0)
+                    reader = element === 'gpx' ? gpxReader(gathering) : element === 'kml' ? kmlReader(gathering) : null;
+                if (reader)
+                    reader.open(element, attributes, path);
+            }, function (element, content, path) {
+                if (reader)
+                    reader.close(element, content, path);
+            });
         } catch (e) {
-            doc = null;
+            if (!(e instanceof o.xml.Broken))
+                throw e;
+            return fail(e.words ? '文件' + e.words + '。'
+                : '文件不完整或不是正确的 XML（第 ' + o.xml.line(text, e.at) + ' 行）。');
         }
-        var broken = doc && doc.getElementsByTagName('parsererror')[0];
-        if (!doc || !doc.documentElement || broken) {
-            var place = broken && /line (\d+)/.exec(broken.textContent);
-            return fail('文件不完整或不是正确的 XML' + (place ? '（第 ' + place[1] + ' 行）' : '') + '。');
-        }
-        var gathering = new Gathering(baseName(name)), root = doc.documentElement;
-        if (root.localName === 'gpx')
-            readGpx(root, gathering);
-        else if (root.localName === 'kml')
-            readKml(root, gathering);
-        else
-            return fail('这是 XML，但不是 GPX 或 KML。');
-        return gathering.result();
+        return reader ? gathering.result() : fail('这是 XML，但不是 GPX 或 KML。');
     }
 
     /* ---- GeoJSON ---- */
