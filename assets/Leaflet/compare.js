@@ -2,7 +2,7 @@
 (function (window) {
     'use strict';
 
-    var o = window.ostravelMap, map = o.map, form = o.form;
+    var o = window.mapPage, map = o.map, form = o.form;
     var shown = null; /* { route, line, layer, result } on the map */
     var stopWork = null;
     var parts = {};

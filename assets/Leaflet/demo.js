@@ -10,7 +10,7 @@
     var TOOLS = ['form.js', 'route-file.js', 'xml-scan.js', 'track-file.js', 'save.js', 'deviation.js', 'route-editor.js',
         'compare.js', 'replay.js', 'route-list.js', 'tools.js'];
 
-    var o = window.ostravelMap, map = o.map, document = window.document;
+    var o = window.mapPage, map = o.map, document = window.document;
     var track = null; /* of the program's flight */
     var trackMarks = L.layerGroup().addTo(map);
     var hover = L.layerGroup().addTo(map);
@@ -183,4 +183,6 @@
         };
     };
     o.track = function () { return track; };
+    /* Not before the page is complete, pictures and all: whoever waits for it finds nothing half done. */
+    window.addEventListener('load', function () { window.ostravelMap = o; });
 }(window));

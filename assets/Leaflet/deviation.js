@@ -14,7 +14,7 @@
 (function (window) {
     'use strict';
 
-    var o = window.ostravelMap;
+    var o = window.mapPage;
     var RADIAN = Math.PI / 180;
     var A = geodesic.A, E2 = geodesic.F * (2 - geodesic.F);
     var SLICE = 40; /* milliseconds of work before the page may draw again */

@@ -2,7 +2,7 @@
 (function (window) {
     'use strict';
 
-    var o = window.ostravelMap;
+    var o = window.mapPage;
     var numbered = 0;
 
     /* A control with its words before it; the two share a row. */

@@ -2,7 +2,7 @@
 (function (window) {
     'use strict';
 
-    var o = window.ostravelMap, map = o.map;
+    var o = window.mapPage, map = o.map;
     var STEPS = [30, 20, 10, 5, 2, 1, 0.5, 0.2, 0.1, 0.05, 0.02, 0.01, 0.005, 0.002, 0.001, 0.0005, 0.0002];
 
     var Graticule = L.GridLayer.extend({

@@ -1,5 +1,5 @@
 /*
- * The map itself, what stands still on it, and the helpers that the other files share. All of them add to ostravelMap.
+ * The map itself, what stands still on it, and the helpers that the other files share. All of them add to mapPage.
  * ECMAScript 5 throughout: the web engine on Windows knows no later one.
  */
 (function (window) {
@@ -10,7 +10,7 @@
     var SVG = 'http://www.w3.org/2000/svg';
 
     var document = window.document;
-    var o = window.ostravelMap = {};
+    var o = window.mapPage = {};
 
     /*
      * Day or night. The program's engine announces the program's theme, which may differ from the system's; a browser

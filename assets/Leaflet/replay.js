@@ -2,7 +2,7 @@
 (function (window) {
     'use strict';
 
-    var o = window.ostravelMap, map = o.map, form = o.form;
+    var o = window.mapPage, map = o.map, form = o.form;
     var RATES = [1, 5, 25, 100, 500, 2500]; /* samples a second; the page is told no times */
     var STEADY = 2; /* metres between the positions that a heading is taken from: less is the noise of a fix */
     var SEARCH = 500; /* samples that are looked at for them */

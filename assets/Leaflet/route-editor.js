@@ -2,7 +2,7 @@
 (function (window) {
     'use strict';
 
-    var o = window.ostravelMap, map = o.map, form = o.form;
+    var o = window.mapPage, map = o.map, form = o.form;
     var KEYS = [['latitude', '纬度（°）'], ['longitude', '经度（°）'], ['height', '高度（米）'], ['radius', '半径（米）'],
         ['speed', '速度（米/秒）']];
     var line = null;

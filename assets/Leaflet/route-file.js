@@ -98,7 +98,7 @@
         line.touch();
     }
 
-    window.ostravelMap.routeFile = {
+    window.mapPage.routeFile = {
         read: read, write: write, value: value, setValue: setValue, degreesText: degreesText, keys: HEIGHTS
     };
 }(window));

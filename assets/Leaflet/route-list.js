@@ -2,7 +2,7 @@
 (function (window) {
     'use strict';
 
-    var o = window.ostravelMap, map = o.map, form = o.form;
+    var o = window.mapPage, map = o.map, form = o.form;
     var MAX_CONVERTED = 5000; /* points of a track that may become a route */
     var rows = []; /* { line, box, name, length } in the panel, in the order of the routes */
     var removed = null;

@@ -7,7 +7,7 @@
     var LABELLED = 100; /* points of a route whose legs bear their lengths */
     var ON_SVG = 500; /* points; a longer line is drawn on the canvas */
 
-    var o = window.ostravelMap, map = o.map;
+    var o = window.mapPage, map = o.map;
     var MODE_TEXTS = {
         draw: '航线绘制：单击添加航点，拖动航点可移动，双击或按 Esc 结束当前航线',
         measure: '测距：依次单击各点，双击或按 Esc 结束当前测量'

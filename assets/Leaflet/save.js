@@ -2,7 +2,7 @@
 (function (window) {
     'use strict';
 
-    var o = window.ostravelMap, document = window.document;
+    var o = window.mapPage, document = window.document;
     var TYPES = {
         json: { words: '航线文件', mime: 'application/json' },
         gpx: { words: 'GPX', mime: 'application/gpx+xml' },

@@ -8,7 +8,7 @@
     var DEFAULT_LAYER = 'demo';
     var ASK_AGAIN = 3000; /* milliseconds before the tile service is asked once more */
 
-    var o = window.ostravelMap, map = o.map;
+    var o = window.mapPage, map = o.map;
 
     var switcher = L.control.layers({}, { '经纬网': o.graticule }, {
         /* Open it takes a third of a phone's map. */

@@ -2,7 +2,7 @@
 (function (window) {
     'use strict';
 
-    var o = window.ostravelMap, map = o.map, form = o.form, document = window.document;
+    var o = window.mapPage, map = o.map, form = o.form, document = window.document;
     var panel = document.getElementById('tools');
     var file = null;
     var status = null;

@@ -10,7 +10,7 @@
     var MAX_LINES = 200; /* in one file: each is a row of the panel */
     var MAX_DEPTH = 20; /* of geometry collections */
 
-    var o = window.ostravelMap;
+    var o = window.mapPage;
 
     function fail(words) { return { error: words }; }
 

@@ -138,5 +138,5 @@
 
     function line(text, at) { return text.slice(0, at).split('\n').length; }
 
-    window.ostravelMap.xml = { scan: scan, attribute: attribute, Broken: Broken, line: line };
+    window.mapPage.xml = { scan: scan, attribute: attribute, Broken: Broken, line: line };
 }(window));
