@@ -39,7 +39,7 @@
 
     function show(route, track, result) {
         var step = o.deviation.stepFor(result.max), line = track.line;
-        var layer = new o.deviation.Line(line, result.distance, step, { renderer: o.canvas, pane: 'track', weight: 5 });
+        var layer = new o.deviation.Line(line, result.distance, step, { renderer: o.canvas, pane: 'track' });
         shown = { route: route, revision: route.revision, track: track, line: line, layer: layer.addTo(map), result: result };
         parts.off.disabled = false;
         parts.list = o.element('dl', '', parts.result);

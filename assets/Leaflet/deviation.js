@@ -216,6 +216,11 @@
                 return;
             var kinds = COLOURS.map(function () { return []; });
             this._parts.forEach(function (part) { kinds[part.kind].push(part); });
+            /* A dark edge keeps the light colours apart from light ground. */
+            this.options.color = '#1b1b1b';
+            this.options.weight = 8;
+            this._stroke(this._parts);
+            this.options.weight = 5;
             for (var k = 0; k < kinds.length; ++k) {
                 this.options.color = COLOURS[k];
                 if (kinds[k].length)

@@ -60,7 +60,7 @@
     Line.prototype.mark = function (latlng) {
         var self = this, draws = this.kind === 'draw', index = -1;
         var marker = o.dot(latlng, draws ? 'vertex' : 'vertex measure', draws ? 14 : 10, {
-            draggable: draws, autoPan: false, zIndexOffset: draws ? 400 : 0
+            draggable: draws, autoPan: false, zIndexOffset: this.editable ? 400 : 0
         }).addTo(this.group);
         marker.on('dragstart', function () {
             held = true;
@@ -207,7 +207,11 @@
         if (this.kind !== 'draw')
             return;
         this.editable = on;
-        this.markers.forEach(function (marker) { marker.dragging[on ? 'enable' : 'disable'](); });
+        this.markers.forEach(function (marker) {
+            marker.dragging[on ? 'enable' : 'disable']();
+            /* Above a track's begin and end, which may be in the same place. */
+            marker.setZIndexOffset(on ? 400 : 0);
+        });
     };
 
     Line.prototype.remove = function () { map.removeLayer(this.group); };
