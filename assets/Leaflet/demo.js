@@ -22,9 +22,9 @@
 
     function marksOf(line, group) {
         var last = line.count() - 1;
-        o.dot(line.position(0), 'end start', 26, { text: '起', interactive: false }).addTo(group);
+        o.dot(line.position(0), 'end start', 26, { text: '起', interactive: false, zIndexOffset: 200 }).addTo(group);
         if (last > 0)
-            o.dot(line.position(last), 'end finish', 26, { text: '终', interactive: false }).addTo(group);
+            o.dot(line.position(last), 'end finish', 26, { text: '终', interactive: false, zIndexOffset: 200 }).addTo(group);
     }
 
     function removeTrack() {
