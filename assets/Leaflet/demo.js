@@ -7,8 +7,7 @@
 
     var HOVER_PIXELS = 14;
     /* All else that the page can do. It is loaded when it is first asked for, so that the map opens as fast without. */
-    var TOOLS = ['form.js', 'route-file.js', 'xml-scan.js', 'track-file.js', 'save.js', 'deviation.js', 'route-editor.js',
-        'compare.js', 'replay.js', 'route-list.js', 'tools.js'];
+    var TOOLS = 'tools.js';
 
     var o = window.mapPage, map = o.map, document = window.document;
     var track = null; /* of the program's flight */
@@ -101,19 +100,6 @@
 
     var button = null;
 
-    function loadInTurn(names, done) {
-        if (names.length === 0)
-            return done();
-        var script = document.createElement('script');
-        script.src = names[0];
-        script.onload = function () { loadInTurn(names.slice(1), done); };
-        script.onerror = function () {
-            button.disabled = true;
-            button.title = '缺少页面文件：' + names[0];
-        };
-        document.body.appendChild(script);
-    }
-
     var loading = false;
 
     function openTools() {
@@ -126,7 +112,14 @@
         style.rel = 'stylesheet';
         style.href = 'tools.css';
         document.head.appendChild(style);
-        loadInTurn(TOOLS, function () { o.tools.toggle(); });
+        var script = document.createElement('script');
+        script.src = TOOLS;
+        script.onload = function () { o.tools.toggle(); };
+        script.onerror = function () {
+            button.disabled = true;
+            button.title = '缺少页面文件：' + TOOLS;
+        };
+        document.body.appendChild(script);
     }
 
     var ToolButton = L.Control.extend({

@@ -75,6 +75,7 @@ class Files(tools_page.ToolsTest):
             ("words.kml", "<kml><LineString><coordinates>here, there</coordinates></LineString></kml>",
              "文件里的点都没有有效的经纬度。"),
             ("bomb.gpx", bomb, "文件含有实体声明，不予读取。"),
+            ("crossed.gpx", "<gpx>\n<trk><trkseg></trk></trkseg></gpx>", "文件不完整或不是正确的 XML（第 2 行）。"),
             ("two.gpx", good + "<gpx/>", "文件不完整或不是正确的 XML（第 "),
             ("quote.gpx", "<gpx><trk name=\"a><trkseg/></trk></gpx>", "文件不完整或不是正确的 XML（第 1 行）。"),
             ("bare.gpx", "<gpx><trk><trkseg>\n<trkpt lat=34 lon=113/></trkseg></trk></gpx>", "文件不完整或不是正确的 XML（第 2 行）。"),

@@ -455,7 +455,7 @@ class Looks(tools_page.ToolsTest):
     def test_the_tools_are_loaded_when_they_are_first_opened(self):
         self.open(tools=False)
         self.assertEqual(self.run_js("typeof ostravelMap.trackFile"), "undefined")
-        self.assertEqual(self.run_js("document.querySelectorAll('script').length"), 8)
+        self.assertEqual(self.run_js("document.querySelectorAll('script').length"), 4)
 
     def test_opening_the_tools_keeps_the_policy_and_asks_nobody(self):
         self.load(self.write("a.json", json.dumps(ROUTE)))
