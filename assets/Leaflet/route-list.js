@@ -163,7 +163,16 @@
         buildText(box);
         parts.trackHead = form.section('文件中的航迹', panel);
         parts.tracks = o.element('ul', 'list', parts.trackHead);
-        o.events.on('lines', form.soon(refreshRoutes));
+        var soon = form.soon(refreshRoutes);
+        o.events.on('lines', function () {
+            var routes = o.routes(), isSame = routes.length === rows.length
+                && rows.every(function (row, i) { return row.line === routes[i]; });
+            /* A row never outlives its route; the lengths may wait while a hand drags. */
+            if (isSame)
+                soon();
+            else
+                refreshRoutes();
+        });
         o.events.on('track', form.soon(refreshTracks));
         o.events.on('mode', function (e) { parts.draw.setAttribute('aria-pressed', String(e.name === 'draw')); });
         o.events.on('clear', function () {
