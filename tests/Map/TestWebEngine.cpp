@@ -361,15 +361,17 @@ void TestWebEngine::openTools(const QWidget &widget)
     QTRY_COMPARE_WITH_TIMEOUT(ask(widget, "typeof ostravelMap").toString(), QString("object"), 60000);
     ask(widget, "document.querySelector('.tool-button').click()");
     QTRY_COMPARE_WITH_TIMEOUT(ask(widget, "typeof ostravelMap.tools").toString(), QString("object"), 30000);
-    ask(widget, "ostravelMap.addRoute('', [[34, 113.5], [34.25, 113.75]].map(function (p) {"
-                " return { at: L.latLng(p), way: null, moved: true }; })) && 0");
+    ask(widget,
+        "ostravelMap.addRoute('', [[34, 113.5], [34.25, 113.75]].map(function (p) {"
+        " return { at: L.latLng(p), way: null, moved: true }; })) && 0");
     QTRY_COMPARE_WITH_TIMEOUT(ask(widget, "document.querySelectorAll('#tools .route').length").toInt(), 1, 30000);
 }
 
 void TestWebEngine::pressSave(const QWidget &widget)
 {
-    ask(widget, "setTimeout(function () { [].filter.call(document.querySelectorAll('#tools button'), function (b) {"
-                " return b.innerText === '保存'; })[0].click(); }, 0)");
+    ask(widget,
+        "setTimeout(function () { [].filter.call(document.querySelectorAll('#tools button'), function (b) {"
+        " return b.innerText === '保存'; })[0].click(); }, 0)");
 }
 
 void TestWebEngine::routeIsSavedWhereTheDialogSays()
@@ -479,8 +481,9 @@ void TestWebEngine::downloadOfAnotherAddressIsNotTaken()
     MapWidget map(nullptr);
     openTools(map);
     const ModalAnswer nobody;
-    ask(map, "var link = document.createElement('a'); link.download = 'a.txt'; link.href = 'data:text/plain,a';"
-             " document.body.appendChild(link); link.click(); 0");
+    ask(map,
+        "var link = document.createElement('a'); link.download = 'a.txt'; link.href = 'data:text/plain,a';"
+        " document.body.appendChild(link); link.click(); 0");
     ask(map, "link.href = 'geodesic.js'; link.click(); 0");
     // A dialog would be there by now: a save that is asked for later comes after it.
     ModalAnswer user;
@@ -501,9 +504,10 @@ void TestWebEngine::fileIsChosenInTheEnginesDialog()
     MapWidget map(nullptr);
     openTools(map);
     // As a user does: the engine opens no dialog for a script.
-    const QVariantList place = ask(map, "document.getElementById('file').scrollIntoView();"
-                                        " var r = document.getElementById('file').getBoundingClientRect();"
-                                        " [r.left + r.width / 2, r.top + r.height / 2]")
+    const QVariantList place = ask(map,
+                                   "document.getElementById('file').scrollIntoView();"
+                                   " var r = document.getElementById('file').getBoundingClientRect();"
+                                   " [r.left + r.width / 2, r.top + r.height / 2]")
                                    .toList();
     QCOMPARE(place.size(), 2);
     const QPoint at(place.at(0).toInt(), place.at(1).toInt());
