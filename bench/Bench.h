@@ -38,7 +38,7 @@ inline void nothing() { }
 template <typename Floor, typename Work, typename Prepare = void (*)()>
 Figures bestOfSeven(Floor &&floor, Work &&work, Prepare &&prepare = nothing)
 {
-    Figures best {milliseconds(floor), 0};
+    Figures best{milliseconds(floor), 0};
     prepare();
     best.measured = milliseconds(work);
     for (int run = 1; run < kRuns; ++run) {

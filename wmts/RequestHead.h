@@ -39,7 +39,8 @@ public:
     const std::string &requestLine() const { return m_requestLine; }
     /** The sender wants no further request on this connection, or sends a body, which is not read. */
     bool closes() const { return m_closes; }
-    /** The values of the header fields Host and Origin, in lower case; there is one of each at most in a good request. */
+    /** The values of the header fields Host and Origin, in lower case; there is one of each at most in a good request.
+     */
     ///@{
     const std::vector<std::string> &hosts() const { return m_hosts; }
     const std::vector<std::string> &origins() const { return m_origins; }

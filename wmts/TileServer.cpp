@@ -138,8 +138,8 @@ public:
     void writeError(int status)
     {
         beginResponse();
-        const std::string text = "HTTP/1.1 " + std::to_string(status) + ' ' + reasonOf(status) + "\r\nServer: "
-            + kServerName + "\r\nConnection: close\r\nContent-Length: 0\r\n\r\n";
+        const std::string text = "HTTP/1.1 " + std::to_string(status) + ' ' + reasonOf(status)
+            + "\r\nServer: " + kServerName + "\r\nConnection: close\r\nContent-Length: 0\r\n\r\n";
         write(text.data(), text.size());
     }
 
@@ -183,7 +183,7 @@ private:
 
     const socket_t m_socket;
     const std::atomic<bool> &m_ending;
-    char m_buffer[4096];
+    char m_buffer[4096] = {};
     std::size_t m_begin = 0;
     std::size_t m_end = 0;
     Clock::time_point m_responseEnd;

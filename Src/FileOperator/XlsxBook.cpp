@@ -312,7 +312,7 @@ bool XlsxBook::isSource(const QFileInfo &target) const
 }
 
 /** Why a file that stands where the document goes, and that it does not come from, must not be lost; else empty. */
-QString XlsxBook::refusalOf(const QFileInfo &target, Document::NoWorkbook noWorkbook)
+QString XlsxBook::refusalOf(const QFileInfo &target, Document::NoWorkbook noWorkbook) const
 {
     const QString place = target.absoluteFilePath();
     if (place == saved)

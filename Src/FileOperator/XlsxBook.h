@@ -43,7 +43,7 @@ public:
     void takeOver(const QString &source);
     bool isCancelled() const { return cancelled && cancelled(); }
     bool isSource(const QFileInfo &target) const;
-    QString refusalOf(const QFileInfo &target, Document::NoWorkbook noWorkbook);
+    QString refusalOf(const QFileInfo &target, Document::NoWorkbook noWorkbook) const;
     bool tryToSave(const QString &target, bool setAside);
     bool commit(XlsxTarget &file, const QString &target, bool setAside);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <initializer_list>
 
 namespace QXlsx
 {
@@ -69,14 +70,16 @@ void XlsxXmlGuard::detect(const char *data, std::size_t size)
     m_detected = true;
     if (size < 4)
         return; // too short for a document
-    const auto begins = [data](const char *mark, std::size_t count) { return std::memcmp(data, mark, count) == 0; };
-    if (begins("\0\0", 2) || begins("\xff\xfe\0\0", 4) || begins("<\0\0\0", 4)) {
+    const auto begins = [data](std::initializer_list<unsigned char> mark) {
+        return std::equal(mark.begin(), mark.end(), reinterpret_cast<const unsigned char *>(data));
+    };
+    if (begins({0, 0}) || begins({0xff, 0xfe, 0, 0}) || begins({'<', 0, 0, 0})) {
         m_stopped = true;
         m_refusal = QStringLiteral("a part of it is in UTF-32");
         return;
     }
-    m_bigEndian = begins("\xfe\xff", 2) || begins("\0<", 2);
-    m_wide = m_bigEndian || begins("\xff\xfe", 2) || begins("<\0", 2);
+    m_bigEndian = begins({0xfe, 0xff}) || begins({0, '<'});
+    m_wide = m_bigEndian || begins({0xff, 0xfe}) || begins({'<', 0});
 }
 
 /** False when the part is to stop in front of this character. */

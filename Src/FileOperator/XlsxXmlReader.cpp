@@ -1,5 +1,7 @@
 #include "XlsxXmlReader.h"
 
+#include <utility>
+
 namespace QXlsx
 {
 
@@ -22,9 +24,9 @@ XlsxXmlReader::XlsxXmlReader(QIODevice *device)
     setNamespaceProcessing(false);
 }
 
-XlsxXmlReader::XlsxXmlReader(const QByteArray &bytes, const std::function<bool()> &cancelled)
+XlsxXmlReader::XlsxXmlReader(const QByteArray &bytes, std::function<bool()> cancelled)
     : QXmlStreamReader(bytes)
-    , m_cancelled(cancelled)
+    , m_cancelled(std::move(cancelled))
 {
     setNamespaceProcessing(false);
 }

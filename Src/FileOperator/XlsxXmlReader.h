@@ -16,7 +16,7 @@ class XlsxXmlReader : public QXmlStreamReader
 public:
     explicit XlsxXmlReader(QIODevice *device);
     /** @param cancelled  asked now and then, a yes ends the document as damage does; may be empty */
-    explicit XlsxXmlReader(const QByteArray &bytes, const std::function<bool()> &cancelled = {});
+    explicit XlsxXmlReader(const QByteArray &bytes, std::function<bool()> cancelled = {});
 
     /** Goes to the next token; false at the end of the document or when it is damaged. */
     bool next();

@@ -25,7 +25,7 @@ public:
 
     // A destructor takes one slot of the table with MSVC and two with GCC, so a library of the one compiler that wants
     // validate() finds the deleting destructor of the other. Without a deletion all of the slots are harmless.
-    static void operator delete(void *) { }
+    static void operator delete(void *) { } // NOLINT(misc-new-delete-overloads): objects are never on the heap
 
     void *m_array = nullptr;
 };
@@ -90,12 +90,13 @@ extern "C" __attribute__((used)) long ostravelIsExceptionOfMsvc(EXCEPTION_POINTE
 
 /**
  * Calls a library that MSVC compiled. Its exceptions pass every catch of this compiler and would end the program, so
- * they are taken as the system's own kind, for which this compiler has no words but those of the assembler. These return
- * to the section .text, where the function has to stay.
+ * they are taken as the system's own kind, for which this compiler has no words but those of the assembler. These
+ * return to the section .text, where the function has to stay.
  *
  * @return false when it threw
  */
-__attribute__((noinline, noclone, optimize("no-reorder-functions"))) bool callForeign(Plot plot, const Arguments &arguments)
+__attribute__((noinline, noclone, optimize("no-reorder-functions"))) bool callForeign(Plot plot,
+                                                                                      const Arguments &arguments)
 {
     volatile bool returned = false;
     __asm__ volatile(".seh_handler __C_specific_handler, @except\n\t"

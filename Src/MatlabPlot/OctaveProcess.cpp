@@ -69,6 +69,8 @@ struct Pipe {
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
+    // An engine that stays with its windows may print after its reader has gone.
+    std::signal(SIGPIPE, SIG_IGN);
     int failure = 0;
     if (chdir(folder) != 0 || dup2(input, STDIN_FILENO) < 0 || dup2(output, STDOUT_FILENO) < 0
         || dup2(errors, STDERR_FILENO) < 0) {

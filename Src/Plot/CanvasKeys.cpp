@@ -66,10 +66,14 @@ CanvasKeys::CanvasKeys(MyCustomPlot *control)
 
 bool CanvasKeys::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::MouseButtonPress)
-        m_pressed = static_cast<QMouseEvent *>(event)->pos();
-    else if (event->type() == QEvent::KeyPress && handleKey(*static_cast<QKeyEvent *>(event)))
-        return true;
+    if (event->type() == QEvent::MouseButtonPress) {
+        if (const auto *const press = dynamic_cast<QMouseEvent *>(event))
+            m_pressed = press->pos();
+    } else if (event->type() == QEvent::KeyPress) {
+        const auto *const key = dynamic_cast<QKeyEvent *>(event);
+        if (key && handleKey(*key))
+            return true;
+    }
     return QObject::eventFilter(watched, event);
 }
 

@@ -76,11 +76,15 @@ void TestRelease::textsHaveTwoDigitsForEachPart_data()
     QTest::addColumn<QDateTime>("built");
     QTest::addColumn<QString>("date");
     QTest::addColumn<QString>("dateTime");
-    QTest::newRow("16 December") << QDateTime({2023, 12, 16}, {15, 14, 20}) << "20231216" << "20231216 15:14:20";
-    QTest::newRow("6th of a month") << QDateTime({2023, 12, 6}, {15, 14, 20}) << "20231206" << "20231206 15:14:20";
-    QTest::newRow("one digit everywhere") << QDateTime({2024, 1, 2}, {3, 4, 5}) << "20240102" << "20240102 03:04:05";
+    QTest::newRow("16 December") << QDateTime({2023, 12, 16}, {15, 14, 20}) << "20231216"
+                                 << "20231216 15:14:20";
+    QTest::newRow("6th of a month") << QDateTime({2023, 12, 6}, {15, 14, 20}) << "20231206"
+                                    << "20231206 15:14:20";
+    QTest::newRow("one digit everywhere") << QDateTime({2024, 1, 2}, {3, 4, 5}) << "20240102"
+                                          << "20240102 03:04:05";
     // Noon and after it, on a clock of 24 hours.
-    QTest::newRow("one past noon") << QDateTime({2024, 11, 30}, {13, 59, 0}) << "20241130" << "20241130 13:59:00";
+    QTest::newRow("one past noon") << QDateTime({2024, 11, 30}, {13, 59, 0}) << "20241130"
+                                   << "20241130 13:59:00";
 }
 
 void TestRelease::textsHaveTwoDigitsForEachPart()

@@ -358,6 +358,9 @@ void TestMPlotDialog::threadIsDeletedAfterItsEnd()
 {
     StandIn standIn;
     standIn.program("octave", kEngine);
+    // The thread of an earlier test may have ended without its object having gone yet.
+    QCoreApplication::processEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     ThreadDeletions deletions;
     {
         MPlotDialog dialog(nullptr);

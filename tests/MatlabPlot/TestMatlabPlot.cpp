@@ -370,11 +370,15 @@ void TestMatlabPlot::engineThatIgnoresTheEndOfItsInputIsEnded()
 void TestMatlabPlot::enginesWithWindowsStay()
 {
     StandIn standIn;
-    standIn.program("octave", engine(kAnswer) + "\necho noise; echo $$ > $here/left; exec sleep 1000");
+    standIn.program("octave",
+                    engine(kAnswer) + "\n" + QByteArray(kUntilGo)
+                        + "; echo noise; echo $$ > $here/left; exec sleep 1000");
     {
         Worker worker;
         worker.call("init");
     }
+    // Its reader is gone when it prints.
+    QVERIFY(QFile(standIn.path("go")).open(QIODevice::WriteOnly));
     QTRY_VERIFY(standIn.text("left").endsWith('\n'));
     const int staying = standIn.text("left").trimmed().toInt();
     QVERIFY(staying > 1);

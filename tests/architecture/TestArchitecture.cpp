@@ -93,6 +93,7 @@ const Unit kUnits[] = {
     {"Tools/CommonModule", Tool, Dialog},
     {"Tools/DecodeRoutes", Tool, Dialog},
     {"Map/WkeApi", Tool},
+    {"Map/WkeFileDialogs", Tool},
     {"Map/WkeLibrary", Tool},
     {"Map/WkeLibrary_unix", Tool},
     {"Map/WkeLibrary_win", Tool},

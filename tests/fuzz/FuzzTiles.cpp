@@ -1,5 +1,5 @@
-// An MBTiles file of whatever bytes: it serves as a layer or is refused with a sentence, what it says of itself is within
-// its limits, and what it serves is an image of at most the size that is allowed.
+// An MBTiles file of whatever bytes: it serves as a layer or is refused with a sentence, what it says of itself is
+// within its limits, and what it serves is an image of at most the size that is allowed.
 
 #include "FuzzTarget.h"
 #include "TileAddress.h"

@@ -66,8 +66,8 @@ void TestTileServiceWindows::servesTilesOfEveryMap()
 void TestTileServiceWindows::keepsConnections()
 {
     QVERIFY(m_service->start());
-    const QByteArray both
-        = m_service->ask(m_service->withHost("GET /world/1/0/0 HTTP/1.1\r\n\r\nGET /world/1/1/1 HTTP/1.1\r\nConnection: close\r\n\r\n"));
+    const QByteArray both = m_service->ask(
+        m_service->withHost("GET /world/1/0/0 HTTP/1.1\r\n\r\nGET /world/1/1/1 HTTP/1.1\r\nConnection: close\r\n\r\n"));
     QCOMPARE(both.count("HTTP/1.1 200"), 2);
     QVERIFY(both.endsWith("1/1/1"));
 }
