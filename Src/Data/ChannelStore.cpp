@@ -1,7 +1,7 @@
 #include "ChannelStore.h"
 
 #include "FrameTable.h"
-#include "Geodesy.h"
+#include "LocalFrame.h"
 #include "Logging.h"
 
 #include <algorithm>
@@ -24,11 +24,9 @@ QDateTime startDateTime = QDateTime::currentDateTime();
 int sampleInterval = 200;
 bool dataRead = false;
 
-float originLat = 33.947071F;
-float originLng = 113.91378F;
-double longitudeScale = longitude_scale(
-    {truncatedToLocationUnit(static_cast<double>(originLat) * kLocationUnitsPerDegree),
-     truncatedToLocationUnit(static_cast<double>(originLng) * kLocationUnitsPerDegree)});
+float originLat = ostravel::LocalFrame::kInitialLatitude;
+float originLng = ostravel::LocalFrame::kInitialLongitude;
+double longitudeScale = ostravel::LocalFrame::initial().scale;
 
 std::vector<double> trackX, trackY, trackZ;
 std::vector<double> attackTrackX, attackTrackY, attackTrackZ;
@@ -56,6 +54,9 @@ constexpr std::array kGroups {
     ChannelGroup {frame::kBackup, &backupGraph, 1},
 };
 
+/** Made with the channels, so that a line of a log looks up nothing. */
+ostravel::SeriesRefs seriesOfChannels;
+
 MyGraph *findInGroup(const ChannelGroup &group, const QString &graphName)
 {
     MyGraph **const found = std::find_if(group.begin(), group.end(), [&graphName](const MyGraph *graph) {
@@ -79,12 +80,19 @@ const ChannelGroup *channelGroup(quint8 functionCode)
     return found != kGroups.end() ? &*found : nullptr;
 }
 
+const ostravel::SeriesRefs &channelSeries()
+{
+    return seriesOfChannels;
+}
+
 void initData()
 {
     logToBoth(info, "init global data");
     for (const ChannelGroup &group : kGroups) {
-        for (int row = 0; row < group.count; ++row)
+        for (int row = 0; row < group.count; ++row) {
             group.channels[row] = createGraph(group.code, row);
+            seriesOfChannels.set(group.code, row, group.channels[row]->yvalue());
+        }
     }
 }
 

@@ -3,8 +3,6 @@
 #include "AppConfig.h"
 #include "ChannelStore.h"
 #include "DataListDia.h"
-#include "FrameTable.h"
-#include "HexText.h"
 #include "LineReader.h"
 #include "Logging.h"
 #include "PostProcess.h"
@@ -17,18 +15,15 @@
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QVariant>
-#include <array>
+#include <algorithm>
 #include <exception>
-#include <iterator>
+#include <optional>
+
+using ostravel::FrameKind;
+using ostravel::LineReader;
 
 namespace
 {
-
-/** Samples of a group, told by its first channel. */
-int lengthOf(MyGraph *const *group)
-{
-    return std::as_const(*group[0]).yvalue().size();
-}
 
 /** The low 32 bits, as progress is counted. */
 int low32(qint64 value)
@@ -53,30 +48,6 @@ QString forLog(const QString &line)
     return QString::fromUtf8(text) + QStringLiteral("... (%1 characters)").arg(line.size());
 }
 
-/** Characters of one line of each decoded function code, as recorders write them. */
-constexpr int roundOfLines()
-{
-    int characters = 0;
-    for (const frame::Layout &layout : frame::kLayouts) {
-        if (layout.gate != frame::kNoGate)
-            characters += 2 * frame::reach(layout) + 1;
-    }
-    return characters;
-}
-
-/** Makes room for an expected number of samples a channel, so that the series need not grow step by step. */
-void reserveSamples(qint64 samples)
-{
-    // Ten hours. A size alone is no proof of a flight, and beyond it the steps of the growth no longer count.
-    constexpr qint64 kMost = 200'000;
-    for (const ChannelGroup &group : channelGroups()) {
-        if (group.code == frame::kDifference)
-            continue; // takes over the samples of other channels
-        for (MyGraph *const graph : group)
-            graph->yvalue().reserve(static_cast<int>(std::min(samples, kMost)));
-    }
-}
-
 /** Runs a query and says in the log why it gives nothing. */
 void execute(QSqlQuery &query, const QString &text)
 {
@@ -94,28 +65,9 @@ void warnIfBrokenOff(const QSqlQuery &query)
 
 } // namespace
 
-/** A frame as far as the tables reach; bytes that the text did not give are zero. */
-struct DataHandler::Frame {
-    std::array<std::uint8_t, frame::reach()> bytes;
-    qint64 length;
-
-    std::uint8_t planeId() const { return bytes[frame::kPlaneIdPosition]; }
-    std::uint8_t functionCode() const { return bytes[frame::kFunctionCodePosition]; }
-    std::uint16_t deviceState() const { return readBe16(bytes.data() + frame::kDeviceStatePosition); }
-    bool hasHeader() const
-    {
-        return length >= frame::kLeastBytes && bytes[0] == frame::kHeader1 && bytes[1] == frame::kHeader2;
-    }
-    template <std::uint8_t Code, std::size_t Row>
-    double value() const
-    {
-        constexpr frame::FieldRow kField = frame::layoutOf(Code).rows[Row];
-        return readFieldValue(bytes.data() + kField.offset - 1, kField.isSigned, kField.width) / kField.divisor;
-    }
-};
-
 DataHandler::DataHandler(QObject *parent)
     : QObject(parent)
+    , m_decoder(channelSeries())
 {
 }
 
@@ -216,7 +168,7 @@ bool DataHandler::decodeData()
 {
     logToBoth(info, "start decode data");
     emit statusFeedbackSignal(tr("start decoding data"));
-    reserveSamples(m_fileOperator->file().size() / roundOfLines());
+    m_decoder.reserveForLog(m_fileOperator->file().size());
     LineReader lines(m_fileOperator->file());
     QLatin1String plain; // nearly every line: no need to make a string of it
     QString line;
@@ -309,160 +261,34 @@ bool DataHandler::decodeText(const Text &line)
 {
     constexpr int kProgressOffset = 40;
     QCoreApplication::processEvents();
-    Frame data; // NOLINT(cppcoreguidelines-pro-type-member-init): decodeHex fills it
-    data.length = decodeHex(line, data.bytes.data(), static_cast<int>(data.bytes.size()));
+    const ostravel::Frame data = ostravel::Frame::fromHex(line);
     m_processed += data.length;
     ++m_frameTotal;
     emit process(low32(m_processed - kProgressOffset), low32(m_total));
 
-    if (!data.hasHeader()) {
+    // The user may change the filter at any time before.
+    m_decoder.setPlaneId(selectedPlaneEnabled ? std::optional(selectedPlaneId) : std::nullopt);
+    const FrameKind kind = m_decoder.decode(data);
+    if (kind == FrameKind::BadHeader) {
         ++m_frameError;
         logToBoth(info, "error data :{}", forLog(line));
         return false;
     }
-    return takeFrame(data);
-}
-
-bool DataHandler::takeFrame(const Frame &data)
-{
-    if (selectedPlaneEnabled) {
-        if (data.planeId() != selectedPlaneId)
-            return false;
+    if (kind == FrameKind::OtherPlane)
+        return false;
+    if (selectedPlaneEnabled)
         ++m_frameSelectedId;
-    }
-    appendSamples(data);
-    repair();
     return true;
-}
-
-namespace
-{
-
-/**
- * Appends a value to each channel of a group.
- *
- * One loop with everything in it, and not a piece of it for each row: the code of the event loop, which runs between
- * two frames, leaves little room in the processor's memory for instructions.
- */
-__attribute__((noinline, flatten)) void appendEach(MyGraph **group, const double *values, std::size_t rows)
-{
-    constexpr int kCacheLine = 64 / sizeof(double); // samples
-    for (std::size_t row = 0; row < rows; ++row) {
-        QVector<double> &samples = group[row]->yvalue();
-        samples.append(values[row]);
-        // Every channel has its own end; without a hint the first sample of each further line waits for the memory.
-        __builtin_prefetch(samples.constData() + samples.size() + kCacheLine, 1);
-    }
-}
-
-/** Appends the value of each row to its channel. The rows are constants, so that a field costs no lookup. */
-template <std::uint8_t Code, typename Frame, std::size_t... Row>
-void appendValues(MyGraph **group, const Frame &data, std::index_sequence<Row...>)
-{
-    const double values[] = {data.template value<Code, Row>()...};
-    appendEach(group, values, sizeof...(Row));
-}
-
-} // namespace
-
-template <std::uint8_t Code>
-void DataHandler::appendFields(MyGraph **group, const Frame &data)
-{
-    constexpr frame::Layout kLayout = frame::layoutOf(Code);
-    if (data.length > kLayout.gate) {
-        appendValues<Code>(group, data, std::make_index_sequence<std::size_t {kLayout.rowCount}>());
-        return;
-    }
-    for (int row = 0; row < kLayout.rowCount; ++row)
-        repeatLast(row, group);
-}
-
-void DataHandler::appendSamples(const Frame &data)
-{
-    switch (data.functionCode()) {
-    case frame::kControlStatus: {
-        constexpr int kGate = frame::layoutOf(frame::kControlStatus).gate;
-        const std::uint16_t state = data.deviceState();
-        for (int bit = 0; bit < static_cast<int>(std::size(equipmentGraphs)); ++bit) {
-            if (data.length > kGate)
-                equipmentGraphs[bit]->yvalue().append((state >> bit & 1) != 0 ? 1.0 : 0.0);
-            else
-                repeatLast(bit, equipmentGraphs);
-        }
-        appendFields<frame::kControlStatus>(controlStatusGraphs, data);
-        break;
-    }
-    case frame::kHeartBeat:
-        appendFields<frame::kHeartBeat>(heartBeatGraphs, data);
-        break;
-    case frame::kAttitude:
-        appendFields<frame::kAttitude>(attitudeGraphs, data);
-        break;
-    case frame::kSensor:
-        appendFields<frame::kSensor>(sensorGraphs, data);
-        break;
-    case frame::kTarget:
-        appendFields<frame::kTarget>(targetGraphs, data);
-        break;
-    case frame::kPayload:
-        appendFields<frame::kPayload>(payloadGraphs, data);
-        break;
-    case frame::kBackup:
-        appendFields<frame::kBackup>(&backupGraph, data);
-        break;
-    default: // unknown, or computed and never sent
-        break;
-    }
 }
 
 void DataHandler::repeatLast(int row, MyGraph **group)
 {
-    QVector<double> &samples = group[row]->yvalue();
-    samples.append(samples.isEmpty() ? 0.0 : samples.constLast());
-}
-
-template <std::size_t Count>
-void DataHandler::extend(MyGraph *(&group)[Count])
-{
-    for (int row = 0; row < static_cast<int>(Count); ++row)
-        repeatLast(row, group);
-}
-
-void DataHandler::repair()
-{
-    // A group may lead its neighbour by one sample; each pair moves by at most one sample a frame.
-    constexpr int kLead = 1;
-    const int sensorLead = lengthOf(sensorGraphs) - lengthOf(targetGraphs);
-    if (sensorLead < 0)
-        extend(sensorGraphs);
-    else if (sensorLead > kLead)
-        extend(targetGraphs);
-
-    const int statusLead = lengthOf(controlStatusGraphs) - lengthOf(sensorGraphs);
-    if (statusLead < 0) {
-        extend(controlStatusGraphs);
-        extend(equipmentGraphs);
-    } else if (statusLead > kLead) {
-        extend(sensorGraphs);
-    }
-
-    const int attitudeLead = lengthOf(attitudeGraphs) - lengthOf(controlStatusGraphs);
-    if (attitudeLead < 0)
-        extend(attitudeGraphs);
-    else if (attitudeLead > kLead)
-        extend(controlStatusGraphs); // alone: here the equipment channels stay behind
+    ostravel::repeatLast(group[row]->yvalue());
 }
 
 void DataHandler::evenTail()
 {
-    if (lengthOf(attitudeGraphs) > lengthOf(controlStatusGraphs)) {
-        extend(controlStatusGraphs);
-        extend(equipmentGraphs);
-    }
-    if (lengthOf(controlStatusGraphs) > lengthOf(sensorGraphs))
-        extend(sensorGraphs);
-    if (lengthOf(sensorGraphs) > lengthOf(targetGraphs))
-        extend(targetGraphs);
+    m_decoder.evenTail();
 }
 
 void DataHandler::calStartTime()

@@ -7,6 +7,8 @@
 #include <QFileInfo>
 #include <QTextStream>
 
+using ostravel::appendNumber;
+
 namespace
 {
 

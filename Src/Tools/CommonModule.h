@@ -5,6 +5,9 @@
 #include <QWidget>
 #include <memory>
 
+using ostravel::Location;
+using ostravel::Vector2;
+
 namespace Ui
 {
 class CommonModule;

@@ -5,6 +5,9 @@
 #include <cmath>
 #include <limits>
 
+namespace ostravel
+{
+
 namespace
 {
 
@@ -144,3 +147,5 @@ float Vector2Angle(Vector2 a, Vector2 b)
     // The arc cosine would lose half the digits near 0 and 180 degrees.
     return static_cast<float>(std::atan2(std::abs(cross(a, b)), dot(a, b)) * kDegreesPerRadian);
 }
+
+} // namespace ostravel

@@ -10,6 +10,9 @@
  * [-180, 180]; a latitude beyond 90 degrees is no position. Nothing here throws; all of it is safe from any thread.
  */
 
+namespace ostravel
+{
+
 /** A position on the earth: latitude, then longitude, each in degrees times 10000000. */
 struct Location {
     /** North of the equator. */
@@ -80,3 +83,5 @@ float Vector2MulDot(Vector2 a, Vector2 b);
 float Vector2MulCross(Vector2 a, Vector2 b);
 /** @return the angle between two vectors in degrees, 0 to 180; 0 when one of them has no length */
 float Vector2Angle(Vector2 a, Vector2 b);
+
+} // namespace ostravel

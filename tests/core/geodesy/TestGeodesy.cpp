@@ -5,6 +5,8 @@
 #include <cmath>
 #include <limits>
 
+using namespace ostravel;
+
 class TestGeodesy : public QObject
 {
     Q_OBJECT

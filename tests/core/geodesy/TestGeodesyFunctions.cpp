@@ -6,6 +6,8 @@
 #include <limits>
 #include <random>
 
+using namespace ostravel;
+
 Q_DECLARE_METATYPE(Location)
 Q_DECLARE_METATYPE(Vector2)
 

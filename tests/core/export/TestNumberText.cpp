@@ -9,6 +9,8 @@
 #include <limits>
 #include <random>
 
+using ostravel::appendNumber;
+
 namespace
 {
 

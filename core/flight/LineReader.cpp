@@ -4,6 +4,9 @@
 #include <algorithm>
 #include <cstring>
 
+namespace ostravel
+{
+
 namespace
 {
 
@@ -127,3 +130,5 @@ void LineReader::take(QString &line, int length)
         line.remove(QLatin1Char('\r'));
     m_start += length;
 }
+
+} // namespace ostravel

@@ -5,6 +5,9 @@
 #include <cmath>
 #include <double-conversion/double-conversion.h>
 
+namespace ostravel
+{
+
 namespace
 {
 
@@ -139,3 +142,5 @@ void appendNumber(QByteArray &text, double value)
     }
     text.append(number, static_cast<int>(end - number));
 }
+
+} // namespace ostravel

@@ -7,6 +7,8 @@
 #include <QTextStream>
 #include <QtTest>
 
+using ostravel::LineReader;
+
 /** The reader against QTextStream, which says what the lines of a text file are. */
 class TestLineReader : public QObject
 {

@@ -8,6 +8,9 @@
 #include <QString>
 #include <cstdint>
 
+namespace ostravel
+{
+
 /**
  * Reads hexadecimal text as QByteArray::fromHex(text.toLatin1()) does: characters that are no digits are skipped, and
  * an odd number of digits pairs from the end.
@@ -20,3 +23,5 @@
 qint64 decodeHex(const QString &text, std::uint8_t *bytes, int capacity);
 qint64 decodeHex(QLatin1String text, std::uint8_t *bytes, int capacity);
 ///@}
+
+} // namespace ostravel

@@ -7,6 +7,9 @@
 
 class QFile;
 
+namespace ostravel
+{
+
 /**
  * Gives the lines of a text file as QTextStream::readLine does while not atEnd, in a fraction of its time where the
  * text is plain ASCII.
@@ -43,3 +46,5 @@ private:
     bool m_returns = false; // m_text may hold carriage returns
     std::unique_ptr<QTextStream> m_stream;
 };
+
+} // namespace ostravel

@@ -4,6 +4,9 @@
 #include <array>
 #include <type_traits>
 
+namespace ostravel
+{
+
 namespace
 {
 
@@ -111,3 +114,5 @@ qint64 decodeHex(QLatin1String text, std::uint8_t *bytes, int capacity)
 {
     return decode(reinterpret_cast<const uchar *>(text.data()), text.size(), bytes, capacity);
 }
+
+} // namespace ostravel
