@@ -10,10 +10,9 @@ constexpr int kLargestFont = 409; // points, the format's own bound
 
 } // namespace
 
-void Format::setFontColor(const QColor &color)
+void Format::setFontColor(const Color &color)
 {
-    m_hasFontColor = color.isValid();
-    m_fontColor = m_hasFontColor ? color.rgb() : 0;
+    m_fontColor = color;
 }
 
 void Format::setFontSize(int points)
@@ -26,10 +25,9 @@ void Format::setBorderStyle(BorderStyle style)
     m_borderStyle = static_cast<quint8>(style);
 }
 
-void Format::setPatternBackgroundColor(const QColor &color)
+void Format::setPatternBackgroundColor(const Color &color)
 {
-    m_hasPatternColor = color.isValid();
-    m_patternColor = m_hasPatternColor ? color.rgb() : 0;
+    m_patternColor = color;
 }
 
 void Format::setFillPattern(FillPattern pattern)

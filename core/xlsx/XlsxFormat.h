@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QColor>
+#include "XlsxColor.h"
 
 namespace QXlsx
 {
@@ -21,9 +21,9 @@ public:
     enum FillPattern { PatternNone, PatternSolid };
 
     /** Colour of the text; an invalid colour (the default) leaves it to the workbook. */
-    QColor fontColor() const { return color(m_fontColor, m_hasFontColor); }
+    Color fontColor() const { return m_fontColor; }
     /** An invalid colour takes it back. */
-    void setFontColor(const QColor &color);
+    void setFontColor(const Color &color);
 
     /** Size of the text in points, 1 to 409; 0 (the default) leaves it to the workbook. */
     int fontSize() const { return m_fontSize; }
@@ -36,9 +36,9 @@ public:
     void setBorderStyle(BorderStyle style);
 
     /** The colour that a solid fill shows; an invalid colour (the default) is the automatic one. */
-    QColor patternBackgroundColor() const { return color(m_patternColor, m_hasPatternColor); }
+    Color patternBackgroundColor() const { return m_patternColor; }
     /** An invalid colour takes it back. */
-    void setPatternBackgroundColor(const QColor &color);
+    void setPatternBackgroundColor(const Color &color);
 
     /** Fill of the cell. */
     ///@{
@@ -61,23 +61,18 @@ public:
     {
         return m_fontColor == other.m_fontColor && m_patternColor == other.m_patternColor
             && m_fontSize == other.m_fontSize && m_borderStyle == other.m_borderStyle
-            && m_fillPattern == other.m_fillPattern && m_alignment == other.m_alignment
-            && m_hasFontColor == other.m_hasFontColor && m_hasPatternColor == other.m_hasPatternColor;
+            && m_fillPattern == other.m_fillPattern && m_alignment == other.m_alignment;
     }
     bool operator!=(const Format &other) const { return !(*this == other); }
     ///@}
 
 private:
-    static QColor color(QRgb rgb, bool set) { return set ? QColor(rgb) : QColor(); }
-
-    QRgb m_fontColor = 0;
-    QRgb m_patternColor = 0;
+    Color m_fontColor;
+    Color m_patternColor;
     quint16 m_fontSize = 0;
     quint8 m_borderStyle = BorderNone;
     quint8 m_fillPattern = PatternNone;
     quint8 m_alignment = AlignHGeneral;
-    bool m_hasFontColor = false;
-    bool m_hasPatternColor = false;
 };
 
 } // namespace QXlsx

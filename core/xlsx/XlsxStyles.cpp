@@ -35,7 +35,7 @@ int sectionOf(const QStringRef &name)
     return -1;
 }
 
-QByteArray argb(const QColor &color)
+QByteArray argb(const QXlsx::Color &color)
 {
     return QByteArray::number(color.rgb() | 0xff000000U, 16).toUpper();
 }
