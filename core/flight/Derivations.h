@@ -18,7 +18,9 @@ namespace ostravel
 
 /** Points of a flight in its local frame: metres east, metres north, metres up. The three have equal length. */
 struct Track {
-    std::vector<double> x, y, z;
+    std::vector<double> x; ///< metres east
+    std::vector<double> y; ///< metres north
+    std::vector<double> z; ///< metres up
 };
 
 /** What the aircraft's clock says about a flight. */

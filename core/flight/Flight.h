@@ -25,18 +25,19 @@ class Flight
 public:
     /** What a flight consists of, as FlightBuilder puts it together. */
     struct Parts {
-        SeriesArray series;
-        QDateTime startTime;
-        QMap<std::uint8_t, int> periodsMs;
-        LocalFrame origin = LocalFrame::initial();
-        Track track;
-        Track attackTrack;
-        FrameCounts counts;
-        std::optional<ReadError> brokenOff;
+        SeriesArray series; ///< samples of all channels
+        QDateTime startTime; ///< of sample 0; null for none
+        QMap<std::uint8_t, int> periodsMs; ///< by function code, where it is not kDefaultPeriodMs
+        LocalFrame origin = LocalFrame::initial(); ///< frame of the tracks
+        Track track; ///< the whole flight
+        Track attackTrack; ///< the last leg
+        FrameCounts counts; ///< what the lines were
+        std::optional<ReadError> brokenOff; ///< why the source ended early
     };
 
     /** A flight without a sample. */
     Flight() = default;
+    /** A flight of its parts, which are moved. */
     explicit Flight(Parts parts);
 
     /**

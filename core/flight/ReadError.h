@@ -7,6 +7,7 @@ namespace ostravel
 
 /** Why a flight could not be read, or not to its end. */
 struct ReadError {
+    /** What kind of failure it was. */
     enum class Code {
         UnknownSuffix, ///< neither a text log (txt) nor a flight database (db)
         CannotOpen, ///< missing, no regular file, or not readable

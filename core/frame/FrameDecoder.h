@@ -38,6 +38,7 @@ public:
 
     /** Keeps only the frames of one plane; nothing keeps all. */
     void setPlaneId(std::optional<std::uint8_t> planeId) { m_planeId = planeId; }
+    /** The plane whose frames are kept; nothing keeps all. */
     std::optional<std::uint8_t> planeId() const { return m_planeId; }
 
     /**
