@@ -13,7 +13,8 @@ Installs what is missing (Debian 12), builds the release preset, runs the benchm
 
 A benchmark is a program build/release/bench/bench_*. On its standard output a line
     name | floor | measured | ratio | target
-is a row of the table; everything else that it says goes to build/logs/bench.log.
+is a row of the table; everything else that it says goes to build/logs/bench.log. A benchmark that cannot be built is
+named, with the package that is missing.
 USAGE
 }
 
@@ -32,28 +33,31 @@ install_packages "${packages_build[@]}" "${packages_bench[@]}"
 configure release
 build release Ostravel ostravel-demo bench/all
 
+folder=$root/build/release/bench
 programs=()
 if [ $# -gt 0 ]; then
     for name in "$@"; do
-        programs+=("build/release/bench/bench_${name#bench_}")
+        programs+=("$folder/bench_${name#bench_}")
     done
 else
-    for program in build/release/bench/bench_*; do
+    for program in "$folder"/bench_*; do
         if [ -f "$program" ] && [ -x "$program" ]; then
             programs+=("$program")
         fi
     done
 fi
-[ "${#programs[@]}" -gt 0 ] || fail "There are no benchmarks in build/release/bench." "Remove build/release and try again."
+[ "${#programs[@]}" -gt 0 ] || fail "There are no benchmarks in $folder." "Remove build/release and try again."
 
 log=$log_dir/bench.log
 mkdir -p "$log_dir"
 : >"$log"
 rows=()
 failed=()
+# The program under measurement leaves a log where it runs.
+cd "$folder"
 for program in "${programs[@]}"; do
     name=${program##*/}
-    [ -x "$program" ] || fail "There is no benchmark $name." "Names are: $(find build/release/bench -maxdepth 1 -type f -name 'bench_*' -printf '%f ' | sort)"
+    [ -x "$program" ] || fail "There is no benchmark $name." "Names are: $(find "$folder" -maxdepth 1 -type f -name 'bench_*' -printf '%f ' | sort)"
     # On the screen only: a table in a file or a pipe stays a table.
     [ ! -t 2 ] || printf 'Running %s\n' "$name" >&2
     if ! output=$(QT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen} LC_ALL=C.UTF-8 "$program" 2>>"$log" </dev/null); then
@@ -92,7 +96,11 @@ printf '%s\n' "name | floor | measured | ratio | target" "${rows[@]}" | awk -F'|
         }
     }'
 
+if [ -s "$folder/not-built" ]; then
+    sed 's/^/Not built: /' "$folder/not-built"
+fi
+
 if [ "${#failed[@]}" -gt 0 ]; then
     tail -n 20 "$log" >&2
-    fail "Failed: ${failed[*]}. Whole output: $log" "Run the one that failed by itself: build/release/bench/${failed[0]}"
+    fail "Failed: ${failed[*]}. Whole output: $log" "Run the one that failed by itself: $folder/${failed[0]}"
 fi

@@ -2,6 +2,29 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="zh_CN" sourcelanguage="en">
 <context>
+    <name>CanvasPicture</name>
+    <message>
+        <source>Save picture</source>
+        <translation>保存图片</translation>
+    </message>
+    <message>
+        <source>Picture copied to the clipboard</source>
+        <translation>图片已复制到剪贴板</translation>
+    </message>
+    <message>
+        <source>Picture saved: %1</source>
+        <translation>图片已保存：%1</translation>
+    </message>
+    <message>
+        <source>Picture not saved: %1 (%2)</source>
+        <translation>图片未能保存：%1（%2）</translation>
+    </message>
+    <message>
+        <source>Picture not saved: the name must end in .png, .svg or .pdf</source>
+        <translation>图片未能保存：文件名须以 .png、.svg 或 .pdf 结尾</translation>
+    </message>
+</context>
+<context>
     <name>CommonModule</name>
     <message>
         <source>LocationInput</source>
@@ -94,6 +117,10 @@
     <message>
         <source>MulAndDot</source>
         <translation>叉积和点积</translation>
+    </message>
+    <message>
+        <source>In degrees, 0 to 180</source>
+        <translation>单位：度，0 至 180</translation>
     </message>
 </context>
 <context>

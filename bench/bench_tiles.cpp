@@ -50,9 +50,10 @@ double run(quint16 port)
     QElapsedTimer timer;
     timer.start();
     for (int i = 0; i < kTiles; ++i) {
-        socket.write(QStringLiteral("GET /demo/14/%1/%2 HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n")
+        socket.write(QStringLiteral("GET /demo/14/%1/%2 HTTP/1.1\r\nHost: 127.0.0.1:%3\r\n\r\n")
                          .arg(kColumn - 3 + i % 7)
                          .arg(kRow - 3 + i / 7 % 7)
+                         .arg(port)
                          .toLatin1());
         if (!readTile(socket))
             return 0;

@@ -63,6 +63,11 @@ void writeOurs(const std::vector<Sheet> &sheets, const QString &path)
     number.setHorizontalAlignment(Format::AlignHCenter);
 
     QXlsx::Document document;
+    // Theirs can do the same only by widths that the caller works out.
+    QXlsx::Document::SheetView view;
+    view.frozenRows = 1;
+    view.fitColumns = true;
+    document.setSheetView(view);
     for (const Sheet &sheet : sheets) {
         document.addSheet(QString::fromLatin1(sheet.name));
         for (int column = 0; column < sheet.columns; ++column)

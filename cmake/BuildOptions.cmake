@@ -9,12 +9,12 @@ set(CMAKE_AUTOUIC_SEARCH_PATHS ${PROJECT_SOURCE_DIR}/Resources/forms)
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
 set(CMAKE_CXX_FLAGS_DEBUG "-g1 -O1")
 
-option(OSTRAVEL_WERROR "Treat warnings in our own code as errors" ON)
+option(OSTRAVEL_WERROR "Treat warnings in our own code as errors" ${PROJECT_IS_TOP_LEVEL})
 option(OSTRAVEL_LTO "Link the program and the benchmarks with link-time optimisation" OFF)
 set(OSTRAVEL_SANITIZE "" CACHE STRING "Sanitizers for everything of ours, e.g. address,undefined")
 
-# A precompiled header is only cacheable when ccache may look past its time stamps. Files that use the time of the
-# build themselves carry ccache's own "disable" mark.
+# A precompiled header is only cacheable when ccache may look past its time stamps. The one source that uses the time of
+# the build is compiled past the cache (BuildDate.cmake).
 find_program(CCACHE ccache)
 if(CCACHE)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env

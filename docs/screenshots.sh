@@ -7,14 +7,20 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 usage() {
     cat <<'USAGE'
-Usage: docs/screenshots.sh [PICTURE...]
+Usage: docs/screenshots.sh [--sizes | PICTURE...]
 
 Installs what is missing (Debian 12), builds Ostravel and takes all pictures of docs/screens, or those that are named:
-docs/screenshots.sh main-curves calculators. The build that follows puts them into the manual.
+docs/screenshots.sh main-curves calculators. The build that follows puts them into the manual. With --sizes it takes
+docs/screens/sizes instead: the main window at the sizes of screen that users have.
 USAGE
 }
 
+sizes=false
 case ${1:-} in
+--sizes)
+    sizes=true
+    shift
+    ;;
 -*)
     usage
     [ "$1" = -h ] || [ "$1" = --help ] || exit 2
@@ -26,4 +32,7 @@ install_packages "${packages_build[@]}" "${packages_screen[@]}"
 configure release
 build release Ostravel ostravel-demo wmts
 say "Taking pictures on a virtual screen, some minutes"
+if $sizes; then
+    exec /usr/bin/python3 scripts/take_screen_sizes.py build/release/bin docs/screens/sizes
+fi
 exec /usr/bin/python3 scripts/take_screenshots.py build/release/bin docs/screens "$@"

@@ -32,19 +32,21 @@ step() {
     fi
 }
 
-# configure PRESET: only when there is nothing yet or the presets changed. Changes of the CMake files themselves are
-# seen by the build.
+# configure PRESET: only when there is nothing yet, the presets changed, or other packages are installed than the last
+# time: what is not installed is left out of the build. Changes of the CMake files themselves are seen by the build.
 configure() {
-    local preset=$1 dir=$root/build/$1
+    local preset=$1 dir=$root/build/$1 missing
     # The cache's own time does not move when a configure changes nothing, hence a stamp.
     local stamp=$dir/.configured
-    if [ -f "$dir/CMakeCache.txt" ] && [ -f "$dir/build.ninja" ] && [ "$stamp" -nt CMakePresets.json ]; then
+    missing=$(missing_packages "${packages_build[@]}" "${packages_test[@]}" "${packages_bench[@]}")
+    if [ -f "$dir/CMakeCache.txt" ] && [ -f "$dir/build.ninja" ] && [ "$stamp" -nt CMakePresets.json ] &&
+        [ "$(cat "$stamp")" = "$missing" ]; then
         return
     fi
     step "configure-$preset" "Configuring ($preset)" \
         "If a package is named above, install it; else remove build/$preset and try again." \
         cmake --preset "$preset"
-    touch "$stamp"
+    printf '%s\n' "$missing" >"$stamp"
 }
 
 # build PRESET TARGET...: silent when everything is up to date.

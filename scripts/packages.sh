@@ -15,7 +15,7 @@ packages_screen=(xvfb xauth openbox xdotool at-spi2-core python3-pyatspi dbus db
 
 packages_test=(
     "${packages_screen[@]}"
-    python3-openpyxl libreoffice-calc-nogui chromium doxygen
+    python3-openpyxl libreoffice-calc-nogui chromium doxygen clang-format-14 clang-tidy-14
 )
 
 # The track plots are measured on a virtual screen.

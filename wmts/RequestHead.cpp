@@ -90,6 +90,10 @@ void RequestHead::takeHeader()
     }
     const std::string name = lowerCase(std::string_view(m_line).substr(0, colon));
     const std::string value = lowerCase(trimmed(std::string_view(m_line).substr(colon + 1)));
+    if (name == "host")
+        m_hosts.push_back(value);
+    if (name == "origin")
+        m_origins.push_back(value);
     if (name == "connection" && value.find("close") != std::string::npos)
         m_closes = true;
     if (name == "transfer-encoding" || (name == "content-length" && value != "0"))

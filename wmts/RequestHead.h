@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace wmts
 {
@@ -38,6 +39,11 @@ public:
     const std::string &requestLine() const { return m_requestLine; }
     /** The sender wants no further request on this connection, or sends a body, which is not read. */
     bool closes() const { return m_closes; }
+    /** The values of the header fields Host and Origin, in lower case; there is one of each at most in a good request. */
+    ///@{
+    const std::vector<std::string> &hosts() const { return m_hosts; }
+    const std::vector<std::string> &origins() const { return m_origins; }
+    ///@}
 
 private:
     void endLine();
@@ -47,6 +53,8 @@ private:
     std::string m_line; // without what is beyond its limit
     std::size_t m_lineBytes = 0;
     std::string m_requestLine;
+    std::vector<std::string> m_hosts;
+    std::vector<std::string> m_origins;
     std::size_t m_bytes = 0;
     int m_lines = 0;
     int m_error = 0;

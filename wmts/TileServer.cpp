@@ -32,10 +32,14 @@ constexpr const char *kServerName = "ostravel-wmts"; // a second copy knows the 
 
 // Bytes of the response that this thread has under way.
 thread_local std::size_t t_held = 0;
+// The page that this thread answers to; empty for what is no page. The library does not see the header.
+thread_local std::string t_origin;
 
 const char *reasonOf(int status)
 {
     switch (status) {
+    case 403:
+        return "Forbidden";
     case 408:
         return "Request Timeout";
     case 414:
@@ -135,7 +139,7 @@ public:
     {
         beginResponse();
         const std::string text = "HTTP/1.1 " + std::to_string(status) + ' ' + reasonOf(status) + "\r\nServer: "
-            + kServerName + "\r\nAccess-Control-Allow-Origin: *\r\nConnection: close\r\nContent-Length: 0\r\n\r\n";
+            + kServerName + "\r\nConnection: close\r\nContent-Length: 0\r\n\r\n";
         write(text.data(), text.size());
     }
 
@@ -222,7 +226,7 @@ TileServer::TileServer()
 {
     set_socket_options(platform::setListeningOptions);
     set_default_headers({{"Server", kServerName},
-                         {"Access-Control-Allow-Origin", "*"}, // the page is opened as a file
+                         {"Vary", "Origin"}, // no cache may give one page's answer to another
                          {"X-Content-Type-Options", "nosniff"}});
     // Before the library's own routing, which reads bodies and matches regular expressions.
     set_pre_routing_handler([this](const httplib::Request &request, httplib::Response &response) {
@@ -241,6 +245,7 @@ int TileServer::bind(int port, platform::SocketError *error)
     }
     platform::widenBacklog(svr_sock_, kBacklog);
     m_address = std::string("http://") + kHost + ':' + std::to_string(bound);
+    m_names.emplace(bound);
     return bound;
 }
 
@@ -282,10 +287,12 @@ void TileServer::serveRequests(Connection &connection)
         bool timedOut = false;
         if (!connection.readHead(&head, &timedOut))
             return;
-        if (timedOut || head.error() != 0) {
-            connection.writeError(head.error() != 0 ? head.error() : 408);
+        const int refusal = timedOut ? 408 : head.error() != 0 ? head.error() : refusalOf(head);
+        if (refusal != 0) {
+            connection.writeError(refusal);
             break;
         }
+        t_origin = head.origins().empty() ? std::string() : head.origins().front();
         const bool last = head.closes() || count + 1 == kMostRequests;
         bool closed = false;
         RequestStream stream(connection, head);
@@ -299,13 +306,26 @@ void TileServer::serveRequests(Connection &connection)
     connection.drain();
 }
 
+int TileServer::refusalOf(const RequestHead &head) const
+{
+    // HTTP/1.0 does without the header, but no browser does: whoever leaves it out, or sends two that proxies may take
+    // for different ones, is told that the request is no good.
+    if (head.hosts().size() != 1)
+        return 400;
+    const bool pagesAreOurs = std::all_of(head.origins().begin(), head.origins().end(),
+                                          [this](const std::string &origin) { return m_names->isOrigin(origin); });
+    return m_names->isHost(head.hosts().front()) && pagesAreOurs ? 0 : 403;
+}
+
 void TileServer::answer(const httplib::Request &request, httplib::Response &response)
 {
+    if (!t_origin.empty())
+        response.set_header("Access-Control-Allow-Origin", t_origin);
     if (request.method == "OPTIONS") {
-        // Browsers ask so before a page may reach into the machine's own network.
+        // Access to the private network is not granted: browsers ask for it on behalf of pages from the network alone,
+        // of which some hide behind the origin "null" too.
         response.status = 204;
         response.set_header("Access-Control-Allow-Methods", "GET, HEAD");
-        response.set_header("Access-Control-Allow-Private-Network", "true");
         return;
     }
     if (request.method != "GET" && request.method != "HEAD") {

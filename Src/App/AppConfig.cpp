@@ -2,6 +2,7 @@
 
 #include "ChannelStore.h"
 #include "Logging.h"
+#include "RegularFile.h"
 
 #include <QApplication>
 #include <QDir>
@@ -47,16 +48,26 @@ void appendNumbered(QString &text, const QByteArray &ini, int &at, int base)
         text += QChar(static_cast<ushort>(value));
 }
 
-/** A file's characters without the quotes and escapes that QSettings takes away; blanks and control characters miss. */
+/**
+ * A file's characters without the quotes and escapes that QSettings takes away.
+ *
+ * What stands for a character keeps its place. QSettings writes a control character as an escape, so a gap there would
+ * join letters in a file that it wrote which are apart in the file that it read.
+ */
 QString unescaped(const QByteArray &ini)
 {
+    const QByteArray escapes("abfnrtv\"?'\\");
     const auto endsLine = [](char c) { return c == '\n' || c == '\r'; };
+    const auto isBlank = [](char c) { return c == ' ' || c == '\t'; };
     QString text;
     text.reserve(ini.size());
     for (int at = 0; at < ini.size();) {
         const char c = ini.at(at++);
-        if (c == '"' || c == ' ' || c == '\t')
+        if (c == '"') {
+            while (at < ini.size() && isBlank(ini.at(at)))
+                ++at;
             continue;
+        }
         if (c != '\\' || at == ini.size()) {
             text += QLatin1Char(c);
             continue;
@@ -67,7 +78,9 @@ QString unescaped(const QByteArray &ini)
             continue;
         }
         ++at;
-        if (kind == 'x')
+        if (escapes.contains(kind))
+            text += QLatin1Char('?'); // whatever it is, no letter of the words that matter
+        else if (kind == 'x')
             appendNumbered(text, ini, at, 16);
         else if (endsLine(kind) && at < ini.size() && endsLine(ini.at(at)) && ini.at(at) != kind)
             ++at;
@@ -79,10 +92,15 @@ QString unescaped(const QByteArray &ini)
  * Sets a file with serialised objects aside. QSettings brings them to life whatever their key, and a damaged pen or
  * picture ends the process in there; no config of ours has any.
  *
- * @return false when such a file is still in its place, where QSettings must not look at it
+ * @return false when such a file, or one that is not regular, is still in its place, where QSettings must not look at
+ * it
  */
 bool setAsideIfHarmful(const QString &path)
 {
+    if (ostravel::isOtherThanRegularFile(path)) {
+        logToBoth(warn, "config.ini is not a regular file and is left alone");
+        return false;
+    }
     QFile file(path);
     if (!file.exists() || !file.open(QFile::ReadOnly))
         return true;

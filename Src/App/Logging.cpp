@@ -12,7 +12,7 @@ constexpr char kLogFile[] = "logs/log.txt";
 constexpr char kFilePattern[] = "[%Y-%m-%d %H:%M:%S.%e] [%l] [%s %#] <%!> %v";
 constexpr std::size_t kMaxFileBytes = 5 * 1024 * 1024;
 constexpr std::size_t kRotatedFiles = 3;
-constexpr std::chrono::seconds kFlushPeriod {3};
+constexpr std::chrono::seconds kFlushPeriod{3};
 
 } // namespace
 

@@ -66,7 +66,7 @@ void write(const spdlog::source_loc &where, spdlog::level::level_enum level, fmt
  * A macro, so that file, line and function of the calling statement travel with the message.
  */
 #define logToBoth(level, ...)                                                                                          \
-    logging::write(spdlog::source_loc {__FILE__, __LINE__, SPDLOG_FUNCTION}, logging::level, __VA_ARGS__)
+    logging::write(spdlog::source_loc{__FILE__, __LINE__, SPDLOG_FUNCTION}, logging::level, __VA_ARGS__)
 
 /**
  * Builds the rotating file logger on "logs/log.txt" under the working directory and the console logger, which becomes

@@ -1,12 +1,12 @@
 #include "Release.h"
 
-#include <QLocale>
+#include "BuildDate.h"
 
-// ccache:disable - the compiler's own date goes into the object file
+#include <QLocale>
 
 QDateTime buildDateTime()
 {
-    return parseBuildDateTime(QStringLiteral(__DATE__ __TIME__));
+    return parseBuildDateTime(QString::fromLatin1(kBuildDate));
 }
 
 QDateTime parseBuildDateTime(QString text)

@@ -13,7 +13,7 @@ inline constexpr char kVersion[] = "2.3.2";
 /** Counts the builds of a version. */
 inline constexpr int kBuildCounter = 1;
 
-/** Date and time at which this build was compiled, in local time. */
+/** Date and time at which this program was built, in local time. */
 QDateTime buildDateTime();
 
 /**

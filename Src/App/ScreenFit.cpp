@@ -19,10 +19,9 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override
     {
         // Before the window places itself, so that a dialog is centred with the size that it gets here.
-        if (event->type() == QEvent::Show && !event->spontaneous()) {
-            auto *const window = static_cast<QWidget *>(watched);
+        auto *const window = qobject_cast<QWidget *>(watched);
+        if (window && event->type() == QEvent::Show && !event->spontaneous())
             window->resize(window->size().boundedTo(window->screen()->availableSize() - kFrameReserve));
-        }
         return QObject::eventFilter(watched, event);
     }
 };

@@ -7,15 +7,15 @@
 #include <algorithm>
 #include <iterator>
 
-MyGraph *heartBeatGraphs[frame::kHeartBeatRows.size()] {};
-MyGraph *controlStatusGraphs[frame::kControlStatusRows.size()] {};
-MyGraph *attitudeGraphs[frame::kAttitudeRows.size()] {};
-MyGraph *sensorGraphs[frame::kSensorRows.size()] {};
-MyGraph *targetGraphs[frame::kTargetRows.size()] {};
-MyGraph *payloadGraphs[frame::kPayloadRows.size()] {};
-MyGraph *differenceGraphs[frame::kDifferenceRows.size()] {};
+MyGraph *heartBeatGraphs[frame::kHeartBeatRows.size()]{};
+MyGraph *controlStatusGraphs[frame::kControlStatusRows.size()]{};
+MyGraph *attitudeGraphs[frame::kAttitudeRows.size()]{};
+MyGraph *sensorGraphs[frame::kSensorRows.size()]{};
+MyGraph *targetGraphs[frame::kTargetRows.size()]{};
+MyGraph *payloadGraphs[frame::kPayloadRows.size()]{};
+MyGraph *differenceGraphs[frame::kDifferenceRows.size()]{};
 MyGraph *backupGraph = nullptr;
-MyGraph *equipmentGraphs[frame::kEquipmentRows.size()] {};
+MyGraph *equipmentGraphs[frame::kEquipmentRows.size()]{};
 
 bool selectedPlaneEnabled = false;
 quint8 selectedPlaneId = 0;
@@ -46,12 +46,12 @@ constexpr ChannelGroup groupOf(quint8 code, MyGraph *(&channels)[Count])
     return {code, channels, static_cast<int>(Count)};
 }
 
-constexpr std::array kGroups {
-    groupOf(frame::kHeartBeat, heartBeatGraphs), groupOf(frame::kControlStatus, controlStatusGraphs),
-    groupOf(frame::kAttitude, attitudeGraphs),   groupOf(frame::kSensor, sensorGraphs),
-    groupOf(frame::kTarget, targetGraphs),       groupOf(frame::kPayload, payloadGraphs),
+constexpr std::array kGroups{
+    groupOf(frame::kHeartBeat, heartBeatGraphs),   groupOf(frame::kControlStatus, controlStatusGraphs),
+    groupOf(frame::kAttitude, attitudeGraphs),     groupOf(frame::kSensor, sensorGraphs),
+    groupOf(frame::kTarget, targetGraphs),         groupOf(frame::kPayload, payloadGraphs),
     groupOf(frame::kDifference, differenceGraphs), groupOf(frame::kEquipment, equipmentGraphs),
-    ChannelGroup {frame::kBackup, &backupGraph, 1},
+    ChannelGroup{frame::kBackup, &backupGraph, 1},
 };
 
 /** Made with the channels, so that a line of a log looks up nothing. */

@@ -3,24 +3,21 @@
 #include "AppConfig.h"
 #include "ChannelStore.h"
 #include "DataListDia.h"
-#include "LineReader.h"
+#include "FlightDatabase.h"
+#include "LogText.h"
 #include "Logging.h"
 #include "PostProcess.h"
+#include "TextLog.h"
 #include "TxtOperator.h"
 
 #include <QCoreApplication>
 #include <QDebug>
 #include <QFileInfo>
 #include <QSqlDatabase>
-#include <QSqlError>
-#include <QSqlQuery>
-#include <QVariant>
-#include <algorithm>
 #include <exception>
 #include <optional>
 
 using ostravel::FrameKind;
-using ostravel::LineReader;
 
 namespace
 {
@@ -31,36 +28,24 @@ int low32(qint64 value)
     return static_cast<int>(static_cast<quint32>(value));
 }
 
-/** A bad line for the log: whole up to 64 KiB, so that one endless line does not fill the log's history. */
-QString forLog(const QString &line)
+/** What a database says goes to the log, and the window repaints during a long copy. */
+ostravel::SourceHost logHost()
 {
-    constexpr int kMostBytes = 64 * 1024;
-    QByteArray text = line.left(kMostBytes).toUtf8();
-    if (line.size() <= kMostBytes && text.size() <= kMostBytes)
-        return line;
-    int end = std::min(kMostBytes, text.size());
-    while (end > 0 && (static_cast<unsigned char>(text.at(end - 1)) & 0xC0U) == 0x80U)
-        --end; // back to the first byte of the character that the limit cuts
-    if (end > 0 && static_cast<unsigned char>(text.at(end - 1)) >= 0xC0U)
-        --end;
-    text.truncate(end);
-    // Appended: the text may hold place markers of its own.
-    return QString::fromUtf8(text) + QStringLiteral("... (%1 characters)").arg(line.size());
+    return {[](const QString &line) { logToBoth(warn, "{}", line); },
+            [](const QString &line) { logToBoth(error, "{}", line); },
+            // No order of the user's, which could start a second read.
+            [] { QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents); }};
 }
 
-/** Runs a query and says in the log why it gives nothing. */
-void execute(QSqlQuery &query, const QString &text)
+/** Shows the list of tasks. @return the ticked ones in ticking order */
+QVector<std::uint8_t> tickedTasks(ostravel::FlightDatabase &database)
 {
-    query.setForwardOnly(true);
-    if (!query.exec(text))
-        logToBoth(warn, "database query failed: {}: {}", text, query.lastError().text());
-}
-
-/** A damaged page ends the rows of a query as their last one does, but for its error. */
-void warnIfBrokenOff(const QSqlQuery &query)
-{
-    if (query.isActive() && query.lastError().isValid())
-        logToBoth(warn, "database read broke off: {}", query.lastError().text());
+    DataListDia list(nullptr);
+    for (const ostravel::FlightTask &task : database.tasks())
+        list.addRow(task.id, task.name, task.createdMs);
+    list.exec();
+    const QList<quint8> ids = list.selectedIds();
+    return {ids.begin(), ids.end()};
 }
 
 } // namespace
@@ -168,21 +153,14 @@ bool DataHandler::decodeData()
 {
     logToBoth(info, "start decode data");
     emit statusFeedbackSignal(tr("start decoding data"));
-    m_decoder.reserveForLog(m_fileOperator->file().size());
-    LineReader lines(m_fileOperator->file());
-    QLatin1String plain; // nearly every line: no need to make a string of it
-    QString line;
-    while (true) {
-        if (lines.nextPlain(plain))
-            decodeText(plain);
-        else if (lines.next(line))
-            decodeText(line);
-        else
-            break;
-    }
-    const QFile &file = m_fileOperator->file();
-    if (file.error() != QFileDevice::NoError)
-        logToBoth(warn, "reading the log broke off: {}", file.errorString());
+    ostravel::TextLog log(m_fileOperator->file());
+    m_decoder.reserveForLog(log.size());
+    const ostravel::SourceEnd end = log.forEachLine([this](const auto &line) {
+        decodeText(line);
+        return true;
+    });
+    if (!end.reason.isEmpty())
+        logToBoth(warn, "reading the log broke off at byte {} of {}: {}", end.done, end.total, end.reason);
     evenTail();
     return true;
 }
@@ -190,56 +168,38 @@ bool DataHandler::decodeData()
 void DataHandler::handleDb(const QString &filePath)
 {
     const QString connectionName = QStringLiteral("qt_sql_default_connection");
-    QSqlDatabase database;
+    QSqlDatabase connection;
     if (QSqlDatabase::contains(connectionName)) {
         // The connection keeps the first file of the run, whatever is asked for.
-        database = QSqlDatabase::database(connectionName);
+        connection = QSqlDatabase::database(connectionName, false);
     } else {
-        database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
-        database.setDatabaseName(filePath);
-        database.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY;QSQLITE_BUSY_TIMEOUT=500"));
+        connection = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
+        connection.setDatabaseName(filePath);
+        connection.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY;QSQLITE_BUSY_TIMEOUT=500"));
     }
+    ostravel::FlightDatabase database(connection, logHost());
     if (!database.open())
         logToBoth(error, "database connect failed!");
 
-    QSqlQuery query(database);
-    execute(query, QStringLiteral("select * from t_fly_task;"));
-    DataListDia list(nullptr);
-    while (query.next()) {
-        list.addRow(static_cast<quint8>(query.value(QStringLiteral("id")).toUInt()),
-                    query.value(QStringLiteral("name")).toString(),
-                    query.value(QStringLiteral("ctime")).toULongLong());
-    }
-    warnIfBrokenOff(query);
-    query.finish();
-    list.exec();
-
+    const QVector<std::uint8_t> ids = tickedTasks(database);
     emit doHandleReady();
-    const QList<quint8> ids = list.selectedIds();
     if (ids.isEmpty()) {
         database.close();
         emit statusFeedbackSignal(QStringLiteral("No data is selected!"));
         return;
     }
-    QString condition;
-    for (const quint8 id : ids) {
-        const QString task = QStringLiteral("task_id = %1").arg(id);
-        execute(query, QStringLiteral("select count(*) from t_fly_record where %1;").arg(task));
-        if (query.next())
-            m_total += query.value(0).toUInt();
-        condition += condition.isEmpty() ? task : QStringLiteral(" OR ") + task;
-    }
+    for (const std::uint8_t id : ids)
+        m_total += database.countRecords(id);
     resetCounters();
     logToBoth(info, "start decode data");
     emit statusFeedbackSignal(tr("start decoding data"));
     emit process(1, low32(m_total));
 
-    execute(query, QStringLiteral("select frame from t_fly_record where ") + condition);
-    while (query.next())
-        decodeLine(query.value(0).toString());
-    warnIfBrokenOff(query);
+    database.forEachFrame(ids, [this](const QString &frame) {
+        decodeText(frame);
+        return true;
+    });
     evenTail();
-    query.finish();
     database.close();
 }
 
@@ -266,7 +226,6 @@ bool DataHandler::decodeText(const Text &line)
     ++m_frameTotal;
     emit process(low32(m_processed - kProgressOffset), low32(m_total));
 
-    // The user may change the filter at any time before.
     m_decoder.setPlaneId(selectedPlaneEnabled ? std::optional(selectedPlaneId) : std::nullopt);
     const FrameKind kind = m_decoder.decode(data);
     if (kind == FrameKind::BadHeader) {

@@ -28,10 +28,27 @@ QXlsx::Format numberFormat()
     return format;
 }
 
-void logWarnings(QXlsx::Document &doc)
+/** The head stays in sight, and columns can be read as they are. */
+QXlsx::Document::SheetView sheetView()
 {
+    QXlsx::Document::SheetView view;
+    view.frozenRows = 1;
+    view.fitColumns = true;
+    return view;
+}
+
+/** Saves and logs what there is to say; a file that is set aside takes one line, with both names and the reason. */
+bool saveAndLog(QXlsx::Document &doc, const QString &path)
+{
+    const bool saved = doc.saveAs(path, QXlsx::Document::NoWorkbook::SetAside);
+    if (!doc.savedAside().isEmpty())
+        logToBoth(warn, "{} is kept as {}: {}", path, doc.savedAside(),
+                  doc.refusal().isEmpty() ? QStringLiteral("a sheet of it is damaged") : doc.refusal());
     for (const QString &warning : doc.takeWarnings())
         logToBoth(warn, "{}", warning);
+    for (const QString &problem : doc.takeErrors())
+        logToBoth(error, "{}", problem);
+    return saved;
 }
 
 } // namespace
@@ -41,23 +58,22 @@ ExcelOperator::ExcelOperator(QObject *parent)
     , m_titleFormat(titleFormat())
     , m_numberFormat(numberFormat())
 {
+    m_document.setSheetView(sheetView());
 }
 
 bool ExcelOperator::writeExcel(const QString &path)
 {
     const QVector<ExportGroup> groups = m_groups.isEmpty() ? exportGroups() : m_groups;
-    QXlsx::Document doc(path);
-    logWarnings(doc);
-    doc.setCancelled([this] { return isCancelled(); });
+    QXlsx::Document doc(path, [this] { return isCancelled(); });
+    doc.takeWarnings(); // of a file that is no workbook; told when it is set aside
+    doc.setSheetView(sheetView());
     for (const ExportGroup &group : groups) {
         if (!group.textOnly)
             writeSheet(doc, group);
         if (isCancelled())
             return false;
     }
-    const bool saved = doc.saveAs(path);
-    logWarnings(doc);
-    return saved;
+    return saveAndLog(doc, path);
 }
 
 void ExcelOperator::writeSheet(QXlsx::Document &doc, const QString &sheetName, MyGraph **channels, int count)
@@ -100,7 +116,5 @@ void ExcelOperator::writeNumberRow(int row, int count, const QList<QVariant> &ce
 
 bool ExcelOperator::save(const QString &path)
 {
-    const bool saved = m_document.saveAs(path);
-    logWarnings(m_document);
-    return saved;
+    return saveAndLog(m_document, path);
 }

@@ -29,7 +29,8 @@ public:
 
     /**
      * Writes every group but those of the text export to a sheet of its own. A workbook that stands at path is written
-     * over cell by cell, and replaced only when the new one is complete.
+     * over cell by cell, and replaced only when the new one is complete. Any other file there is renamed, to its name
+     * and ".old", and the log says so. New sheets have widths that fit, and row 1 stays in sight.
      *
      * @return false when it was cancelled or the workbook cannot be written; the old one is then as it was
      */
@@ -46,7 +47,11 @@ public:
     void writeTitleRow(int row, int count, const QList<QVariant> &cells);
     /** Writes the first count cells as numbers. */
     void writeNumberRow(int row, int count, const QList<QVariant> &cells);
-    /** @return false when the rows cannot be written; an old file is then as it was */
+    /**
+     * Writes the rows as a workbook, which replaces one that stands there; any other file is renamed as by writeExcel.
+     *
+     * @return false when they cannot be written; an old file is then as it was
+     */
     bool save(const QString &path);
 
 private:

@@ -7,7 +7,7 @@ ExportOperator::~ExportOperator()
 {
     cancel();
     wait();
-    m_over.load(std::memory_order_acquire);
+    m_handOver.take();
 }
 
 void ExportOperator::run()
@@ -26,5 +26,5 @@ void ExportOperator::run()
         txtOperator.writeTxtSlot(m_filePath);
     }
     emit writeExcelFinished();
-    m_over.store(true, std::memory_order_release);
+    m_handOver.give();
 }

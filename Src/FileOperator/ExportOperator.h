@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ExportGroups.h"
+#include "ThreadHandOver.h"
 
 #include <QString>
 #include <QThread>
@@ -52,7 +53,5 @@ private:
     bool m_isExcel = false;
     QVector<ExportGroup> m_groups;
     std::atomic<bool> m_cancelled{false};
-    // Orders what the thread did before the end of this object. QThread::wait() does as much, but without the marks by
-    // which a checker of threads can see it.
-    std::atomic<bool> m_over{false};
+    ThreadHandOver m_handOver;
 };

@@ -2,6 +2,7 @@
 
 #include "Logging.h"
 #include "NumberText.h"
+#include "RegularFile.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -23,7 +24,7 @@ bool TxtOperator::openFile(QIODevice::OpenMode mode)
         return false;
     }
     m_file.setFileName(m_fileName);
-    if (!m_file.open(mode | QIODevice::Text)) {
+    if (ostravel::isOtherThanRegularFile(m_fileName) || !m_file.open(mode | QIODevice::Text)) {
         emit statusFeedbackSignal(tr("open file failed"));
         return false;
     }

@@ -1,4 +1,5 @@
 #include "WkeApi.h"
+#include "WkeFileDialogs.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -13,9 +14,11 @@
 #include <QStringList>
 #include <QTimer>
 #include <QUrl>
+#include <QWebEngineDownloadItem>
 #include <QWebEnginePage>
 #include <QWebEngineProfile>
 #include <QWebEngineScript>
+#include <QWebEngineScriptCollection>
 #include <QWebEngineSettings>
 #include <QWebEngineUrlRequestInterceptor>
 #include <QWebEngineView>
@@ -83,7 +86,11 @@ public:
             settings->setAttribute(attribute, false);
         // The list of layers comes from the tile service, the page from a file.
         settings->setAttribute(QWebEngineSettings::LocalContentCanAccessRemoteUrls, true);
-        connect(this, &QWebEngineProfile::downloadRequested, this, [](QWebEngineDownloadItem *) { /* not accepted */ });
+        connect(this, &QWebEngineProfile::downloadRequested, this, [](QWebEngineDownloadItem *item) {
+            // What our own page has made; an item that is not accepted is cancelled.
+            if (item->url().scheme() == QLatin1String("blob") && item->page())
+                WkeFileDialogs::saveDownload(item->page()->view(), item);
+        });
     }
 
 private:
@@ -101,7 +108,13 @@ protected:
         return isMainFrame && isOwnFile(url);
     }
     QWebEnginePage *createWindow(WebWindowType) override { return nullptr; }
-    QStringList chooseFiles(FileSelectionMode, const QStringList &, const QStringList &) override { return {}; }
+    QStringList chooseFiles(FileSelectionMode mode, const QStringList &, const QStringList &) override
+    {
+        // A whole folder is nothing that the page asks for.
+        if (mode != FileSelectOpen && mode != FileSelectOpenMultiple)
+            return {};
+        return WkeFileDialogs::chooseFiles(view(), mode == FileSelectOpenMultiple);
+    }
     void javaScriptAlert(const QUrl &, const QString &) override { }
     bool javaScriptConfirm(const QUrl &, const QString &) override { return false; }
     bool javaScriptPrompt(const QUrl &, const QString &, const QString &, QString *) override { return false; }
@@ -311,6 +324,7 @@ private:
         m_view = new QWebEngineView(this);
         // Deleted with the view; the profile lives longer.
         m_view->setPage(new Page(engine().profile, m_view));
+        announce(m_view->page());
         m_view->setContextMenuPolicy(Qt::NoContextMenu);
         m_view->setAcceptDrops(false);
         m_view->page()->setBackgroundColor(palette().color(QPalette::Window));
@@ -322,6 +336,18 @@ private:
                 });
         m_view->resize(size());
         m_view->show();
+    }
+
+    /** What the page cannot find out: that a download is saved here, and the program's theme. */
+    void announce(QWebEnginePage *page) const
+    {
+        const bool isNight = palette().color(QPalette::Window).lightness() < 128;
+        QWebEngineScript script;
+        script.setInjectionPoint(QWebEngineScript::DocumentCreation);
+        script.setWorldId(QWebEngineScript::MainWorld);
+        script.setSourceCode(QStringLiteral("window.ostravelHost = { saves: true, night: %1 };")
+                                 .arg(isNight ? QLatin1String("true") : QLatin1String("false")));
+        page->scripts().insert(script);
     }
 
     void loadFinished(bool ok)

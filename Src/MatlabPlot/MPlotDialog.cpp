@@ -1,8 +1,7 @@
 #include "MPlotDialog.h"
 
-#include "ChannelStore.h"
-#include "Logging.h"
 #include "MatlabPlot.h"
+#include "TrackNote.h"
 #include "ui_MPlotDialog.h"
 
 #include <QThread>
@@ -30,7 +29,9 @@ MPlotDialog::MPlotDialog(QWidget *parent)
     connect(this, &MPlotDialog::plotAttackSignal, m_matlabPlot, &MatlabPlot::plotAttackSlot);
     connect(m_matlabPlot, &MatlabPlot::initFinished, this, &MPlotDialog::initFinishedSlot);
     connect(m_matlabPlot, &MatlabPlot::matlabInitFailedSignal, this, &MPlotDialog::matlabInitFailedSlot);
-    // After the connections: a library that is not there fails at once, and nobody would hear of it.
+    // Started after all of the connections, though the steps of the dialog name the start before those of its signals:
+    // a library that is not there fails at once, its signal would find no receiver, and the title would say "init..."
+    // for ever. Nothing else shows the difference.
     m_thread->start(QThread::InheritPriority);
 }
 
@@ -49,13 +50,7 @@ MPlotDialog::~MPlotDialog()
 
 void MPlotDialog::init()
 {
-    if (!dataRead) {
-        m_ui->label->setText(tr("use last data"));
-        m_ui->label->adjustSize();
-        logToBoth(warn, "data has not been read,use last data");
-    } else {
-        m_ui->label->setText(QStringLiteral(" "));
-    }
+    showTrackNote(m_ui->label, tr("use last data"));
 }
 
 void MPlotDialog::initFinishedSlot()

@@ -1,18 +1,33 @@
 #include "MatlabLibrary.h"
 
+#include "Logging.h"
+
 #include <QCoreApplication>
+#include <QDir>
+#include <QFile>
 #include <QLibrary>
 #include <QString>
+#include <array>
 
-// What the compiled library and its runtime pass to one another. The names and the order of the members are the
-// runtime's: its own code makes, reads and throws objects of these two classes.
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
+// What the compiled library and its runtime pass to one another. The virtual functions, and the names and the order of
+// the members, are those of the runtime's own headers.
 class error_info;
-class array_ref;
 
 class mwArray
 {
 public:
-    array_ref *m_array = nullptr;
+    virtual ~mwArray() = default;
+    virtual void validate() const { }
+
+    // A destructor takes one slot of the table with MSVC and two with GCC, so a library of the one compiler that wants
+    // validate() finds the deleting destructor of the other. Without a deletion all of the slots are harmless.
+    static void operator delete(void *) { }
+
+    void *m_array = nullptr;
 };
 
 class mwException : public std::exception
@@ -28,22 +43,23 @@ private:
 namespace
 {
 
-// Where the entry point with C++ arguments stands in the library's table depends on the compiler.
-#ifdef _MSC_VER
-constexpr char kPlotSymbol[] = "?myMatlabPlot@@YAXAEBVmwArray@@0000000@Z";
-#else
-constexpr char kPlotSymbol[] = "_Z12myMatlabPlotRK7mwArrayS1_S1_S1_S1_S1_S1_S1_";
-#endif
+// The entry point with C++ arguments bears another name with each compiler that MATLAB works with. Both call it alike.
+constexpr char kMsvcPlot[] = "?myMatlabPlot@@YAXAEBVmwArray@@0000000@Z";
+constexpr char kGccPlot[] = "_Z12myMatlabPlotRK7mwArrayS1_S1_S1_S1_S1_S1_S1_";
+
+constexpr char kPlotFolderVariable[] = "OSTRAVEL_PLOT_FOLDER"; // myMatlabPlot.m reads it
 
 using Initialize = bool (*)();
 using Plot = void (*)(const ::mwArray &, const ::mwArray &, const ::mwArray &, const ::mwArray &, const ::mwArray &,
                       const ::mwArray &, const ::mwArray &, const ::mwArray &);
+using Arguments = std::array<const ::mwArray *, 8>;
 
 /** The entry points, all null where the library or the runtime is not there. Resolved once; never unloaded. */
 struct EntryPoints {
     Initialize initialize = nullptr;
     Plot plot = nullptr;
-    int (*getScalarInt32)(array_ref **, int) = nullptr;
+    bool plotIsForeign = false; // compiled by another compiler than this program
+    int (*getScalarInt32)(void **, int real, int imaginary, int complexity) = nullptr;
     int (*getLastError)(error_info **) = nullptr;
     int (*createError)(error_info **, const char *) = nullptr;
     int (*addReference)(void *) = nullptr;
@@ -57,6 +73,83 @@ struct EntryPoints {
     }
 };
 
+constexpr int kRealNumber = 0; // the complexity of a scalar without an imaginary part
+
+void call(Plot plot, const Arguments &a)
+{
+    plot(*a[0], *a[1], *a[2], *a[3], *a[4], *a[5], *a[6], *a[7]);
+}
+
+#ifdef __MINGW32__
+extern "C" __attribute__((used)) long ostravelIsExceptionOfMsvc(EXCEPTION_POINTERS *pointers, void *)
+{
+    constexpr DWORD kThrownByMsvc = 0xE06D7363;
+    return pointers->ExceptionRecord->ExceptionCode == kThrownByMsvc ? EXCEPTION_EXECUTE_HANDLER
+                                                                     : EXCEPTION_CONTINUE_SEARCH;
+}
+
+/**
+ * Calls a library that MSVC compiled. Its exceptions pass every catch of this compiler and would end the program, so
+ * they are taken as the system's own kind, for which this compiler has no words but those of the assembler. These return
+ * to the section .text, where the function has to stay.
+ *
+ * @return false when it threw
+ */
+__attribute__((noinline, noclone, optimize("no-reorder-functions"))) bool callForeign(Plot plot, const Arguments &arguments)
+{
+    volatile bool returned = false;
+    __asm__ volatile(".seh_handler __C_specific_handler, @except\n\t"
+                     ".seh_handlerdata\n\t"
+                     ".long 1\n\t"
+                     ".rva 771f, 772f, ostravelIsExceptionOfMsvc, 773f\n\t"
+                     ".text\n"
+                     "771:" ::
+                         : "memory");
+    plot(*arguments[0], *arguments[1], *arguments[2], *arguments[3], *arguments[4], *arguments[5], *arguments[6],
+         *arguments[7]);
+    returned = true;
+    __asm__ volatile("772: nop\n"
+                     "773: nop" ::
+                         : "memory", "rax", "rcx", "rdx", "r8", "r9", "r10", "r11");
+    return returned;
+}
+#else
+bool callForeign(Plot plot, const Arguments &arguments)
+{
+    call(plot, arguments);
+    return true;
+}
+#endif
+
+/**
+ * Tells the m-function where the track files are.
+ *
+ * Compiled, it lies in a folder of the runtime and knows nothing of this program. What it can read is the environment
+ * of the process, so the folder is written there; the program itself reads none. The other way, a change of the working
+ * folder for the time of a plot, would send the log and all other relative paths of the main thread astray.
+ */
+void announcePlotFolder()
+{
+    const QString folder = QDir::toNativeSeparators(QCoreApplication::applicationDirPath() + QStringLiteral("/myPlot"));
+#ifdef _WIN32
+    // Each C library keeps a copy of its own. One that is loaded later copies that of the process, which the program's
+    // own call sets as well; the one of the system, which the runtime uses, may be here already.
+    const std::wstring value = folder.toStdWString();
+    const std::wstring name = QString::fromLatin1(kPlotFolderVariable).toStdWString();
+    _wputenv_s(name.c_str(), value.c_str());
+    SetEnvironmentVariableW(name.c_str(), value.c_str());
+    if (const HMODULE systemLibrary = GetModuleHandleW(L"ucrtbase.dll")) {
+        using PutEnvironment = int (*)(const wchar_t *, const wchar_t *);
+        const auto put
+            = reinterpret_cast<PutEnvironment>(reinterpret_cast<void *>(GetProcAddress(systemLibrary, "_wputenv_s")));
+        if (put)
+            put(name.c_str(), value.c_str());
+    }
+#else
+    qputenv(kPlotFolderVariable, QFile::encodeName(folder));
+#endif
+}
+
 /** The library beside the executable, else the one that the system finds. */
 bool load(QLibrary &library, const QString &name)
 {
@@ -64,25 +157,47 @@ bool load(QLibrary &library, const QString &name)
     if (library.load())
         return true;
     library.setFileName(name);
-    return library.load();
+    if (library.load())
+        return true;
+    logToBoth(warn, "matlab library not loaded: {}", library.errorString());
+    return false;
 }
 
 template <typename Function>
 void resolve(QLibrary &library, Function &function, const char *symbol)
 {
     function = reinterpret_cast<Function>(library.resolve(symbol));
+    if (!function)
+        logToBoth(warn, "matlab library incomplete: {} has no {}", library.fileName(), symbol);
+}
+
+void resolvePlot(QLibrary &library, EntryPoints &points)
+{
+#ifdef _MSC_VER
+    constexpr const char *kOwn = kMsvcPlot;
+    constexpr const char *kOther = kGccPlot;
+#else
+    constexpr const char *kOwn = kGccPlot;
+    constexpr const char *kOther = kMsvcPlot;
+#endif
+    points.plot = reinterpret_cast<Plot>(library.resolve(kOwn));
+    if (points.plot)
+        return;
+    resolve(library, points.plot, kOther);
+    points.plotIsForeign = points.plot != nullptr;
 }
 
 EntryPoints loadEntryPoints()
 {
     EntryPoints points;
+    announcePlotFolder();
     QLibrary runtime;
     QLibrary library;
     // The runtime first: the library needs it.
     if (!load(runtime, QStringLiteral("mclmcrrt9_10")) || !load(library, QStringLiteral("myMatlabPlot")))
         return points;
     resolve(library, points.initialize, "myMatlabPlotInitialize");
-    resolve(library, points.plot, kPlotSymbol);
+    resolvePlot(library, points);
     resolve(runtime, points.getScalarInt32, "mclGetScalarInt32_proxy");
     resolve(runtime, points.getLastError, "mclcppGetLastError_proxy");
     resolve(runtime, points.createError, "mclcppCreateError_proxy");
@@ -112,10 +227,10 @@ const EntryPoints &entryPoints()
         throw matlab::mwException(otherwise);
     points.addReference(failure);
     const char *const text = points.errorMessage(failure);
-    matlab::mwException exception(text ? text : otherwise);
+    std::string message(text ? text : otherwise); // the text goes with the last reference
     points.releaseReference(failure); // that of our own
     points.releaseReference(failure); // that with which it came
-    throw exception;
+    throw matlab::mwException(std::move(message));
 }
 
 } // namespace
@@ -127,7 +242,7 @@ struct matlab::mwArray::Content {
 matlab::mwArray::mwArray(int value)
     : m_content(new Content)
 {
-    if (!entryPoints().complete() || entryPoints().getScalarInt32(&m_content->array.m_array, value) < 0)
+    if (!entryPoints().complete() || entryPoints().getScalarInt32(&m_content->array.m_array, value, 0, kRealNumber) < 0)
         throwLastError("the MATLAB library made no scalar");
 }
 
@@ -146,10 +261,16 @@ bool matlab::myMatlabPlotInitialize(bool &)
 void matlab::myMatlabPlot(const mwArray &first, const mwArray &second, const mwArray &third, const mwArray &kind,
                           const mwArray &fifth, const mwArray &sixth, const mwArray &seventh, const mwArray &attack)
 {
+    const Arguments arguments{&first.content().array,   &second.content().array, &third.content().array,
+                              &kind.content().array,    &fifth.content().array,  &sixth.content().array,
+                              &seventh.content().array, &attack.content().array};
+    if (entryPoints().plotIsForeign) {
+        if (!callForeign(entryPoints().plot, arguments))
+            throw matlab::mwException("the library failed; its compiler is another one, so its message is lost");
+        return;
+    }
     try {
-        entryPoints().plot(first.content().array, second.content().array, third.content().array, kind.content().array,
-                           fifth.content().array, sixth.content().array, seventh.content().array,
-                           attack.content().array);
+        call(entryPoints().plot, arguments);
     } catch (const ::mwException &exception) {
         throw matlab::mwException(exception.what());
     }

@@ -2,9 +2,9 @@
 
 #include "Logging.h"
 #include "MatlabLibrary.h"
+#include "ThreadHandOver.h"
 
 #include <QThread>
-#include <atomic>
 
 using matlab::mwException;
 using matlab::myMatlabPlot;
@@ -15,18 +15,17 @@ MatlabPlot::MatlabPlot(QObject *parent)
     logToBoth(info, "matlabplot constructor");
 }
 
-// Orders what the other thread did before the end here. Qt's event queue does as much, but without the marks by which a
-// checker of threads can see it.
-static std::atomic<unsigned> s_handedOver{0};
+// One for all workers: whoever hands a worker over cannot wait until it is safe to touch it again.
+static ThreadHandOver s_handOver;
 
 MatlabPlot::~MatlabPlot()
 {
-    s_handedOver.load(std::memory_order_acquire);
+    s_handOver.take();
 }
 
 void MatlabPlot::handOver()
 {
-    s_handedOver.fetch_add(1, std::memory_order_release);
+    s_handOver.give();
 }
 
 void MatlabPlot::init()

@@ -11,6 +11,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+// The program that Octave is started with, OctaveLoop.m; the build makes a source of it.
+extern const char kOctaveLoop[];
+
 namespace
 {
 
@@ -24,45 +27,6 @@ constexpr int kMaxReceived = 1 << 20;
 constexpr char kMark[] = "plot-engine:";
 constexpr char kDone[] = "done";
 constexpr char kFailed[] = "failed ";
-
-// Reads without blocking, because Octave looks after its windows only while it pauses. A read that finds nothing sets
-// the error number; the end of the input does not, but neither does, now and then, a read just after a window closed,
-// so only several in a row count as the end. Octave's image of its variables is of no use to anyone here.
-constexpr char kLoop[] = R"m(
-crash_dumps_octave_core(false);
-sighup_dumps_octave_core(false);
-sigterm_dumps_octave_core(false);
-fcntl(stdin, F_SETFL, O_NONBLOCK);
-ends__ = 0;
-while ends__ < 5
-    errno(0);
-    line__ = fgetl(stdin);
-    error__ = errno();
-    if ischar(line__)
-        ends__ = 0;
-        try
-            eval(line__);
-            printf("\nplot-engine:done\n");
-        catch failure__
-            printf("\nplot-engine:failed %s\n", strrep(failure__.message, "\n", " "));
-        end
-        fflush(stdout);
-    else
-        if error__ == 0
-            ends__ = ends__ + 1;
-        else
-            ends__ = 0;
-        end
-        pause(0.03);
-        fclear(stdin);
-    end
-end
-printf("\nplot-engine:done\n");
-fflush(stdout);
-while ! isempty(get(0, "children"))
-    pause(0.2);
-end
-)m";
 
 constexpr char kReadyLine[] = "if exist('myMatlabPlot', 'file') ~= 2, error('myMatlabPlot.m is missing'), end";
 
@@ -125,6 +89,39 @@ struct Pipe {
     _exit(127);
 }
 
+/**
+ * While it lives, writing to an engine that has died is an error like others for this thread, not the end of the
+ * program. The signal's treatment belongs to the whole process and stays as it is.
+ */
+class BrokenPipeIsAnError
+{
+public:
+    BrokenPipeIsAnError()
+    {
+        sigemptyset(&m_signal);
+        sigaddset(&m_signal, SIGPIPE);
+        sigset_t pending;
+        sigemptyset(&pending);
+        sigpending(&pending);
+        m_isOthers = sigismember(&pending, SIGPIPE) == 1;
+        pthread_sigmask(SIG_BLOCK, &m_signal, &m_before);
+    }
+    ~BrokenPipeIsAnError()
+    {
+        // One of ours would be delivered by the next line.
+        const timespec atOnce{};
+        while (!m_isOthers && sigtimedwait(&m_signal, nullptr, &atOnce) < 0 && errno == EINTR) { }
+        pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
+    }
+    BrokenPipeIsAnError(const BrokenPipeIsAnError &) = delete;
+    BrokenPipeIsAnError &operator=(const BrokenPipeIsAnError &) = delete;
+
+private:
+    sigset_t m_signal{};
+    sigset_t m_before{};
+    bool m_isOthers = false;
+};
+
 template <typename Call>
 auto retried(Call call)
 {
@@ -184,11 +181,9 @@ bool OctaveProcess::launch(const QByteArray &program, const QByteArray &folder)
     Pipe report;
     if (!input.open() || !output.open() || !errors.open() || !report.open())
         return false;
-    // Writing to an engine that has died is an error like others, not the end of the program; so does Qt for its own.
-    std::signal(SIGPIPE, SIG_IGN);
 
     QByteArray name("octave");
-    std::array<QByteArray, 6> words{"--no-gui", "--quiet", "--norc", "--no-history", "--eval", kLoop};
+    std::array<QByteArray, 6> words{"--no-gui", "--quiet", "--norc", "--no-history", "--eval", kOctaveLoop};
     std::array<char *, 8> arguments{name.data()};
     for (std::size_t i = 0; i < words.size(); ++i)
         arguments[i + 1] = words[i].data();
@@ -229,6 +224,7 @@ bool OctaveProcess::send(const QByteArray &line)
     // In one piece, which a pipe passes on whole: the engine would take a part of a line for a line.
     const QByteArray bytes = line + '\n';
     const auto length = static_cast<std::size_t>(bytes.size());
+    const BrokenPipeIsAnError guard;
     return retried([&] { return ::write(m_input, bytes.constData(), length); }) == static_cast<ssize_t>(length);
 }
 

@@ -2,133 +2,28 @@
 
 #include "AppConfig.h"
 #include "AppEvent.h"
+#include "CanvasLook.h"
+#include "CanvasSelection.h"
+#include "CanvasTracer.h"
 #include "ChannelStore.h"
 #include "CurveMath.h"
 #include "FrameTable.h"
 #include "Logging.h"
+#include "ReadOutText.h"
+#include "ZoomRectangle.h"
 
-#include <QEvent>
 #include <QMouseEvent>
 #include <QPointer>
 #include <QToolTip>
 #include <qcustomplot.h>
+#include <utility>
+
+using canvaslook::linePen;
 
 namespace
 {
 
-constexpr int kSmallPointSize = 8;
-constexpr double kTracerSize = 6;
-constexpr int kLegendColumns = 6;
-constexpr int kLegendAlpha = 150;
-constexpr int kPrecision = 6;
-constexpr int kSamplePrecision = 12;
 constexpr char kAllGraphs[] = "ALL";
-constexpr QRgb kSelected = qRgb(42, 125, 225); // texts and axes; of like contrast in both themes
-
-/** What one theme paints differently from the other. */
-struct ThemeLook {
-    QColor background;
-    QColor base;
-    QColor tick;
-    QColor subTick;
-    QColor tickLabel;
-    QColor grid;
-    QColor subGrid;
-    QColor zeroLine;
-    QColor legend;
-    QColor legendText;
-};
-
-ThemeLook dayLook()
-{
-    ThemeLook look;
-    look.background = Qt::white;
-    look.base = Qt::black;
-    look.tick = Qt::green;
-    look.subTick = Qt::black;
-    look.tickLabel = QColor(6, 107, 248);
-    look.grid = QColor(140, 0, 0);
-    look.subGrid = QColor(80, 80, 80);
-    look.zeroLine = Qt::black;
-    look.legend = QColor(255, 255, 255, kLegendAlpha);
-    look.legendText = Qt::black;
-    return look;
-}
-
-ThemeLook nightLook()
-{
-    ThemeLook look;
-    look.background = QColor(53, 53, 53);
-    look.base = Qt::white;
-    look.tick = Qt::white;
-    look.subTick = Qt::white;
-    look.tickLabel = Qt::white;
-    look.grid = Qt::white;
-    look.subGrid = Qt::white;
-    look.zeroLine = Qt::white;
-    look.legend = QColor(53, 53, 53, kLegendAlpha);
-    look.legendText = Qt::white;
-    return look;
-}
-
-QPen linePen(const QColor &color, Qt::PenStyle style = Qt::SolidLine)
-{
-    return {QBrush(color), 1, style};
-}
-
-QFont smallFont()
-{
-    QFont font;
-    font.setPointSize(kSmallPointSize);
-    return font;
-}
-
-void setAxisLook(QCPAxis *axis, const ThemeLook &look)
-{
-    axis->setBasePen(linePen(look.base));
-    axis->setTickPen(linePen(look.tick));
-    axis->setSubTickPen(linePen(look.subTick));
-    axis->setTickLabelColor(look.tickLabel);
-    axis->grid()->setPen(linePen(look.grid, Qt::DashLine));
-    axis->grid()->setSubGridPen(linePen(look.subGrid, Qt::DotLine));
-}
-
-void setLook(QCustomPlot *plot, const ThemeLook &look)
-{
-    plot->setBackground(QBrush(look.background));
-    setAxisLook(plot->xAxis, look);
-    setAxisLook(plot->yAxis, look);
-    plot->yAxis->grid()->setZeroLinePen(linePen(look.zeroLine));
-    plot->legend->setBrush(QBrush(look.legend));
-    plot->legend->setTextColor(look.legendText);
-}
-
-/** A pair of opposite axes is selected as one. */
-void selectTogether(QCPAxis *axis, QCPAxis *opposite)
-{
-    const QCPAxis::SelectableParts parts = QCPAxis::spAxis | QCPAxis::spTickLabels;
-    if (!((axis->selectedParts() | opposite->selectedParts()) & parts))
-        return;
-    axis->setSelectedParts(parts);
-    opposite->setSelectedParts(parts);
-}
-
-/**
- * A tracer whose deferred deletion goes through its canvas: the canvas keeps a list of its items and would delete once
- * more what had gone without its knowledge.
- */
-class CanvasTracer : public QCPItemTracer
-{
-public:
-    using QCPItemTracer::QCPItemTracer;
-
-    bool event(QEvent *event) override
-    {
-        if (event->type() == QEvent::DeferredDelete && parentPlot()->removeItem(this))
-            return true;
-        return QCPItemTracer::event(event);
-    }
-};
 
 } // namespace
 
@@ -148,11 +43,17 @@ void MyCustomPlot::initCustomPlot(QCustomPlot *canvas)
     m_plot->setInteractions(QCP::iRangeDrag | QCP::iRangeZoom | QCP::iMultiSelect | QCP::iSelectPlottables
                             | QCP::iSelectAxes | QCP::iSelectLegend);
     m_plot->setMultiSelectModifier(Qt::ControlModifier);
-    dressLegend();
-    dressAxes();
+    canvaslook::dressLegend(m_plot);
+    canvaslook::dressAxes(m_plot);
+    ZoomRectangle::install(m_plot);
     addPlaceholderIfEmpty();
     switchThemeSlot(AppConfig::getInstance().getTheme());
     emit statusShowSignal(QStringLiteral("画布初始化完成"));
+}
+
+void MyCustomPlot::setCanvasOf(std::function<MyCustomPlot *(const MyGraph *)> canvasOf)
+{
+    m_canvasOf = std::move(canvasOf);
 }
 
 void MyCustomPlot::createTracer()
@@ -163,13 +64,6 @@ void MyCustomPlot::createTracer()
         if (tracer)
             tracer->deleteLater();
     });
-    m_tracer->setInterpolating(false);
-    m_tracer->setStyle(QCPItemTracer::tsCrosshair);
-    m_tracer->setPen(linePen(Qt::red));
-    m_tracer->setBrush(QBrush(Qt::red));
-    m_tracer->setSize(kTracerSize);
-    // A crosshair that stands on no curve would look like a pair of axes.
-    m_tracer->setVisible(false);
 }
 
 void MyCustomPlot::connectCanvas()
@@ -184,63 +78,6 @@ void MyCustomPlot::connectCanvas()
     connect(m_plot->yAxis, qOverload<const QCPRange &>(&QCPAxis::rangeChanged), m_plot->yAxis2,
             qOverload<const QCPRange &>(&QCPAxis::setRange));
     connect(m_plot, &QCustomPlot::plottableClick, this, &MyCustomPlot::graphClicked);
-}
-
-void MyCustomPlot::dressLegend()
-{
-    constexpr double kLegendStretch = 0.001;
-
-    QCPLegend *const legend = m_plot->legend;
-    legend->setFont(smallFont());
-    // So that an entry does not change its size when it is selected.
-    legend->setSelectedFont(smallFont());
-    // The library's blue cannot be read on the night background.
-    legend->setSelectedTextColor(kSelected);
-    legend->setMargins(QMargins());
-    legend->setRowSpacing(-3);
-    legend->setBrush(QBrush(QColor(53, 53, 53, kLegendAlpha)));
-    legend->setFillOrder(QCPLayoutGrid::foColumnsFirst, true);
-    legend->setWrap(kLegendColumns);
-    legend->setVisible(true);
-    // Taken into a layout, an element leaves the one that it was in: here the inset of the axis rect.
-    m_plot->plotLayout()->addElement(1, 0, legend);
-    m_plot->plotLayout()->setRowStretchFactor(1, kLegendStretch);
-    legend->setMargins(QMargins(200, 1, 10, 1));
-    legend->setBorderPen(QPen(Qt::NoPen));
-}
-
-void MyCustomPlot::dressAxes()
-{
-    const QSharedPointer<QCPAxisTickerDateTime> ticker(new QCPAxisTickerDateTime);
-    ticker->setDateTimeFormat(QStringLiteral("yyyy-MM-dd\nhh:mm:ss"));
-    m_plot->xAxis->setTicker(ticker);
-
-    m_plot->axisRect()->setupFullAxesBox(false);
-    m_plot->xAxis->setRange(0, 1);
-    m_plot->yAxis->setRange(-1, 1);
-    for (QCPAxis *const axis : {m_plot->xAxis, m_plot->yAxis}) {
-        axis->setSelectableParts(QCPAxis::spAxis | QCPAxis::spTickLabels | QCPAxis::spAxisLabel);
-        axis->setLabelFont(smallFont());
-        axis->setTickLabels(true);
-        axis->setUpperEnding(QCPLineEnding(QCPLineEnding::esSpikeArrow, 8, 10, false));
-        axis->setTickLabelFont(smallFont());
-        axis->setBasePen(linePen(Qt::black));
-        axis->setTickPen(linePen(Qt::green));
-        axis->setSubTickPen(linePen(Qt::black));
-        const QPen selected(QColor(kSelected), 2);
-        axis->setSelectedBasePen(selected);
-        axis->setSelectedTickPen(selected);
-        axis->setSelectedSubTickPen(selected);
-        axis->setSelectedTickLabelColor(kSelected);
-        axis->grid()->setPen(linePen(QColor(140, 0, 0), Qt::DashLine));
-        axis->grid()->setSubGridPen(linePen(QColor(80, 80, 80), Qt::DotLine));
-        axis->grid()->setSubGridVisible(true);
-    }
-    m_plot->xAxis->grid()->setZeroLinePen(QPen(Qt::NoPen));
-    for (QCPAxis *const axis : {m_plot->xAxis2, m_plot->yAxis2}) {
-        axis->setTickLabels(false);
-        axis->setVisible(false);
-    }
 }
 
 QCPGraph *MyCustomPlot::addCurve()
@@ -266,6 +103,8 @@ void MyCustomPlot::addPlaceholderIfEmpty()
     QCPGraph *const placeholder = addCurve();
     placeholder->setPen(linePen(defaultColor));
     placeholder->setName(QString());
+    // There is nothing to be seen of it, so a line in the legend would only puzzle.
+    placeholder->removeFromLegend();
 }
 
 void MyCustomPlot::removePlaceholder()
@@ -496,8 +335,10 @@ void MyCustomPlot::delaySelectedCurve(int count)
         if (difference != nullptr)
             curvemath::appendZeros(difference->yvalue(), count);
         if (partner != nullptr && partner->shown()) {
-            myRemoveGraph(partner);
-            myAddGraph(partner);
+            // A channel's own position decides its canvas: the partner may stand on the other one.
+            MyCustomPlot *const home = m_canvasOf ? m_canvasOf(partner) : this;
+            home->myRemoveGraph(partner);
+            home->myAddGraph(partner);
         }
         if (partner != nullptr && difference != nullptr) {
             const MyGraph *const minuend = isActual ? channel : partner;
@@ -529,48 +370,42 @@ void MyCustomPlot::resetGraphSlot(const QPen &pen)
     replot();
 }
 
-void MyCustomPlot::rescaleGraphSlot()
+void MyCustomPlot::rescale(QCPGraph *curve, bool timeAxisToo)
 {
-    QCPGraph *const curve = selectedCurve();
     if (curve == nullptr)
         return;
-    curve->rescaleAxes(false);
+    if (timeAxisToo)
+        curve->rescaleAxes(false);
+    else
+        curve->rescaleValueAxis(false, false);
     replot();
+}
+
+void MyCustomPlot::rescaleGraphSlot()
+{
+    rescale(selectedCurve(), true);
 }
 
 void MyCustomPlot::rescaleYSlot()
 {
-    QCPGraph *const curve = selectedCurve();
-    if (curve == nullptr)
-        return;
-    curve->rescaleValueAxis(false, false);
-    replot();
+    rescale(selectedCurve(), false);
 }
 
 void MyCustomPlot::rescaleAllGraphSlot()
 {
-    QCPGraph *const lastAdded = m_plot->graph();
-    if (lastAdded == nullptr)
-        return;
-    lastAdded->rescaleAxes(false);
-    replot();
+    rescale(m_plot->graph(), true); // the curve added last
 }
 
 void MyCustomPlot::rescaleAllYSlot()
 {
-    QCPGraph *const lastAdded = m_plot->graph();
-    if (lastAdded == nullptr)
-        return;
-    lastAdded->rescaleValueAxis(false, false);
-    replot();
+    rescale(m_plot->graph(), false);
 }
 
 void MyCustomPlot::resetAxisSizeSlot(const QFont &font)
 {
     if (m_plot->selectedAxes().isEmpty())
         return;
-    m_plot->xAxis->setTickLabelFont(font);
-    m_plot->yAxis->setTickLabelFont(font);
+    canvaslook::setTickLabelFont(m_plot, font);
     replot();
 }
 
@@ -579,13 +414,11 @@ void MyCustomPlot::switchThemeSlot(MyThemes mode)
     // The configuration may speak before there is a canvas.
     if (m_plot == nullptr)
         return;
-    if (mode == lightTheme) {
+    if (mode == lightTheme)
         logToBoth(info, "graph set day mode");
-        setLook(m_plot, dayLook());
-    } else if (mode == darkTheme) {
+    else if (mode == darkTheme)
         logToBoth(info, "graph set night mode");
-        setLook(m_plot, nightLook());
-    }
+    canvaslook::setTheme(m_plot, mode);
     m_plot->selectionRect()->setPen(linePen(defaultColor));
     replot();
 }
@@ -604,36 +437,17 @@ void MyCustomPlot::switchRectMode(bool flag)
 
 void MyCustomPlot::selectionChanged()
 {
-    selectTogether(m_plot->xAxis, m_plot->xAxis2);
-    selectTogether(m_plot->yAxis, m_plot->yAxis2);
-
-    for (int i = 0; i < m_plot->graphCount(); ++i) {
-        QCPGraph *const curve = m_plot->graph(i);
-        QCPPlottableLegendItem *const item = m_plot->legend->itemWithPlottable(curve);
-        if (item == nullptr || !(item->selected() || curve->selected()))
-            continue;
-        item->setSelected(true);
-        curve->setSelection(QCPDataSelection(curve->data()->dataRange()));
-    }
-}
-
-Qt::Orientations MyCustomPlot::mouseOrientations() const
-{
-    for (const QCPAxis *const axis : {m_plot->xAxis, m_plot->yAxis}) {
-        if (axis->selectedParts().testFlag(QCPAxis::spAxis))
-            return axis->orientation();
-    }
-    return Qt::Horizontal | Qt::Vertical;
+    canvasselection::complete(m_plot);
 }
 
 void MyCustomPlot::mousePress()
 {
-    m_plot->axisRect()->setRangeDrag(mouseOrientations());
+    m_plot->axisRect()->setRangeDrag(canvasselection::orientations(m_plot));
 }
 
 void MyCustomPlot::mouseWheel()
 {
-    m_plot->axisRect()->setRangeZoom(mouseOrientations());
+    m_plot->axisRect()->setRangeZoom(canvasselection::orientations(m_plot));
 }
 
 void MyCustomPlot::graphClicked(QCPAbstractPlottable *plottable, int dataIndex)
@@ -645,13 +459,7 @@ void MyCustomPlot::graphClicked(QCPAbstractPlottable *plottable, int dataIndex)
 
 QString MyCustomPlot::clickedText(QCPAbstractPlottable *plottable, int dataIndex)
 {
-    // A point may be taken out between the press and the release of one click.
-    const QCPPlottableInterface1D *const points = plottable->interface1D();
-    if (points == nullptr || dataIndex < 0 || dataIndex >= points->dataCount())
-        return {};
-    // All three at once: a curve's name is the user's to edit and may itself hold a place marker.
-    return QStringLiteral("Clicked on graph '%1' at data point #%2 with value %3.")
-        .arg(plottable->name(), QString::number(dataIndex), QString::number(points->dataMainValue(dataIndex)));
+    return readouttext::click(plottable, dataIndex);
 }
 
 double MyCustomPlot::calRisingTime(MyGraph *g, MyGraph *t, int index)
@@ -675,8 +483,7 @@ void MyCustomPlot::myMouseMoveEvent(QMouseEvent *event)
     } else {
         m_tracer->setVisible(false);
         const double value = m_plot->yAxis->pixelToCoord(pixel.y());
-        text = QLatin1Char('(') + curvemath::dateTimeText(key) + QLatin1String(", ")
-            + QString::number(value, 'g', kPrecision) + QLatin1Char(')');
+        text = readouttext::pointer(key, value);
     }
     QToolTip::showText(event->screenPos().toPoint(), text, m_plot);
     replot();
@@ -689,42 +496,5 @@ QString MyCustomPlot::readOut(QCPGraph *curve, double key)
     m_tracer->setGraphKey(key);
     m_tracer->setInterpolating(false);
     m_tracer->updatePosition();
-
-    const double sampleKey = m_tracer->position->key();
-    const double value = m_tracer->position->value();
-    const QString valueText = QString::number(value, 'g', kSamplePrecision);
-    const QString start = QLatin1Char('(') + curvemath::dateTimeText(sampleKey) + QLatin1String(",  ") + valueText;
-
-    const QString name = curve->name();
-    // Without a channel, as after an edit of the name, the line of time and value is all there is to tell.
-    MyGraph *const channel = findGraph(name);
-    if (channel != nullptr && channel->role() == MyGraph::Actual && AppConfig::getInstance().getShowFactor())
-        return start + QLatin1Char(')') + factorText(channel, sampleKey);
-
-    const bool mainMode = name == curvemath::kMainFlightModeLabel;
-    if (!mainMode && name != curvemath::kSubFlightModeLabel)
-        return start + QLatin1Char(')');
-    const QString mode = mainMode ? curvemath::mainFlightModeText(value) : curvemath::subFlightModeText(value);
-    return start + QLatin1Char(' ') + (mode.isEmpty() ? valueText : mode) + QLatin1Char(')');
-}
-
-QString MyCustomPlot::factorText(MyGraph *channel, double key)
-{
-    MyGraph *const target = findGraph(channel->targetName());
-    const MyGraph *const actual = channel;
-
-    QString deviationText;
-    QString areaText;
-    QString riseText;
-    // Where the curve no longer fits the channel's keys there is no sample to tell of, and the lines stay empty.
-    const int index = curvemath::indexOfKey(actual->xvalue(), key);
-    if (index >= 0) {
-        deviationText = QString::number(curvemath::deviation(channel, target, index), 'g', kPrecision);
-        const double rise = calRisingTime(channel, target, index);
-        if (rise >= 0)
-            riseText = QString::number(rise, 'g', kPrecision);
-        areaText = QStringLiteral("%1").arg(calArea(channel, target, index));
-    }
-    return QLatin1Char('\n') + tr("Diff: ") + deviationText + QLatin1Char('\n') + tr("Area: ") + areaText
-        + QLatin1Char('\n') + tr("RisingTime: ") + riseText;
+    return readouttext::sample(curve->name(), m_tracer->position->key(), m_tracer->position->value());
 }

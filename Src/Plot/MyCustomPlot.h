@@ -7,6 +7,7 @@
 #include <QPen>
 #include <QString>
 #include <QVector>
+#include <functional>
 #include <memory>
 
 class MyGraph;
@@ -35,10 +36,18 @@ public:
     /** Dresses a canvas and takes control of it. Once, before anything else. The canvas stays with its parent. */
     void initCustomPlot(QCustomPlot *canvas);
 
+    /** Tells which controller a channel's position means; without it, this one is the only one. */
+    void setCanvasOf(std::function<MyCustomPlot *(const MyGraph *)> canvasOf);
+
     /** The canvas; null before initCustomPlot(). */
     QCustomPlot *plot() const { return m_plot; }
     /** Marker of the read-out; the canvas owns it as well. */
     QCPItemTracer *tracer() const { return m_tracer.get(); }
+
+    /** The first of the selected curves, or null. */
+    QCPGraph *selectedCurve() const;
+    /** Puts the crosshair on the curve's sample nearest to key, and gives the text of the read-out. */
+    QString readOut(QCPGraph *curve, double key);
 
     /** Takes a channel off the canvas. True also when it was not there, false for null. */
     bool myRemoveGraph(MyGraph *graph);
@@ -112,22 +121,18 @@ private slots:
 private:
     void createTracer();
     void connectCanvas();
-    void dressLegend();
-    void dressAxes();
     QCPGraph *addCurve();
     void addPlaceholderIfEmpty();
     void removePlaceholder();
     void fitAxesToOnlyCurve(QCPGraph *curve);
     void forgetCurve(QObject *curve);
     QCPGraph *curveNamed(const QString &graphName) const;
-    QCPGraph *selectedCurve() const;
     MyGraph *selectedChannel() const;
-    Qt::Orientations mouseOrientations() const;
+    void rescale(QCPGraph *curve, bool timeAxisToo);
     void delaySelectedCurve(int count);
-    QString readOut(QCPGraph *curve, double key);
-    QString factorText(MyGraph *channel, double key);
     void replot();
 
     QCustomPlot *m_plot = nullptr;
     std::shared_ptr<QCPItemTracer> m_tracer;
+    std::function<MyCustomPlot *(const MyGraph *)> m_canvasOf;
 };

@@ -1,9 +1,12 @@
 #include "PyPlotDialog.h"
 
-#include "ChannelStore.h"
-#include "Logging.h"
+#include "FigureArea.h"
 #include "PythonPlot.h"
+#include "TrackNote.h"
 #include "ui_PyPlotDialog.h"
+
+#include <QScreen>
+#include <QShowEvent>
 
 PyPlotDialog::PyPlotDialog(QWidget *parent)
     : QDialog(parent)
@@ -19,36 +22,53 @@ PyPlotDialog::~PyPlotDialog() = default;
 
 void PyPlotDialog::init()
 {
-    if (!dataRead) {
-        m_ui->label->setText(tr("use last data"));
-        m_ui->label->adjustSize();
-        logToBoth(warn, "data has not been read,use last data");
-    } else {
-        m_ui->label->setText(QStringLiteral(" "));
-    }
+    showTrackNote(m_ui->label, tr("use last data"));
 }
 
 void PyPlotDialog::on_pushButton_clicked()
 {
+    keepButtonsFree();
     m_pythonPlot->plotHeightSlot();
 }
 
 void PyPlotDialog::on_pushButton_2_clicked()
 {
+    keepButtonsFree();
     m_pythonPlot->plotXYSlot();
 }
 
 void PyPlotDialog::on_pushButton_3_clicked()
 {
+    keepButtonsFree();
     m_pythonPlot->plotXYZSlot();
 }
 
 void PyPlotDialog::on_pushButton_4_clicked()
 {
+    keepButtonsFree();
     m_pythonPlot->plotAttackSlot();
 }
 
 void PyPlotDialog::on_pushButton_5_clicked()
 {
+    keepButtonsFree();
     m_pythonPlot->pythonPlotDemo();
+}
+
+void PyPlotDialog::showEvent(QShowEvent *event)
+{
+    QDialog::showEvent(event);
+    // In the middle of a screen 1366 pixels wide there would be no room for a figure on either side.
+    if (!event->spontaneous()) {
+        const QRect available = screen()->availableGeometry();
+        move(available.left(), available.top() + (available.height() - height()) / 2);
+    }
+}
+
+void PyPlotDialog::keepButtonsFree()
+{
+    const QRect area = figureArea(frameGeometry(), screen()->availableGeometry());
+    // The script counts the pixels of the screen, Qt those of its scale.
+    const qreal scale = screen()->devicePixelRatio();
+    m_pythonPlot->setFigureArea(QRectF(QPointF(area.topLeft()) * scale, QSizeF(area.size()) * scale).toAlignedRect());
 }

@@ -39,7 +39,13 @@ private slots:
     void on_pushButton_4_clicked();
     void on_pushButton_5_clicked();
 
+protected:
+    /** Goes to the left edge of the screen, so that a figure has room beside the buttons. */
+    void showEvent(QShowEvent *event) override;
+
 private:
+    void keepButtonsFree();
+
     std::unique_ptr<Ui::PyPlotDialog> m_ui;
     std::unique_ptr<PythonPlot> m_pythonPlot;
 };

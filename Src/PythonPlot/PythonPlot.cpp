@@ -4,6 +4,7 @@
 #include "PlotShell.h"
 
 #include <QCoreApplication>
+#include <QProcessEnvironment>
 #include <exception>
 
 namespace
@@ -13,6 +14,24 @@ constexpr int kStartPatience = 30000; // ms
 
 } // namespace
 
+struct PythonPlot::Plot {
+    const char *argument; // of the script
+    const char *name; // in the log
+    bool reasonIsLogged; // of a failed writing
+    bool folderInLocalCode; // else in UTF-8
+};
+
+// In the order of the shells. The differences are part of how the shells are driven.
+// clang-format off
+const std::array<PythonPlot::Plot, PythonPlot::KindCount> PythonPlot::kPlots{{
+    {"Height", "height", true,  false},
+    {"XY",     "xy",     true,  false},
+    {"XYZ",    "XYZ",    true,  false},
+    {"Attack", "attack", false, false},
+    {"Demo1",  "demo",   false, true},
+}};
+// clang-format on
+
 PythonPlot::PythonPlot(QObject *parent)
     : QObject(parent)
     , m_appDirPath(QCoreApplication::applicationDirPath())
@@ -21,9 +40,9 @@ PythonPlot::PythonPlot(QObject *parent)
 
 PythonPlot::~PythonPlot()
 {
-    for (const Shell *shell : {&m_heightShell, &m_xyShell, &m_xyzShell, &m_attackShell, &m_demoShell}) {
-        if (*shell)
-            (*shell)->close();
+    for (const Shell &shell : m_shells) {
+        if (shell)
+            shell->close();
     }
 }
 
@@ -34,47 +53,45 @@ bool PythonPlot::init()
 
 void PythonPlot::plotHeightSlot()
 {
-    try {
-        run(m_heightShell, changeFolderLine().toUtf8(), "python pythonPlot.py Height\n");
-    } catch (const std::exception &exception) {
-        logToBoth(error, "pyplot height error:{}", exception.what());
-    }
+    plot(Height);
 }
 
 void PythonPlot::plotXYSlot()
 {
-    try {
-        run(m_xyShell, changeFolderLine().toUtf8(), "python pythonPlot.py XY\n");
-    } catch (const std::exception &exception) {
-        logToBoth(error, "pyplot xy error:{}", exception.what());
-    }
+    plot(XY);
 }
 
 void PythonPlot::plotXYZSlot()
 {
-    try {
-        run(m_xyzShell, changeFolderLine().toUtf8(), "python pythonPlot.py XYZ\n");
-    } catch (const std::exception &exception) {
-        logToBoth(error, "pyplot XYZ error:{}", exception.what());
-    }
+    plot(XYZ);
 }
 
 void PythonPlot::plotAttackSlot()
 {
-    try {
-        run(m_attackShell, changeFolderLine().toUtf8(), "python pythonPlot.py Attack\n");
-    } catch (const std::exception &) {
-        logToBoth(error, "pyplot attack error");
-    }
+    plot(Attack);
 }
 
 void PythonPlot::pythonPlotDemo()
 {
+    plot(Demo);
+}
+
+void PythonPlot::plot(Kind kind)
+{
+    const Plot &row = kPlots[kind];
+    Shell &shell = m_shells[kind];
     try {
-        // The one line that goes out in the local 8-bit code.
-        run(m_demoShell, changeFolderLine().toLocal8Bit(), "python pythonPlot.py Demo1\n");
-    } catch (const std::exception &) {
-        logToBoth(error, "pyplot demo error");
+        if (!shell) {
+            start(shell);
+            const QString line = changeFolderLine();
+            writeLine(*shell, row.folderInLocalCode ? line.toLocal8Bit() : line.toUtf8());
+        }
+        writeLine(*shell, QByteArrayLiteral("python pythonPlot.py ") + row.argument + '\n');
+    } catch (const std::exception &exception) {
+        if (row.reasonIsLogged)
+            logToBoth(error, "pyplot {} error:{}", row.name, exception.what());
+        else
+            logToBoth(error, "pyplot {} error", row.name);
     }
 }
 
@@ -93,15 +110,6 @@ QString PythonPlot::changeFolderLine() const
     return QStringLiteral("cd ") + plotshell::quoted(plotDir()) + QLatin1Char('\n');
 }
 
-void PythonPlot::run(Shell &shell, const QByteArray &changeFolder, const char *command)
-{
-    if (!shell) {
-        start(shell);
-        writeLine(*shell, changeFolder);
-    }
-    writeLine(*shell, command);
-}
-
 void PythonPlot::start(Shell &shell)
 {
     shell = plotshell::makeProcess(plotDir());
@@ -110,6 +118,19 @@ void PythonPlot::start(Shell &shell)
         logToBoth(error, "{}", "pyplot error:" + QString::fromLocal8Bit(process->readAllStandardError()));
     };
     connect(process, &QProcess::readyReadStandardError, this, logErrors, Qt::DirectConnection);
+    if (m_figureArea.isValid()) {
+        // The lines that are written to the shell are fixed, so the script learns of it by its environment.
+        QProcessEnvironment environment = process->processEnvironment();
+        if (environment.isEmpty())
+            environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("OSTRAVEL_FIGURE_AREA"),
+                           QStringLiteral("%1 %2 %3 %4")
+                               .arg(m_figureArea.x())
+                               .arg(m_figureArea.y())
+                               .arg(m_figureArea.width())
+                               .arg(m_figureArea.height()));
+        process->setProcessEnvironment(environment);
+    }
     process->setProgram(plotshell::program());
     process->start(QIODevice::ReadWrite);
     // A shell that does not start goes unnoticed: what is written to it goes nowhere.

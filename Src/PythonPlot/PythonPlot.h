@@ -2,7 +2,9 @@
 
 #include <QObject>
 #include <QProcess>
+#include <QRect>
 #include <QString>
+#include <array>
 #include <memory>
 
 /**
@@ -23,6 +25,9 @@ public:
     /** @return always true */
     bool init();
 
+    /** Where figures are to open, in the pixels of the screen. For the kinds whose shell starts later. */
+    void setFigureArea(const QRect &area) { m_figureArea = area; }
+
 public slots:
     /** Has the script draw one plot. A shell that does not start is told in the log alone. */
     ///@{
@@ -39,17 +44,17 @@ protected:
 
 private:
     using Shell = std::unique_ptr<QProcess>;
+    enum Kind { Height, XY, XYZ, Attack, Demo, KindCount };
+    struct Plot;
+    static const std::array<Plot, KindCount> kPlots;
 
     QString plotDir() const;
     QString changeFolderLine() const;
-    void run(Shell &shell, const QByteArray &changeFolder, const char *command);
+    void plot(Kind kind);
     void start(Shell &shell);
 
     QString m_appDirPath;
+    QRect m_figureArea; // null: wherever the window manager puts them
     // In this order they are closed, and in the reverse one destroyed.
-    Shell m_heightShell;
-    Shell m_xyShell;
-    Shell m_xyzShell;
-    Shell m_attackShell;
-    Shell m_demoShell;
+    std::array<Shell, KindCount> m_shells;
 };

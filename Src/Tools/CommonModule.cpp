@@ -26,8 +26,9 @@ void showNumber(QLineEdit *edit, double value, int decimals = kDecimals)
 
 } // namespace
 
-CommonModule::CommonModule()
+CommonModule::CommonModule(BearingFunction bearingFunction)
     : m_ui(std::make_unique<Ui::CommonModule>())
+    , m_bearingFunction(bearingFunction)
 {
     m_ui->setupUi(this);
     keepOnScreen(this);
@@ -100,7 +101,7 @@ void CommonModule::on_pushButton_calDIstanc_clicked()
 {
     getLocation();
     m_distance = static_cast<double>(get_distance(m_loc1, m_loc2));
-    m_bearing = bearingDegrees(get_bearing_cd(m_loc1, m_loc2));
+    m_bearing = bearingDegrees(m_bearingFunction(m_loc1, m_loc2));
     showNumber(m_ui->lineEdit_distance, m_distance);
     showNumber(m_ui->lineEdit_bear, m_bearing);
     // Ready to be applied to a third position by the offset calculator.

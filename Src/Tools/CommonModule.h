@@ -24,7 +24,11 @@ class CommonModule : public QWidget
     Q_OBJECT
 
 public:
-    CommonModule();
+    /** Bearing between two positions, in hundredths of a degree. */
+    using BearingFunction = std::int32_t (*)(Location, Location);
+
+    /** The bearing's function may be another one than ours, which never gives a negative bearing. */
+    explicit CommonModule(BearingFunction bearingFunction = ostravel::get_bearing_cd);
     ~CommonModule() override;
 
     /** Reads the two positions. */
@@ -63,6 +67,7 @@ private:
     void alignColumns();
 
     std::unique_ptr<Ui::CommonModule> m_ui;
+    BearingFunction m_bearingFunction;
     Location m_loc1{};
     Location m_loc2{};
     double m_distance = 0.0;

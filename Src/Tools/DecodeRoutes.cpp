@@ -57,6 +57,12 @@ std::int32_t coordinate(const QString &degrees)
     return truncatedToLocationUnit(static_cast<double>(degrees.toFloat()) * kLocationUnitsPerDegree);
 }
 
+/** A text as the table shows it: painting one of megabytes takes minutes, and no cell of a workbook holds it. */
+QString shown(const QString &text)
+{
+    return QXlsx::Document::cellText(text);
+}
+
 QString shown(double number)
 {
     return QString::number(number);
@@ -193,8 +199,8 @@ void DecodeRoutes::decodeRoute(QFile &file)
         if (i <= table->rowCount()) {
             table->insertRow(i);
             int column = 0;
-            for (const QString &text : {QString::number(id), longitude, latitude, shown(height), shown(radius),
-                                        shown(speed), shown(distance), shown(flyTime), shown(totalTime)})
+            for (const QString &text : {QString::number(id), shown(longitude), shown(latitude), shown(height),
+                                        shown(radius), shown(speed), shown(distance), shown(flyTime), shown(totalTime)})
                 table->setItem(i, column++, new QTableWidgetItem(text));
         }
         excelOperator.writeNumberRow(

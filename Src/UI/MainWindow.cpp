@@ -1,7 +1,10 @@
 #include "MainWindow.h"
 
 #include "AboutDialog.h"
+#include "AlignedMargins.h"
 #include "AppConfig.h"
+#include "CanvasKeys.h"
+#include "CanvasPicture.h"
 #include "ChannelStore.h"
 #include "CommonModule.h"
 #include "DataHandler.h"
@@ -17,6 +20,7 @@
 #include "Release.h"
 #include "SettingDialog.h"
 #include "SettingDialog_2.h"
+#include "ViewHistory.h"
 #include "WindowSettingDialog.h"
 #include "ui_MainWindow.h"
 
@@ -149,6 +153,9 @@ void MainWindow::customPlotInit()
     m_myPlot->initCustomPlot(canvas);
     m_myPlot_2->initCustomPlot(canvas_2);
     canvas_2->yAxis->grid()->setSubGridVisible(false);
+    AlignedMargins::join(canvas, canvas_2);
+    for (MyCustomPlot *each : {m_myPlot.get(), m_myPlot_2.get()})
+        each->setCanvasOf([this](const MyGraph *graph) { return controllerOf(graph); });
 
     for (QCustomPlot *each : {canvas, canvas_2})
         connect(each, &QCustomPlot::legendDoubleClick, this, &MainWindow::legendDoubleClick);
@@ -168,8 +175,29 @@ void MainWindow::customPlotInit()
     connect(m_myPlot_2.get(), &MyCustomPlot::doSwapPosSignal, this,
             [this](MyGraph *g) { m_myPlot->myAddGraph(g, true); });
 
+    setUpKeys();
     canvas_2->replot();
     canvas->replot();
+}
+
+void MainWindow::setUpKeys()
+{
+    const QVector<QCustomPlot *> canvases{m_ui->customPlot, m_ui->customPlot_2};
+    auto *history = new ViewHistory(canvases, this);
+    auto *picture = new CanvasPicture(canvases, this);
+    connect(picture, &CanvasPicture::statusShowSignal, this, &MainWindow::statusShowSlot);
+    for (MyCustomPlot *each : {m_myPlot.get(), m_myPlot_2.get()}) {
+        const auto *keys = new CanvasKeys(each);
+        connect(keys, &CanvasKeys::backRequested, history, &ViewHistory::goBack);
+        connect(keys, &CanvasKeys::forwardRequested, history, &ViewHistory::goForward);
+        connect(keys, &CanvasKeys::copyRequested, picture, &CanvasPicture::copy);
+        connect(keys, &CanvasKeys::saveRequested, picture, [this, picture] {
+            const QFileInfo log(m_filePath);
+            const bool chosen = !m_filePath.isEmpty();
+            picture->saveAs(chosen ? log.absolutePath() + QLatin1Char('/') + log.baseName() + QStringLiteral(".png")
+                                   : QStringLiteral("canvas.png"));
+        });
+    }
 }
 
 void MainWindow::mainWindowViewSetting()
@@ -462,8 +490,12 @@ void MainWindow::showChannel(const QString &graphName, quint8 functionCode, bool
         statusShowSlot(tr("%1 Curve not found").arg(graphName));
         return;
     }
-    MyCustomPlot *controller = graph->position() == MyGraph::SecondCanvas ? m_myPlot_2.get() : m_myPlot.get();
-    controller->myAddGraph(graph, flag);
+    controllerOf(graph)->myAddGraph(graph, flag);
+}
+
+MyCustomPlot *MainWindow::controllerOf(const MyGraph *graph) const
+{
+    return graph->position() == MyGraph::SecondCanvas ? m_myPlot_2.get() : m_myPlot.get();
 }
 
 void MainWindow::checkBoxSlot()
@@ -737,7 +769,8 @@ void MainWindow::startUpdate()
                             {QCoreApplication::applicationName(), QString::fromLatin1(kVersion),
                              buildDateText(buildDateTime()), QString::number(kBuildCounter)},
                             QIODevice::ReadWrite);
-    m_updaterProcess->waitForStarted(kUpdaterStartMilliseconds);
+    if (!m_updaterProcess->waitForStarted(kUpdaterStartMilliseconds))
+        logToBoth(error, "updater.exe does not start: {}", m_updaterProcess->errorString());
     QCoreApplication::quit();
 }
 

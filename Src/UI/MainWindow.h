@@ -14,6 +14,7 @@ class DataHandler;
 class DecodeRoutes;
 class ExportOperator;
 class MyCustomPlot;
+class MyGraph;
 class QCheckBox;
 class QProcess;
 class QProgressDialog;
@@ -127,6 +128,7 @@ private:
     };
 
     void customPlotInit();
+    void setUpKeys();
     void mainWindowViewSetting();
     void setUpCheckBoxes();
     void setUpToolBar();
@@ -135,6 +137,7 @@ private:
     void startExport(const QString &pathPattern, bool excel, const QString &finishedText);
     void startUpdate();
     void showChannel(const QString &graphName, quint8 functionCode, bool flag);
+    MyCustomPlot *controllerOf(const MyGraph *graph) const;
     void popUpMenu(MyCustomPlot *controller, std::initializer_list<PlotAction> curveActions, QPoint pos);
     QString askForText(const QString &title, const QString &prompt, const QString &current, bool *ok);
 

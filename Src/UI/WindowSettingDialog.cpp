@@ -54,10 +54,15 @@ void WindowSettingDialog::on_checkBox_factor_stateChanged(int arg1)
     AppConfig::getInstance().setShowFactor(arg1 >= 1);
 }
 
+QColor WindowSettingDialog::askForColor()
+{
+    return QColorDialog::getColor(Qt::white, nullptr, QString(), {});
+}
+
 void WindowSettingDialog::on_btnDefaultColor_clicked()
 {
     // A cancelled choice is an invalid colour and is taken like any other.
-    const QColor color = QColorDialog::getColor(Qt::white, nullptr, QString(), {});
+    const QColor color = askForColor();
     qInfo() << color;
     m_ui->btnDefaultColor->setStyleSheet(colorButtonStyle(m_ui->btnDefaultColor->objectName(), color));
     defaultColor = color.toRgb();
@@ -65,7 +70,7 @@ void WindowSettingDialog::on_btnDefaultColor_clicked()
 
 void WindowSettingDialog::on_btnTargetColor_clicked()
 {
-    const QColor color = QColorDialog::getColor(Qt::white, nullptr, QString(), {});
+    const QColor color = askForColor();
     m_ui->btnTargetColor->setStyleSheet(colorButtonStyle(m_ui->btnTargetColor->objectName(), color));
     targetColor = color.toRgb();
 }

@@ -2,6 +2,7 @@
 
 #include "MyThemes.h"
 
+#include <QColor>
 #include <QDialog>
 #include <memory>
 
@@ -33,6 +34,10 @@ signals:
     ///@}
     /** Never emitted: the options are written at the end of the run. */
     void writeConfigSignal();
+
+protected:
+    /** Asks for a colour, starting with white; invalid when cancelled. */
+    virtual QColor askForColor();
 
 private slots:
     void on_checkBox_touch_stateChanged(int arg1);

@@ -61,5 +61,25 @@ var geodesic = (function () {
         };
     }
 
-    return { inverse: inverse };
+    /*
+     * The length of a long line of points with an at: { lat, lng }. Steps of less than 0.05 degrees are taken by the
+     * mid-latitude formula with the radii of curvature M and N, whose error is below a millionth of the step; the
+     * iteration would take half a second for 200,000 of them.
+     */
+    function lengthOf(points) {
+        var total = 0, e2 = F * (2 - F);
+        for (var i = 1; i < points.length; ++i) {
+            var a = points[i - 1].at, b = points[i].at, dLat = b.lat - a.lat, dLng = b.lng - a.lng;
+            if (Math.abs(dLat) > 0.05 || Math.abs(dLng) > 0.05) {
+                total += inverse(a.lat, a.lng, b.lat, b.lng).distance;
+                continue;
+            }
+            var middle = (a.lat + b.lat) / 2 * RADIAN, s = Math.sin(middle), w = 1 - e2 * s * s;
+            var north = A * (1 - e2) / (w * Math.sqrt(w)) * dLat, east = A / Math.sqrt(w) * Math.cos(middle) * dLng;
+            total += Math.sqrt(north * north + east * east) * RADIAN;
+        }
+        return total;
+    }
+
+    return { inverse: inverse, lengthOf: lengthOf, A: A, F: F };
 }());

@@ -43,12 +43,14 @@ var TrackLine = (function () {
         return true;
     }
 
-    return L.Polyline.extend({
+    var TrackLine = L.Polyline.extend({
         options: { interactive: false, smoothFactor: 0, color: '#d81b60', weight: 3, opacity: 1 },
 
         /* flat: the page call's array; samples are numbered by their pair in it, from 0, as the curves' points are. */
         initialize: function (flat, options) {
             L.Polyline.prototype.initialize.call(this, [], options);
+            if (flat instanceof TrackLine)
+                return this._share(flat);
             var p = this._points = positions(flat), max = 85.0511287798 * Math.PI / 180;
             this._x = numbers(p.count);
             this._y = numbers(p.count);
@@ -68,7 +70,18 @@ var TrackLine = (function () {
                 this._bounds = L.latLngBounds([minLat, minLng], [maxLat, maxLng]);
         },
 
+        /* The same points once more: nothing of them is copied or projected again. */
+        _share: function (other) {
+            this._points = other._points;
+            this._x = other._x;
+            this._y = other._y;
+            this._levels = other._levels;
+            this._bounds = other._bounds;
+        },
+
         count: function () { return this._points.count; },
+        /* Latitudes and longitudes of all points, not to be changed. */
+        coordinates: function () { return this._points; },
         position: function (i) { return L.latLng(this._points.lat[i], this._points.lng[i]); },
         sample: function (i) { return this._points.index[i]; },
         isEmpty: function () { return this._points.count === 0; },
@@ -152,6 +165,9 @@ var TrackLine = (function () {
             return level;
         },
 
+        /* What the step that ends at a point looks like; a line of several colours overrides it. */
+        _kindOf: function () { return 0; },
+
         /* From here on it is what Leaflet asks of a line. */
 
         _project: function () {
@@ -188,10 +204,12 @@ var TrackLine = (function () {
                     if ((this._x[i] < x0 && this._x[j] < x0) || (this._x[i] > x1 && this._x[j] > x1)
                             || (this._y[i] < y0 && this._y[j] < y0) || (this._y[i] > y1 && this._y[j] > y1))
                         continue;
-                    if (i !== end) {
+                    var kind = this._kindOf(j);
+                    if (i !== end || kind !== part.kind) {
                         if (part.length)
                             this._parts.push(part);
                         part = [L.point(this._x[i] * scale - origin.x, this._y[i] * scale - origin.y)];
+                        part.kind = kind;
                     }
                     part.push(L.point(this._x[j] * scale - origin.x, this._y[j] * scale - origin.y));
                     end = j;
@@ -201,19 +219,23 @@ var TrackLine = (function () {
                 this._parts.push(part);
         },
 
-        /* One path of tens of thousands of steps takes a canvas far longer than many short ones. */
         _updatePath: function () {
             var renderer = this._renderer;
             if (!renderer._drawing || this._parts.length === 0)
                 return;
-            var ctx = renderer._ctx, steps = 0;
+            this._stroke(this._parts);
+        },
+
+        /* One path of tens of thousands of steps takes a canvas far longer than many short ones. */
+        _stroke: function (parts) {
+            var renderer = this._renderer, ctx = renderer._ctx, steps = 0;
             function begin() {
                 ctx.beginPath();
                 steps = 0;
             }
             begin();
-            for (var i = 0; i < this._parts.length; ++i) {
-                var part = this._parts[i];
+            for (var i = 0; i < parts.length; ++i) {
+                var part = parts[i];
                 ctx.moveTo(part[0].x, part[0].y);
                 for (var k = 1; k < part.length; ++k) {
                     ctx.lineTo(part[k].x, part[k].y);
@@ -227,4 +249,6 @@ var TrackLine = (function () {
             renderer._fillStroke(ctx, this);
         }
     });
+
+    return TrackLine;
 }());

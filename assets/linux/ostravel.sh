@@ -1,6 +1,7 @@
 #!/bin/sh
 # Starts Ostravel, which lies beside this script. When libraries are missing it names their Debian packages, where the
-# loader would name the first file only.
+# loader would name the first file only; when the log cannot be written it says so, where the program would end without a
+# word.
 set -eu
 
 # The one place that knows which package of Debian 12 brings a library that a program of this folder is linked to.
@@ -146,6 +147,12 @@ install_entry() {
     echo "$desktop_entry"
 }
 
+# log_is_writable: whether the program can open its log, which is tried just as the program does it.
+log_is_writable() {
+    # A process of its own: a redirection that fails would end this one.
+    (mkdir -p logs && : >>logs/log.txt) 2>/dev/null
+}
+
 start() {
     missing=$(printf '%s\n' "$linked" | lacking)
     if [ -n "$missing" ]; then
@@ -159,6 +166,14 @@ $(install_line "$missing")"
     too_old=$(printf '%s\n' "$linked" | sed -n "s/.*version \`\(.*\)' not found.*/\1/p" | sort -u | xargs)
     if [ -n "$too_old" ]; then
         tell "Ostravel cannot start, it was built for Debian 12 and this system is older (系统版本过低，需要 Debian 12): $too_old"
+        exit 1
+    fi
+    if ! log_is_writable; then
+        tell "Ostravel cannot start, it may not write its log here (Ostravel 无法启动，没有写入日志的权限):
+$(pwd)/logs/log.txt
+
+Start it from a folder that you may write to (请在有写入权限的文件夹中启动):
+cd ~ && '$here/ostravel.sh'"
         exit 1
     fi
     missing=$(lacking_in_use | xargs)

@@ -5,8 +5,10 @@ function myMatlabPlot(a1, a2, a3, kind, a5, a6, a7, attack)
 % attack: 0 the whole flight ("data.txt"), 1 its last leg ("data_attack.txt")
 % The other six arguments are constants of the calling program without an effect here.
 %
-% Reads the track files of the working folder, or, where that has none, of the folder of this file: a line for each
-% sample with metres east, metres north and metres up, parted by tabs. What cannot be drawn is said in the figure.
+% Reads the track files of the folder that the environment variable OSTRAVEL_PLOT_FOLDER names. The program sets it,
+% because the compiled function lies in a folder of the runtime and cannot know where the program is. Without it, as by
+% hand, the working folder is taken, and then the folder of this file. A track file has a line for each sample with
+% metres east, metres north and metres up, parted by tabs. What cannot be drawn is said in the figure.
 % Plain enough for MATLAB and GNU Octave.
 
     kind = double(kind);
@@ -65,8 +67,11 @@ function [track, notes, reason] = readTrack(name)
     track = zeros(0, 3);
     notes = {};
     reason = '';
+    folder = getenv('OSTRAVEL_PLOT_FOLDER');
     path = name;
-    if ~exist(path, 'file')
+    if ~isempty(folder)
+        path = fullfile(folder, name);
+    elseif ~exist(path, 'file')
         path = fullfile(fileparts(mfilename('fullpath')), name);
     end
     if ~exist(path, 'file')
@@ -164,12 +169,18 @@ function distance = groundDistance(track)
 end
 
 function figureHandle = newFigure(look, name, subtitle, shape)
+    % Neither program tells what a task bar takes of the screen, nor what the title, the menu and the tools take of the
+    % window, so there is a margin for them all: left, bottom, right, top.
+    margin = [8 72 8 112];
     screen = get(0, 'ScreenSize');
-    corner = max([40 40], floor((screen(3:4) - shape) / 2));
-    % Several stay open at once: each a little off the one before.
-    corner = corner + 24 * mod(numel(get(0, 'Children')), 6) * [1 -1];
+    room = screen(3:4) - margin(1:2) - margin(3:4);
+    shape = min(shape, room);
+    slack = room - shape;
+    % Several stay open at once: each a little off the one before, within the room.
+    step = min(24 * mod(numel(get(0, 'Children')), 6), slack / 2);
+    corner = margin(1:2) + floor(slack / 2 + step .* [1 -1]);
     figureHandle = figure('Name', ['Ostravel - ' name], 'NumberTitle', 'off', 'Color', 'white', ...
-                          'Position', [max(corner, 1) shape], 'DefaultAxesFontName', look.font, ...
+                          'Position', [corner shape], 'DefaultAxesFontName', look.font, ...
                           'DefaultTextFontName', look.font);
     page = axes('Parent', figureHandle, 'Position', [0 0 1 1], 'Visible', 'off', 'XLim', [0 1], 'YLim', [0 1], ...
                 'HitTest', 'off', 'HandleVisibility', 'off');
@@ -302,8 +313,9 @@ function drawFromAbove(look, name, track, notes)
     marks = [mark(axesHandle, track(1, 1:2), 'o', look.start, 10), ...
              mark(axesHandle, track(end, 1:2), 's', look.finish, 10)];
     [east, north] = squareLimits(track, 0.06, 0);
-    % Equal scales on a page of 745 to 620 points: the range that is too short for it is widened.
-    ratio = 745 / 620;
+    % Equal scales: the range that is too short for the shape of the axes is widened.
+    page = get(figureHandle, 'Position');
+    ratio = 0.745 * page(3) / (0.775 * page(4));
     if diff(east) > ratio * diff(north)
         north = mean(north) + diff(east) / ratio * [-0.5 0.5];
     else

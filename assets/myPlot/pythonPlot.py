@@ -2,11 +2,13 @@
 
 Reads "data.txt" (whole flight) and "data_attack.txt" (last leg) from the working folder: a line for each sample with
 metres east, metres north and metres up, parted by tabs. Shows a window until the user closes it, or draws into FILE
-(png, pdf, svg) without one. What cannot be drawn is said in the window. Exit codes: 0 drawn, 1 no screen or no FILE,
+(png, pdf, svg) without one. The window opens within the part of the screen that the environment variable
+OSTRAVEL_FIGURE_AREA names as "X Y WIDTH HEIGHT" in pixels, where there is one. What cannot be drawn is said in the window. Exit codes: 0 drawn, 1 no screen or no FILE,
 2 wrong use.
 """
 
 import logging
+import os
 import sys
 from pathlib import Path
 
@@ -28,6 +30,9 @@ FONTS = ("Noto Sans CJK SC", "Noto Sans CJK JP", "Source Han Sans SC", "Source H
 
 BUCKETS = 900  # pieces of a thinned track; each keeps up to eight of its points, more than a screen can tell apart
 FARTHEST = 1e9  # metres; whatever lies beyond is damage
+
+WINDOW_FRAME = np.array([12, 90])  # pixels that the frame, the title and the tools of a window take
+LEAST_FIGURE = np.array([480, 360])  # below that nothing can be read
 
 INK, QUIET, FAINT = "#22303c", "#6b7a88", "#b9c4cd"
 LINE, FILL = "#1565a9", "#cfe2f3"
@@ -155,10 +160,38 @@ def use_font():
     })
 
 
+def figure_area():
+    """The part of the screen for a window as (x, y, width, height), or None."""
+    try:
+        area = tuple(int(word) for word in os.environ.get("OSTRAVEL_FIGURE_AREA", "").split())
+    except ValueError:
+        return None
+    return area if len(area) == 4 and area[2] > 0 and area[3] > 0 else None
+
+
+def fit(figure, area):
+    """Makes a window as small as the area and puts it there."""
+    x, y, width, height = area
+    ratio = getattr(figure.canvas, "device_pixel_ratio", 1.0)
+    room = np.maximum((np.array([width, height]) - WINDOW_FRAME) / ratio, LEAST_FIGURE)
+    size = np.minimum(figure.get_size_inches(), room / figure.dpi * ratio)
+    figure.set_size_inches(size)
+    slack = np.maximum(room - size * figure.dpi / ratio, 0.0) * ratio / 2.0
+    x, y = (int(start + rest) for start, rest in zip((x, y), slack))
+    window = getattr(figure.canvas.manager, "window", None)
+    if hasattr(window, "wm_geometry"):  # Tk
+        window.wm_geometry(f"+{x}+{y}")
+    elif hasattr(window, "move"):  # Qt, which counts in the pixels of its scale
+        window.move(int(x / ratio), int(y / ratio))
+
+
 def new_figure(title, subtitle="", size=(10.0, 7.0)):
     figure = plt.figure(figsize=size, dpi=100)
     if figure.canvas.manager is not None:
         figure.canvas.manager.set_window_title(f"Ostravel - {title}")
+        area = figure_area()
+        if area is not None and plt.get_backend().lower() != "agg":
+            fit(figure, area)
     figure.text(0.045, 0.957, title, fontsize=17, fontweight="bold", va="center")
     figure.text(0.045, 0.915, subtitle, fontsize=10.5, color=QUIET, va="center")
     return figure
@@ -259,6 +292,11 @@ def draw_xy():
     scale_beside(figure, lines, "高度 (m)", [0.875, 0.085, 0.022, 0.775])
 
 
+def title_pad(limits):
+    """Room in points between an axis in space and its title: longer numbers reach farther across a slanted axis."""
+    return 7.0 + 1.6 * max(len(f"{limit:.0f}") for limit in limits)
+
+
 def space_axes(figure, track, floor, margin=0.06):
     """Axes in space with equal scales east and north; heights are stretched where they would not be seen."""
     axes = figure.add_axes([-0.045, -0.01, 0.9, 0.93], projection="3d", computed_zorder=False)
@@ -275,9 +313,9 @@ def space_axes(figure, track, floor, margin=0.06):
         stretch = max(stretch, 1.0)
     axes.set_box_aspect((spans[0], spans[1], min(spans[2] * stretch, 1.2 * longest)), zoom=1.06)
     axes.set(xlim=east, ylim=north, zlim=up)
-    axes.set_xlabel("东向距离 (m)", labelpad=9)
-    axes.set_ylabel("北向距离 (m)", labelpad=9)
-    axes.set_zlabel("高度 (m)" if stretch == 1.0 else f"高度 (m)，放大 {stretch:g} 倍", labelpad=7)
+    axes.set_xlabel("东向距离 (m)", labelpad=title_pad(east))
+    axes.set_ylabel("北向距离 (m)", labelpad=title_pad(north))
+    axes.set_zlabel("高度 (m)" if stretch == 1.0 else f"高度 (m)，放大 {stretch:g} 倍", labelpad=title_pad(up) - 2)
     for axis in (axes.xaxis, axes.yaxis, axes.zaxis):
         axis.set_pane_color((0.965, 0.975, 0.985, 1.0))
         axis.line.set_color(FAINT)

@@ -24,7 +24,7 @@ constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e
 /** 00 to 99 in one row: half the divisions by ten. */
 constexpr std::array<char, 200> makePairs()
 {
-    std::array<char, 200> pairs {};
+    std::array<char, 200> pairs{};
     for (std::size_t i = 0; i < 100; ++i) {
         pairs[2 * i] = static_cast<char>('0' + i / 10);
         pairs[2 * i + 1] = static_cast<char>('0' + i % 10);

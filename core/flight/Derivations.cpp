@@ -156,7 +156,8 @@ ClockReading readClock(const SeriesRefs &series, int intervalMs)
                      static_cast<int>(status(series, kSeconds).at(i)), 0);
     const QDate date(kYearOfClock, static_cast<int>(status(series, kMonth).at(i)),
                      static_cast<int>(status(series, kDate).at(i)));
-    // 24 hours or 60 seconds are trusted and yet no time of day: better no start than a wrong one.
+    // 24 hours, 60 seconds, month 0 and 31 February are trusted and yet make no date and time. There is no start then,
+    // as when no sample is trusted: without a valid one, no curve has a place on the axis.
     if (!time.isValid() || !date.isValid())
         return reading;
     // Whole days wrap away, so the rest fits the int of addMSecs however long the log is.

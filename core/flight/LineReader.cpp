@@ -18,7 +18,7 @@ bool isAscii(const char *text, int size)
     constexpr quint64 kHighBits = 0x8080808080808080U;
     quint64 all = 0;
     int i = 0;
-    for (; i + int {sizeof all} <= size; i += int {sizeof all}) {
+    for (; i + int{sizeof all} <= size; i += int{sizeof all}) {
         quint64 word = 0;
         std::memcpy(&word, text + i, sizeof word);
         all |= word;

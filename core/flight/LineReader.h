@@ -40,9 +40,9 @@ private:
     void take(QString &line, int length);
 
     QFile &m_file;
-    QByteArray m_text;      // bytes read and not yet forgotten
-    qint64 m_position = 0;  // of m_text in the file
-    int m_start = 0;        // of the next line in m_text
+    QByteArray m_text; // bytes read and not yet forgotten
+    qint64 m_position = 0; // of m_text in the file
+    int m_start = 0; // of the next line in m_text
     bool m_returns = false; // m_text may hold carriage returns
     std::unique_ptr<QTextStream> m_stream;
 };

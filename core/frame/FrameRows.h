@@ -30,7 +30,13 @@ inline constexpr int kMinBytes = 4;
 /** Position of the device state word, whose bits are the equipment channels. */
 inline constexpr int kDeviceStatePosition = 6;
 
-/** A function code. No frame has 0x51 or 0x53, and what frames have of 0x52 is derived anew after a read. */
+/**
+ * A function code.
+ *
+ * Frames of 0x51 and 0x53 are ignored: the difference channels are computed after a read, and the equipment channels
+ * are the bits of the device state in each frame of 0x02. Frames of 0x52 are decoded, and what is computed after a read
+ * is appended behind their samples.
+ */
 ///@{
 inline constexpr std::uint8_t kHeartBeat = 0x01;
 inline constexpr std::uint8_t kControlStatus = 0x02;

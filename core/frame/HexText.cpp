@@ -14,7 +14,7 @@ constexpr std::uint8_t kNoDigit = 0xFF;
 
 constexpr std::array<std::uint8_t, 256> makeDigitValues()
 {
-    std::array<std::uint8_t, 256> values {};
+    std::array<std::uint8_t, 256> values{};
     for (std::uint8_t &value : values)
         value = kNoDigit;
     for (std::uint8_t i = 0; i < 10; ++i)
@@ -98,7 +98,7 @@ qint64 decode(const Character *text, qint64 size, std::uint8_t *bytes, int capac
         decodeMixed(text, size, digits % 2 != 0, bytes, capacity);
     }
     if (length < capacity)
-        std::fill(bytes + length, bytes + capacity, std::uint8_t {0});
+        std::fill(bytes + length, bytes + capacity, std::uint8_t{0});
     return length;
 }
 

@@ -12,7 +12,7 @@
 namespace QXlsx
 {
 
-class DocumentPrivate;
+class XlsxBook;
 
 /**
  * A workbook (.xlsx) in memory: new, or one that stands on disk and is written over cell by cell.
@@ -29,6 +29,16 @@ public:
     static constexpr int kLastRow = 1048576;
     /** Columns that a sheet may have. */
     static constexpr int kLastColumn = 16384;
+    /** Characters that a cell may have; beyond it readers ask whether to repair the file. */
+    static constexpr int kLongestText = 32767;
+
+    /** How a reader first shows the sheets that are added; those of an existing workbook keep their own. */
+    struct SheetView {
+        /** Rows at the top that stay in sight when the others are scrolled. */
+        int frozenRows = 0;
+        /** Columns as wide as what stands in them. */
+        bool fitColumns = false;
+    };
 
     /** An empty workbook. One that nobody gives a sheet has "Sheet1". */
     Document();
@@ -37,10 +47,13 @@ public:
      * Takes over the workbook at path. With no file there the document is empty.
      *
      * A file that is no workbook, or one that unpacks to more than 1 GiB and 100 times its size, counts as not there,
-     * with a warning. Reads the workbook's list of sheets only, no cells. The file must not be changed by others before
-     * the document is gone.
+     * with a warning and refusal(). So does what no workbook has, which may show only in saveAs: more than 1000
+     * attributes of an element, more than 10000 sheets. Reads the workbook's list of sheets only, no cells. The file
+     * must not be changed by others before the document is gone.
+     *
+     * @param cancelled  as of setCancelled, asked already while the file is read; may be empty
      */
-    explicit Document(const QString &path);
+    explicit Document(const QString &path, const std::function<bool()> &cancelled = {});
     ~Document();
 
     Document(const Document &) = delete;
@@ -96,23 +109,38 @@ public:
      */
     QVariant read(int row, int column) const;
 
-    /** Rows of a sheet that were left out because they lie beyond kLastRow. */
+    /** A text as a cell holds it: cut to kLongestText, but not inside a pair of surrogates. */
+    static QString cellText(const QString &text);
+
+    /** Sets the view of the sheets that are added; the default is the reader's own. */
+    void setSheetView(const SheetView &view);
+
+    /**
+     * Rows of a sheet that were left out because they lie beyond kLastRow. A row counts once when its cells are written
+     * one behind the other.
+     */
     int rowsLeftOut(const QString &sheetName) const;
 
     /**
-     * Has saveAs ask, about every hundred thousand cells, whether it shall stop.
+     * Has saveAs ask, at least every hundred thousand cells or few kilobytes of an old workbook, whether it shall stop.
      *
      * The callable is called on the thread of saveAs and may read an atomic flag.
      */
     void setCancelled(std::function<bool()> cancelled);
 
+    /** What saveAs does with a file of another origin that stands in its place and is no workbook. */
+    enum class NoWorkbook { Replace, SetAside };
+
     /**
      * Writes the workbook into a new file beside path and puts it in path's place when it is complete.
+     *
+     * A file at path that the document was made from is not lost when it could not be taken over, or when a sheet of it
+     * that is written over is damaged: it is renamed, see savedAside(). A link is followed.
      *
      * @return false when it was cancelled or cannot be written: the unfinished file is removed, and what stood at path
      *         is as it was. The document may be written to and saved again in either case.
      */
-    bool saveAs(const QString &path);
+    bool saveAs(const QString &path, NoWorkbook noWorkbook = NoWorkbook::Replace);
 
     /**
      * What was left out, cut or could not be done since the last call, each in the words of a log line.
@@ -121,8 +149,17 @@ public:
      */
     QStringList takeWarnings();
 
+    /** The same for files in the way of the last saves that could not be renamed, so that nothing was written. */
+    QStringList takeErrors();
+
+    /** Why the file that the document was made from, or that stands where it is saved, is no workbook; else empty. */
+    QString refusal() const;
+
+    /** Where the last saveAs put the file that stood in its place: its path and ".old", ".old2", ...; else empty. */
+    QString savedAside() const;
+
 private:
-    std::unique_ptr<DocumentPrivate> d;
+    std::unique_ptr<XlsxBook> d;
 };
 
 } // namespace QXlsx

@@ -24,12 +24,27 @@ constexpr char kMain[] = "http://schemas.openxmlformats.org/spreadsheetml/2006/m
 constexpr char kStrictMain[] = "http://purl.oclc.org/ooxml/spreadsheetml/main";
 constexpr char kRelation[] = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
 constexpr char kStrictRelation[] = "http://purl.oclc.org/ooxml/officeDocument/relationships";
+constexpr char kRelations[] = "http://schemas.openxmlformats.org/package/2006/relationships";
 constexpr char kSheetType[] = "application/vnd.openxmlformats-officedocument.spreadsheetml.worksheet+xml";
 constexpr char kStylesType[] = "application/vnd.openxmlformats-officedocument.spreadsheetml.styles+xml";
 
 QByteArray folderOf(const QByteArray &part)
 {
     return part.left(part.lastIndexOf('/') + 1);
+}
+
+// The schema of the format has 32 bits for it; the best-known program of workbooks opens none beyond this.
+constexpr quint32 kLastSheetId = 65534;
+
+/** Whether the prefix of the root element, or the lack of one, stands for one of the namespaces. */
+bool isRootIn(const XlsxXmlReader &reader, std::initializer_list<const char *> namespaces)
+{
+    const QString name = reader.qualifiedName().toString();
+    const int colon = name.indexOf(QLatin1Char(':'));
+    const QString declaration = colon < 0 ? QStringLiteral("xmlns") : QStringLiteral("xmlns:") + name.left(colon);
+    const QXmlStreamAttributes attributes = reader.attributes();
+    return std::any_of(namespaces.begin(), namespaces.end(),
+                       [&](const char *one) { return attributes.value(declaration) == QLatin1String(one); });
 }
 
 /** The part that a target names, seen from another part. */
@@ -42,7 +57,8 @@ QByteArray resolve(const QByteArray &base, const QString &target)
 
 /** Copies a document; drop says of a start element that it went over it, beforeEnd writes into the first such list. */
 template <typename Drop, typename BeforeEnd>
-QByteArray edited(const QByteArray &xml, Drop drop, const char *list, BeforeEnd beforeEnd)
+QByteArray edited(const QByteArray &xml, const std::function<bool()> &cancelled, Drop drop, const char *list,
+                  BeforeEnd beforeEnd)
 {
     QByteArray result;
     XlsxOutput output([&result](const char *data, std::size_t size) {
@@ -50,7 +66,7 @@ QByteArray edited(const QByteArray &xml, Drop drop, const char *list, BeforeEnd 
         return true;
     });
     XlsxXmlWriter writer(output);
-    XlsxXmlReader reader(xml);
+    XlsxXmlReader reader(xml, cancelled);
     bool done = false;
     while (reader.next()) {
         if (reader.isStartElement() && drop(reader))
@@ -81,7 +97,7 @@ XlsxPackage::XlsxPackage()
                        "ContentType=\"application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml\"/>"
                        "</Types>")
     , m_workbook(QByteArray(kDeclaration) + "<workbook xmlns=\"" + kMain + "\" xmlns:r=\"" + kRelation
-                 + "\"><sheets></sheets></workbook>")
+                 + "\"><bookViews><workbookView/></bookViews><sheets></sheets></workbook>")
     , m_relations(QByteArray(kDeclaration)
                   + "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
                     "</Relationships>")
@@ -93,7 +109,7 @@ XlsxPackage::XlsxPackage()
 bool XlsxPackage::load(const QString &path, QString &reason)
 {
     if (!m_zip.open(path)) {
-        reason = QStringLiteral("it is no zip archive of parts");
+        reason = m_zip.refusal();
         return false;
     }
     const quint64 unpacked = m_zip.unpackedSize();
@@ -104,7 +120,9 @@ bool XlsxPackage::load(const QString &path, QString &reason)
     }
     if (!m_zip.readPart(m_zip.indexOf(m_contentTypesPart), kLongestList, m_contentTypes) || !readRelations()
         || !readWorkbook()) {
-        reason = QStringLiteral("its lists of parts and sheets cannot be read");
+        reason = !m_zip.refusal().isEmpty() ? m_zip.refusal()
+            : m_sheets.size() > kMaxSheets  ? QStringLiteral("it has more than %1 sheets").arg(kMaxSheets)
+                                            : QStringLiteral("its lists of parts and sheets cannot be read");
         m_zip.close();
         return false;
     }
@@ -122,7 +140,7 @@ void XlsxPackage::placeSheet(Sheet &sheet, QSet<QByteArray> &taken) const
     taken.insert(sheet.part.toLower());
     for (int number = 1;; ++number) {
         sheet.relation = QStringLiteral("rId%1").arg(number);
-        if (!m_targets.contains(sheet.relation) && !taken.contains(sheet.relation.toLatin1()))
+        if (!m_usedRelations.contains(sheet.relation) && !taken.contains(sheet.relation.toLatin1()))
             break;
     }
     taken.insert(sheet.relation.toLatin1());
@@ -143,36 +161,46 @@ QByteArray XlsxPackage::contentTypes(const QVector<Sheet> &added, const QByteArr
             == 0
             && reader.skipElement();
     };
-    return edited(m_contentTypes, drop, "Types", [&](XlsxXmlWriter &writer, const QByteArray &prefix) {
-        const auto add = [&](const QByteArray &part, const char *type) {
-            writer.start(prefix + "Override");
-            writer.attribute("PartName", QLatin1Char('/') + QString::fromUtf8(part));
-            writer.attribute("ContentType", QLatin1String(type));
-            writer.end();
-        };
-        for (const Sheet &sheet : added)
-            add(sheet.part, kSheetType);
-        if (!styles.isEmpty())
-            add(styles, kStylesType);
-    });
+    return edited(m_contentTypes, m_zip.cancelled(), drop, "Types",
+                  [&](XlsxXmlWriter &writer, const QByteArray &prefix) {
+                      const auto add = [&](const QByteArray &part, const char *type) {
+                          writer.start(prefix + "Override");
+                          writer.attribute("PartName", QLatin1Char('/') + QString::fromUtf8(part));
+                          writer.attribute("ContentType", QLatin1String(type));
+                          writer.end();
+                      };
+                      for (const Sheet &sheet : added)
+                          add(sheet.part, kSheetType);
+                      if (!styles.isEmpty())
+                          add(styles, kStylesType);
+                  });
 }
 
 QByteArray XlsxPackage::workbook(const QVector<Sheet> &added) const
 {
+    QSet<quint32> taken = m_sheetIds;
     quint32 id = m_lastSheetId;
+    // The identifier behind the last, or where there is none the first that is free.
+    const auto freeId = [&taken, &id] {
+        id = id < kLastSheetId ? id + 1 : 1;
+        while (taken.contains(id))
+            ++id;
+        taken.insert(id);
+        return id;
+    };
     bool declared = false;
     const auto look = [&](XlsxXmlReader &reader) {
         if (reader.depth() == 1)
             declared = reader.attributes().value(QLatin1String("xmlns:r")) == m_relationNamespace;
         return false;
     };
-    return edited(m_workbook, look, "sheets", [&](XlsxXmlWriter &writer, const QByteArray &prefix) {
+    return edited(m_workbook, m_zip.cancelled(), look, "sheets", [&](XlsxXmlWriter &writer, const QByteArray &prefix) {
         for (const Sheet &sheet : added) {
             writer.start(prefix + "sheet");
             if (!declared)
                 writer.attribute("xmlns:r", m_relationNamespace);
             writer.attribute("name", escapeCharacters(sheet.name));
-            writer.attribute("sheetId", QString::number(++id));
+            writer.attribute("sheetId", QString::number(freeId()));
             writer.attribute("r:id", sheet.relation);
             writer.end();
         }
@@ -186,21 +214,22 @@ QByteArray XlsxPackage::relations(const QVector<Sheet> &added, const QByteArray 
         return !dropped.isEmpty() && reader.localName() == QLatin1String("Relationship")
             && m_targets.value(reader.attribute(QLatin1String("Id"))).second == dropped && reader.skipElement();
     };
-    return edited(m_relations, drop, "Relationships", [&](XlsxXmlWriter &writer, const QByteArray &prefix) {
-        QSet<QString> taken;
-        const auto add = [&](const QString &id, const char *type, const QByteArray &part) {
-            writer.start(prefix + "Relationship");
-            writer.attribute("Id", id);
-            writer.attribute("Type", m_relationNamespace + QLatin1String(type));
-            writer.attribute("Target", QString::fromUtf8(part.mid(folderOf(m_workbookPart).size())));
-            writer.end();
-            taken.insert(id);
-        };
-        for (const Sheet &sheet : added)
-            add(sheet.relation, "/worksheet", sheet.part);
-        if (!styles.isEmpty())
-            add(freeRelation(taken), "/styles", styles);
-    });
+    return edited(m_relations, m_zip.cancelled(), drop, "Relationships",
+                  [&](XlsxXmlWriter &writer, const QByteArray &prefix) {
+                      QSet<QString> taken;
+                      const auto add = [&](const QString &id, const char *type, const QByteArray &part) {
+                          writer.start(prefix + "Relationship");
+                          writer.attribute("Id", id);
+                          writer.attribute("Type", m_relationNamespace + QLatin1String(type));
+                          writer.attribute("Target", QString::fromUtf8(part.mid(folderOf(m_workbookPart).size())));
+                          writer.end();
+                          taken.insert(id);
+                      };
+                      for (const Sheet &sheet : added)
+                          add(sheet.relation, "/worksheet", sheet.part);
+                      if (!styles.isEmpty())
+                          add(freeRelation(taken), "/styles", styles);
+                  });
 }
 
 QByteArray XlsxPackage::rootRelations()
@@ -218,7 +247,7 @@ bool XlsxPackage::readRelations()
     if (!m_zip.readPart(m_zip.indexOf("_rels/.rels"), kLongestList, root))
         return false;
     m_workbookPart.clear();
-    XlsxXmlReader reader(root);
+    XlsxXmlReader reader(root, m_zip.cancelled());
     while (reader.next())
         if (reader.isStartElement() && m_workbookPart.isEmpty()
             && reader.attribute(QLatin1String("Type")).endsWith(QLatin1String("/officeDocument")))
@@ -229,8 +258,13 @@ bool XlsxPackage::readRelations()
         || !m_zip.readPart(m_zip.indexOf(m_relationsPart), kLongestList, m_relations))
         return false;
 
-    XlsxXmlReader list(m_relations);
+    XlsxXmlReader list(m_relations, m_zip.cancelled());
     while (list.next()) {
+        // A program that minds namespaces finds no relation in a list of another one, and so no sheet.
+        if (list.isStartElement() && list.depth() == 1 && !isRootIn(list, {kRelations}))
+            return false;
+        if (list.isStartElement())
+            m_usedRelations.insert(list.attribute(QLatin1String("Id")));
         if (!list.isStartElement() || list.localName() != QLatin1String("Relationship"))
             continue;
         const QString type = list.attribute(QLatin1String("Type")).section(QLatin1Char('/'), -1);
@@ -252,12 +286,14 @@ bool XlsxPackage::readWorkbook()
 {
     if (!m_zip.readPart(m_zip.indexOf(m_workbookPart), kLongestList, m_workbook))
         return false;
-    XlsxXmlReader reader(m_workbook);
+    XlsxXmlReader reader(m_workbook, m_zip.cancelled());
     QSet<int> taken;
     bool hasList = false;
     while (reader.next()) {
         if (!reader.isStartElement())
             continue;
+        // Also one that the list of relations does not have: a new sheet that took it would become the caller's.
+        m_usedRelations.insert(reader.attribute(QLatin1String("id")));
         if (reader.depth() == 1) {
             if (reader.localName() != QLatin1String("workbook"))
                 return false;
@@ -282,8 +318,12 @@ bool XlsxPackage::readWorkbook()
                     sheet.part = target->second;
                 taken.insert(part);
             }
-            m_lastSheetId = std::max(m_lastSheetId, reader.attribute(QLatin1String("sheetId")).toUInt());
+            const quint32 id = reader.attribute(QLatin1String("sheetId")).toUInt();
+            m_sheetIds.insert(id);
+            m_lastSheetId = std::max(m_lastSheetId, id);
             m_sheets.append(sheet);
+            if (m_sheets.size() > kMaxSheets)
+                return false;
         }
     }
     return hasList && !reader.hasError();
@@ -293,7 +333,7 @@ QString XlsxPackage::freeRelation(const QSet<QString> &taken) const
 {
     for (int number = 1;; ++number) {
         QString id = QStringLiteral("rId%1").arg(number);
-        if (!m_targets.contains(id) && !taken.contains(id))
+        if (!m_usedRelations.contains(id) && !taken.contains(id))
             return id;
     }
 }

@@ -20,6 +20,9 @@ public:
         bool isNew = false;
     };
 
+    /** Sheets of a workbook. What states more is none: it would keep everything that walks over them busy. */
+    static constexpr int kMaxSheets = 10000;
+
     /** The package of a workbook without sheets. */
     XlsxPackage();
 
@@ -75,6 +78,8 @@ private:
     QHash<QString, QPair<QString, QByteArray>> m_targets; // by relation: its type and part
     QVector<Sheet> m_sheets;
     int m_activeSheet = 0;
+    QSet<QString> m_usedRelations; // in the list of relations or called by the workbook
+    QSet<quint32> m_sheetIds;
     quint32 m_lastSheetId = 0;
 };
 

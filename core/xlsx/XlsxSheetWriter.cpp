@@ -15,6 +15,7 @@ namespace
 {
 
 constexpr int kCellsBetweenAsking = 100000;
+constexpr int kLastRow = 1048576;
 constexpr int kLongestFormula = 8192; // characters, by the format
 constexpr int kFormulaCharactersACell = 16; // of a formula that is written out, as time goes
 
@@ -80,7 +81,8 @@ XlsxSheetWriter::XlsxSheetWriter(const XlsxCells &cells, const QVector<int> &sty
     setPrefix({});
 }
 
-XlsxSheetWriter::Outcome XlsxSheetWriter::writeNew(const QString &mainNamespace)
+XlsxSheetWriter::Outcome XlsxSheetWriter::writeNew(const QString &mainNamespace, const QVector<int> &widths,
+                                                   int frozenRows)
 {
     m_writer.declaration();
     m_writer.start("worksheet");
@@ -90,6 +92,8 @@ XlsxSheetWriter::Outcome XlsxSheetWriter::writeNew(const QString &mainNamespace)
         m_writer.attribute("ref", dimension({}));
         m_writer.end();
     }
+    writeFrozenRows(frozenRows);
+    writeWidths(widths);
     writeSheetData();
     m_writer.end();
     return stop() ? Outcome::Stopped : Outcome::Written;
@@ -239,6 +243,43 @@ void XlsxSheetWriter::writeRowsBefore(int row)
         writeCells(m_nextRow, 1, kBehindAll);
         m_output.append(end);
     }
+}
+
+void XlsxSheetWriter::writeFrozenRows(int count)
+{
+    if (count <= 0 || count >= kLastRow)
+        return;
+    m_writer.start("sheetViews");
+    m_writer.start("sheetView");
+    m_writer.attribute("workbookViewId", QStringLiteral("0"));
+    m_writer.start("pane");
+    m_writer.attribute("ySplit", QString::number(count));
+    m_writer.attribute("topLeftCell", QString::fromLatin1(cellName(count + 1, 1)));
+    m_writer.attribute("activePane", QStringLiteral("bottomLeft"));
+    m_writer.attribute("state", QStringLiteral("frozen"));
+    m_writer.end();
+    m_writer.start("selection");
+    m_writer.attribute("pane", QStringLiteral("bottomLeft"));
+    m_writer.endTo(1);
+}
+
+/** An element a column, since not every reader looks for a column inside a stretch. */
+void XlsxSheetWriter::writeWidths(const QVector<int> &widths)
+{
+    if (std::none_of(widths.begin(), widths.end(), [](int width) { return width > 0; }))
+        return;
+    m_writer.start("cols");
+    for (int column = 1; column < widths.size(); ++column) {
+        if (widths.at(column) == 0)
+            continue;
+        m_writer.start("col");
+        m_writer.attribute("min", QString::number(column));
+        m_writer.attribute("max", QString::number(column));
+        m_writer.attribute("width", QString::number(widths.at(column)));
+        m_writer.attribute("customWidth", QStringLiteral("1"));
+        m_writer.end();
+    }
+    m_writer.end();
 }
 
 void XlsxSheetWriter::writeSheetData()

@@ -35,8 +35,13 @@ public:
     XlsxSheetWriter(const XlsxCells &cells, const QVector<int> &styles, XlsxOutput &output,
                     const std::function<bool()> &cancelled);
 
-    /** A sheet with nothing but the cells. */
-    Outcome writeNew(const QString &mainNamespace);
+    /**
+     * A sheet with nothing but the cells.
+     *
+     * @param widths  of the columns, as columnWidths gives them; may be empty
+     * @param frozenRows  rows that stay in sight when the others are scrolled
+     */
+    Outcome writeNew(const QString &mainNamespace, const QVector<int> &widths = {}, int frozenRows = 0);
 
     /** The sheet that stands in part with the cells over it, all else of it kept. */
     Outcome merge(XlsxZipReader::Part &part, const QString &mainNamespace);
@@ -55,6 +60,8 @@ private:
     void setPrefix(const QByteArray &prefix);
     void writeCells(int row, int from, int to, const QString &keptStyle = {});
     void writeRowsBefore(int row);
+    void writeFrozenRows(int count);
+    void writeWidths(const QVector<int> &widths);
     void writeSheetData();
     bool next(XlsxXmlReader &reader);
     bool copyElement(XlsxXmlReader &reader);

@@ -56,10 +56,11 @@ QByteArray XlsxStyles::plain()
            "</styleSheet>";
 }
 
-XlsxStyles::XlsxStyles(const QByteArray &xml)
+XlsxStyles::XlsxStyles(const QByteArray &xml, const std::function<bool()> &cancelled)
     : m_xml(xml)
+    , m_cancelled(cancelled)
 {
-    XlsxXmlReader reader(xml);
+    XlsxXmlReader reader(xml, cancelled);
     while (reader.next()) {
         if (!reader.isStartElement())
             continue;
@@ -189,7 +190,7 @@ QByteArray XlsxStyles::xml() const
         }
     };
 
-    XlsxXmlReader reader(m_xml);
+    XlsxXmlReader reader(m_xml, m_cancelled);
     std::array<bool, kSections> met{};
     int open = -1;
     while (reader.next()) {

@@ -7,6 +7,7 @@
 #include <QVector>
 
 #include <array>
+#include <functional>
 
 namespace QXlsx
 {
@@ -18,7 +19,8 @@ public:
     /** The style sheet of a new workbook. */
     static QByteArray plain();
 
-    explicit XlsxStyles(const QByteArray &xml);
+    /** @param cancelled  asked now and then; once it says yes the style sheet is not valid */
+    explicit XlsxStyles(const QByteArray &xml, const std::function<bool()> &cancelled = {});
 
     /** False when the part is no style sheet; it then stays as it is and index gives -1. */
     bool isValid() const { return m_valid; }
@@ -42,6 +44,7 @@ private:
     int place(int section, const QByteArray &entry);
 
     QByteArray m_xml;
+    std::function<bool()> m_cancelled;
     QByteArray m_prefix;
     bool m_valid = false;
     bool m_changed = false;

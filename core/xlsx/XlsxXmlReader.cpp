@@ -7,6 +7,7 @@ namespace
 {
 
 constexpr int kDeepest = 200;
+constexpr int kTokensBetweenAsking = 500;
 
 QStringRef withoutPrefix(const QStringRef &name)
 {
@@ -21,14 +22,22 @@ XlsxXmlReader::XlsxXmlReader(QIODevice *device)
     setNamespaceProcessing(false);
 }
 
-XlsxXmlReader::XlsxXmlReader(const QByteArray &bytes)
+XlsxXmlReader::XlsxXmlReader(const QByteArray &bytes, const std::function<bool()> &cancelled)
     : QXmlStreamReader(bytes)
+    , m_cancelled(cancelled)
 {
     setNamespaceProcessing(false);
 }
 
 bool XlsxXmlReader::next()
 {
+    if (m_cancelled && --m_untilAsked < 0) {
+        m_untilAsked = kTokensBetweenAsking;
+        if (m_cancelled()) {
+            raiseError(QStringLiteral("cancelled"));
+            return false;
+        }
+    }
     switch (readNext()) {
     case StartElement:
         if (++m_depth > kDeepest) {

@@ -2,6 +2,8 @@
 
 #include <QXmlStreamReader>
 
+#include <functional>
+
 namespace QXlsx
 {
 
@@ -13,7 +15,8 @@ class XlsxXmlReader : public QXmlStreamReader
 {
 public:
     explicit XlsxXmlReader(QIODevice *device);
-    explicit XlsxXmlReader(const QByteArray &bytes);
+    /** @param cancelled  asked now and then, a yes ends the document as damage does; may be empty */
+    explicit XlsxXmlReader(const QByteArray &bytes, const std::function<bool()> &cancelled = {});
 
     /** Goes to the next token; false at the end of the document or when it is damaged. */
     bool next();
@@ -35,6 +38,8 @@ public:
 
 private:
     int m_depth = 0;
+    int m_untilAsked = 0;
+    std::function<bool()> m_cancelled;
 };
 
 } // namespace QXlsx

@@ -1,5 +1,7 @@
 #include "XlsxZipReader.h"
 
+#include <QFileInfo>
+
 #include <minizip/unzip.h>
 
 namespace QXlsx
@@ -67,23 +69,43 @@ XlsxZipReader::~XlsxZipReader()
 bool XlsxZipReader::open(const QString &path)
 {
     close();
+    m_refusal.clear();
     m_file.setFileName(path);
-    if (!m_file.open(QIODevice::ReadOnly))
-        return false;
+    if (!QFileInfo(path).isFile())
+        m_refusal = QStringLiteral("it is no regular file"); // opening a pipe would wait for its writer
+    else if (!m_file.open(QIODevice::ReadOnly))
+        m_refusal = QStringLiteral("it cannot be opened: %1").arg(m_file.errorString());
+    else
+        m_refusal = readDirectory();
+    if (!m_refusal.isEmpty())
+        close();
+    return m_refusal.isEmpty();
+}
+
+/** Gives what keeps the archive from being a workbook. */
+QString XlsxZipReader::readDirectory()
+{
+    const bool isCompound = m_file.peek(8) == "\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1";
     zlib_filefunc64_def functions{openFile, readFile, writeFile, tellFile, seekFile, closeFile, fileError, &m_file};
     m_zip = unzOpen2_64("", &functions);
-    for (int state = m_zip ? unzGoToFirstFile(m_zip) : UNZ_BADZIPFILE; state != UNZ_END_OF_LIST_OF_FILE;
-         state = unzGoToNextFile(m_zip)) {
+    if (isCompound)
+        return QStringLiteral("it is protected by a password or of an older format");
+    if (!m_zip)
+        return QStringLiteral("it is no zip archive of parts");
+    for (int state = unzGoToFirstFile(m_zip); state != UNZ_END_OF_LIST_OF_FILE; state = unzGoToNextFile(m_zip)) {
         unz_file_info64 info;
         unz64_file_pos place;
         QByteArray name(kLongestName, '\0');
-        if (state != UNZ_OK
+        if (state != UNZ_OK || isCancelled()
             || unzGetCurrentFileInfo64(m_zip, &info, name.data(), kLongestName, nullptr, 0, nullptr, 0) != UNZ_OK
-            || unzGetFilePos64(m_zip, &place) != UNZ_OK || info.size_filename >= kLongestName
-            || (info.flag & kEncrypted) || (info.compression_method != 0 && info.compression_method != Z_DEFLATED)) {
-            close();
-            return false;
-        }
+            || unzGetFilePos64(m_zip, &place) != UNZ_OK)
+            return QStringLiteral("its directory of parts is damaged");
+        if (info.size_filename >= kLongestName)
+            return QStringLiteral("the name of a part is longer than %1 bytes").arg(kLongestName - 1);
+        if (info.flag & kEncrypted)
+            return QStringLiteral("it is encrypted");
+        if (info.compression_method != 0 && info.compression_method != Z_DEFLATED)
+            return QStringLiteral("it is packed in a way that workbooks do not have");
         name.truncate(static_cast<int>(info.size_filename));
         const QByteArray key = name.toLower();
         if (m_index.contains(key))
@@ -102,7 +124,7 @@ bool XlsxZipReader::open(const QString &path)
         m_index.insert(key, static_cast<int>(m_entries.size()));
         m_entries.push_back(entry);
     }
-    return true;
+    return {};
 }
 
 void XlsxZipReader::close()
@@ -139,7 +161,7 @@ std::unique_ptr<XlsxZipReader::Part> XlsxZipReader::openPart(int index)
     if (!goTo(index) || unzOpenCurrentFile(m_zip) != UNZ_OK)
         return nullptr;
     m_entryOpen = true;
-    std::unique_ptr<Part> part(new Part(m_zip, m_entries[static_cast<std::size_t>(index)].unpacked));
+    std::unique_ptr<Part> part(new Part(*this, m_entries[static_cast<std::size_t>(index)].unpacked));
     part->open(QIODevice::ReadOnly | QIODevice::Unbuffered);
     return part;
 }
@@ -211,20 +233,26 @@ qint64 XlsxZipReader::Part::readData(char *data, qint64 size)
         return -1;
     if (m_left == 0) {
         // Whether the bytes were those that were packed shows at the end alone.
-        m_damaged = !m_checked && unzCloseCurrentFile(m_zip) != UNZ_OK;
+        m_damaged = !m_checked && unzCloseCurrentFile(m_reader.m_zip) != UNZ_OK;
         m_checked = true;
         return -1;
     }
     const auto wanted
         = static_cast<unsigned>(qMin<quint64>(m_left, static_cast<quint64>(qBound<qint64>(0, size, 1 << 20))));
-    const int count = unzReadCurrentFile(m_zip, data, wanted);
+    const int count = m_reader.isCancelled() ? -1 : unzReadCurrentFile(m_reader.m_zip, data, wanted);
     m_pieceSize += count;
     if (count <= 0 || m_pieceSize > kLongestPiece) {
         m_damaged = true;
         return -1;
     }
     m_left -= static_cast<quint64>(count);
-    return count;
+    const auto accepted = static_cast<qint64>(m_guard.accept(data, static_cast<std::size_t>(count)));
+    if (accepted < count) {
+        m_damaged = true;
+        if (m_reader.m_refusal.isEmpty())
+            m_reader.m_refusal = m_guard.refusal();
+    }
+    return accepted;
 }
 
 } // namespace QXlsx

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "XlsxXmlGuard.h"
+
 #include <QByteArray>
 #include <QFile>
 #include <QHash>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -34,7 +37,14 @@ public:
     XlsxZipReader();
     ~XlsxZipReader();
 
-    /** Opens the archive and reads its directory; false when it is none, or packed in a way that workbooks never are.
+    /** Has opening and reading ask, every few kilobytes, whether to stop; what is read then breaks off as damaged. */
+    void setCancelled(const std::function<bool()> &cancelled) { m_cancelled = cancelled; }
+    const std::function<bool()> &cancelled() const { return m_cancelled; }
+
+    /**
+     * Opens the archive and reads its directory; false when it is none, or packed in a way that workbooks never are.
+     *
+     * refusal() then gives the reason.
      */
     bool open(const QString &path);
     void close();
@@ -67,10 +77,15 @@ public:
     /** Up to size packed bytes; 0 at the end, negative on damage. */
     int readRaw(char *data, unsigned size);
 
+    /** Why the file is no workbook, as far as it was read: "it ...", "a part of it ..."; empty when it may be one. */
+    const QString &refusal() const { return m_refusal; }
+
     /** True when openRaw or readRaw met damage. */
     bool isDamaged() const { return m_damaged; }
 
 private:
+    bool isCancelled() const { return m_cancelled && m_cancelled(); }
+    QString readDirectory();
     bool goTo(int index);
     void closeEntry();
 
@@ -78,12 +93,14 @@ private:
     void *m_zip = nullptr;
     bool m_entryOpen = false;
     bool m_damaged = false;
+    QString m_refusal;
+    std::function<bool()> m_cancelled;
     quint64 m_rawLeft = 0;
     std::vector<Entry> m_entries;
     QHash<QByteArray, int> m_index;
 };
 
-/** Sequential device over one part. */
+/** Sequential device over one part of XML. */
 class XlsxZipReader::Part : public QIODevice
 {
 public:
@@ -101,13 +118,14 @@ protected:
 
 private:
     friend class XlsxZipReader;
-    Part(void *zip, quint64 size)
-        : m_zip(zip)
+    Part(XlsxZipReader &reader, quint64 size)
+        : m_reader(reader)
         , m_left(size)
     {
     }
 
-    void *m_zip;
+    XlsxZipReader &m_reader;
+    XlsxXmlGuard m_guard;
     quint64 m_left;
     qint64 m_pieceSize = 0;
     bool m_damaged = false;

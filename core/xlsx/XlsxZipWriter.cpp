@@ -1,5 +1,7 @@
 #include "XlsxZipWriter.h"
 
+#include <QFileDevice>
+
 #include <minizip/zip.h>
 
 namespace QXlsx
@@ -17,6 +19,8 @@ constexpr uLong kUtf8Name = 1U << 11;
 constexpr int kMadeBy = 20;
 constexpr quint64 kLarge = 0xf0000000;
 
+using Target = XlsxZipWriter::Target;
+
 voidpf openDevice(voidpf opaque, const void *, int)
 {
     return opaque;
@@ -24,29 +28,40 @@ voidpf openDevice(voidpf opaque, const void *, int)
 
 uLong readDevice(voidpf, voidpf stream, void *data, uLong size)
 {
-    const qint64 read = static_cast<QIODevice *>(stream)->read(static_cast<char *>(data), static_cast<qint64>(size));
+    auto *const target = static_cast<Target *>(stream);
+    const qint64 read = target->device->read(static_cast<char *>(data), static_cast<qint64>(size));
+    target->check(read >= 0);
     return read < 0 ? 0 : static_cast<uLong>(read);
 }
 
 uLong writeDevice(voidpf, voidpf stream, const void *data, uLong size)
 {
-    const qint64 written
-        = static_cast<QIODevice *>(stream)->write(static_cast<const char *>(data), static_cast<qint64>(size));
-    return written < 0 ? 0 : static_cast<uLong>(written);
+    auto *const target = static_cast<Target *>(stream);
+    const char *const bytes = static_cast<const char *>(data);
+    const auto wanted = static_cast<qint64>(size);
+    // A full disk takes the front of a block without complaint; only the rest fails with a reason.
+    for (qint64 done = 0; done < wanted;) {
+        const qint64 written = target->device->write(bytes + done, wanted - done);
+        if (!target->check(written > 0))
+            return static_cast<uLong>(done);
+        done += written;
+    }
+    return size;
 }
 
 ZPOS64_T tellDevice(voidpf, voidpf stream)
 {
-    return static_cast<ZPOS64_T>(static_cast<QIODevice *>(stream)->pos());
+    return static_cast<ZPOS64_T>(static_cast<Target *>(stream)->device->pos());
 }
 
 long seekDevice(voidpf, voidpf stream, ZPOS64_T offset, int origin)
 {
-    auto *const device = static_cast<QIODevice *>(stream);
+    auto *const target = static_cast<Target *>(stream);
+    QIODevice &device = *target->device;
     const qint64 start = origin == ZLIB_FILEFUNC_SEEK_SET ? 0
-        : origin == ZLIB_FILEFUNC_SEEK_CUR                ? device->pos()
-                                                          : device->size();
-    return device->seek(start + static_cast<qint64>(offset)) ? 0 : -1;
+        : origin == ZLIB_FILEFUNC_SEEK_CUR                ? device.pos()
+                                                          : device.size();
+    return target->check(device.seek(start + static_cast<qint64>(offset))) ? 0 : -1;
 }
 
 int closeDevice(voidpf, voidpf)
@@ -61,11 +76,22 @@ int deviceError(voidpf, voidpf)
 
 } // namespace
 
+bool XlsxZipWriter::Target::check(bool done)
+{
+    if (!done && error.isEmpty()) {
+        // The same for what the file holds back.
+        if (auto *const file = qobject_cast<QFileDevice *>(device))
+            file->flush();
+        error = device->errorString();
+    }
+    return done;
+}
+
 XlsxZipWriter::XlsxZipWriter(QIODevice &device)
-    : m_device(device)
+    : m_target{&device, {}}
 {
     zlib_filefunc64_def functions{openDevice, readDevice,  writeDevice, tellDevice,
-                                  seekDevice, closeDevice, deviceError, &m_device};
+                                  seekDevice, closeDevice, deviceError, &m_target};
     m_zip = zipOpen2_64("", APPEND_STATUS_CREATE, nullptr, &functions);
 }
 

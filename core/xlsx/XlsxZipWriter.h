@@ -3,6 +3,7 @@
 #include "XlsxZipReader.h"
 
 #include <QIODevice>
+#include <QString>
 
 #include <functional>
 
@@ -13,6 +14,14 @@ namespace QXlsx
 class XlsxZipWriter
 {
 public:
+    /** The device, and what it said when it first failed: the next seek makes it forget. */
+    struct Target {
+        QIODevice *device;
+        QString error;
+
+        bool check(bool done);
+    };
+
     explicit XlsxZipWriter(QIODevice &device);
     ~XlsxZipWriter();
     XlsxZipWriter(const XlsxZipWriter &) = delete;
@@ -31,8 +40,11 @@ public:
     /** Writes the directory. */
     bool finish();
 
+    /** What the device said when it first failed; empty while it did not. */
+    const QString &errorString() const { return m_target.error; }
+
 private:
-    QIODevice &m_device;
+    Target m_target;
     void *m_zip;
     bool m_partOpen = false;
 };

@@ -1,4 +1,5 @@
 #include "AppConfig.h"
+#include "Fifo.h"
 #include "Fixture.h"
 #include "LogFile.h"
 #include "MetaMethods.h"
@@ -103,7 +104,12 @@ private slots:
     void serialisedObjectsAreSetAside_data();
     void serialisedObjectsAreSetAside();
     void serialisedObjectsThatCannotBeSetAsideStayUnread();
+    void textThatOnlyResemblesAnObjectIsReadAndWrittenBack_data();
+    void textThatOnlyResemblesAnObjectIsReadAndWrittenBack();
     void folderInPlaceOfTheFileGivesTheDefaults();
+    void pipeInPlaceOfTheFileGivesTheDefaultsAndIsLeftAlone_data();
+    void pipeInPlaceOfTheFileGivesTheDefaultsAndIsLeftAlone();
+    void linkToARegularFileIsRead();
     void unreadableFileGivesTheDefaults();
     void fileThatCannotBeCreatedGivesTheDefaults();
     void exceptionAtCreatingTheFileIsLoggedAndTheReadGoesOn();
@@ -115,6 +121,7 @@ private slots:
     void otherKeysOfTheFileStay();
     void writeThatFailsIsSilent();
     void initRunsItsStepsInOrder();
+    void initThatFailsAtTheLogHasMadeThePlotFolderAndNoMore();
     void shutdownRunsItsStepsInOrder();
     void fieldsAreReadableAfterShutdown();
     void themeSlotAppliesTheStyleAndTells_data();
@@ -371,6 +378,42 @@ void TestAppConfig::serialisedObjectsThatCannotBeSetAsideStayUnread()
     QVERIFY(QDir(path + ".damaged").removeRecursively());
 }
 
+void TestAppConfig::textThatOnlyResemblesAnObjectIsReadAndWrittenBack_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("value");
+    // A character between the letters keeps the word from being "@Variant(", also in the spelling of QSettings.
+    QTest::newRow("vertical tab") << QByteArray("@Var\x0biant(") << QStringLiteral("@Var\viant(");
+    QTest::newRow("escaped vertical tab") << QByteArray("@Var\\viant(") << QStringLiteral("@Var\viant(");
+    QTest::newRow("bell, whose escape is a letter of the word")
+        << QByteArray("@V\\ariant(") << QStringLiteral("@V\ariant(");
+    QTest::newRow("blank") << QByteArray("@Var iant(") << QStringLiteral("@Var iant(");
+    QTest::newRow("blank by its number") << QByteArray("@Var\\x20iant(") << QStringLiteral("@Var iant(");
+    QTest::newRow("quote") << QByteArray("@Var\\\"iant(") << QStringLiteral("@Var\"iant(");
+    QTest::newRow("backslash") << QByteArray("@Var\\\\iant(") << QStringLiteral("@Var\\iant(");
+}
+
+void TestAppConfig::textThatOnlyResemblesAnObjectIsReadAndWrittenBack()
+{
+    const Fixture fixture;
+    QFETCH(QByteArray, text);
+    QFETCH(QString, value);
+    const QString path = config().configPath();
+    write(path, "[Global]\nother=" + text + "\ntouchMode=true\ntheme=lightTheme\nshowFactor=true\n");
+    for (int time = 0; time < 2; ++time) {
+        config().setTouchMode(false);
+        config().setTheme(darkTheme);
+        config().setShowFactor(false);
+        config().readConfigIni(path);
+        QVERIFY(!QFileInfo::exists(path + ".damaged"));
+        QCOMPARE(config().getTouchMode(), true);
+        QCOMPARE(config().getTheme(), lightTheme);
+        QCOMPARE(config().getShowFactor(), true);
+        QCOMPARE(QSettings(path, QSettings::IniFormat).value("Global/other").toString(), value);
+        config().writeConfigIni(path);
+    }
+}
+
 void TestAppConfig::folderInPlaceOfTheFileGivesTheDefaults()
 {
     const Fixture fixture;
@@ -381,6 +424,51 @@ void TestAppConfig::folderInPlaceOfTheFileGivesTheDefaults()
     QCOMPARE(config().getTouchMode(), false);
     config().writeConfigIni(config().configPath());
     QVERIFY(QFileInfo(config().configPath()).isDir());
+}
+
+void TestAppConfig::pipeInPlaceOfTheFileGivesTheDefaultsAndIsLeftAlone_data()
+{
+    QTest::addColumn<bool>("linked");
+    QTest::newRow("itself") << false;
+    QTest::newRow("behind a link") << true;
+}
+
+void TestAppConfig::pipeInPlaceOfTheFileGivesTheDefaultsAndIsLeftAlone()
+{
+    if (!hasFifos())
+        QSKIP("needs a file that blocks its reader");
+    const Fixture fixture;
+    QFETCH(bool, linked);
+    const QString path = config().configPath();
+    const Fifo fifo(linked ? fixture.path("pipe") : path);
+    QVERIFY(fifo.isValid());
+    if (linked)
+        QVERIFY(QFile::link(fixture.path("pipe"), path));
+    config().setTouchMode(true);
+    config().setTheme(lightTheme);
+    config().setShowFactor(true);
+    const LogFile log;
+    config().readConfigIni(path);
+    QCOMPARE(config().getTheme(), darkTheme);
+    QCOMPARE(config().getTouchMode(), false);
+    QCOMPARE(config().getShowFactor(), false);
+    config().writeConfigIni(path);
+    QVERIFY(!fifo.wasOpened());
+    QVERIFY(QFileInfo::exists(path) && !QFileInfo(path).isFile());
+    QCOMPARE(log.leveledMessages(),
+             (QStringList{"info: read config.ini", "warning: config.ini is not a regular file and is left alone",
+                          "info: write config ini", "warning: config.ini is not a regular file and is left alone"}));
+}
+
+void TestAppConfig::linkToARegularFileIsRead()
+{
+    if (!hasFifos())
+        QSKIP("QFile::link() makes a shortcut, which needs a name of its own");
+    const Fixture fixture;
+    write(fixture.path("settings"), "[Global]\ntouchMode=true\n");
+    QVERIFY(QFile::link(fixture.path("settings"), config().configPath()));
+    config().readConfigIni(config().configPath());
+    QCOMPARE(config().getTouchMode(), true);
 }
 
 void TestAppConfig::unreadableFileGivesTheDefaults()
@@ -556,6 +644,18 @@ void TestAppConfig::initRunsItsStepsInOrder()
     QCOMPARE(spy.first().first().value<MyThemes>(), lightTheme);
     QCOMPARE(qApp->styleSheet(), styleOf(":qdarkstyle/light/lightstyle.qss"));
     QVERIFY(findGraph(QStringLiteral("横滚"))->yvalue().isEmpty());
+}
+
+void TestAppConfig::initThatFailsAtTheLogHasMadeThePlotFolderAndNoMore()
+{
+    const Fixture fixture;
+    closeLogger();
+    QVERIFY(QDir(config().plotDir()).removeRecursively());
+    QVERIFY(QDir("logs").removeRecursively());
+    write("logs", "a file in place of the folder");
+    QVERIFY_EXCEPTION_THROWN(config().init(), spdlog::spdlog_ex);
+    QVERIFY(QFileInfo(config().plotDir()).isDir());
+    QVERIFY(!QFileInfo::exists(config().configPath()));
 }
 
 void TestAppConfig::shutdownRunsItsStepsInOrder()

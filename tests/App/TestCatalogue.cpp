@@ -210,6 +210,14 @@ constexpr Pair kPairs[] = {
     {"CommonModule", "Angle", "角度"},
     {"CommonModule", "AddAndSub", "加减"},
     {"CommonModule", "MulAndDot", "叉积和点积"},
+    {"CommonModule", "In degrees, 0 to 180", "单位：度，0 至 180"},
+
+    {"CanvasPicture", "Save picture", "保存图片"},
+    {"CanvasPicture", "Picture copied to the clipboard", "图片已复制到剪贴板"},
+    {"CanvasPicture", "Picture saved: %1", "图片已保存：%1"},
+    {"CanvasPicture", "Picture not saved: %1 (%2)", "图片未能保存：%1（%2）"},
+    {"CanvasPicture", "Picture not saved: the name must end in .png, .svg or .pdf",
+     "图片未能保存：文件名须以 .png、.svg 或 .pdf 结尾"},
 };
 
 // What users see in English even with the catalogue installed.

@@ -7,14 +7,19 @@
 #include <QFileInfo>
 #include <QTest>
 
+#include <spdlog/sinks/base_sink.h>
 #include <spdlog/sinks/ostream_sink.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/sinks/stdout_color_sinks.h>
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <functional>
+#include <mutex>
 #include <sstream>
 #include <thread>
+#include <vector>
 
 namespace
 {
@@ -51,6 +56,26 @@ private:
     std::shared_ptr<spdlog::sinks::ostream_sink_mt> m_sink;
 };
 
+/** Tells what its logger does with it. */
+class Recorder : public spdlog::sinks::base_sink<std::mutex>
+{
+public:
+    explicit Recorder(
+        std::function<void()> logged, std::function<void()> flushed = [] {})
+        : m_logged(std::move(logged))
+        , m_flushed(std::move(flushed))
+    {
+    }
+
+protected:
+    void sink_it_(const spdlog::details::log_msg &) override { m_logged(); }
+    void flush_() override { m_flushed(); }
+
+private:
+    std::function<void()> m_logged;
+    std::function<void()> m_flushed;
+};
+
 void logFromHere()
 {
     logToBoth(info, "from a function of its own");
@@ -72,6 +97,7 @@ private slots:
     void timeStampIsLocalTime();
     void placeIsThatOfTheStatement();
     void bothLoggersNameTheSamePlace();
+    void consoleComesBeforeTheFile();
     void everyLevelGoesThroughBoth_data();
     void everyLevelGoesThroughBoth();
     void argumentsAreFormatted();
@@ -84,6 +110,7 @@ private slots:
     void fileIsContinuedByTheNextStart();
     void warningsReachTheDiskAtOnce();
     void infoReachesTheDiskWithinSeconds();
+    void flushComesEveryThreeSeconds();
     void fileRotatesAtFiveMebibytesAndKeepsThree();
     void largeFileIsNotRotatedAtTheStart();
     void errorHandlerReportsOnTheConsole();
@@ -152,6 +179,17 @@ void TestLogging::bothLoggersNameTheSamePlace()
     // The default pattern's source is a path or a name, as the compiler gave it.
     parts[1] = QFileInfo(parts[1]).fileName();
     QCOMPARE(parts, (QStringList{line.level, line.file, QString::number(line.line), line.function, line.message}));
+}
+
+void TestLogging::consoleComesBeforeTheFile()
+{
+    QStringList order; // the loggers write to it until the fixture closes them
+    const Fixture fixture;
+    for (const char *name : {"file_logger", "console"})
+        spdlog::get(name)->sinks().push_back(std::make_shared<Recorder>([&order, name] { order.append(name); }));
+    logToBoth(info, "one");
+    logToBoth(error, "two");
+    QCOMPARE(order, (QStringList{"console", "file_logger", "console", "file_logger"}));
 }
 
 void TestLogging::everyLevelGoesThroughBoth_data()
@@ -297,6 +335,32 @@ void TestLogging::infoReachesTheDiskWithinSeconds()
     QTRY_VERIFY_WITH_TIMEOUT(onDisk(), 30000);
 }
 
+void TestLogging::flushComesEveryThreeSeconds()
+{
+    using Clock = std::chrono::steady_clock;
+    std::mutex mutex;
+    std::vector<Clock::time_point> flushes;
+    const Fixture fixture;
+    // A logger of its own: the library's thread goes over all of them.
+    spdlog::register_logger(
+        std::make_shared<spdlog::logger>("watched",
+                                         std::make_shared<Recorder>([] {},
+                                                                    [&] {
+                                                                        const std::lock_guard<std::mutex> lock(mutex);
+                                                                        flushes.push_back(Clock::now());
+                                                                    })));
+    // A machine under load makes some of the gaps longer, so one of the right length is enough.
+    const auto threeSecondsApart = [&] {
+        const std::lock_guard<std::mutex> lock(mutex);
+        const auto wanted = [](Clock::time_point before, Clock::time_point after) {
+            const auto gap = std::chrono::duration_cast<std::chrono::milliseconds>(after - before).count();
+            return gap > 2500 && gap < 3500;
+        };
+        return std::adjacent_find(flushes.begin(), flushes.end(), wanted) != flushes.end();
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(threeSecondsApart(), 60000);
+}
+
 void TestLogging::fileRotatesAtFiveMebibytesAndKeepsThree()
 {
     const Fixture fixture;
@@ -385,8 +449,11 @@ void TestLogging::closingLogsItsWordsAndDropsEveryLogger()
 {
     const Fixture fixture;
     const LogFile log;
+    const ConsoleCopy console;
     closeLogger();
     QCOMPARE(log.leveledMessages(), QStringList{"info: close logger"});
+    QCOMPARE(console.lines().size(), 1);
+    QVERIFY2(console.lines().first().endsWith("|close logger"), qPrintable(console.lines().first()));
     QVERIFY(!spdlog::get("file_logger"));
     QVERIFY(!spdlog::get("console"));
     QVERIFY(!spdlog::default_logger());

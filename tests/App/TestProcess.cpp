@@ -71,6 +71,7 @@ private slots:
     void themeIsThatOfTheConfig_data();
     void themeIsThatOfTheConfig();
     void fontAndMetaTypeAreSetUp();
+    void consoleLineHasTheLibrarysPattern();
     void killedProcessKeepsTheConfig();
     void brokenConfigDoesNotStopTheStart_data();
     void brokenConfigDoesNotStopTheStart();
@@ -196,6 +197,18 @@ void TestProcess::fontAndMetaTypeAreSetUp()
     const QByteArrayList reported = report();
     QVERIFY2(reported.contains("report: font Microsoft YaHei"), reported.join('\n').constData());
     QVERIFY2(reported.contains("report: list of ids known"), reported.join('\n').constData());
+}
+
+void TestProcess::consoleLineHasTheLibrarysPattern()
+{
+    static const QRegularExpression line(
+        R"(^\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\] \[console\] \[info\] \[main\.cpp:\d+\] =+ start =+$)",
+        QRegularExpression::MultilineOption);
+    Program program(m_program, dir("work"));
+    QString printed;
+    const auto complete = [&] { return (printed += program.readAll()).contains("start =============="); };
+    QTRY_VERIFY_WITH_TIMEOUT(complete(), 60000);
+    QVERIFY2(line.match(printed).hasMatch(), qPrintable(printed));
 }
 
 void TestProcess::killedProcessKeepsTheConfig()

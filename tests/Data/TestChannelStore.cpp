@@ -8,7 +8,12 @@
 #include <QSet>
 #include <QTest>
 
+#include <algorithm>
+#include <functional>
 #include <memory>
+#include <mutex>
+
+#include <spdlog/sinks/base_sink.h>
 
 namespace
 {
@@ -27,6 +32,23 @@ struct Initial {
     bool tracksEmpty;
     QColor defaultColor;
     QColor targetColor;
+};
+
+/** Has a look at the store while a message is logged. */
+class Onlooker : public spdlog::sinks::base_sink<std::mutex>
+{
+public:
+    explicit Onlooker(std::function<void()> look)
+        : m_look(std::move(look))
+    {
+    }
+
+protected:
+    void sink_it_(const spdlog::details::log_msg &) override { m_look(); }
+    void flush_() override { }
+
+private:
+    std::function<void()> m_look;
 };
 
 MyGraph *channel(int code, int row)
@@ -69,6 +91,7 @@ private slots:
     void channelsCarryThePlaneSelectedAtTheirMaking();
     void initLogsItsWords();
     void clearLogsItsWordsAndDeletesEveryChannel();
+    void clearLogsItsWordsBeforeItDeletes();
     void clearLeavesStalePointersThatInitReplaces();
     void clearSkipsNullChannels();
     void newChannelsAreEmptyAndStartTimeStays();
@@ -192,6 +215,31 @@ void TestChannelStore::clearLogsItsWordsAndDeletesEveryChannel()
     initData();
     QCOMPARE(messages, QStringList{"info: clear data;"});
     QVERIFY(ours);
+}
+
+void TestChannelStore::clearLogsItsWordsBeforeItDeletes()
+{
+    const Fixture fixture;
+    // A shared vector of each channel, which is ours alone once the channel is gone.
+    QVector<QVector<double>> samples;
+    for (const ExpectedField &field : expectedFields()) {
+        samples.append(QVector<double>(3, 1.0));
+        channel(field.code, field.number - 1)->setYvalue(samples.last());
+    }
+    const auto held = [&samples] {
+        return std::count_if(samples.cbegin(), samples.cend(),
+                             [](const QVector<double> &one) { return !one.isDetached(); });
+    };
+    QVector<qint64> heldAtMessages;
+    const auto onlooker = std::make_shared<Onlooker>([&] { heldAtMessages.append(held()); });
+    const std::shared_ptr<spdlog::logger> console = spdlog::default_logger();
+    spdlog::set_default_logger(std::make_shared<spdlog::logger>("onlooker", onlooker));
+    clearData();
+    spdlog::set_default_logger(console);
+    const qint64 left = held();
+    initData();
+    QCOMPARE(heldAtMessages, QVector<qint64>{143});
+    QCOMPARE(left, qint64(0));
 }
 
 void TestChannelStore::clearLeavesStalePointersThatInitReplaces()

@@ -57,6 +57,7 @@ private slots:
     void idIsReadFromTheCell();
     void clickOnTheBoxTicks();
     void confirmSendsTheListAndCloses();
+    void listIsSentWhileTheDialogIsStillOpen();
     void confirmSendsAnEmptyListToo();
     void closingTheWindowKeepsTheTicks();
     void manyRowsAreListed();
@@ -292,6 +293,19 @@ void TestDataListDia::confirmSendsTheListAndCloses()
     QCOMPARE(spy.count(), 1);
     QCOMPARE(spy.first().first().value<Ids>(), (Ids{4, 3}));
     QCOMPARE(dialog.selectedIds(), (Ids{4, 3}));
+}
+
+void TestDataListDia::listIsSentWhileTheDialogIsStillOpen()
+{
+    const Fixture fixture;
+    DataListDia dialog(nullptr);
+    QStringList events;
+    connect(&dialog, &DataListDia::doSendList, &dialog,
+            [&] { events << (dialog.isVisible() ? "sent while open" : "sent when closed"); });
+    connect(&dialog, &QDialog::finished, &dialog, [&] { events << "finished"; });
+    dialog.show();
+    QTest::mouseClick(button(dialog), Qt::LeftButton);
+    QCOMPARE(events, (QStringList{"sent while open", "finished"}));
 }
 
 void TestDataListDia::confirmSendsAnEmptyListToo()

@@ -101,6 +101,8 @@ private slots:
     void badLineOf64KibStandsWholeInTheLog();
     void longerBadLineIsCutWithItsLength();
     void bracesInABadLineStandAsTheyAre();
+    void controlCharactersOfABadLineStandAsTheirNumbers_data();
+    void controlCharactersOfABadLineStandAsTheirNumbers();
     void goodLineLogsNothing();
     void decodesEveryFieldOfItsTable_data();
     void decodesEveryFieldOfItsTable();
@@ -362,6 +364,32 @@ void TestDecodeLine::bracesInABadLineStandAsTheyAre()
     const LogFile log;
     handler.decodeLine(QStringLiteral("{} {0} {:d} %s %1"));
     QCOMPARE(log.leveledMessages(), QStringList{"info: error data :{} {0} {:d} %s %1"});
+}
+
+void TestDecodeLine::controlCharactersOfABadLineStandAsTheirNumbers_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("logged");
+    QTest::newRow("sequence for a terminal") << QStringLiteral("a\x1B[31mred\x07") << R"(a\x1b[31mred\x07)";
+    QTest::newRow("line ends") << QStringLiteral("a\r\nb") << R"(a\x0d\x0ab)";
+    QTest::newRow("null") << QString(QChar(0)) << R"(\x00)";
+    QTest::newRow("last of them") << QString(QChar(0x1F)) + ' ' << R"(\x1f )";
+    QTest::newRow("delete") << "~" + QString(QChar(0x7F)) << R"(~\x7f)";
+    QTest::newRow("those of Latin-1") << QString(QChar(0x80)) + QChar(0x9B) + QChar(0x9F) << R"(\x80\x9b\x9f)";
+    QTest::newRow("tab and the characters around") << QStringLiteral("\t ~\u00A0飞\\x1b") << "\t ~\u00A0飞\\x1b";
+    QTest::newRow("at the cut of a long line") << QString(kBadLineLimit - 1, 'x') + "\x1By"
+                                               << QString(kBadLineLimit - 1, 'x') + R"(\x1b... (65537 characters))";
+}
+
+void TestDecodeLine::controlCharactersOfABadLineStandAsTheirNumbers()
+{
+    const Fixture fixture;
+    QFETCH(QString, line);
+    QFETCH(QString, logged);
+    DataHandler handler;
+    const LogFile log;
+    handler.decodeLine(line);
+    QCOMPARE(log.messages(), QStringList{"error data :" + logged});
 }
 
 void TestDecodeLine::goodLineLogsNothing()

@@ -7,6 +7,8 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QProcess>
+#include <QRegularExpression>
 #include <QTest>
 
 #include <cmath>
@@ -73,6 +75,20 @@ private slots:
     void failedExportLeavesTheOldWorkbook_data();
     void failedExportLeavesTheOldWorkbook();
     void readOnlyFolderLeavesTheOldWorkbook();
+    void readOnlyFolderIsLoggedWithItsReason();
+    void fullDiskIsLoggedWithItsReason();
+    void whatCannotBeTakenOverIsSetAside_data();
+    void whatCannotBeTakenOverIsSetAside();
+    void namesOfOlderFilesAreSkipped();
+    void unreadableWorkbookIsSetAside();
+    void linkedFileIsSetAsideWhereItLies();
+    void pipeIsNotWaitedFor();
+    void whatCannotBeRenamedStaysAndIsAnError();
+    void damagedSheetIsKeptAside();
+    void rowsReplaceAWorkbookAndSetAsideAnyOtherFile();
+    void raisedFlagLeavesWhatIsNoWorkbook();
+    void formatsAreThoseOfTitlesAndNumbers_data();
+    void formatsAreThoseOfTitlesAndNumbers();
 
 private:
     QString path(const char *name) const { return m_fixture->path(QString::fromUtf8(name)); }
@@ -434,6 +450,320 @@ void TestExcelOperator::readOnlyFolderLeavesTheOldWorkbook()
     QCOMPARE(asOrdinaryUser([&target] { return ExcelOperator(nullptr).writeExcel(target) ? 1 : 0; }), 0);
     QVERIFY(content(path("locked/x.xlsx")) == before);
     QCOMPARE(QDir(path("locked")).entryList(QDir::Files | QDir::Hidden), QStringList{"x.xlsx"});
+}
+
+void TestExcelOperator::readOnlyFolderIsLoggedWithItsReason()
+{
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
+    fillStore(2);
+    QVERIFY(QDir().mkdir(path("locked")));
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("locked/x.xlsx")));
+    QVERIFY(letOthersRead(path("locked")));
+    // The workbook itself may be written.
+    QVERIFY(letOthersWrite(path("locked/x.xlsx")));
+    QVERIFY(letOthersRead(m_fixture->dir()));
+    const QByteArray before = content(path("locked/x.xlsx"));
+    const QStringList expected{"warning: " + path("locked/x.xlsx") + " cannot be written: Permission denied"};
+    QCOMPARE(asOrdinaryUser([&] {
+                 const LogFile log;
+                 return !ExcelOperator(nullptr).writeExcel(path("locked/x.xlsx")) && log.leveledMessages() == expected
+                     ? 0
+                     : 1;
+             }),
+             0);
+    QVERIFY(content(path("locked/x.xlsx")) == before);
+}
+
+void TestExcelOperator::fullDiskIsLoggedWithItsReason()
+{
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
+    fillStore(2000);
+    QVERIFY(letOthersWrite(m_fixture->dir()));
+    const QStringList expected{"warning: " + path("x.xlsx") + " is not written: File too large"};
+    QCOMPARE(asOrdinaryUser([&] {
+                 limitFileSize(300000);
+                 const LogFile log;
+                 const bool written = ExcelOperator(nullptr).writeExcel(path("x.xlsx"));
+                 return !written && log.leveledMessages() == expected ? 0 : 1;
+             }),
+             0);
+    QVERIFY(!QFileInfo::exists(path("x.xlsx")));
+}
+
+void TestExcelOperator::whatCannotBeTakenOverIsSetAside_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    const auto bytesOf = [this](const Parts &parts) {
+        return writeParts(path("made.xlsx"), parts) ? content(path("made.xlsx")) : QByteArray();
+    };
+    const auto changed = [](QByteArray bytes, int offset, const QByteArray &value) {
+        // In each entry of the directory.
+        for (int entry = bytes.indexOf("PK\1\2"); entry >= 0; entry = bytes.indexOf("PK\1\2", entry + 1))
+            bytes.replace(entry + offset, value.size(), value);
+        return bytes;
+    };
+    const auto with = [](Parts parts, int index, const QByteArray &before, const QByteArray &after) {
+        parts[index].second.replace(before, after);
+        return parts;
+    };
+    init();
+    const Parts whole = foreignWorkbook(sheetXml({}));
+    const QByteArray good = bytesOf(whole);
+    QTest::newRow("empty") << QByteArray("");
+    QTest::newRow("garbage") << QByteArray("a text that somebody calls a workbook");
+    QTest::newRow("protected by a password") << QByteArray("\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1") + QByteArray(4096, '\0');
+    QTest::newRow("encrypted parts") << changed(good, 8, QByteArray("\1\0", 2));
+    QTest::newRow("parts packed with bzip2") << changed(good, 10, QByteArray("\14\0", 2));
+    QTest::newRow("damaged directory") << changed(good, 0, "XXXX");
+    QTest::newRow("part with a long name") << bytesOf(Parts(whole) << Parts{{QByteArray(1024, 'n'), "x"}});
+    QByteArray sheets;
+    for (int i = 1; i <= 9999; ++i)
+        sheets += "<x:sheet name=\"s" + QByteArray::number(i) + "\" sheetId=\"" + QByteArray::number(i + 10) + "\"/>";
+    QTest::newRow("10001 sheets") << bytesOf(with(whole, 2, "</x:sheets>", sheets + "</x:sheets>"));
+    QByteArray attributes;
+    for (int i = 0; i < 1001; ++i)
+        attributes += " a" + QByteArray::number(i) + "=\"\"";
+    QTest::newRow("list with 1001 attributes") << bytesOf(with(whole, 2, "<x:sheets", "<x:sheets" + attributes));
+    QTest::newRow("style with 1001 attributes") << bytesOf(with(whole, 8, "<font>", "<font" + attributes + '>'));
+    const Parts named = with(whole, 2, "Plan &amp; Ist", "0x01-HeartBeat");
+    QTest::newRow("row with 1001 attributes")
+        << bytesOf(with(named, 4, "<sheetData>", "<sheetData><row" + attributes + "/>"));
+    QByteArray wide("\xff\xfe", 2);
+    const QString row = QString::fromUtf8(sheetXml("<row" + attributes + "/>"));
+    wide += QByteArray(reinterpret_cast<const char *>(row.utf16()), row.size() * 2);
+    QTest::newRow("row with 1001 attributes in UTF-16") << bytesOf(with(named, 4, named.at(4).second, wide));
+    QTest::newRow("relations of another namespace")
+        << bytesOf(with(whole, 3, "package/2006/relationships", "package/2007/relationships"));
+    cleanup();
+}
+
+void TestExcelOperator::whatCannotBeTakenOverIsSetAside()
+{
+    QFETCH(QByteArray, bytes);
+    fillStore(1);
+    QVERIFY(writeFile(path("x.xlsx"), bytes));
+    const LogFile log;
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    QVERIFY(content(path("x.xlsx.old")) == bytes);
+    QCOMPARE(QDir(m_fixture->dir()).entryList(QDir::Files | QDir::Hidden), (QStringList{"x.xlsx", "x.xlsx.old"}));
+    QXlsx::Document document(path("x.xlsx"));
+    QCOMPARE(document.sheetNames(), sheetNamesOfAnExport());
+    QVERIFY(document.selectSheet("0x53-EquipmentStatus"));
+    QVERIFY(sameBits(document.read(2, 16), equipmentGraphs[15]->yvalue().at(0)));
+    QCOMPARE(log.lines().size(), 1);
+    QCOMPARE(log.lines().first().level, QStringLiteral("warning"));
+    const QString start = path("x.xlsx") + " is kept as " + path("x.xlsx.old") + ": ";
+    QVERIFY2(log.messages().first().startsWith(start) && log.messages().first().size() > start.size() + 5,
+             qPrintable(log.messages().first()));
+    // Next time it is our own workbook, which is written over.
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    QCOMPARE(QDir(m_fixture->dir()).entryList(QDir::Files | QDir::Hidden), (QStringList{"x.xlsx", "x.xlsx.old"}));
+}
+
+void TestExcelOperator::namesOfOlderFilesAreSkipped()
+{
+    fillStore(1);
+    QVERIFY(writeFile(path("x.xlsx"), "third"));
+    QVERIFY(writeFile(path("x.xlsx.old"), "first"));
+    QVERIFY(writeFile(path("x.xlsx.old2"), "second"));
+    const LogFile log;
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    QCOMPARE(content(path("x.xlsx.old")), QByteArray("first"));
+    QCOMPARE(content(path("x.xlsx.old2")), QByteArray("second"));
+    QCOMPARE(content(path("x.xlsx.old3")), QByteArray("third"));
+    QVERIFY(log.messages().value(0).contains(" is kept as " + path("x.xlsx.old3") + ": "));
+}
+
+void TestExcelOperator::unreadableWorkbookIsSetAside()
+{
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
+    fillStore(1);
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    const QByteArray before = content(path("x.xlsx"));
+    QVERIFY(letNobodyRead(path("x.xlsx")));
+    QVERIFY(letOthersWrite(m_fixture->dir()));
+    fillStore(3);
+    const QString start = "warning: " + path("x.xlsx") + " is kept as " + path("x.xlsx.old") + ": ";
+    QCOMPARE(asOrdinaryUser([&] {
+                 const LogFile log;
+                 if (!ExcelOperator(nullptr).writeExcel(path("x.xlsx")))
+                     return 1;
+                 const QStringList messages = log.leveledMessages();
+                 return messages.size() == 1 && messages.first().startsWith(start)
+                         && messages.first().endsWith("Permission denied")
+                     ? 0
+                     : 2;
+             }),
+             0);
+    QVERIFY(content(path("x.xlsx.old")) == before);
+    QVERIFY(QFileInfo(path("x.xlsx")).permissions() & QFileDevice::ReadOwner);
+    QXlsx::Document document(path("x.xlsx"));
+    QVERIFY(document.selectSheet("0x01-HeartBeat"));
+    QVERIFY(document.read(4, 5).isValid());
+}
+
+void TestExcelOperator::linkedFileIsSetAsideWhereItLies()
+{
+    if (!hasOrdinaryUser())
+        QSKIP("a link is something else on this system");
+    fillStore(1);
+    QVERIFY(QDir().mkdir(path("far")));
+    QVERIFY(writeFile(path("far/real.xlsx"), "older"));
+    QVERIFY(QFile::link(path("far/real.xlsx"), path("x.xlsx")));
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    QCOMPARE(content(path("far/real.xlsx.old")), QByteArray("older"));
+    QVERIFY(QFileInfo(path("x.xlsx")).isSymLink());
+    QCOMPARE(QXlsx::Document(path("far/real.xlsx")).sheetNames(), sheetNamesOfAnExport());
+}
+
+void TestExcelOperator::pipeIsNotWaitedFor()
+{
+    if (!hasOrdinaryUser())
+        QSKIP("has no pipes among its files");
+    fillStore(1);
+    QCOMPARE(QProcess::execute("mkfifo", {path("x.xlsx")}), 0);
+    const LogFile log;
+    QVERIFY(!ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    QVERIFY(log.messages().value(0).startsWith(path("x.xlsx") + " cannot be written: "));
+    QVERIFY(QFileInfo::exists(path("x.xlsx")) && !QFileInfo(path("x.xlsx")).isFile());
+}
+
+void TestExcelOperator::whatCannotBeRenamedStaysAndIsAnError()
+{
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
+    fillStore(2);
+    QVERIFY(letOthersRead(m_fixture->dir()));
+    // In one folder files can be added but not renamed, in the other neither.
+    for (const char *folder : {"shared", "locked"}) {
+        QVERIFY(QDir().mkdir(path(folder)));
+        const QString target = path(folder) + "/x.xlsx";
+        QVERIFY(writeFile(target, "older"));
+        QVERIFY(letOthersRead(target));
+        QVERIFY(QByteArray(folder) == "shared" ? letOthersAdd(path(folder)) : letOthersRead(path(folder)));
+        QCOMPARE(asOrdinaryUser([&] {
+                     const LogFile log;
+                     if (ExcelOperator(nullptr).writeExcel(target))
+                         return 1;
+                     const QStringList messages = log.leveledMessages();
+                     return messages.size() == 1 && messages.first().startsWith("error: " + target) ? 0 : 2;
+                 }),
+                 0);
+        QCOMPARE(content(target), QByteArray("older"));
+        QCOMPARE(QDir(path(folder)).entryList(QDir::Files | QDir::Hidden), QStringList{"x.xlsx"});
+    }
+}
+
+void TestExcelOperator::damagedSheetIsKeptAside()
+{
+    Parts parts = foreignWorkbook("<worksheet><sheetData><row r=\"1\"><c r=\"A1\"><v>1</v></c></row><row");
+    parts[2].second.replace("Plan &amp; Ist", "0x01-HeartBeat");
+    QVERIFY(writeParts(path("x.xlsx"), parts));
+    const QByteArray before = content(path("x.xlsx"));
+    fillStore(1);
+    const LogFile log;
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    QVERIFY(content(path("x.xlsx.old")) == before);
+    QVERIFY(log.leveledMessages().value(0).startsWith("warning: " + path("x.xlsx") + " is kept as " + path("x.xlsx.old")
+                                                      + ": "));
+    QVERIFY(QXlsx::Document(path("x.xlsx")).sheetNames().contains("Other"));
+}
+
+void TestExcelOperator::rowsReplaceAWorkbookAndSetAsideAnyOtherFile()
+{
+    for (double number : {1.0, 2.0}) {
+        ExcelOperator excelOperator(nullptr);
+        excelOperator.writeNumberRow(1, 1, {number});
+        QVERIFY(excelOperator.save(path("rows.xlsx")));
+        QVERIFY(!QFileInfo::exists(path("rows.xlsx.old")));
+        QCOMPARE(QXlsx::Document(path("rows.xlsx")).read(1, 1), QVariant(number));
+    }
+    QVERIFY(writeFile(path("rows.xlsx"), "older"));
+    ExcelOperator excelOperator(nullptr);
+    excelOperator.writeNumberRow(1, 1, {3});
+    const LogFile log;
+    QVERIFY(excelOperator.save(path("rows.xlsx")));
+    QCOMPARE(content(path("rows.xlsx.old")), QByteArray("older"));
+    QCOMPARE(QXlsx::Document(path("rows.xlsx")).read(1, 1), QVariant(3.0));
+    QCOMPARE(log.lines().size(), 1);
+    QVERIFY(log.leveledMessages().first().startsWith("warning: " + path("rows.xlsx") + " is kept as "
+                                                     + path("rows.xlsx.old") + ": "));
+}
+
+void TestExcelOperator::raisedFlagLeavesWhatIsNoWorkbook()
+{
+    fillStore(10);
+    QVERIFY(writeFile(path("x.xlsx"), "older"));
+    const std::atomic<bool> cancelled{true};
+    ExcelOperator excelOperator(nullptr);
+    excelOperator.setCancelFlag(&cancelled);
+    QVERIFY(!excelOperator.writeExcel(path("x.xlsx")));
+    QCOMPARE(content(path("x.xlsx")), QByteArray("older"));
+    QCOMPARE(QDir(m_fixture->dir()).entryList(QDir::Files | QDir::Hidden), QStringList{"x.xlsx"});
+}
+
+void TestExcelOperator::formatsAreThoseOfTitlesAndNumbers_data()
+{
+    QTest::addColumn<bool>("isExport");
+    QTest::addColumn<bool>("isTitle");
+    QTest::newRow("title of an export") << true << true;
+    QTest::newRow("number of an export") << true << false;
+    QTest::newRow("row of titles") << false << true;
+    QTest::newRow("row of numbers") << false << false;
+}
+
+void TestExcelOperator::formatsAreThoseOfTitlesAndNumbers()
+{
+    QFETCH(bool, isExport);
+    QFETCH(bool, isTitle);
+    if (isExport) {
+        fillStore(3);
+        QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
+    } else {
+        ExcelOperator excelOperator(nullptr);
+        excelOperator.writeTitleRow(1, 2, {"a", "b"});
+        excelOperator.writeNumberRow(2, 2, {1, 2});
+        QVERIFY(excelOperator.save(path("x.xlsx")));
+    }
+    const auto parts = readParts(path("x.xlsx"));
+    const QString styles = QString::fromUtf8(parts.value("xl/styles.xml"));
+    const auto entries = [](const QString &xml, const char *list, const char *entry) {
+        const QRegularExpression section(QString("<%1[ >].*</%1>").arg(list));
+        const QRegularExpression one(QString("<%1(?:/>|[ >].*?(?:/>(?=<%1|</%2>)|</%1>))").arg(entry, list));
+        QStringList found;
+        for (auto matches = one.globalMatch(section.match(xml).captured()); matches.hasNext();)
+            found.append(matches.next().captured());
+        return found;
+    };
+    const auto number = [](const QString &xml, const char *attribute) {
+        return QRegularExpression(QString("\\b%1=\"(\\d+)\"").arg(attribute)).match(xml).captured(1).toInt();
+    };
+    for (auto part = parts.begin(); part != parts.end(); ++part) {
+        if (!part.key().startsWith("xl/worksheets/"))
+            continue;
+        const QString sheet = QString::fromUtf8(part.value());
+        const QRegularExpression cell(isTitle ? "<c r=\"[A-Z]+1\"[^>]*>" : "<c r=\"[A-Z]+(?!1\")\\d+\"[^>]*>");
+        int cells = 0;
+        for (auto matches = cell.globalMatch(sheet); matches.hasNext(); ++cells) {
+            const QString xf = entries(styles, "cellXfs", "xf").value(number(matches.next().captured(), "s"));
+            QCOMPARE(number(xf, "numFmtId"), 0);
+            QVERIFY2(xf.contains("<alignment horizontal=\"center\"/>"), qPrintable(xf));
+            const QString border = entries(styles, "borders", "border").value(number(xf, "borderId"));
+            for (const char *side : {"left", "right", "top", "bottom"})
+                QVERIFY2(border.contains(QString("<%1 style=\"thin\">").arg(side)), qPrintable(border));
+            const QString font = entries(styles, "fonts", "font").value(number(xf, "fontId"));
+            const QString fill = entries(styles, "fills", "fill").value(number(xf, "fillId"));
+            QVERIFY2(font.contains(isTitle ? "<sz val=\"12\"/><color rgb=\"FF000000\"/>" : "<sz val=\"11\"/><name"),
+                     qPrintable(font));
+            QVERIFY2(
+                fill.contains(isTitle ? "patternType=\"solid\"><fgColor rgb=\"FFC0C0C0\"/>" : "patternType=\"none\"/>"),
+                qPrintable(fill));
+        }
+        QVERIFY(cells > 1);
+    }
 }
 
 QTEST_GUILESS_MAIN(TestExcelOperator)

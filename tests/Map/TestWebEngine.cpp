@@ -1,13 +1,19 @@
+#include "DecodeRoutes.h"
 #include "Fixture.h"
 #include "MapWidget.h"
+#include "ModalAnswer.h"
 #include "WebWidget.h"
 
 #include <QFile>
+#include <QFileDialog>
 #include <QGroupBox>
 #include <QLabel>
+#include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QTableWidget>
 #include <QTcpServer>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QWebEnginePage>
 #include <QWebEngineView>
@@ -42,8 +48,20 @@ private slots:
     void keysInThePageStayInThePage();
     void oneDialogsEndLeavesTheOthersPage();
     void sandboxIsOffForTheAdministratorAlone();
+    void routeIsSavedWhereTheDialogSays();
+    void cancelledSaveWritesNothing();
+    void existingFileIsReplacedOnlyWhenTheUserAgrees();
+    void failedSaveIsSaid();
+    void downloadOfAnotherAddressIsNotTaken();
+    void fileIsChosenInTheEnginesDialog();
+    void pageHasTheThemeOfTheProgram_data();
+    void pageHasTheThemeOfTheProgram();
 
 private:
+    /** The panel of the tools with one route of two points. */
+    static void openTools(const QWidget &widget);
+    static void pressSave(const QWidget &widget);
+
     static QWebEngineView *view(const QWidget &widget) { return widget.findChild<QWebEngineView *>(); }
     static QString notice(const QWidget &widget)
     {
@@ -336,6 +354,204 @@ void TestWebEngine::sandboxIsOffForTheAdministratorAlone()
     // Programs that are started from here on inherit nothing of it.
     QVERIFY(!qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX"));
     QCOMPARE(qgetenv("QTWEBENGINE_CHROMIUM_FLAGS"), QByteArray("--no-first-run"));
+}
+
+void TestWebEngine::openTools(const QWidget &widget)
+{
+    QTRY_COMPARE_WITH_TIMEOUT(ask(widget, "typeof ostravelMap").toString(), QString("object"), 60000);
+    ask(widget, "document.querySelector('.tool-button').click()");
+    QTRY_COMPARE_WITH_TIMEOUT(ask(widget, "typeof ostravelMap.tools").toString(), QString("object"), 30000);
+    ask(widget,
+        "ostravelMap.addRoute('', [[34, 113.5], [34.25, 113.75]].map(function (p) {"
+        " return { at: L.latLng(p), way: null, moved: true }; })) && 0");
+    QTRY_COMPARE_WITH_TIMEOUT(ask(widget, "document.querySelectorAll('#tools .route').length").toInt(), 1, 30000);
+}
+
+void TestWebEngine::pressSave(const QWidget &widget)
+{
+    ask(widget,
+        "setTimeout(function () { [].filter.call(document.querySelectorAll('#tools button'), function (b) {"
+        " return b.innerText === '保存'; })[0].click(); }, 0)");
+}
+
+void TestWebEngine::routeIsSavedWhereTheDialogSays()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("我的航线.json");
+    MapWidget map(nullptr);
+    openTools(map);
+    QString proposed;
+    ModalAnswer user;
+    user.next([&](QDialog *dialog) {
+        auto *const files = qobject_cast<QFileDialog *>(dialog);
+        QVERIFY(files);
+        QCOMPARE(files->acceptMode(), QFileDialog::AcceptSave);
+        proposed = QFileInfo(files->selectedFiles().value(0)).fileName();
+        files->selectFile(path);
+        dialog->accept();
+    });
+    pressSave(map);
+    QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(path).size() > 0, 30000);
+    QVERIFY2(user.allAnswered(), qPrintable(user.unexpected().join(", ")));
+    QCOMPARE(proposed, QString("航线 1.json"));
+
+    // What the program's own converter makes of it.
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    DecodeRoutes converter(nullptr);
+    converter.decodeRoute(file);
+    const auto *const table = converter.findChild<QTableWidget *>("tableWidget");
+    QCOMPARE(table->rowCount(), 2);
+    const QStringList second{"2", "113.75", "34.25", "100", "50", "20"};
+    for (int column = 0; column < second.size(); ++column)
+        QCOMPARE(table->item(1, column)->text(), second.at(column));
+}
+
+void TestWebEngine::cancelledSaveWritesNothing()
+{
+    MapWidget map(nullptr);
+    openTools(map);
+    const QDir folder(QDir::currentPath());
+    const QStringList before = folder.entryList();
+    ModalAnswer user;
+    user.next([](QDialog *dialog) { dialog->reject(); });
+    pressSave(map);
+    QTRY_VERIFY_WITH_TIMEOUT(user.allAnswered(), 30000);
+    QCOMPARE(ask(map, "1 + 1").toInt(), 2);
+    QCOMPARE(folder.entryList(), before);
+}
+
+void TestWebEngine::existingFileIsReplacedOnlyWhenTheUserAgrees()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("a.json");
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("kept");
+    file.close();
+    MapWidget map(nullptr);
+    openTools(map);
+    ModalAnswer user;
+    const auto choose = [&](QDialog *dialog) {
+        qobject_cast<QFileDialog *>(dialog)->selectFile(path);
+        dialog->accept();
+    };
+    const auto answer = [](QMessageBox::StandardButton button) {
+        return [button](QDialog *dialog) {
+            QVERIFY(qobject_cast<QMessageBox *>(dialog));
+            QTest::mouseClick(qobject_cast<QMessageBox *>(dialog)->button(button), Qt::LeftButton);
+        };
+    };
+    user.next(choose);
+    user.next(answer(QMessageBox::No));
+    pressSave(map);
+    QTRY_VERIFY_WITH_TIMEOUT(user.allAnswered(), 30000);
+    QCOMPARE(ask(map, "1 + 1").toInt(), 2);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), QByteArray("kept"));
+    file.close();
+
+    user.next(choose);
+    user.next(answer(QMessageBox::Yes));
+    pressSave(map);
+    QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(path).size() > 100, 30000);
+    QVERIFY(user.allAnswered());
+    QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList("a.json"));
+}
+
+void TestWebEngine::failedSaveIsSaid()
+{
+    MapWidget map(nullptr);
+    openTools(map);
+    ModalAnswer user;
+    QString text;
+    user.next([](QDialog *dialog) {
+        // Where nobody can make a file.
+        qobject_cast<QFileDialog *>(dialog)->selectFile("/proc/a.json");
+        dialog->accept();
+    });
+    user.next([&](QDialog *dialog) { text = qobject_cast<QMessageBox *>(dialog)->text(); });
+    pressSave(map);
+    QTRY_VERIFY2_WITH_TIMEOUT(text.startsWith("无法保存 /proc/a.json："), qPrintable(text), 30000);
+    QVERIFY(user.allAnswered());
+}
+
+void TestWebEngine::downloadOfAnotherAddressIsNotTaken()
+{
+    MapWidget map(nullptr);
+    openTools(map);
+    const ModalAnswer nobody;
+    ask(map,
+        "var link = document.createElement('a'); link.download = 'a.txt'; link.href = 'data:text/plain,a';"
+        " document.body.appendChild(link); link.click(); 0");
+    ask(map, "link.href = 'geodesic.js'; link.click(); 0");
+    // A dialog would be there by now: a save that is asked for later comes after it.
+    ModalAnswer user;
+    user.next([](QDialog *dialog) { dialog->reject(); });
+    pressSave(map);
+    QTRY_VERIFY_WITH_TIMEOUT(user.allAnswered(), 30000);
+    QVERIFY2(nobody.unexpected().size() == 1, qPrintable(nobody.unexpected().join(", ")));
+}
+
+void TestWebEngine::fileIsChosenInTheEnginesDialog()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("航迹.gpx");
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("<gpx><trk><trkseg><trkpt lat='34' lon='113'/><trkpt lat='34.5' lon='113'/></trkseg></trk></gpx>");
+    file.close();
+    MapWidget map(nullptr);
+    openTools(map);
+    // As a user does: the engine opens no dialog for a script.
+    const QVariantList place = ask(map,
+                                   "document.getElementById('file').scrollIntoView();"
+                                   " var r = document.getElementById('file').getBoundingClientRect();"
+                                   " [r.left + r.width / 2, r.top + r.height / 2]")
+                                   .toList();
+    QCOMPARE(place.size(), 2);
+    const QPoint at(place.at(0).toInt(), place.at(1).toInt());
+    ModalAnswer user;
+    user.next([](QDialog *dialog) { dialog->reject(); });
+    QTest::mouseClick(view(map)->focusProxy(), Qt::LeftButton, Qt::NoModifier, at);
+    QTRY_VERIFY_WITH_TIMEOUT(user.allAnswered(), 30000);
+    QCOMPARE(ask(map, "ostravelMap.tracks.length").toInt(), 0);
+
+    user.next([&](QDialog *dialog) {
+        auto *const files = qobject_cast<QFileDialog *>(dialog);
+        QVERIFY(files);
+        QCOMPARE(files->acceptMode(), QFileDialog::AcceptOpen);
+        QCOMPARE(files->fileMode(), QFileDialog::ExistingFiles);
+        files->selectFile(path);
+        dialog->accept();
+    });
+    QTest::mouseClick(view(map)->focusProxy(), Qt::LeftButton, Qt::NoModifier, at);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "ostravelMap.tracks.length && ostravelMap.tracks[0].line.count()").toInt(), 2,
+                              30000);
+    QVERIFY2(user.allAnswered(), qPrintable(user.unexpected().join(", ")));
+}
+
+void TestWebEngine::pageHasTheThemeOfTheProgram_data()
+{
+    QTest::addColumn<QColor>("window");
+    QTest::addColumn<bool>("night");
+    QTest::newRow("day") << QColor("#efefef") << false;
+    QTest::newRow("night") << QColor("#19232d") << true;
+}
+
+void TestWebEngine::pageHasTheThemeOfTheProgram()
+{
+    QFETCH(QColor, window);
+    QFETCH(bool, night);
+    // As the theme's style sheet colours the dialog.
+    qApp->setStyleSheet(QString("QWidget { background-color: %1; }").arg(window.name()));
+    {
+        const MapWidget map(nullptr);
+        QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
+        QCOMPARE(ask(map, "ostravelMap.night").toBool(), night);
+        QCOMPARE(ask(map, "ostravelHost.saves").toBool(), true);
+    }
+    qApp->setStyleSheet({});
 }
 
 QTEST_MAIN(TestWebEngine)

@@ -1,4 +1,5 @@
 #include "Fixture.h"
+#include "LocaleCodec.h"
 #include "MetaMethods.h"
 #include "ModalAnswer.h"
 #include "RecordingEngine.h"
@@ -29,6 +30,7 @@ private slots:
     void emptyAddressLoadsTheDefaultPage();
     void addressGoesOverInUtf8();
     void loadTakesTheLocalEncoding();
+    void encodingsDifferWhereTheLocaleIsNotUtf8();
     void windowCoversTheWidgetAndItsOffset_data();
     void windowCoversTheWidgetAndItsOffset();
     void moveToGlobalUsesTheScreen();
@@ -119,6 +121,21 @@ void TestWebWidget::loadTakesTheLocalEncoding()
     const QString path = QStringLiteral("/航迹/page.html");
     widget.load(path);
     QCOMPARE(recording::engine().url, path.toLocal8Bit());
+}
+
+void TestWebWidget::encodingsDifferWhereTheLocaleIsNotUtf8()
+{
+    const OtherLocaleCodec locale;
+    const QString path = QStringLiteral("/航迹/page.html");
+    WebWidget widget(path, m_parent.get());
+    QCOMPARE(recording::engine().url, QByteArray("/\xe8\x88\xaa\xe8\xbf\xb9/page.html"));
+    widget.load(path);
+    QCOMPARE(recording::engine().url, QByteArray("/\xba\xbd\xbc\xa3/page.html")); // GB 2312, rows 26 29 and 28 03
+    // Page calls are in UTF-8 everywhere.
+    widget.runJs("f", "'航'");
+    QCOMPARE(recording::engine().script, QByteArray("f('\xe8\x88\xaa');"));
+    widget.runJs2("f", "'航'", "'迹'");
+    QCOMPARE(recording::engine().script, QByteArray("f('\xe8\x88\xaa','\xe8\xbf\xb9')"));
 }
 
 void TestWebWidget::windowCoversTheWidgetAndItsOffset_data()

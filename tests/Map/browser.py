@@ -225,6 +225,34 @@ class Browser:
         for kind in ("rawKeyDown", "keyUp"):
             self.send("Input.dispatchKeyEvent", type=kind, key=name, code=name, windowsVirtualKeyCode=code)
 
+    def type(self, text):
+        self.send("Input.insertText", text=text)
+
+    def look(self, width, height, night=False):
+        """Another size of the window, and the user's choice of a dark page."""
+        self.size = width, height
+        self.send("Emulation.setDeviceMetricsOverride", width=width, height=height, deviceScaleFactor=1, mobile=False)
+        self.send("Emulation.setEmulatedMedia",
+                  features=[{"name": "prefers-color-scheme", "value": "dark" if night else "light"}])
+
+    def choose(self, selector, paths):
+        """Chooses files in a file field, as its dialog would."""
+        root = self.send("DOM.getDocument", depth=0)["root"]["nodeId"]
+        node = self.send("DOM.querySelector", nodeId=root, selector=selector)["nodeId"]
+        self.send("DOM.setFileInputFiles", nodeId=node, files=[str(path) for path in paths])
+
+    def download_to(self, folder):
+        self.send("Page.setDownloadBehavior", behavior="allow", downloadPath=str(folder))
+
+    @contextlib.contextmanager
+    def before_each_page(self, script):
+        """The script runs in every page that is opened meanwhile, before its own."""
+        number = self.send("Page.addScriptToEvaluateOnNewDocument", source=script)["identifier"]
+        try:
+            yield
+        finally:
+            self.send("Page.removeScriptToEvaluateOnNewDocument", identifier=number)
+
     def screenshot(self, path):
         Path(path).parent.mkdir(parents=True, exist_ok=True)
         Path(path).write_bytes(base64.b64decode(self.send("Page.captureScreenshot")["data"]))

@@ -9,6 +9,7 @@
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
+#include <QThread>
 
 Q_DECLARE_METATYPE(Fixture::Catalogue)
 
@@ -39,6 +40,25 @@ QLabel *label(const QDialog &dialog)
 {
     return dialog.findChild<QLabel *>("label");
 }
+
+/** Counts the threads whose objects deleteLater() takes; the dialog shows nobody its own. */
+class ThreadDeletions : public QObject
+{
+public:
+    ThreadDeletions() { qApp->installEventFilter(this); }
+    int count() const { return m_count; }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::DeferredDelete && qobject_cast<QThread *>(watched))
+            connect(watched, &QObject::destroyed, this, [this] { ++m_count; });
+        return false;
+    }
+
+private:
+    int m_count = 0;
+};
 
 } // namespace
 
@@ -75,6 +95,7 @@ private slots:
     void clicksDuringAPlotWaitTheirTurn();
     void closingDuringAPlotDoesNotWait();
     void repeatedClosingDuringInitialisationLeavesNothing();
+    void threadIsDeletedAfterItsEnd();
 
 private:
     std::unique_ptr<Fixture> m_fixture;
@@ -157,12 +178,12 @@ void TestMPlotDialog::comesUpWithoutWaitingForTheEngine()
 void TestMPlotDialog::buttonsWaitForTheEngine()
 {
     StandIn standIn;
-    standIn.program("octave", "while [ ! -e $here/go ]; do sleep 0.05; done\n" + QByteArray(kEngine));
+    standIn.program("octave", "echo up > $here/up\n" + QByteArray(kUntilGo) + '\n' + kEngine);
     QFile track(AppConfig::getInstance().getDataPath());
     QVERIFY(track.open(QIODevice::WriteOnly));
     MPlotDialog dialog(nullptr);
     dialog.show();
-    QTest::qWait(300);
+    QTRY_COMPARE(standIn.text("up"), QByteArray("up\n"));
     QCOMPARE(enabledButtons(dialog), 0);
     QCOMPARE(dialog.windowTitle(), QStringLiteral("init..."));
     QVERIFY(QFile(standIn.path("go")).open(QIODevice::WriteOnly));
@@ -277,12 +298,16 @@ void TestMPlotDialog::clicksDuringAPlotWaitTheirTurn()
     StandIn standIn;
     standIn.program("octave",
                     "read -r line; echo plot-engine:done\nwhile read -r line; do echo begin >> $here/order; "
-                    "sleep 0.2; echo end >> $here/order; echo plot-engine:done; done; echo plot-engine:done");
+                        + QByteArray(kUntilGo)
+                        + "; echo end >> $here/order; echo plot-engine:done; done; "
+                          "echo plot-engine:done");
     MPlotDialog dialog(nullptr);
     dialog.show();
     QTRY_COMPARE(enabledButtons(dialog), 4);
     for (int i = 0; i < 3; ++i)
         QTest::mouseClick(dialog.findChild<QPushButton *>("btn2D"), Qt::LeftButton);
+    QTRY_COMPARE(standIn.text("order"), QByteArray("begin\n"));
+    QVERIFY(QFile(standIn.path("go")).open(QIODevice::WriteOnly));
     QTRY_COMPARE(standIn.text("order"), QByteArray("begin\nend\nbegin\nend\nbegin\nend\n"));
 }
 
@@ -291,18 +316,19 @@ void TestMPlotDialog::closingDuringAPlotDoesNotWait()
     StandIn standIn;
     standIn.program("octave",
                     "read -r line; echo plot-engine:done\nwhile read -r line; do echo begin >> $here/order; "
-                    "sleep 2; echo end >> $here/order; echo plot-engine:done; done; echo plot-engine:done");
-    QElapsedTimer timer;
+                        + QByteArray(kUntilGo)
+                        + "; echo end >> $here/order; echo plot-engine:done; done; "
+                          "echo plot-engine:done");
     {
         MPlotDialog dialog(nullptr);
         dialog.show();
         QTRY_COMPARE(enabledButtons(dialog), 4);
         QTest::mouseClick(dialog.findChild<QPushButton *>("btn2D"), Qt::LeftButton);
         QTRY_COMPARE(standIn.text("order"), QByteArray("begin\n"));
-        timer.start();
     }
-    QVERIFY(timer.elapsed() < 1500);
+    // A dialog that waited for the plot would have met its end.
     QCOMPARE(standIn.text("order"), QByteArray("begin\n"));
+    QVERIFY(QFile(standIn.path("go")).open(QIODevice::WriteOnly));
     QTRY_COMPARE(standIn.text("order"), QByteArray("begin\nend\n"));
 }
 
@@ -318,7 +344,7 @@ void TestMPlotDialog::repeatedClosingDuringInitialisationLeavesNothing()
         if (opened % 3 == 1)
             QTRY_VERIFY(!standIn.text("started").isEmpty());
         else if (opened % 3 == 2)
-            QTest::qWait(opened);
+            QTRY_VERIFY(threadCount() > m_threads);
     }
     QTRY_COMPARE_WITH_TIMEOUT(threadCount(), m_threads, 60000);
     for (const QByteArray &id : standIn.text("started").simplified().split(' ')) {
@@ -326,6 +352,20 @@ void TestMPlotDialog::repeatedClosingDuringInitialisationLeavesNothing()
         QTRY_VERIFY(!process.exists() || !process.open(QIODevice::ReadOnly) || process.readAll().isEmpty());
     }
     QTRY_VERIFY(standIn.processes().isEmpty());
+}
+
+void TestMPlotDialog::threadIsDeletedAfterItsEnd()
+{
+    StandIn standIn;
+    standIn.program("octave", kEngine);
+    ThreadDeletions deletions;
+    {
+        MPlotDialog dialog(nullptr);
+        QTRY_COMPARE(dialog.windowTitle(), QStringLiteral("MPlot"));
+        QCOMPARE(deletions.count(), 0);
+    }
+    QTRY_COMPARE(threadCount(), m_threads);
+    QTRY_COMPARE(deletions.count(), 1);
 }
 
 QTEST_MAIN(TestMPlotDialog)

@@ -109,6 +109,7 @@ private slots:
     void plotsPassTheirEightScalars();
     void failureOfAPlotIsLoggedWithItsMessage();
     void engineThatDiesInAPlotIsLoggedWithItsLastWords();
+    void engineThatClosesItsInputIsToldAndChangesNoSignal();
     void megabyteOnStandardErrorDoesNoHarm();
     void noiseOnStandardOutputIsNoAnswer();
     void initialisationStopsWhenInterrupted();
@@ -283,6 +284,21 @@ void TestMatlabPlot::engineThatDiesInAPlotIsLoggedWithItsLastWords()
                           "error: matlab plotXY mwException:GNU Octave does not run"}));
 }
 
+void TestMatlabPlot::engineThatClosesItsInputIsToldAndChangesNoSignal()
+{
+    StandIn standIn;
+    standIn.program("octave", "read -r line; exec <&-; echo plot-engine:done; exec sleep 1000");
+    // As a process begins; Qt ignores it once a QProcess was written to.
+    const auto before = std::signal(SIGPIPE, SIG_DFL);
+    Worker worker;
+    worker.call("init");
+    const LogFile log;
+    worker.call("plotXYSlot");
+    QCOMPARE(log.messages(), QStringList{"matlab plotXY mwException:GNU Octave ended or did not answer"});
+    const auto after = std::signal(SIGPIPE, before);
+    QVERIFY(after == SIG_DFL);
+}
+
 void TestMatlabPlot::megabyteOnStandardErrorDoesNoHarm()
 {
     StandIn standIn;
@@ -370,7 +386,8 @@ void TestMatlabPlot::plotUnderWayCompletes()
 {
     StandIn standIn;
     standIn.program("octave",
-                    engine("echo begun > $here/begun; sleep 1; echo yes > $here/drawn; echo plot-engine:done"));
+                    engine("echo begun > $here/begun; " + QByteArray(kUntilGo)
+                           + "; echo yes > $here/drawn; echo plot-engine:done"));
     const LogFile log;
     {
         Worker worker;
@@ -378,6 +395,7 @@ void TestMatlabPlot::plotUnderWayCompletes()
         worker.post("plotXYSlot");
         QTRY_COMPARE(standIn.text("begun"), QByteArray("begun\n"));
         QVERIFY(standIn.text("drawn").isEmpty());
+        QVERIFY(QFile(standIn.path("go")).open(QIODevice::WriteOnly));
     }
     QCOMPARE(standIn.text("drawn"), QByteArray("yes\n"));
     QVERIFY(log.leveledMessages().filter("error").isEmpty());

@@ -8,6 +8,7 @@
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
+#include <cstring>
 
 /** MatlabPlot over the MATLAB library itself, which a stand-in beside this program plays. */
 class TestMatlabRuntime : public QObject
@@ -25,10 +26,13 @@ private slots:
     void libraryThatComesUpFinishesTheInitialisation();
     void libraryThatDoesNotComeUpFailsTheInitialisation();
     void plotsPassTheirEightScalars();
+    void libraryIsToldThePlotFolderAndTheWorkingFolderStays();
+    void plotFolderOfAnyNameIsTold();
     void failureOfAPlotIsLoggedWithItsMessage();
     void failureOfAScalarIsLogged_data();
     void failureOfAScalarIsLogged();
     void withoutTheLibraryTheInitialisationFails();
+    void whatIsMissingIsNamedInTheLog();
 
 private:
     static int alive()
@@ -36,6 +40,20 @@ private:
         QLibrary runtime(QCoreApplication::applicationDirPath() + "/mclmcrrt9_10");
         const auto count = reinterpret_cast<int (*)()>(runtime.resolve("standInAlive"));
         return count ? count() : -1;
+    }
+
+    /** What the stand-in wrote down; it is in 16-bit letters on Windows. */
+    static QString toldFolder(const QString &name)
+    {
+        QFile file(name);
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        const QByteArray bytes = file.readAll();
+        if (QSysInfo::productType() != QLatin1String("windows"))
+            return QFile::decodeName(bytes);
+        QString folder(bytes.size() / 2, Qt::Uninitialized);
+        std::memcpy(folder.data(), bytes.constData(), std::size_t(folder.size()) * 2);
+        return QDir::fromNativeSeparators(folder);
     }
 
     std::unique_ptr<Fixture> m_fixture;
@@ -84,6 +102,29 @@ void TestMatlabRuntime::plotsPassTheirEightScalars()
                         "1 1 1 2 0 1 1 0 \n"
                         "1 1 1 2 0 1 1 1 \n"));
     QCOMPARE(alive(), 0);
+}
+
+void TestMatlabRuntime::libraryIsToldThePlotFolderAndTheWorkingFolderStays()
+{
+    MatlabPlot plot(nullptr);
+    plot.init();
+    plot.plotXYSlot();
+    QCOMPARE(toldFolder("folder.txt"), AppConfig::getInstance().plotDir());
+    QCOMPARE(QFileInfo(QDir::currentPath()).canonicalFilePath(), QFileInfo(m_fixture->dir()).canonicalFilePath());
+}
+
+void TestMatlabRuntime::plotFolderOfAnyNameIsTold()
+{
+    const QString folder = m_fixture->path(QStringLiteral("飞行 Ω o'neil"));
+    QVERIFY(QDir().mkpath(folder));
+    const QDir own(QCoreApplication::applicationDirPath());
+    for (const QFileInfo &file : own.entryInfoList(QDir::Files))
+        QVERIFY(QFile::copy(file.filePath(), folder + '/' + file.fileName()));
+    QProcess child;
+    child.start(folder + '/' + QFileInfo(QCoreApplication::applicationFilePath()).fileName(), {"--alone"});
+    QVERIFY(child.waitForFinished(60000));
+    QCOMPARE(child.readAllStandardOutput().trimmed(), QByteArray("not failed"));
+    QCOMPARE(toldFolder("folder.txt"), folder + "/myPlot");
 }
 
 void TestMatlabRuntime::failureOfAPlotIsLoggedWithItsMessage()
@@ -138,9 +179,29 @@ void TestMatlabRuntime::withoutTheLibraryTheInitialisationFails()
     QCOMPARE(child.readAllStandardOutput().trimmed(), QByteArray("failed, matlabInitFailedSignal"));
 }
 
+void TestMatlabRuntime::whatIsMissingIsNamedInTheLog()
+{
+    const QString program = QCoreApplication::applicationFilePath();
+    const QString copy = m_fixture->path(QFileInfo(program).fileName());
+    QVERIFY(QFile::copy(program, copy));
+    QProcess child;
+    child.start(copy, {"--complain"});
+    QVERIFY(child.waitForFinished(60000));
+    const QByteArray said = child.readAllStandardOutput();
+    QCOMPARE(said.count("matlab library not loaded: "), 1);
+    QVERIFY2(said.contains("mclmcrrt9_10"), said);
+    // The one error line is that of the failed start.
+    QCOMPARE(said.count("[error]"), 1);
+}
+
 int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
+    if (argc == 2 && qstrcmp(argv[1], "--complain") == 0) {
+        MatlabPlot plot(nullptr);
+        plot.init();
+        return 0;
+    }
     if (argc == 2 && qstrcmp(argv[1], "--alone") == 0) {
         spdlog::set_level(spdlog::level::off);
         MatlabPlot plot(nullptr);

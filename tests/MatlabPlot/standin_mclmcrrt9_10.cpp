@@ -24,7 +24,7 @@ STANDIN_EXPORT int standInAlive()
     return s_alive;
 }
 
-STANDIN_EXPORT int mclGetScalarInt32_proxy(array_ref **result, int value)
+STANDIN_EXPORT int mclGetScalarInt32_proxy(void **result, int real, int imaginary, int complexity)
 {
     if (told("no scalar, with an error")) {
         s_lastError = new error_info{1, "out of scalars"};
@@ -33,7 +33,8 @@ STANDIN_EXPORT int mclGetScalarInt32_proxy(array_ref **result, int value)
     }
     if (told("no scalar"))
         return -1;
-    *result = new array_ref{1, value};
+    // A complex number, or a part of one that nobody passed, must not look like a plain argument.
+    *result = new array_ref{1, imaginary == 0 && complexity == 0 ? real : -1};
     ++s_alive;
     return 0;
 }

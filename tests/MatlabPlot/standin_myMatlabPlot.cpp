@@ -3,15 +3,18 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <exception>
 #include <initializer_list>
 
-// As a compiled library sees them.
+// As a compiled library sees them: the class has virtual functions, so the pointer follows that to the table of these.
 
 class mwArray
 {
 public:
-    array_ref *m_array;
+    virtual ~mwArray() = default;
+    virtual void validate() const { }
+    array_ref *m_array = nullptr;
 };
 
 class mwException : public std::exception
@@ -34,6 +37,22 @@ bool told(const char *what)
 {
     const char *const word = std::getenv("STANDIN_RUNTIME");
     return word && std::strcmp(word, what) == 0;
+}
+
+/** Where a compiled m-function is told to look for the track files, as it can read it: from the environment. */
+void noteTheFolder()
+{
+    std::FILE *const file = std::fopen("folder.txt", "wb");
+    if (!file)
+        return;
+#ifdef _WIN32
+    if (const wchar_t *const folder = _wgetenv(L"OSTRAVEL_PLOT_FOLDER"))
+        std::fwrite(folder, sizeof(wchar_t), std::wcslen(folder), file);
+#else
+    if (const char *const folder = std::getenv("OSTRAVEL_PLOT_FOLDER"))
+        std::fputs(folder, file);
+#endif
+    std::fclose(file);
 }
 
 error_info s_failure{1, "Undefined function 'plot3'"};
@@ -59,8 +78,12 @@ void myMatlabPlot(const mwArray &a1, const mwArray &a2, const mwArray &a3, const
     std::FILE *const file = std::fopen("plots.txt", "ab");
     if (!file)
         return;
-    for (const mwArray *argument : {&a1, &a2, &a3, &a4, &a5, &a6, &a7, &a8})
+    for (const mwArray *argument : {&a1, &a2, &a3, &a4, &a5, &a6, &a7, &a8}) {
+        // Through the table of whoever made the object.
+        argument->validate();
         std::fprintf(file, "%d ", argument->m_array->value);
+    }
     std::fputs("\n", file);
     std::fclose(file);
+    noteTheFolder();
 }

@@ -20,6 +20,7 @@ function describe(name)
     end
     printf('%s|figures|%d\n', name, numel(get(0, 'Children')));
     printf('%s|name|%s\n', name, get(figureHandle, 'Name'));
+    printf('%s|place|%s\n', name, sprintf('%d ', get(figureHandle, 'Position')));
     for i = 1:numel(words)
         if ischar(words{i}) && ! isempty(words{i})
             printf('%s|text|%s\n', name, strrep(words{i}, "\n", ' '));
@@ -50,6 +51,13 @@ for name = {@NAMES@}
     end
 end
 draw('kind', 3, 0);
+% As the compiled function meets it: the working folder and the folder of the function hold no track, or another one.
+cd(fullfile('@WORK@', 'whole'));
+setenv('OSTRAVEL_PLOT_FOLDER', fullfile('@WORK@', 'torn'));
+draw('announced', 1, 0);
+setenv('OSTRAVEL_PLOT_FOLDER', fullfile('@WORK@', 'missing'));
+draw('announced empty', 1, 0);
+close all;
 """
 
 
@@ -129,6 +137,16 @@ class Figures(unittest.TestCase):
                          ["Ostravel - 高度曲线", "Ostravel - 二维航迹", "Ostravel - 三维航迹（全阶段）",
                           "Ostravel - 三维航迹（末端攻击）"])
 
+    def test_figures_lie_on_the_screen_with_their_tools(self):
+        for plot in ("height", "above", "space", "attack"):
+            left, bottom, width, height = (int(n) for n in self.facts(f"whole/{plot}", "place")[0][0].split())
+            # Of 1400 by 900 pixels a task bar takes 48 and the title, the menu and the tools 101, as measured.
+            self.assertGreaterEqual(left, 1, plot)
+            self.assertLessEqual(left + width, 1400, plot)
+            self.assertGreaterEqual(bottom, 48, plot)
+            self.assertLessEqual(bottom + height, 900 - 101, plot)
+            self.assertGreaterEqual(min(width, height), 500, plot)
+
     def test_height_holds_all_samples_over_number_and_distance(self):
         for case in ("whole", "windows", "long"):
             samples = FILES[case].count("\n")
@@ -146,6 +164,10 @@ class Figures(unittest.TestCase):
         self.assertTrue(west < -1500 and east > 1500 and south < -500 and north > 500 and low <= -50 and high > 410)
         self.assertEqual(aspect[0], aspect[1])
         self.assertIn(f"高度 (m)，放大 {aspect[0] / aspect[2]:g} 倍", self.texts("whole/space"))
+
+    def test_announced_folder_is_the_only_one(self):
+        self.assertTrue(any(text.startswith("2 个点") for text in self.texts("announced")), self.texts("announced"))
+        self.assertIn("没有轨迹文件 data.txt", self.texts("announced empty"))
 
     def test_reasons_are_said(self):
         for case, words in (("missing", "没有轨迹文件 data.txt"), ("unreadable", "无法打开轨迹文件 data.txt"),

@@ -202,6 +202,48 @@ private slots:
         QVERIFY(c.canvas.legend->element(1, 2) == nullptr);
     }
 
+    void anEmptyCanvasIsAsWideAsAFullOne()
+    {
+        Canvas c;
+        c.canvas.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&c.canvas));
+        c.canvas.replot();
+        const int empty = c.canvas.axisRect()->right();
+        c.show("横滚", {-1, 1});
+        QCOMPARE(c.canvas.axisRect()->right(), empty);
+        QVERIFY(empty > c.canvas.width() - 40);
+    }
+    void theLastLegendLineIsWholeOnALowCanvas()
+    {
+        Canvas c;
+        c.canvas.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&c.canvas));
+        int shown = 0;
+        for (const ChannelGroup &group : channelGroups()) {
+            for (MyGraph *const channel : group) {
+                if (shown == 14 || c.curve(channel->graphName().toUtf8().constData()) != nullptr)
+                    continue;
+                channel->setYvalue({1, 2});
+                c.control.myAddGraph(channel);
+                ++shown;
+            }
+        }
+        QCOMPARE(c.canvas.legend->rowCount(), 3);
+        // Room for the legend and the numbers, with two lines of text left for the curves.
+        const int line = QFontMetrics(c.canvas.legend->font()).height();
+        const QMargins margins = c.canvas.axisRect()->margins();
+        const int height = c.canvas.legend->minimumOuterSizeHint().height() + c.canvas.plotLayout()->rowSpacing()
+            + margins.top() + margins.bottom() + 2 * line;
+        c.canvas.resize(900, height);
+        QTRY_COMPARE(c.canvas.viewport().height(), height);
+        QVERIFY(c.canvas.axisRect()->height() > 0);
+        for (int i = 0; i < c.canvas.graphCount(); ++i) {
+            const QCPLayoutElement *const item = c.canvas.legend->itemWithPlottable(c.canvas.graph(i));
+            QVERIFY(item->outerRect().height() >= item->minimumOuterSizeHint().height());
+            QVERIFY(item->outerRect().bottom() < height);
+        }
+    }
+
     void theTimeAxisTellsTheDateOverTheTime()
     {
         const Canvas c;

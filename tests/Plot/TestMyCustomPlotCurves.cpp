@@ -126,6 +126,15 @@ private slots:
         QCOMPARE(c.canvas.xAxis->range(), QCPRange(Canvas::kStart, Canvas::kStart + 0.4));
         QCOMPARE(c.canvas.yAxis->range(), QCPRange(-4, 6));
     }
+    void aLevelFirstCurveKeepsTheStartingRangeInView()
+    {
+        Canvas c;
+        QCOMPARE(c.canvas.yAxis->range(), QCPRange(-1, 1));
+        c.show(kActual, {5, 5, 5, 5});
+        // Enlarged to hold -1 to 5 first. A level curve has no height of its own, so these six are centred on it.
+        QCOMPARE(c.canvas.yAxis->range(), QCPRange(2, 8));
+        QCOMPARE(c.canvas.xAxis->range(), QCPRange(Canvas::kStart, Canvas::kStart + 3 * 0.2));
+    }
     /** As after a cancelled choice of the colour. */
     void aChannelWithoutAValidColourIsDrawnInBlack()
     {
@@ -293,6 +302,23 @@ private slots:
         QCOMPARE(record.take(), (QStringList{"replot", "checked"}));
         QCOMPARE(c.log.leveledMessages(), QStringList("info: delete graph 横滚"));
     }
+    void thePlaceholderHasNoEntryInTheLegend()
+    {
+        Canvas c;
+        QCOMPARE(c.canvas.graphCount(), 1);
+        QCOMPARE(c.canvas.legend->itemCount(), 0);
+        MyGraph *const g = c.show(kActual, {1, 2});
+        QCOMPARE(c.canvas.legend->itemCount(), 1);
+        c.control.myRemoveGraph(g);
+        QCOMPARE(c.canvas.graphCount(), 1);
+        QCOMPARE(c.canvas.legend->itemCount(), 0);
+        c.show(kActual, {1, 2});
+        c.control.removeAllGraphsSlot();
+        QCOMPARE(c.canvas.legend->itemCount(), 0);
+        // An empty channel is a curve all the same.
+        c.show(kTarget, {});
+        QCOMPARE(c.canvas.legend->itemCount(), 1);
+    }
     void removingTheOnlyCurveLeavesAPlaceholderThatTheNextShowRemoves()
     {
         Canvas c;
@@ -414,6 +440,32 @@ private slots:
         }
         // The single channel of 0x52 keeps its flag.
         QCOMPARE(stillShown, QStringList(backupGraph->graphName()));
+    }
+    void removingAllCurvesHasItsOrder()
+    {
+        Canvas c;
+        c.show(kActual, {1, 2});
+        c.show(kTarget, {1, 2});
+        // What each step finds: the log line, the curves, and the flag of a channel.
+        QStringList steps;
+        const auto step = [&](const char *name) {
+            steps.append(QStringLiteral("%1: %2 lines, %3 curves, %4")
+                             .arg(QLatin1String(name))
+                             .arg(c.log.messages().size())
+                             .arg(c.canvas.graphCount())
+                             .arg(findGraph(kTarget)->shown() ? QStringLiteral("shown") : QStringLiteral("not shown")));
+        };
+        connect(&c.canvas, &QCustomPlot::afterReplot, this, [&] { step("replot"); });
+        connect(&c.control, &MyCustomPlot::graphCheckedSignal, this, [&] { step("checked"); });
+        connect(&c.control, &MyCustomPlot::statusShowSignal, this, [&] { step("status"); });
+        connect(c.curve(kActual), &QObject::destroyed, this,
+                [&] { steps.append(QStringLiteral("cleared: %1 lines").arg(c.log.messages().size())); });
+        c.log.mark();
+        c.control.removeAllGraphsSlot();
+        QCOMPARE(steps,
+                 (QStringList{"cleared: 1 lines", "replot: 1 lines, 1 curves, shown",
+                              "checked: 1 lines, 1 curves, not shown", "status: 1 lines, 1 curves, not shown"}));
+        QCOMPARE(c.curveNames(), QStringList(""));
     }
 
     void checkBoxesMayRemoveFurtherCurvesInsideTheSignal()

@@ -51,6 +51,26 @@ public:
         QCoreApplication::processEvents();
     }
 
+    /** Drags with a button other than the left one. */
+    void dragWith(Qt::MouseButton button, const QPoint &from, const QPoint &to)
+    {
+        QTest::mousePress(&canvas, button, Qt::NoModifier, from);
+        moveWith(button, (from + to) / 2);
+        moveWith(button, to);
+        QTest::mouseRelease(&canvas, button, Qt::NoModifier, to);
+        QCoreApplication::processEvents();
+    }
+
+    /** Moves the pointer with these buttons down. */
+    void moveWith(Qt::MouseButtons buttons, const QPoint &pos)
+    {
+        QMouseEvent move(QEvent::MouseMove, pos, canvas.mapToGlobal(pos), Qt::NoButton, buttons, Qt::NoModifier);
+        QCoreApplication::sendEvent(&canvas, &move);
+    }
+
+    /** The painted canvas as it is, without a replot. */
+    QImage picture() { return canvas.grab().toImage().convertToFormat(QImage::Format_RGB32); }
+
     void turnWheel(const QPoint &pos)
     {
         QWheelEvent wheel(pos, canvas.mapToGlobal(pos), QPoint(), QPoint(0, 120), Qt::NoButton, Qt::NoModifier,
@@ -200,6 +220,122 @@ private slots:
         QVERIFY(qAbs(c.canvas.xAxis->range().upper - x.upper) < 2 * secondsAPixel);
         QVERIFY(qAbs(c.canvas.yAxis->range().lower - y.lower) < 2 * unitsAPixel);
         QVERIFY(qAbs(c.canvas.yAxis->range().upper - y.upper) < 2 * unitsAPixel);
+    }
+    void inTouchModeOnlyTheLeftButtonZooms_data()
+    {
+        QTest::addColumn<int>("button");
+        QTest::newRow("right") << int(Qt::RightButton);
+        QTest::newRow("middle") << int(Qt::MiddleButton);
+        QTest::newRow("back") << int(Qt::BackButton);
+    }
+    void inTouchModeOnlyTheLeftButtonZooms()
+    {
+        QFETCH(int, button);
+        ShownCanvas c;
+        c.control.switchRectMode(true);
+        const QCPRange x = c.canvas.xAxis->range();
+        const QCPRange y = c.canvas.yAxis->range();
+        c.dragWith(Qt::MouseButton(button), c.at(5, 30), c.at(15, 10));
+        QCOMPARE(c.canvas.xAxis->range(), x);
+        QCOMPARE(c.canvas.yAxis->range(), y);
+        // Nor does its release end a drag of the left button.
+        QTest::mousePress(&c.canvas, Qt::LeftButton, Qt::NoModifier, c.at(5, 30));
+        QTest::mousePress(&c.canvas, Qt::MouseButton(button), Qt::NoModifier, c.at(5, 30));
+        c.moveWith(Qt::LeftButton | Qt::MouseButton(button), c.at(15, 10));
+        QTest::mouseRelease(&c.canvas, Qt::MouseButton(button), Qt::NoModifier, c.at(15, 10));
+        QCoreApplication::processEvents();
+        QCOMPARE(c.canvas.xAxis->range(), x);
+        QTest::mouseRelease(&c.canvas, Qt::LeftButton, Qt::NoModifier, c.at(15, 10));
+        QVERIFY(c.canvas.xAxis->range().size() < x.size());
+    }
+    void inTouchModeARightClickLeavesNoRectangleBehind()
+    {
+        ShownCanvas c;
+        c.control.switchRectMode(true);
+        const QImage before = c.picture();
+        // The menu that opens on the press takes the release.
+        QTest::mousePress(&c.canvas, Qt::RightButton, Qt::NoModifier, c.at(5, 30));
+        c.moveWith(Qt::NoButton, c.at(15, 20));
+        QVERIFY(!c.canvas.selectionRect()->isActive());
+        QCOMPARE(c.picture(), before);
+    }
+    void aRectangleWhoseReleaseIsLostGoesWithTheNextMove()
+    {
+        ShownCanvas c;
+        c.control.switchRectMode(true);
+        const QCPRange x = c.canvas.xAxis->range();
+        const QImage before = c.picture();
+        QTest::mousePress(&c.canvas, Qt::LeftButton, Qt::NoModifier, c.at(5, 30));
+        c.moveWith(Qt::LeftButton, c.at(10, 20));
+        QVERIFY(c.canvas.selectionRect()->isActive());
+        QVERIFY(c.picture() != before);
+        // A dialog or a menu took the release: the button is up when the pointer comes back.
+        c.moveWith(Qt::NoButton, c.at(15, 15));
+        QVERIFY(!c.canvas.selectionRect()->isActive());
+        QCOMPARE(c.picture(), before);
+        QCOMPARE(c.canvas.xAxis->range(), x);
+    }
+    void aMenuEndsTheRectangleThatIsBeingDrawn()
+    {
+        ShownCanvas c;
+        c.control.switchRectMode(true);
+        const QImage before = c.picture();
+        QTest::mousePress(&c.canvas, Qt::LeftButton, Qt::NoModifier, c.at(5, 30));
+        c.moveWith(Qt::LeftButton, c.at(10, 20));
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, c.at(10, 20), c.canvas.mapToGlobal(c.at(10, 20)));
+        QCoreApplication::sendEvent(&c.canvas, &event);
+        QVERIFY(!c.canvas.selectionRect()->isActive());
+        QCOMPARE(c.picture(), before);
+    }
+    void aClickInTouchModeLeavesNoSpotBehind()
+    {
+        ShownCanvas c;
+        c.control.switchRectMode(true);
+        const QImage before = c.picture();
+        const QPoint pos = c.at(5, 20);
+        QTest::mousePress(&c.canvas, Qt::LeftButton, Qt::NoModifier, pos);
+        c.moveWith(Qt::LeftButton, pos + QPoint(1, 1));
+        QTest::mouseRelease(&c.canvas, Qt::LeftButton, Qt::NoModifier, pos + QPoint(1, 1));
+        QCOMPARE(c.picture(), before);
+    }
+    void theZoomRectangleShowsInBothThemes_data()
+    {
+        QTest::addColumn<int>("theme");
+        QTest::newRow("day") << int(lightTheme);
+        QTest::newRow("night") << int(darkTheme);
+    }
+    void theZoomRectangleShowsInBothThemes()
+    {
+        QFETCH(int, theme);
+        ShownCanvas c;
+        c.control.switchThemeSlot(MyThemes(theme));
+        c.control.switchRectMode(true);
+        const QImage before = c.picture();
+        const QPoint from = c.at(3, 35);
+        const QPoint to = c.at(17, 5);
+        QTest::mousePress(&c.canvas, Qt::LeftButton, Qt::NoModifier, from);
+        c.moveWith(Qt::LeftButton, to);
+        const QImage during = c.picture();
+        const double ratio = c.canvas.devicePixelRatioF();
+        const QRect inside = QRect(from, to).adjusted(3, 3, -3, -3);
+        QVERIFY(inside.width() > 50 && inside.height() > 20);
+        // Every pixel inside changes enough to be seen, and none is covered: grid and curves stay visible.
+        QSet<QRgb> colours;
+        int changed = 0;
+        int pixels = 0;
+        for (int row = inside.top(); row <= inside.bottom(); ++row) {
+            for (int column = inside.left(); column <= inside.right(); ++column) {
+                const QPoint pixel = (QPointF(column, row) * ratio).toPoint();
+                const QColor a = before.pixelColor(pixel);
+                const QColor b = during.pixelColor(pixel);
+                colours.insert(b.rgb());
+                ++pixels;
+                changed += qAbs(a.red() - b.red()) + qAbs(a.green() - b.green()) + qAbs(a.blue() - b.blue()) > 24;
+            }
+        }
+        QVERIFY2(changed > pixels * 9 / 10, qPrintable(QStringLiteral("%1 of %2").arg(changed).arg(pixels)));
+        QVERIFY(colours.size() >= 3);
+        QTest::mouseRelease(&c.canvas, Qt::LeftButton, Qt::NoModifier, to);
     }
     void aRightClickAsksForTheMenu()
     {

@@ -3,6 +3,7 @@
 #include "FlightModes.h"
 #include "MyCustomPlot.h"
 
+#include <QApplication>
 #include <QSignalSpy>
 #include <QTest>
 #include <QToolTip>
@@ -428,6 +429,42 @@ private slots:
         QCOMPARE(c.control.calArea(g, t, 2), (28 - 7 * 5.5) * 0.2);
         QCOMPARE(c.control.calRisingTime(g, t, 10), -2.0);
         QCOMPARE(c.control.calRisingTime(g, t, 9), -1.0);
+    }
+    void theTipStandsBesideThePointerOnTheScreen()
+    {
+        Canvas c;
+        // Away from the corner of the screen, so that a place on the canvas is none on the screen.
+        c.canvas.setGeometry(300, 250, 400, 300);
+        c.canvas.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&c.canvas));
+        const QPoint pointer = c.canvas.mapToGlobal(QPoint(40, 30));
+        QVERIFY(pointer.x() > 250 && pointer.y() > 200);
+        c.moveTo(QPointF(40, 30));
+        QWidget *tip = nullptr;
+        for (QWidget *const widget : QApplication::topLevelWidgets()) {
+            if (widget->isVisible() && widget->inherits("QTipLabel"))
+                tip = widget;
+        }
+        QVERIFY(tip);
+        const QPoint away = tip->pos() - pointer;
+        QVERIFY2(qAbs(away.x()) < 60 && qAbs(away.y()) < 60,
+                 qPrintable(QStringLiteral("%1, %2").arg(away.x()).arg(away.y())));
+    }
+    void theTipWearsTheStyleOfTheCanvas()
+    {
+        Canvas c;
+        c.canvas.setStyleSheet(
+            QStringLiteral("QToolTip { background: rgb(1, 200, 3); border: 4px solid rgb(1, 200, 3) }"));
+        c.canvas.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&c.canvas));
+        moveToSample(c, 0);
+        QWidget *tip = nullptr;
+        for (QWidget *const widget : QApplication::topLevelWidgets()) {
+            if (widget->isVisible() && widget->inherits("QTipLabel"))
+                tip = widget;
+        }
+        QVERIFY(tip);
+        QCOMPARE(tip->grab().toImage().pixelColor(2, 2), QColor(1, 200, 3));
     }
     void theTipBelongsToTheCanvas()
     {

@@ -6,6 +6,7 @@
 
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QTest>
 
 Q_DECLARE_METATYPE(Fixture::Catalogue)
@@ -27,6 +28,7 @@ private slots:
     void buttonsCallThePlotter_data();
     void buttonsCallThePlotter();
     void newDialogStartsANewShell();
+    void figuresAreToldToOpenBesideTheDialog();
 
 private:
     std::unique_ptr<Fixture> m_fixture;
@@ -154,6 +156,27 @@ void TestPyPlotDialog::newDialogStartsANewShell()
         QTRY_COMPARE(standIn.text(latest).count("python pythonPlot.py Height\n"), 2);
         QCOMPARE(standIn.text(latest).count("cd "), 1);
     }
+}
+
+void TestPyPlotDialog::figuresAreToldToOpenBesideTheDialog()
+{
+    StandIn standIn;
+    standIn.program("sh", "echo \"$OSTRAVEL_FIGURE_AREA\" > $here/area; exec cat > /dev/null");
+    PyPlotDialog dialog(nullptr);
+    dialog.init();
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+    const QRect screen = dialog.screen()->availableGeometry();
+    QCOMPARE(dialog.frameGeometry().left(), screen.left());
+    QTest::mouseClick(dialog.findChild<QPushButton *>("pushButton"), Qt::LeftButton);
+    QTRY_VERIFY(standIn.text("area").endsWith('\n'));
+    const QList<QByteArray> numbers = standIn.text("area").simplified().split(' ');
+    QCOMPARE(numbers.size(), 4);
+    const QRect area(numbers[0].toInt(), numbers[1].toInt(), numbers[2].toInt(), numbers[3].toInt());
+    QVERIFY(screen.contains(area));
+    QVERIFY(!area.intersects(dialog.frameGeometry()));
+    QVERIFY(area.width() + dialog.frameGeometry().width() >= screen.width()
+            || area.height() + dialog.frameGeometry().height() >= screen.height());
 }
 
 QTEST_MAIN(TestPyPlotDialog)

@@ -370,14 +370,18 @@ void TestPythonPlot::scriptUnderWayCompletesAfterTheEnd()
 {
     layShellFolder();
     StandIn standIn;
-    layScript("import os, sys, time\nos.chdir('" + QFile::encodeName(standIn.path("."))
-              + "')\nopen('begun', 'w').close()\ntime.sleep(2)\nopen('drawn', 'w').write('yes')\n");
+    // Draws until it may end, or for half a minute.
+    layScript("import os, time\nos.chdir('" + QFile::encodeName(standIn.path("."))
+              + "')\nopen('begun', 'w').close()\nlast = time.monotonic() + 30\n"
+                "while not os.path.exists('go') and time.monotonic() < last:\n    time.sleep(0.05)\n"
+                "open('drawn', 'w').write('yes')\n");
     {
         PythonPlot plot(nullptr);
         plot.plotHeightSlot();
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(standIn.path("begun")), 60000);
     }
     QVERIFY(!QFile::exists(standIn.path("drawn")));
+    QVERIFY(QFile(standIn.path("go")).open(QIODevice::WriteOnly));
     QTRY_COMPARE_WITH_TIMEOUT(standIn.text("drawn"), QByteArray("yes"), 20000);
 }
 
@@ -449,7 +453,9 @@ void TestPythonPlot::folderOfTheDemoIsInTheLocalCode()
     const auto lines = [this](const QByteArray &name, const QByteArray &kind) {
         return "cd '" + m_fixture->dir().toLatin1() + '/' + name + "/myPlot'\npython pythonPlot.py " + kind + '\n';
     };
-    QList<QByteArray> expected{lines("\xE9\xA3\x9E\xE8\xA1\x8C", "Height"), lines("\xB7\xC9\xD0\xD0", "Demo1")};
+    QList<QByteArray> expected{lines("\xB7\xC9\xD0\xD0", "Demo1")};
+    for (const char *const kind : {"Height", "XY", "XYZ", "Attack"})
+        expected.append(lines("\xE9\xA3\x9E\xE8\xA1\x8C", kind));
     std::sort(expected.begin(), expected.end());
     const auto found = [&standIn] {
         QList<QByteArray> result;
@@ -465,7 +471,7 @@ void TestPythonPlot::folderOfTheDemoIsInTheLocalCode()
 }
 
 /**
- * The part of the program in a folder of another name: draws once, and the demo too where the local 8-bit code is
+ * The part of the program in a folder of another name: draws once, and each kind where the local 8-bit code is
  * another than UTF-8. Ends with its standard input.
  */
 static int draw(int argc, char *argv[], bool otherCode)
@@ -476,8 +482,12 @@ static int draw(int argc, char *argv[], bool otherCode)
         QTextCodec::setCodecForLocale(QTextCodec::codecForName("GB18030"));
     PythonPlot plot(nullptr);
     plot.plotHeightSlot();
-    if (otherCode)
+    if (otherCode) {
+        plot.plotXYSlot();
+        plot.plotXYZSlot();
+        plot.plotAttackSlot();
         plot.pythonPlotDemo();
+    }
     QSocketNotifier input(0, QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
     return QCoreApplication::exec();

@@ -197,6 +197,102 @@ class Axes(Folder):
             self.assertNotEqual(font.get_char_index(ord(letter)), 0, letter)
 
 
+def box_of(text):
+    """The corners of a text as it is turned, in pixels."""
+    turn = numpy.radians(text.get_rotation())
+    bounds = text.get_window_extent()
+    centre = numpy.array([bounds.x0 + bounds.x1, bounds.y0 + bounds.y1]) / 2
+    angle = text.get_rotation()
+    text.set_rotation(0)
+    flat = text.get_window_extent()
+    text.set_rotation(angle)
+    half = numpy.array([flat.width, flat.height]) / 2
+    corners = numpy.array([(-1, -1), (1, -1), (1, 1), (-1, 1)]) * half
+    return centre + corners @ numpy.array([[numpy.cos(turn), numpy.sin(turn)], [-numpy.sin(turn), numpy.cos(turn)]])
+
+
+def gap(one, other):
+    """The widest gap that a straight line along a side of one of two boxes finds between them; negative if they meet."""
+    widest = -numpy.inf
+    for box in (one, other):
+        for side in (box[1] - box[0], box[2] - box[1]):
+            across = numpy.array([-side[1], side[0]]) / (numpy.hypot(*side) or 1)
+            for direction in (across, -across):
+                widest = max(widest, (other @ direction).min() - (one @ direction).max())
+    return widest
+
+
+class Titles(Folder):
+    SIZES = ((10.5, 8.0), (9.47, 6.3), (4.8, 3.6))
+
+    def lay_leg(self, east, north, up, far=0.0):
+        lines = (f"{far + east * i / 179:.6g}\t{north * i / 179 - far:.6g}\t{400 + up * i / 179:.6g}\n" for i in range(180))
+        self.lay("".join(lines), "data_attack.txt")
+
+    def test_no_title_of_an_axis_in_space_runs_into_numbers(self):
+        self.lay_track()
+        for leg in ((537, -358, -358), (3000, 100, -390), (50, 4000, -300), (-20, -30, -399), (12000, -9000, -399)):
+            for far in (0.0, 25000.0):
+                self.lay_leg(*leg, far)
+                for kind in ("Attack", "XYZ"):
+                    figure = self.draw(kind)
+                    for size in self.SIZES:
+                        with self.subTest(leg=leg, far=far, kind=kind, size=size):
+                            figure.set_size_inches(size)
+                            figure.canvas.draw()
+                            self.check_titles(figure)
+                    pythonPlot.plt.close("all")
+
+    def check_titles(self, figure):
+        axes = figure.axes[0]
+        # As they were drawn: to ask the axis for its labels would lay them out for a plane.
+        every = [(axis, tick.label1) for axis in (axes.xaxis, axes.yaxis, axes.zaxis) for tick in axis.majorTicks
+                 if min(axis.get_view_interval()) <= tick.get_loc() <= max(axis.get_view_interval())]
+        self.assertGreater(len(every), 5)
+        for axis in (axes.xaxis, axes.yaxis, axes.zaxis):
+            title = box_of(axis.label)
+            for _, text in every:
+                self.assertGreater(gap(title, box_of(text)), 1.0, (axis.label.get_text(), text.get_text()))
+
+
+class Windows(Folder):
+    """Figures in the part of the screen that is theirs; a stand-in for the window writes down where it is put."""
+
+    class Window:
+        def __init__(self):
+            self.at = None
+
+        def wm_geometry(self, place):
+            self.at = tuple(int(number) for number in place[1:].split("+"))
+
+    def fitted(self, area, size=(10.5, 8.0)):
+        figure = pythonPlot.plt.figure(figsize=size, dpi=100)
+        manager = unittest.mock.Mock(window=self.Window())
+        with unittest.mock.patch.object(figure.canvas, "manager", manager):
+            pythonPlot.fit(figure, area)
+        return manager.window.at, figure.get_size_inches() * 100
+
+    def test_figure_is_made_as_small_as_its_area(self):
+        for area in ((407, 0, 959, 768), (0, 40, 700, 1000), (1366, 0, 1024, 728)):
+            with self.subTest(area=area):
+                (x, y), (width, height) = self.fitted(area)
+                # The frame and the tools of the window add at least 2 by 67 pixels, as measured.
+                self.assertTrue(area[0] <= x and x + width + 2 <= area[0] + area[2])
+                self.assertTrue(area[1] <= y and y + height + 67 <= area[1] + area[3])
+                self.assertGreater(min(width / 700, height / 600), 0.95)
+
+    def test_figure_that_fits_keeps_its_size_in_the_middle(self):
+        (x, y), size = self.fitted((407, 0, 1513, 1080))
+        self.assertEqual(size.tolist(), [1050, 800])
+        self.assertAlmostEqual(x + 1050 / 2, 407 + 1513 / 2, delta=10)
+
+    def test_area_is_read_from_the_environment(self):
+        for text, area in (("407 0 959 768", (407, 0, 959, 768)), ("-5 -6 7 8", (-5, -6, 7, 8)), ("", None),
+                           ("1 2 3", None), ("1 2 3 4 5", None), ("a b c d", None), ("0 0 0 0", None)):
+            with unittest.mock.patch.dict(os.environ, OSTRAVEL_FIGURE_AREA=text):
+                self.assertEqual(pythonPlot.figure_area(), area, text)
+
+
 class Reading(Folder):
     def test_reasons_are_said(self):
         self.assertIn("没有轨迹文件 data.txt", self.refusal())

@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QGroupBox>
 #include <QLabel>
+#include <QLayout>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QScrollArea>
@@ -76,6 +77,10 @@ class TestCommonModule : public QObject
 
 private slots:
     void negativeBearingIsNotNormalised();
+    void negativeBearingIsShownAsItIs();
+    void angleTellsItsUnit();
+    void groupsFillTheHeight_data();
+    void groupsFillTheHeight();
     void init() { m_fixture = std::make_unique<Fixture>(); }
     void cleanup()
     {
@@ -128,6 +133,54 @@ private:
 void TestCommonModule::negativeBearingIsNotNormalised()
 {
     QCOMPARE(QString::number(CommonModule::bearingDegrees(-123), 'f', 3), QStringLiteral("-1.230"));
+}
+
+void TestCommonModule::negativeBearingIsShownAsItIs()
+{
+    CommonModule window([](Location, Location) -> std::int32_t { return -123; });
+    press(window, "pushButton_calDIstanc");
+    QCOMPARE(edit(window, "lineEdit_bear")->text(), QStringLiteral("-1.230"));
+    QCOMPARE(window.bearing(), -1.23);
+}
+
+void TestCommonModule::angleTellsItsUnit()
+{
+    const CommonModule window;
+    for (const char *name : {"groupBox_8", "lineEdit_jiaodu"})
+        QCOMPARE(window.findChild<QWidget *>(QString::fromLatin1(name))->toolTip(),
+                 QStringLiteral("单位：度，0 至 180"));
+}
+
+void TestCommonModule::groupsFillTheHeight_data()
+{
+    editsLineUp_data();
+}
+
+void TestCommonModule::groupsFillTheHeight()
+{
+    QFETCH(int, theme);
+    QFETCH(QSize, size);
+    if (theme == darkTheme)
+        AppConfig::getInstance().applyDarkStyle();
+    else
+        AppConfig::getInstance().applyLightStyle();
+    CommonModule window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    // The screen of a test may be smaller than a large window, which gives way to it when it comes up.
+    if (size.isValid())
+        window.resize(size);
+    const QWidget *const page = window.findChild<QScrollArea *>()->widget();
+    const auto geometry
+        = [&window](const char *name) { return window.findChild<QGroupBox *>(QString::fromLatin1(name))->geometry(); };
+    const QMargins margins = page->layout()->contentsMargins();
+    for (const char *last : {"groupBox_6", "groupBox_7"})
+        QTRY_COMPARE(page->height() - geometry(last).bottom() - 1, margins.bottom());
+    // Each of the four rows takes a share of a large window.
+    if (size.height() > 1000) {
+        for (const char *name : {"groupBox_2", "groupBox_3", "groupBox_5", "groupBox_6"})
+            QVERIFY2(geometry(name).height() > size.height() / 8, name);
+    }
 }
 
 void TestCommonModule::declaresItsSlots()

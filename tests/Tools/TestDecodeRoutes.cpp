@@ -22,6 +22,7 @@
 #include <QTimer>
 
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <memory>
 
@@ -179,6 +180,11 @@ private slots:
     void deletingMeanwhileIsSafe();
     void eventsAreProcessedForEachWaypoint();
     void hugeFileEnds();
+    void legTimeIsDividedInDoubles();
+    void hugeCoordinateIsCutToACell();
+    void cutKeepsPairsOfSurrogatesWhole_data();
+    void cutKeepsPairsOfSurrogatesWhole();
+    void fileThatIsNoWorkbookIsSetAside();
 
 private:
     QString path(const char *name) const { return m_fixture->path(QString::fromUtf8(name)); }
@@ -926,6 +932,105 @@ void TestDecodeRoutes::hugeFileEnds()
     convert(dialog, path("r.json"));
     QCOMPARE(table(dialog)->rowCount(), 1);
     QVERIFY(timer.elapsed() < 60000);
+}
+
+void TestDecodeRoutes::legTimeIsDividedInDoubles()
+{
+    const float distance = float(kDegreeOfEquator);
+    int differing = 0;
+    for (const double speed : {0.1, 0.3, 0.7, 3.3, 7.7, 10.1, 13.7, 27.3}) {
+        write(path("r.json"), route({waypoint("0", "0"), waypoint("1", "0", speed)}));
+        DecodeRoutes dialog(nullptr);
+        convert(dialog, path("r.json"));
+        QCOMPARE(QXlsx::Document(path("r.xlsx")).read(3, 8).toDouble(), double(float(double(distance) / speed)));
+        differing += float(double(distance) / speed) != distance / float(speed) ? 1 : 0;
+    }
+    // Otherwise no division could be told from another.
+    QVERIFY(differing > 0);
+}
+
+void TestDecodeRoutes::hugeCoordinateIsCutToACell()
+{
+    constexpr int kLongest = 32767;
+    constexpr int kSize = 40000000;
+    // Digits that nobody needs, so that the number is what it is with or without the last of them.
+    QByteArray content = "{\"cartographic\": [{\"longitude\": \"113.5";
+    content.append(QByteArray(kSize, '0')).append("\", \"latitude\": \"33.25\"}]}");
+    write(path("r.json"), content);
+    content.clear();
+    const auto convertShown = [this](DecodeRoutes &dialog) {
+        dialog.show();
+        QElapsedTimer timer;
+        timer.start();
+        convert(dialog, path("r.json"));
+        dialog.grab(); // has everything painted
+        std::printf("a coordinate of %d MB took %lld ms\n", kSize / 1000000, static_cast<long long>(timer.elapsed()));
+        return timer.elapsed() < 60000;
+    };
+#ifndef __SANITIZE_ADDRESS__
+    if (hasOrdinaryUser()) {
+        QVERIFY(letOthersWrite(m_fixture->dir()));
+        const qint64 before = peakOfMemory();
+        QCOMPARE(asOrdinaryUser([&] {
+                     DecodeRoutes dialog(nullptr);
+                     if (!convertShown(dialog))
+                         return 1;
+                     const qint64 grown = peakOfMemory() - before;
+                     std::printf("a coordinate of %d MB took %lld MB\n", kSize / 1000000,
+                                 static_cast<long long>(grown / 1000000));
+                     // The bytes of the file, the text of two bytes a character, and copies while it is parsed.
+                     return grown < 12LL * kSize ? 0 : 2;
+                 }),
+                 0);
+        QVERIFY(QFile::remove(path("r.xlsx")));
+    }
+#endif
+    DecodeRoutes dialog(nullptr);
+    QVERIFY(convertShown(dialog));
+    QVERIFY(row(dialog, 0).at(1) == "113.5" + QString(kLongest - 5, '0'));
+    QCOMPARE(row(dialog, 0).at(2), QStringLiteral("33.25"));
+    QCOMPARE(QXlsx::Document(path("r.xlsx")).read(2, 2).toDouble(), 113.5);
+    QCOMPARE(QXlsx::Document(path("r.xlsx")).read(2, 3).toDouble(), 33.25);
+}
+
+void TestDecodeRoutes::cutKeepsPairsOfSurrogatesWhole_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("size");
+    const QString pair = QString::fromUtf8("\xf0\x9f\x9b\xa9"); // an aeroplane
+    QTest::newRow("one too many") << QString(32768, 'a') << 32767;
+    QTest::newRow("as many as may be") << QString(32767, 'a') << 32767;
+    QTest::newRow("a pair across the end") << QString(32766, 'a') + pair << 32766;
+    QTest::newRow("a pair at the end") << QString(32765, 'a') + pair + 'b' << 32767;
+}
+
+void TestDecodeRoutes::cutKeepsPairsOfSurrogatesWhole()
+{
+    QFETCH(QString, text);
+    QFETCH(int, size);
+    write(path("r.json"), route({waypoint(text, text)}));
+    DecodeRoutes dialog(nullptr);
+    convert(dialog, path("r.json"));
+    QVERIFY(row(dialog, 0).at(1) == text.left(size));
+    QVERIFY(row(dialog, 0).at(2) == text.left(size));
+}
+
+void TestDecodeRoutes::fileThatIsNoWorkbookIsSetAside()
+{
+    write(path("r.json"), equatorRoute(2));
+    write(path("r.xlsx"), "older");
+    DecodeRoutes dialog(nullptr);
+    const LogFile log;
+    convert(dialog, path("r.json"));
+    QCOMPARE(bytesOf(path("r.xlsx.old")), QByteArray("older"));
+    QCOMPARE(QXlsx::Document(path("r.xlsx")).read(3, 1).toDouble(), 2.0);
+    QCOMPARE(log.lines().size(), 1);
+    QVERIFY(log.leveledMessages().first().startsWith("warning: " + path("r.xlsx") + " is kept as " + path("r.xlsx.old")
+                                                     + ": "));
+    // The workbook itself is overwritten.
+    convert(dialog, path("r.json"));
+    QCOMPARE(QDir(m_fixture->dir()).entryList(QDir::Files | QDir::Hidden),
+             (QStringList{"r.json", "r.xlsx", "r.xlsx.old"}));
 }
 
 QTEST_MAIN(TestDecodeRoutes)

@@ -153,6 +153,7 @@ private slots:
     void formHoldsBoxesLeftOfTheTwoCanvases();
     void canvasesShareTheHeightThreeToOneAndShrink();
     void onlyTheFirstCanvasKeepsTheSubGridOfItsYAxis();
+    void canvasesAreReplottedAfterTheirSetUp();
     void formActionsHaveTheirTextsToolTipsAndIcons();
     void helpTraceAndPythonPlotActionsStandNowhereAndDoNothing();
     void menuBarHoldsItsMenusInOrder();
@@ -418,6 +419,43 @@ void TestMainWindow::onlyTheFirstCanvasKeepsTheSubGridOfItsYAxis()
     QVERIFY(m_fixture->canvas()->xAxis->grid()->subGridVisible());
     QVERIFY(!m_fixture->canvas_2()->yAxis->grid()->subGridVisible());
     QVERIFY(m_fixture->canvas_2()->xAxis->grid()->subGridVisible());
+}
+
+void TestMainWindow::canvasesAreReplottedAfterTheirSetUp()
+{
+    /** Notes each replot of the canvases, from their first appearance on. */
+    class ReplotWatcher : public QObject
+    {
+    public:
+        bool eventFilter(QObject *watched, QEvent *event) override
+        {
+            auto *const canvas = qobject_cast<QCustomPlot *>(watched);
+            if (canvas && event->type() == QEvent::Polish) {
+                connect(canvas, &QCustomPlot::afterReplot, this, [this, canvas] {
+                    // What follows the set-up moves the canvases, which replots them as well.
+                    if (log.messages().contains(QStringLiteral("mainwindow view settings")))
+                        return;
+                    replots.append(
+                        canvas->objectName()
+                        + (canvas->yAxis->grid()->subGridVisible() ? QStringLiteral(" with sub grid") : QString()));
+                });
+            }
+            return false;
+        }
+        LogFile log;
+        QStringList replots;
+    };
+    m_fixture.reset();
+    const Fixture surroundings;
+    const auto reopen = qScopeGuard([] { initData(); }); // the window closes the store
+    ReplotWatcher watcher;
+    qApp->installEventFilter(&watcher);
+    const MainWindow built;
+    // Without these two the second canvas still shows its sub grid.
+    const int last = watcher.replots.lastIndexOf(QStringLiteral("customPlot with sub grid"));
+    QVERIFY2(last > 0, qPrintable(watcher.replots.join(QStringLiteral(", "))));
+    QCOMPARE(watcher.replots.mid(last - 1),
+             (QStringList{QStringLiteral("customPlot_2"), QStringLiteral("customPlot with sub grid")}));
 }
 
 void TestMainWindow::formActionsHaveTheirTextsToolTipsAndIcons()

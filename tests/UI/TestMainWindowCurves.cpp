@@ -156,6 +156,7 @@ private slots:
     void boxFollowsACurveThatWasDeletedOnTheCanvas();
     void boxTakesAMovedCurveOffTheCanvasWhereItStands();
     void timeAxesFollowEachOther();
+    void oneTimeStandsInOneColumnOfBothCanvases();
     void valueAxesAreIndependent();
     void draggingTheTimeRangeMovesTheOtherCanvas_data();
     void draggingTheTimeRangeMovesTheOtherCanvas();
@@ -185,6 +186,9 @@ private slots:
     void penReachesTheSelectedCurveOfEachCanvas();
     void fontReachesTheCanvasesWithASelectedAxis();
     void swapMovesTheCurveToTheOtherCanvasAndBack();
+    void shiftedPairStandsOnceAndOnItsOwnCanvases_data();
+    void shiftedPairStandsOnceAndOnItsOwnCanvases();
+    void shiftLeavesAHiddenPartnerHidden();
     void clickedPointIsToldInTheStatusBar();
     void legendIsMovedOnlyWhereThereIsAnInset();
 
@@ -482,6 +486,56 @@ void TestMainWindowCurves::timeAxesFollowEachOther()
     second.clear();
     canvas()->xAxis->setRange(-5, 5);
     QCOMPARE(first.count() + second.count(), 0);
+}
+
+void TestMainWindowCurves::oneTimeStandsInOneColumnOfBothCanvases()
+{
+    const auto difference = [this] {
+        QString result;
+        const QCPRange range = canvas()->xAxis->range();
+        for (const double part : {0.0, 0.3, 1.0}) {
+            const double time = range.lower + part * range.size();
+            const int above = canvas()->mapToGlobal({qRound(canvas()->xAxis->coordToPixel(time)), 0}).x();
+            const int below = canvas(true)->mapToGlobal({qRound(canvas(true)->xAxis->coordToPixel(time)), 0}).x();
+            if (above != below)
+                result += QStringLiteral("%1: %2 and %3. ").arg(part).arg(above).arg(below);
+        }
+        return result;
+    };
+    m_fixture->pretendRead();
+    QCOMPARE(difference(), QString());
+    setSamples("横滚", {-10000.25, 0, 10000.75, 3});
+    show("checkBox_roll", "横滚");
+    QCOMPARE(difference(), QString());
+    setSamples("横滚差值", {1.0000001, 1.0000002, 1.0000003, 1.0000004});
+    show("checkBox_rollDiff", "横滚差值");
+    QCOMPARE(difference(), QString());
+    for (QCustomPlot *const turned : {canvas(), canvas(true)}) {
+        for (int i = 0; i < 5; ++i) {
+            const QPoint at = turned->axisRect()->rect().center();
+            QWheelEvent wheel(at, turned->mapToGlobal(at), QPoint(), QPoint(0, 120), Qt::NoButton, Qt::NoModifier,
+                              Qt::NoScrollPhase, false);
+            QCoreApplication::sendEvent(turned, &wheel);
+            QCOMPARE(difference(), QString());
+        }
+    }
+    for (const int size : {40, 6, 15}) {
+        QFont font;
+        font.setPointSize(size);
+        canvas()->yAxis->setSelectedParts(QCPAxis::spAxis);
+        window().myPlot()->resetAxisSizeSlot(font);
+        QCOMPARE(difference(), QString());
+    }
+    for (const MyThemes theme : {lightTheme, darkTheme}) {
+        emit AppConfig::getInstance().switchThemeSignal(theme);
+        QCOMPARE(difference(), QString());
+    }
+    window().showNormal();
+    window().resize(1100, 640);
+    QTRY_COMPARE(window().size(), QSize(1100, 640));
+    QTRY_COMPARE(difference(), QString());
+    window().myPlot()->removeAllGraphsSlot();
+    QCOMPARE(difference(), QString());
 }
 
 void TestMainWindowCurves::valueAxesAreIndependent()
@@ -945,6 +999,82 @@ void TestMainWindowCurves::swapMovesTheCurveToTheOtherCanvasAndBack()
     window().myPlot_2()->onSwapPosSlot();
     QCOMPARE(WindowFixture::curves(canvas()), QStringList({"横滚"}));
     QCOMPARE(WindowFixture::curves(canvas(true)), QStringList({QString()}));
+}
+
+void TestMainWindowCurves::shiftedPairStandsOnceAndOnItsOwnCanvases_data()
+{
+    QTest::addColumn<QString>("swapped");
+    QTest::addColumn<int>("points");
+    QTest::newRow("the target below, one point") << QStringLiteral("目标横滚") << 1;
+    QTest::newRow("the target below, ten points") << QStringLiteral("目标横滚") << 10;
+    QTest::newRow("the actual curve below, one point") << QStringLiteral("横滚") << 1;
+    QTest::newRow("both above") << QString() << 1;
+}
+
+void TestMainWindowCurves::shiftedPairStandsOnceAndOnItsOwnCanvases()
+{
+    QFETCH(QString, swapped);
+    QFETCH(int, points);
+    m_fixture->pretendRead();
+    setSamples("横滚", {1.0, 2.0, 4.0, 3.0});
+    setSamples("目标横滚", {7.0, 8.0, 9.0, 5.0});
+    show("checkBox_roll", "横滚");
+    show("checkBox_rollTarget", "目标横滚");
+    if (!swapped.isNull()) {
+        WindowFixture::select(WindowFixture::curve(canvas(), swapped.toUtf8().constData()));
+        window().myPlot()->onSwapPosSlot();
+    }
+    // The curve that stays above is shifted; the other one is its partner.
+    const bool actualMoves = swapped != QStringLiteral("横滚");
+    const QString moved = actualMoves ? QStringLiteral("横滚") : QStringLiteral("目标横滚");
+    const QString partner = actualMoves ? QStringLiteral("目标横滚") : QStringLiteral("横滚");
+    QCustomPlot *const home = canvas(!swapped.isNull());
+    WindowFixture::select(WindowFixture::curve(canvas(), moved.toUtf8().constData()));
+    if (points == 1)
+        window().myPlot()->addOnePointSlot();
+    else
+        window().myPlot()->addPointsSlot();
+
+    QStringList above{moved};
+    if (swapped.isNull())
+        above.prepend(partner);
+    QCOMPARE(WindowFixture::curves(canvas()), above);
+    QCOMPARE(WindowFixture::curves(canvas(true)), QStringList{swapped});
+    // Both show what their channels hold now: the first sample of one, the last one of the other repeated.
+    const auto values = [](const QCPGraph *graph) {
+        QVector<double> result;
+        for (const QCPGraphData &point : *graph->data())
+            result.append(point.value);
+        return result;
+    };
+    QVector<double> actual{1.0, 2.0, 4.0, 3.0};
+    QVector<double> target{7.0, 8.0, 9.0, 5.0};
+    for (int i = 0; i < points; ++i) {
+        (actualMoves ? actual : target).prepend(actualMoves ? 1.0 : 7.0);
+        (actualMoves ? target : actual).append(actualMoves ? 5.0 : 3.0);
+    }
+    QCOMPARE(values(WindowFixture::curve(home, partner.toUtf8().constData())), actualMoves ? target : actual);
+    QCOMPARE(values(WindowFixture::curve(canvas(), moved.toUtf8().constData())), actualMoves ? actual : target);
+    QVERIFY(m_fixture->box("checkBox_roll")->isChecked());
+    QVERIFY(m_fixture->box("checkBox_rollTarget")->isChecked());
+    // A box that is unticked leaves nothing of its curve behind.
+    m_fixture->box("checkBox_roll")->click();
+    m_fixture->box("checkBox_rollTarget")->click();
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList{QString()});
+    QCOMPARE(WindowFixture::curves(canvas(true)), QStringList{QString()});
+    QVERIFY(!findGraph(QStringLiteral("横滚"))->shown());
+    QVERIFY(!findGraph(QStringLiteral("目标横滚"))->shown());
+}
+
+void TestMainWindowCurves::shiftLeavesAHiddenPartnerHidden()
+{
+    m_fixture->pretendRead();
+    findGraph(QStringLiteral("目标横滚"))->setPosition(MyGraph::SecondCanvas);
+    WindowFixture::select(show("checkBox_roll", "横滚"));
+    window().myPlot()->addOnePointSlot();
+    QCOMPARE(WindowFixture::curves(canvas()), QStringList({"横滚"}));
+    QCOMPARE(WindowFixture::curves(canvas(true)), QStringList{QString()});
+    QCOMPARE(findGraph(QStringLiteral("目标横滚"))->yvalue().size(), 5);
 }
 
 void TestMainWindowCurves::clickedPointIsToldInTheStatusBar()

@@ -12,11 +12,13 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPointer>
+#include <QProgressBar>
 #include <QProgressDialog>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QUrl>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 
@@ -89,8 +91,10 @@ private slots:
     void reportIsADialogOfItsOwnWithLargeCentredLabels();
     void handlerLivesUntilTheReportIsClosed();
     void boxesFollowTheStoreWhenAReadHasFinished();
+    void storeIsOpenAndBoxesAreTrueWhileTheReportIsShown();
     void progressDialogIsModalWithoutAWayToCancel();
     void progressDialogRunsToTheFilesSizeAndCloses();
+    void progressStartsWithinItsFirstRange();
     void progressDialogIsMadeOnceAndReused();
     void readingAgainClearsTheBoxesWithTheNotReadMessage();
     void fileOfAnotherSuffixIsReportedAsEmpty_data();
@@ -208,6 +212,7 @@ void TestMainWindowRead::cancelledFileDialogEmptiesThePath()
     QVERIFY(answer.allAnswered());
     QVERIFY(window().filePath().isEmpty());
     QCOMPARE(m_fixture->status(), QStringLiteral("未选择文件"));
+    QCOMPARE(m_fixture->statusInterval(), -1);
     QCOMPARE(messages.leveledMessages(),
              QStringList({"info: start select data file", "warning: file selected is empty"}));
 }
@@ -459,6 +464,24 @@ void TestMainWindowRead::boxesFollowTheStoreWhenAReadHasFinished()
     QVERIFY(!box->isChecked());
 }
 
+void TestMainWindowRead::storeIsOpenAndBoxesAreTrueWhileTheReportIsShown()
+{
+    QCheckBox *const box = m_fixture->box("checkBox_pitch");
+    box->setChecked(true); // before a read, so that no curve stands behind it
+    dataRead = false;
+    ModalAnswer answer;
+    bool open = false;
+    bool ticked = true;
+    answer.next([&](QDialog *) {
+        open = dataRead;
+        ticked = box->isChecked();
+    });
+    window().readDataFinishedSlot(0, 0, 0);
+    QVERIFY(answer.allAnswered());
+    QVERIFY(open);
+    QVERIFY(!ticked);
+}
+
 void TestMainWindowRead::progressDialogIsModalWithoutAWayToCancel()
 {
     drop(log(200));
@@ -500,6 +523,26 @@ void TestMainWindowRead::progressDialogRunsToTheFilesSizeAndCloses()
     read();
     QCOMPARE(qint64(maximum), QFileInfo(path).size());
     QVERIFY(!window().progressDialog()->isVisible());
+}
+
+void TestMainWindowRead::progressStartsWithinItsFirstRange()
+{
+    drop(log(3));
+    read();
+    // Each value is set before the maximum that comes with it: the first one of a read finds the range of the set-up.
+    const auto *bar = window().progressDialog()->findChild<QProgressBar *>();
+    QVector<QPair<int, int>> shown;
+    const auto connection = connect(bar, &QProgressBar::valueChanged, this, [&](int value) {
+        shown.append({value, bar->maximum()});
+    });
+    read();
+    disconnect(connection);
+    // The bar is without a value, which is one less than its minimum, when it is set up.
+    shown.erase(std::remove_if(shown.begin(), shown.end(), [](const auto &each) { return each.first < 1; }),
+                shown.end());
+    QVERIFY(shown.size() > 1);
+    QCOMPARE(shown[0], qMakePair(1, 50));
+    QVERIFY(shown[1].second > 50);
 }
 
 void TestMainWindowRead::progressDialogIsMadeOnceAndReused()
@@ -645,7 +688,8 @@ void TestMainWindowRead::moreErrorsThanTheWrappedTotalAreReportedAsTheyAre()
     QVERIFY(QMetaObject::invokeMethod(&window(), "readDataFinishedSlot", Q_ARG(ushort, 4), Q_ARG(ushort, 10),
                                       Q_ARG(ushort, 0)));
     QVERIFY(answer.allAnswered());
-    QVERIFY2(report.startsWith(QStringLiteral("解析完成:|总帧数: 4|错误帧： 10|所有飞机的帧数： -6|")), qPrintable(report));
+    QVERIFY2(report.startsWith(QStringLiteral("解析完成:|总帧数: 4|错误帧： 10|所有飞机的帧数： -6|")),
+             qPrintable(report));
 }
 
 void TestMainWindowRead::closingDuringAReadAnsweredNoGoesOn()

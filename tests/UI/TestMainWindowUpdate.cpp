@@ -1,3 +1,4 @@
+#include "LogFile.h"
 #include "ModalAnswer.h"
 #include "Release.h"
 #include "WindowFixture.h"
@@ -42,6 +43,7 @@ private slots:
 
     void updaterGetsItsFourArgumentsAndTheProgramQuits();
     void programQuitsWithoutTheUpdater();
+    void updaterThatIsNotThereIsNamedInTheLog();
     void updaterOutlivesTheWindow();
     void processIsMadeOnFirstUseAndKept();
 
@@ -101,6 +103,17 @@ void TestMainWindowUpdate::programQuitsWithoutTheUpdater()
     QCOMPARE(runAction(), 0);
     QVERIFY(answer.allAnswered());
     QCOMPARE(m_fixture->window().updaterProcess()->error(), QProcess::FailedToStart);
+}
+
+void TestMainWindowUpdate::updaterThatIsNotThereIsNamedInTheLog()
+{
+    const SearchPath path(m_fixture->path(QStringLiteral("nothing here")));
+    ModalAnswer answer;
+    const LogFile log;
+    QCOMPARE(runAction(), 0);
+    const QStringList lines = log.leveledMessages().filter(QStringLiteral("updater.exe"));
+    QCOMPARE(lines.size(), 1);
+    QVERIFY2(lines[0].startsWith(QStringLiteral("error: updater.exe does not start: ")), qPrintable(lines[0]));
 }
 
 void TestMainWindowUpdate::updaterOutlivesTheWindow()

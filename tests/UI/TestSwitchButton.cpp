@@ -179,6 +179,10 @@ private slots:
     void translucentTrackShowsOnlyWhenDisabled();
     void storedFlagsChangeNoPixel();
     void edgesAreCrispAtScaleTwo();
+    void edgesAreSmooth();
+    void textIsCentredInItsBoxToAFractionOfAPixel_data();
+    void textIsCentredInItsBoxToAFractionOfAPixel();
+    void middleOfThePillStartsAtHalfTheHeightRoundedDown();
 };
 
 void TestSwitchButton::declaresItsSignalAndSlotsInOrder()
@@ -736,6 +740,81 @@ void TestSwitchButton::storedFlagsChangeNoPixel()
     button->setShowCircle(true);
     button->setRadius(14);
     QCOMPARE(painted(*button, 1), before);
+}
+
+void TestSwitchButton::edgesAreSmooth()
+{
+    // A circle painted without antialiasing has pixels of the whole colour or none.
+    const auto button = coloured();
+    button->setTextOff("");
+    const QImage image = painted(*button, 1);
+    int rim = 0;
+    int sliderRim = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const QColor pixel = image.pixelColor(x, y);
+            rim += pixel.alpha() > 0 && pixel.alpha() < 255 ? 1 : 0;
+            sliderRim += pixel.alpha() == 255 && pixel.green() > 0 && pixel.green() < kSliderOff.green() ? 1 : 0;
+        }
+    }
+    QVERIFY2(rim > 30, qPrintable(QString::number(rim)));
+    QVERIFY2(sliderRim > 20, qPrintable(QString::number(sliderRim)));
+}
+
+void TestSwitchButton::textIsCentredInItsBoxToAFractionOfAPixel_data()
+{
+    QTest::addColumn<bool>("on");
+    QTest::addColumn<QRect>("box");
+    // With a gap of 2 the slider and its gaps take 30 - 2 * 2 - 5 = 21 of the 100 pixels.
+    QTest::newRow("on") << true << QRect(QPoint(0, 0), QPoint(78, 29));
+    QTest::newRow("off") << false << QRect(QPoint(21, 0), QPoint(99, 29));
+}
+
+void TestSwitchButton::textIsCentredInItsBoxToAFractionOfAPixel()
+{
+    QFETCH(bool, on);
+    QFETCH(QRect, box);
+    constexpr int kScale = 8;
+    for (const char *text : {"I", "HHHH"}) {
+        const auto button = coloured();
+        QFont font = button->font();
+        font.setPixelSize(12); // points differ between a widget and an image
+        button->setFont(font);
+        button->setTextOn(text);
+        button->setTextOff(text);
+        button->setChecked(on);
+        // The same text alone, over the colour of the track.
+        QImage alone(button->size() * kScale, QImage::Format_ARGB32_Premultiplied);
+        alone.setDevicePixelRatio(kScale);
+        alone.fill(on ? kTrackOn : kTrackOff);
+        QPainter painter(&alone);
+        painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
+        painter.setFont(font);
+        painter.setPen(kText);
+        painter.drawText(box, Qt::AlignCenter, text);
+        painter.end();
+        const QRect wanted = textBounds(alone);
+        QVERIFY(!wanted.isEmpty());
+        const QRect found = textBounds(painted(*button, kScale));
+        QVERIFY2(found == wanted, (show(found) + " instead of " + show(wanted)).constData());
+    }
+}
+
+void TestSwitchButton::middleOfThePillStartsAtHalfTheHeightRoundedDown()
+{
+    // 9 x 3: circles with the centres 1.5 and 7.5, and between them a rectangle from 1 to 7. A hundredth of a pixel
+    // below the upper edge the rectangle alone has colour, as a circle is 0.05 pixels lower 0.4 beside its centre.
+    constexpr int kScale = 64;
+    const auto button = coloured();
+    button->resize(9, 3);
+    button->setTextOff("");
+    button->setSliderColorOff(Qt::transparent);
+    const QImage image = painted(*button, kScale);
+    const auto alphaAt = [&image](double x) { return image.pixelColor(int(x * kScale), 1).alpha(); };
+    QCOMPARE(alphaAt(0.95), 0);
+    QCOMPARE(alphaAt(1.10), 255);
+    QCOMPARE(alphaAt(6.95), 255);
+    QCOMPARE(alphaAt(7.05), 0);
 }
 
 void TestSwitchButton::edgesAreCrispAtScaleTwo()

@@ -87,6 +87,7 @@ private slots:
     void colourButtonsOpenInTheirColours();
     void defaultColourIsChosenStoredAndLogged();
     void targetColourIsChosenAndStoredWithoutALogLine();
+    void coloursAreStoredAsRgb();
     void cancelledColourTurnsTheButtonBlackAndIsStored_data();
     void cancelledColourTurnsTheButtonBlackAndIsStored();
     void laterChannelsTakeTheNewColours();
@@ -380,6 +381,26 @@ void TestWindowSettingDialog::targetColourIsChosenAndStoredWithoutALogLine()
                             "            border-radius: 3px;}"));
     for (const DebugOutput::Entry &entry : output.entries())
         QVERIFY2(entry.type != QtInfoMsg, qPrintable(entry.text));
+}
+
+void TestWindowSettingDialog::coloursAreStoredAsRgb()
+{
+    // A desktop's own colour dialog may answer in another system. Cyan is at 180 degrees.
+    class HsvDialog : public WindowSettingDialog
+    {
+    public:
+        using WindowSettingDialog::WindowSettingDialog;
+
+    protected:
+        QColor askForColor() override { return QColor::fromHsv(180, 255, 255); }
+    };
+    const HsvDialog dialog(nullptr);
+    button(dialog, "btnDefaultColor")->click();
+    button(dialog, "btnTargetColor")->click();
+    for (const QColor &color : {defaultColor, targetColor}) {
+        QCOMPARE(color.spec(), QColor::Rgb);
+        QCOMPARE(color.rgb(), qRgb(0, 255, 255));
+    }
 }
 
 void TestWindowSettingDialog::cancelledColourTurnsTheButtonBlackAndIsStored_data()

@@ -18,13 +18,15 @@ options = None
 
 
 class AnalystTest(unittest.TestCase):
+    screen = (1920, 1080)
+
     def setUp(self):
         self.folder = Path(tempfile.mkdtemp(prefix="analyst-"))
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
         self.program = install_copy(options.program, self.folder / "bin")
         self.work = self.folder / "work"
         self.work.mkdir()
-        self.desktop = self.enterContext(Desktop())
+        self.desktop = self.enterContext(Desktop(*self.screen))
 
     def make_demo(self, kind, name, *arguments):
         """A demo file in the program's working directory, or where name leads from there. Its path."""

@@ -23,6 +23,8 @@ EXPECTED = {
 }
 PROGRAMS = {"Ostravel", "myPlot/shell/python", "ostravel-demo", "ostravel.sh", "wmts.exe"}
 
+NOBODY = 65534  # a user without rights: root may write everywhere
+
 package = None  # the unpacked folder, made once
 
 
@@ -141,10 +143,11 @@ class Launcher(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
         self.copy = shutil.copytree(package, self.folder / "飞行 数据")
 
-    def run_launcher(self, *arguments, **environment):
+    def run_launcher(self, *arguments, user=None, cwd=None, **environment):
         kept = {name: value for name, value in os.environ.items() if name not in ("DISPLAY", "WAYLAND_DISPLAY")}
-        return subprocess.run([self.copy / "ostravel.sh", *arguments], env={**kept, **environment}, cwd=self.folder,
-                              capture_output=True, text=True, timeout=60)
+        rights = {"user": user, "group": user, "extra_groups": []} if user else {}
+        return subprocess.run([self.copy / "ostravel.sh", *arguments], env={**kept, **environment},
+                              cwd=cwd or self.folder, capture_output=True, text=True, timeout=60, **rights)
 
     def replace(self, name, before, after):
         """Another text of the same length in a file of the copy, a program too."""
@@ -192,6 +195,57 @@ class Launcher(unittest.TestCase):
     def test_system_older_than_the_program_is_told(self):
         self.replace("Ostravel", b"\0Qt_5.15\0", b"\0Qt_5.99\0")
         self.check_refusal("Debian 12", "Qt_5.99")
+
+    def readonly_folder(self):
+        """A folder that the user who starts the program may not write to, and that user when it is not us."""
+        folder = self.folder / "只读"
+        folder.mkdir()
+        folder.chmod(0o555)
+        self.folder.chmod(0o755)
+        return folder, NOBODY if os.geteuid() == 0 else None
+
+    def stand_in(self, path, text):
+        path.write_text(f"#!/bin/sh\n{text}\n", encoding="utf-8")
+        path.chmod(0o755)
+
+    def test_folder_without_write_access_is_told(self):
+        folder, user = self.readonly_folder()
+        self.stand_in(self.copy / "Ostravel", "echo started")
+        done = self.run_launcher(user=user, cwd=folder)
+        self.assertEqual((done.returncode, done.stdout), (1, ""), done)
+        self.assertIn(f"{folder}/logs/log.txt", done.stderr)
+        self.assertIn("没有写入日志的权限", done.stderr)
+        self.assertNotIn("apt-get", done.stderr)
+        self.assertEqual(list(folder.iterdir()), [])
+
+    def test_log_of_somebody_else_is_told(self):
+        folder, user = self.readonly_folder()
+        folder.chmod(0o755)
+        (folder / "logs").mkdir()
+        (folder / "logs/log.txt").write_text("before\n", encoding="utf-8")
+        (folder / "logs/log.txt").chmod(0o444)
+        self.stand_in(self.copy / "Ostravel", "echo started")
+        done = self.run_launcher(user=user, cwd=folder)
+        self.assertEqual((done.returncode, done.stdout), (1, ""), done)
+        self.assertIn(f"{folder}/logs/log.txt", done.stderr)
+
+    def test_folder_without_write_access_is_told_in_a_window_where_there_is_no_terminal(self):
+        folder, user = self.readonly_folder()
+        told = self.folder / "told"
+        told.mkdir()
+        told.chmod(0o777)
+        tools = self.folder / "tools"
+        tools.mkdir()
+        self.stand_in(tools / "zenity", f"for word; do last=$word; done; printf '%s' \"$last\" >'{told}/zenity'")
+        done = self.run_launcher(user=user, cwd=folder, DISPLAY=":99", PATH=f"{tools}:{os.environ['PATH']}")
+        self.assertEqual(done.returncode, 1, done)
+        self.assertIn(f"{folder}/logs/log.txt", (told / "zenity").read_text(encoding="utf-8"))
+
+    def test_log_that_can_be_written_lets_the_program_start(self):
+        self.stand_in(self.copy / "Ostravel", "echo started in $PWD")
+        for _ in ("the first start", "the next one"):
+            done = self.run_launcher()
+            self.assertEqual((done.returncode, done.stdout), (0, f"started in {self.folder}\n"), done)
 
     def test_check_names_the_plug_ins_that_are_missing(self):
         core = re.search(r"libQt5Core\.so\.5 => (\S+)", subprocess.run(

@@ -51,6 +51,7 @@ class TrackPlots(AnalystTest):
             window = wait_for(lambda figure=figure: self.desktop.window(f"Ostravel - {figure}", but=before),
                               f"the figure {figure}", ENGINE_LIMIT)
             figures.append(window)
+            self.check_place(window, dialog if engine == "python" else None)
             picture = self.picture_of(window, f"{engine}-{name.lower()}")
             # Neither empty nor plain: curves, letters, a scale of colours.
             self.assertGreater((picture.data.min(axis=2) < 200).mean(), 0.005, name)
@@ -58,6 +59,21 @@ class TrackPlots(AnalystTest):
         self.desktop.key("alt+F4")
         wait_for(lambda: not self.desktop.window(title), f"{title} to close")
         return figures
+
+    def check_place(self, window, dialog):
+        """The window lies on the screen, and beside the dialog whose buttons the user goes on to click."""
+        width, height = self.desktop.size
+
+        def placed():
+            place = self.desktop.place(window)
+            if place.x < 0 or place.y < 0 or place.x + place.width > width or place.y + place.height > height:
+                return False
+            if dialog is None:
+                return True
+            buttons = self.desktop.place(dialog)
+            return place.x >= buttons.x + buttons.width or place.x + place.width <= buttons.x
+
+        wait_for(placed, "the figure to lie on the screen beside the buttons")
 
     def engines(self):
         """The processes that stand in the plot folder of this test's program."""
@@ -89,6 +105,10 @@ class TrackPlots(AnalystTest):
         except WaitFailed:
             self.step("failed")
             raise
+
+
+class TrackPlotsOnASmallScreen(TrackPlots):
+    screen = (1366, 768)
 
 
 if __name__ == "__main__":

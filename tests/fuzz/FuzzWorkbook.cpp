@@ -1,5 +1,5 @@
 // The zip and sheet reader on whatever bytes: an export over them must not crash, and where the archive around the
-// bytes is sound it must succeed and read back.
+// bytes is sound it must succeed and read back. A file that is set aside must be the one that was there.
 
 #include "FuzzTarget.h"
 #include "QXlsx.h"
@@ -36,6 +36,7 @@ QByteArray partFor(char kind)
 
 void exportOver(const QString &path, bool mustSucceed)
 {
+    const QByteArray before = fileContent(path);
     QXlsx::Format format;
     format.setBorderStyle(QXlsx::Format::BorderThin);
     {
@@ -52,8 +53,13 @@ void exportOver(const QString &path, bool mustSucceed)
         document.write(3, 3, kMark);
         const bool saved = document.saveAs(path);
         demand(saved || !mustSucceed);
+        demand(saved || fileContent(path) == before);
         if (!saved)
             return;
+        const QString aside = path + QLatin1String(".old");
+        demand(document.savedAside().isEmpty() != QFile::exists(aside));
+        demand(document.savedAside().isEmpty() || fileContent(aside) == before);
+        QFile::remove(aside);
     }
     QXlsx::Document again(path);
     demand(again.selectSheet(QStringLiteral("added")));

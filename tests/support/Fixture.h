@@ -70,6 +70,21 @@ public:
         return QCoreApplication::applicationDirPath() + QLatin1Char('/') + name;
     }
 
+    /**
+     * Moves the track files to where every user may write them: the folder of the executable may lie in one that only
+     * its owner can enter.
+     */
+    bool letOthersWriteTracks() const
+    {
+        const QString folder = path(QStringLiteral("myPlot"));
+        AppConfig &config = AppConfig::getInstance();
+        config.getDataPath() = folder + QStringLiteral("/data.txt");
+        config.getAttackDataPath() = folder + QStringLiteral("/data_attack.txt");
+        return QDir().mkpath(folder)
+            && QFile::setPermissions(
+                   folder, QFile::permissions(folder) | QFile::ReadOther | QFile::WriteOther | QFile::ExeOther);
+    }
+
     /** All channels anew, as a decode makes them. */
     static void renewStore()
     {

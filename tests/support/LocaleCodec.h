@@ -8,3 +8,16 @@ inline bool localeIsUtf8()
     constexpr int kUtf8 = 106; // its number in the register of character sets
     return QTextCodec::codecForLocale()->mibEnum() == kUtf8;
 }
+
+/** A locale whose 8-bit code is not UTF-8, as those of Chinese Windows systems, for the time of a test. */
+class OtherLocaleCodec
+{
+public:
+    OtherLocaleCodec() { QTextCodec::setCodecForLocale(QTextCodec::codecForName("GB18030")); }
+    ~OtherLocaleCodec() { QTextCodec::setCodecForLocale(m_before); }
+    OtherLocaleCodec(const OtherLocaleCodec &) = delete;
+    OtherLocaleCodec &operator=(const OtherLocaleCodec &) = delete;
+
+private:
+    QTextCodec *m_before = QTextCodec::codecForLocale();
+};

@@ -8,6 +8,9 @@
 
 #include <csignal>
 
+/** Has a stand-in wait until the test makes the file "go" in its folder, half a minute at most. */
+constexpr char kUntilGo[] = "n=0; while [ ! -e $here/go ] && [ $n -lt 600 ]; do sleep 0.05; n=$((n + 1)); done";
+
 /**
  * A folder put first in the search path for stand-ins of outside programs, which are shell scripts with the folder as
  * their $here. At its end the search path is as before and whatever still runs from the folder is ended.

@@ -13,6 +13,7 @@ class TestRequestHead : public QObject
 private slots:
     void readsHeads_data();
     void readsHeads();
+    void keepsEachHostAndOrigin();
     void leavesTheNextRequest();
     void boundedWhateverComes_data();
     void boundedWhateverComes();
@@ -60,6 +61,15 @@ void TestRequestHead::readsHeads()
     QTEST(read.error(), "error");
     QTEST(QByteArray::fromStdString(read.requestLine()), "line");
     QTEST(read.closes(), "closes");
+}
+
+void TestRequestHead::keepsEachHostAndOrigin()
+{
+    RequestHead head;
+    head.take("GET / HTTP/1.1\r\nHOST: LocalHost:1 \r\nOrigin:null\r\nX-Host: a\r\nhost:\r\nOrigin: HTTP://B\r\n\r\n");
+    QCOMPARE(head.error(), 0);
+    QCOMPARE(head.hosts(), (std::vector<std::string>{"localhost:1", ""}));
+    QCOMPARE(head.origins(), (std::vector<std::string>{"null", "http://b"}));
 }
 
 void TestRequestHead::leavesTheNextRequest()
@@ -113,7 +123,8 @@ void TestRequestHead::sameInPieces()
                                   " ",
                                   "\t",
                                   std::string(3000, 'a'),
-                                  "Content-Length: 3"};
+                                  "Content-Length: 3",
+                                  "Host: a"};
     int ended = 0;
     int refused = 0;
     for (int run = 0; run < 3000; ++run) {
@@ -134,6 +145,7 @@ void TestRequestHead::sameInPieces()
         QCOMPARE(cut.error(), whole.error());
         QCOMPARE(cut.closes(), whole.closes());
         QCOMPARE(cut.requestLine(), whole.requestLine());
+        QCOMPARE(cut.hosts(), whole.hosts());
         QVERIFY(whole.error() == 0 || whole.error() == 400 || whole.error() == 414 || whole.error() == 431);
         ended += whole.ended();
         refused += whole.error() != 0;

@@ -37,6 +37,11 @@ private slots:
     void cleanupTestCase();
     void servesTiles();
     void answersHaveTheirHeaders();
+    void onlyRequestsForItsOwnNameAreAnswered_data();
+    void onlyRequestsForItsOwnNameAreAnswered();
+    void onlyItsOwnPagesMayAsk_data();
+    void onlyItsOwnPagesMayAsk();
+    void refusedRequestEndsTheConnection();
     void keepsConnections();
     void servesWmts();
     void wmtsErrors_data();
@@ -119,22 +124,123 @@ void TestTileService::servesTiles()
 void TestTileService::answersHaveTheirHeaders()
 {
     const QByteArray answer = m_service->get("/world/0/0/0");
-    QVERIFY(answer.contains("\r\nAccess-Control-Allow-Origin: *\r\n"));
+    QVERIFY(!answer.contains("Access-Control-Allow-Origin"));
+    QVERIFY(answer.contains("\r\nVary: Origin\r\n"));
     QVERIFY(answer.contains("\r\nContent-Type: image/png\r\n"));
-    QVERIFY(m_service->get("/world/9/0/0").contains("\r\nAccess-Control-Allow-Origin: *\r\n"));
-    const QByteArray head = m_service->ask("HEAD /world/0/0/0 HTTP/1.1\r\nConnection: close\r\n\r\n");
+    const QByteArray head
+        = m_service->ask(m_service->withHost("HEAD /world/0/0/0 HTTP/1.1\r\nConnection: close\r\n\r\n"));
     QCOMPARE(TileService::statusOf(head), 200);
     QCOMPARE(TileService::bodyOf(head), QByteArray());
     QVERIFY(head.contains(QStringLiteral("\r\nContent-Length: %1\r\n").arg(pngBytes(0, 0, 0).size()).toLatin1()));
-    const QByteArray options = m_service->ask("OPTIONS /world/0/0/0 HTTP/1.1\r\nConnection: close\r\n\r\n");
+    const QByteArray options
+        = m_service->ask(m_service->withHost("OPTIONS /world/0/0/0 HTTP/1.1\r\nConnection: close\r\n\r\n"));
     QCOMPARE(TileService::statusOf(options), 204);
-    QVERIFY(options.contains("\r\nAccess-Control-Allow-Private-Network: true\r\n"));
+    QVERIFY(options.contains("\r\nAccess-Control-Allow-Methods: GET, HEAD\r\n"));
+    QVERIFY(!options.contains("Access-Control-Allow-Private-Network"));
+}
+
+// PORT stands for the port of the service.
+void TestTileService::onlyRequestsForItsOwnNameAreAnswered_data()
+{
+    QTest::addColumn<QByteArray>("hosts");
+    QTest::addColumn<int>("status");
+    QTest::newRow("address") << QByteArray("Host: 127.0.0.1:PORT\r\n") << 200;
+    QTest::newRow("name") << QByteArray("Host: localhost:PORT\r\n") << 200;
+    QTest::newRow("address of six") << QByteArray("Host: [::1]:PORT\r\n") << 200;
+    QTest::newRow("any case") << QByteArray("HOST:LocalHost:PORT  \r\n") << 200;
+    QTest::newRow("foreign") << QByteArray("Host: evil.example\r\n") << 403;
+    QTest::newRow("rebound name") << QByteArray("Host: evil.example:PORT\r\n") << 403;
+    QTest::newRow("name that begins alike") << QByteArray("Host: localhost.evil.example:PORT\r\n") << 403;
+    QTest::newRow("name that ends alike") << QByteArray("Host: evil-localhost:PORT\r\n") << 403;
+    QTest::newRow("rooted name") << QByteArray("Host: localhost.:PORT\r\n") << 403;
+    QTest::newRow("other address of the loop") << QByteArray("Host: 127.0.0.2:PORT\r\n") << 403;
+    QTest::newRow("every address") << QByteArray("Host: 0.0.0.0:PORT\r\n") << 403;
+    QTest::newRow("user before the host") << QByteArray("Host: evil@127.0.0.1:PORT\r\n") << 403;
+    QTest::newRow("no port") << QByteArray("Host: 127.0.0.1\r\n") << 403;
+    QTest::newRow("other port") << QByteArray("Host: 127.0.0.1:80\r\n") << 403;
+    QTest::newRow("longer port") << QByteArray("Host: 127.0.0.1:PORT0\r\n") << 403;
+    QTest::newRow("port with a zero before") << QByteArray("Host: 127.0.0.1:0PORT\r\n") << 403;
+    QTest::newRow("empty") << QByteArray("Host:\r\n") << 403;
+    QTest::newRow("none") << QByteArray() << 400;
+    QTest::newRow("twice") << QByteArray("Host: 127.0.0.1:PORT\r\nHost: 127.0.0.1:PORT\r\n") << 400;
+    QTest::newRow("good, then foreign") << QByteArray("Host: 127.0.0.1:PORT\r\nHost: evil.example\r\n") << 400;
+    QTest::newRow("list") << QByteArray("Host: 127.0.0.1:PORT, evil.example\r\n") << 403;
+}
+
+void TestTileService::onlyRequestsForItsOwnNameAreAnswered()
+{
+    QFETCH(QByteArray, hosts);
+    hosts.replace("PORT", QByteArray::number(m_service->port()));
+    for (const char *const version : {"HTTP/1.1", "HTTP/1.0"}) {
+        for (const char *const path : {"/world/0/0/0", "/layers.json", "/wmts?SERVICE=WMTS&REQUEST=GetCapabilities"}) {
+            const QByteArray answer = m_service->ask(QByteArray("GET ") + path + ' ' + version + "\r\n" + hosts
+                                                     + "Connection: close\r\n\r\n");
+            QTEST(TileService::statusOf(answer), "status");
+            if (TileService::statusOf(answer) != 200)
+                QCOMPARE(TileService::bodyOf(answer), QByteArray());
+        }
+    }
+}
+
+void TestTileService::onlyItsOwnPagesMayAsk_data()
+{
+    QTest::addColumn<QByteArray>("origins");
+    QTest::addColumn<QByteArray>("allowed"); // empty: refused
+    const auto row = [](const char *name, const char *origins, const char *allowed) {
+        QTest::newRow(name) << QByteArray(origins) << QByteArray(allowed);
+    };
+    row("page from a file", "Origin: null\r\n", "null");
+    row("own", "Origin: http://127.0.0.1:PORT\r\n", "http://127.0.0.1:PORT");
+    row("own by name", "Origin: http://localhost:PORT\r\n", "http://localhost:PORT");
+    row("own by the address of six", "ORIGIN: http://[::1]:PORT\r\n", "http://[::1]:PORT");
+    row("foreign", "Origin: https://evil.example\r\n", "");
+    row("foreign at the same port", "Origin: http://evil.example:PORT\r\n", "");
+    row("other port", "Origin: http://127.0.0.1:80\r\n", "");
+    row("other scheme", "Origin: https://127.0.0.1:PORT\r\n", "");
+    row("name that begins alike", "Origin: http://127.0.0.1:PORT.evil.example\r\n", "");
+    row("empty", "Origin:\r\n", "");
+    row("star", "Origin: *\r\n", "");
+    row("two", "Origin: null\r\nOrigin: https://evil.example\r\n", "");
+    row("two in one", "Origin: null https://evil.example\r\n", "");
+}
+
+void TestTileService::onlyItsOwnPagesMayAsk()
+{
+    QFETCH(QByteArray, origins);
+    QFETCH(QByteArray, allowed);
+    const QByteArray port = QByteArray::number(m_service->port());
+    for (const char *const method : {"GET", "OPTIONS"}) {
+        const QByteArray answer = m_service->ask(
+            m_service->withHost(method + (" /world/0/0/0 HTTP/1.1\r\n" + origins.replace("PORT", port))
+                                + "Access-Control-Request-Private-Network: true\r\nConnection: close\r\n\r\n"));
+        QVERIFY(!answer.contains("Access-Control-Allow-Private-Network"));
+        if (allowed.isEmpty()) {
+            QCOMPARE(TileService::statusOf(answer), 403);
+            QVERIFY(!answer.contains("Access-Control-"));
+            QCOMPARE(TileService::bodyOf(answer), QByteArray());
+        } else {
+            QCOMPARE(TileService::statusOf(answer), qstrcmp(method, "GET") == 0 ? 200 : 204);
+            QVERIFY(answer.contains("\r\nAccess-Control-Allow-Origin: " + allowed.replace("PORT", port) + "\r\n"));
+        }
+    }
+    // What the page asks for and is not there tells it so, too.
+    if (!allowed.isEmpty())
+        QVERIFY(m_service->ask(m_service->withHost("GET /none HTTP/1.1\r\n" + origins + "Connection: close\r\n\r\n"))
+                    .contains("\r\nAccess-Control-Allow-Origin: " + allowed + "\r\n"));
+}
+
+void TestTileService::refusedRequestEndsTheConnection()
+{
+    const QByteArray both = m_service->ask("GET /world/0/0/0 HTTP/1.1\r\nHost: evil.example\r\n\r\n"
+                                           + m_service->withHost("GET /world/0/0/0 HTTP/1.1\r\n\r\n"));
+    QCOMPARE(both.count("HTTP/1.1 "), 1);
+    QCOMPARE(TileService::statusOf(both), 403);
 }
 
 void TestTileService::keepsConnections()
 {
-    const QByteArray both
-        = m_service->ask("GET /world/1/0/0 HTTP/1.1\r\n\r\nGET /world/1/1/1 HTTP/1.1\r\nConnection: close\r\n\r\n");
+    const QByteArray both = m_service->ask(
+        m_service->withHost("GET /world/1/0/0 HTTP/1.1\r\n\r\nGET /world/1/1/1 HTTP/1.1\r\nConnection: close\r\n\r\n"));
     QCOMPARE(both.count("HTTP/1.1 200"), 2);
     QVERIFY(both.contains("1/0/0"));
     QVERIFY(both.endsWith("1/1/1"));
@@ -229,7 +335,7 @@ void TestTileService::badRequests_data()
 void TestTileService::badRequests()
 {
     QFETCH(QByteArray, request);
-    QTEST(TileService::statusOf(m_service->ask(request)), "status");
+    QTEST(TileService::statusOf(m_service->ask(m_service->withHost(request))), "status");
     QCOMPARE(TileService::statusOf(m_service->get("/world/0/0/0")), 200);
 }
 
@@ -276,10 +382,11 @@ void TestTileService::twoHundredConnectionsAtOnce()
         QVERIFY(socket->state() == QAbstractSocket::ConnectedState || socket->waitForConnected(20000));
     // All are open before the first asks.
     for (int i = 0; i < 200; ++i)
-        sockets[std::size_t(i)]->write(QStringLiteral("GET /world/3/%1/%2 HTTP/1.1\r\nConnection: close\r\n\r\n")
-                                           .arg(i % 8)
-                                           .arg(i / 8 % 8)
-                                           .toLatin1());
+        sockets[std::size_t(i)]->write(
+            m_service->withHost(QStringLiteral("GET /world/3/%1/%2 HTTP/1.1\r\nConnection: close\r\n\r\n")
+                                    .arg(i % 8)
+                                    .arg(i / 8 % 8)
+                                    .toLatin1()));
     for (const auto &socket : sockets)
         while (socket->bytesToWrite() > 0 && socket->waitForBytesWritten(1000)) { }
     int good = 0;
@@ -301,7 +408,7 @@ void TestTileService::slowSendersAndReadersHoldNobodyUp()
         readers.push_back(std::make_unique<QTcpSocket>());
         readers.back()->setReadBufferSize(1);
         QVERIFY(m_service->connectTo(*readers.back()));
-        readers.back()->write(QByteArray("GET /big/4/0/0 HTTP/1.1\r\n\r\n").repeated(20));
+        readers.back()->write(m_service->withHost("GET /big/4/0/0 HTTP/1.1\r\n\r\n").repeated(20));
         readers.back()->flush();
     }
     QTRY_VERIFY_WITH_TIMEOUT(m_service->openFiles() >= 60, 10000);
@@ -332,8 +439,8 @@ void TestTileService::loadRun()
     for (int round = 0; round < kRounds; ++round) {
         for (const auto &client : clients)
             for (int i = 0; i < kAtOnce; ++i)
-                client->write(
-                    QStringLiteral("GET /world/3/%1/%2 HTTP/1.1\r\n\r\n").arg(round % 8).arg(i % 8).toLatin1());
+                client->write(m_service->withHost(
+                    QStringLiteral("GET /world/3/%1/%2 HTTP/1.1\r\n\r\n").arg(round % 8).arg(i % 8).toLatin1()));
         for (const auto &client : clients) {
             QByteArray answers;
             // The last of them ends with its own tile.
@@ -407,7 +514,7 @@ void TestTileService::fuzzOfRequestLines()
             line += pieces[below(int(std::size(pieces)))];
         if (below(3) > 0)
             line += " HTTP/1.1";
-        const QByteArray answer = m_service->ask(line + "\r\nConnection: close\r\n\r\n");
+        const QByteArray answer = m_service->ask(line + "\r\n" + m_service->hostLine() + "Connection: close\r\n\r\n");
         const int status = TileService::statusOf(answer);
         QVERIFY2(status == 200 || (status >= 400 && status < 600), line + " gives " + answer);
         QVERIFY2(status != 500 && status != 503, line + " gives " + answer);
@@ -462,7 +569,7 @@ void TestTileService::endsWhileServing()
     for (int i = 0; i < 50; ++i) {
         sockets.push_back(std::make_unique<QTcpSocket>());
         QVERIFY(service.connectTo(*sockets.back()));
-        sockets.back()->write(i % 2 ? "GET /world" : "GET /world/0/0/0 HTTP/1.1\r\n\r\n");
+        sockets.back()->write(service.withHost(i % 2 ? "GET /world" : "GET /world/0/0/0 HTTP/1.1\r\n\r\n"));
         sockets.back()->flush();
     }
     QElapsedTimer timer;
@@ -571,7 +678,8 @@ void TestTileService::portThatNobodyAnswersAt()
     QElapsedTimer timer;
     timer.start();
     QCOMPARE(runToEnd(*m_service, {"--port", QString::number(silent.serverPort())}, &error), 5);
-    QVERIFY(timer.elapsed() < 10000);
+    // Ten times what the service waits for an answer.
+    QVERIFY(timer.elapsed() < 20000);
 }
 
 void TestTileService::portThatCannotBeHad()
@@ -617,16 +725,17 @@ void TestTileService::closedStandardStreams()
         {"-c", "exec \"$0\" --port \"$1\" <&- >&- 2>&-", service.folder() + "/wmts.exe", QString::number(port)});
     QVERIFY(shell.waitForStarted());
     QByteArray answer;
-    for (int i = 0; i < 100 && TileService::statusOf(answer) != 200; ++i) {
+    const auto answers = [&] {
         QTcpSocket socket;
         socket.connectToHost("127.0.0.1", port);
         if (socket.waitForConnected(1000)) {
-            socket.write("GET /world/0/0/0 HTTP/1.1\r\nConnection: close\r\n\r\n");
+            socket.write("GET /world/0/0/0 HTTP/1.1\r\nHost: localhost:" + QByteArray::number(port)
+                         + "\r\nConnection: close\r\n\r\n");
             answer = TileService::readToEnd(socket);
-        } else {
-            QTest::qWait(100);
         }
-    }
+        return TileService::statusOf(answer) == 200;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(answers(), 30000);
     QCOMPARE(TileService::bodyOf(answer), pngBytes(0, 0, 0));
     for (int stream = 0; stream < 3; ++stream)
         QCOMPARE(QFile::symLinkTarget(QStringLiteral("/proc/%1/fd/%2").arg(shell.processId()).arg(stream)),

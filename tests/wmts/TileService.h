@@ -91,7 +91,14 @@ public:
     }
     QByteArray get(const QByteArray &path) const
     {
-        return ask("GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n");
+        return ask(withHost("GET " + path + " HTTP/1.1\r\nConnection: close\r\n\r\n"));
+    }
+
+    /** The header that each request needs, naming the service as a browser does. */
+    QByteArray hostLine() const { return "Host: 127.0.0.1:" + QByteArray::number(m_port) + "\r\n"; }
+    QByteArray withHost(QByteArray requests) const
+    {
+        return requests.replace(" HTTP/1.1\r\n", " HTTP/1.1\r\n" + hostLine());
     }
 
     /** 0 when the answer is none. */

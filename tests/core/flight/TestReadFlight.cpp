@@ -207,9 +207,10 @@ void TestReadFlight::fileWithoutFlightsIsAnError_data()
     QTest::newRow("empty file") << QByteArray() << QStringList() << ReadError::Code::NotADatabase;
     QTest::newRow("other tables") << QByteArray() << QStringList("create table other (id integer)")
                                   << ReadError::Code::NotADatabase;
-    QTest::newRow("view of that name")
-        << QByteArray() << QStringList("create view t_fly_task as select 1 as id, 'a' as name, 2 as ctime")
-        << ReadError::Code::NotADatabase;
+    QTest::newRow("view of that name") << QByteArray()
+                                       << QStringList(
+                                              "create view t_fly_task as select 1 as id, 'a' as name, 2 as ctime")
+                                       << ReadError::Code::NotADatabase;
     QTest::newRow("no task") << QByteArray() << kTables << ReadError::Code::NoTask;
 }
 

@@ -65,6 +65,8 @@ private slots:
     void cancelledSaveLeavesTheOlderFile();
     void killedSaveLeavesTheOlderFile();
     void fullDiskLeavesTheOlderFile();
+    void fullDiskIsToldWithItsReason_data();
+    void fullDiskIsToldWithItsReason();
     void readOnlyFolderLeavesTheOlderFile();
     void targetThatIsAFolder();
     void targetInNoFolder();
@@ -462,6 +464,41 @@ void TestQXlsx::fullDiskLeavesTheOlderFile()
     QCOMPARE(code, 0);
     QCOMPARE(fileContent(path()), QByteArray("older"));
     QCOMPARE(files(), QStringList("book.xlsx"));
+}
+
+void TestQXlsx::fullDiskIsToldWithItsReason_data()
+{
+    QTest::addColumn<int>("rows");
+    QTest::addColumn<unsigned>("room");
+    QTest::newRow("a block fits in part") << 30000 << 300000U;
+    QTest::newRow("a block does not fit") << 30000 << 262144U;
+    QTest::newRow("an odd number of bytes") << 30000 << 100001U;
+    QTest::newRow("few bytes") << 30000 << 17U;
+    QTest::newRow("no byte") << 1 << 0U;
+    QTest::newRow("the last bytes do not fit") << 1 << 2000U;
+}
+
+void TestQXlsx::fullDiskIsToldWithItsReason()
+{
+    QFETCH(int, rows);
+    QFETCH(unsigned, room);
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
+    QVERIFY(letOthersWrite(m_dir->path()));
+    const QString expected = path() + QStringLiteral(" is not written: File too large");
+    const int code = asOrdinaryUser([&] {
+        limitFileSize(room);
+        Document document;
+        for (int row = 1; row <= rows; ++row)
+            for (int column = 1; column <= 10; ++column)
+                document.write(row, column, row * 0.37 + column);
+        if (document.saveAs(path()))
+            return 1;
+        const QStringList warnings = document.takeWarnings();
+        return warnings.size() == 1 && warnings.first() == expected ? 0 : 2;
+    });
+    QCOMPARE(code, 0);
+    QCOMPARE(files(), QStringList());
 }
 
 void TestQXlsx::readOnlyFolderLeavesTheOlderFile()

@@ -5,11 +5,14 @@
 #include "XlsxSheetWriter.h"
 #include "XlsxStyles.h"
 
+#include <QDir>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <cmath>
+#include <cstdio>
 
 using QXlsx::Document;
 using QXlsx::Format;
@@ -67,6 +70,14 @@ private slots:
     void oversizedTextIsDamage();
     void hugeSheetsTakeLittleMemory();
     void damagedPartThatNobodyWroteStopsTheSave();
+    void identifiersOfSheetsStayInTheirRange_data();
+    void identifiersOfSheetsStayInTheirRange();
+    void relationThatOnlyTheWorkbookKnowsIsNotTaken();
+    void whatNoWorkbookHasTakesNoTime_data();
+    void whatNoWorkbookHasTakesNoTime();
+    void asManyAttributesAndSheetsAsMayBe();
+    void largeListsAreCancelled_data();
+    void largeListsAreCancelled();
 
 private:
     QString path() const { return m_dir->filePath(QStringLiteral("book.xlsx")); }
@@ -247,10 +258,10 @@ void TestQXlsxExisting::prefixOfTheSheetIsKept()
 void TestQXlsxExisting::everyCellOfAPrefixedSheetHasRoom()
 {
     const QByteArray prefix(QXlsx::XlsxSheetWriter::kLongestPrefix - 1, 'p');
-    QVERIFY(writeParts(path(), foreignWorkbook('<' + prefix + ":worksheet xmlns:" + prefix
-                                               + "=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><"
-                                               + prefix + ":sheetData></" + prefix + ":sheetData></" + prefix
-                                               + ":worksheet>")));
+    QVERIFY(writeParts(path(),
+                       foreignWorkbook('<' + prefix + ":worksheet xmlns:" + prefix
+                                       + "=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><" + prefix
+                                       + ":sheetData></" + prefix + ":sheetData></" + prefix + ":worksheet>")));
     constexpr int kRows = 1000;
     constexpr double kLong = -1.2345678901234567e-300;
     Document document(path());
@@ -266,9 +277,10 @@ void TestQXlsxExisting::everyCellOfAPrefixedSheetHasRoom()
 void TestQXlsxExisting::sheetOfALongPrefixIsLeftAsItIs()
 {
     const QByteArray prefix(QXlsx::XlsxSheetWriter::kLongestPrefix, 'p');
-    QVERIFY(writeParts(path(), foreignWorkbook('<' + prefix + ":worksheet xmlns:" + prefix
-                                               + "=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><"
-                                               + prefix + ":sheetData/></" + prefix + ":worksheet>")));
+    QVERIFY(writeParts(path(),
+                       foreignWorkbook('<' + prefix + ":worksheet xmlns:" + prefix
+                                       + "=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><" + prefix
+                                       + ":sheetData/></" + prefix + ":worksheet>")));
     const QByteArray before = fileContent(path());
     Document document(path());
     for (int row = 1; row <= 3000; ++row)
@@ -667,6 +679,169 @@ void TestQXlsxExisting::damagedPartThatNobodyWroteStopsTheSave()
              QStringLiteral("part xl/media/picture.png of %1 is damaged and cannot be "
                             "carried over")
                  .arg(path()));
+}
+
+void TestQXlsxExisting::identifiersOfSheetsStayInTheirRange_data()
+{
+    QTest::addColumn<QByteArray>("last");
+    QTest::addColumn<QList<int>>("added"); // beside 4
+    QTest::newRow("beyond all") << QByteArray("4294967295") << QList<int>{1, 2, 3, 5};
+    QTest::newRow("the last that opens") << QByteArray("65534") << QList<int>{1, 2, 3, 5};
+    QTest::newRow("room for one more") << QByteArray("65533") << QList<int>{65534, 1, 2, 3};
+    QTest::newRow("an ordinary one") << QByteArray("9") << QList<int>{10, 11, 12, 13};
+}
+
+void TestQXlsxExisting::identifiersOfSheetsStayInTheirRange()
+{
+    QFETCH(QByteArray, last);
+    QFETCH(QList<int>, added);
+    Parts parts = foreignWorkbook(sheetXml({}));
+    parts[2].second.replace("sheetId=\"9\"", "sheetId=\"" + last + '"');
+    QVERIFY(writeParts(path(), parts));
+    {
+        Document document(path());
+        for (int i = 0; i < added.size(); ++i)
+            QVERIFY(document.addSheet(QStringLiteral("new %1").arg(i)));
+        QVERIFY(document.saveAs(path()));
+    }
+    const QByteArray workbook = readParts(path()).value("xl/workbook.xml");
+    for (int i = 0; i < added.size(); ++i)
+        QVERIFY2(workbook.contains("name=\"new " + QByteArray::number(i) + "\" sheetId=\""
+                                   + QByteArray::number(added.at(i)) + '"'),
+                 workbook.constData());
+}
+
+void TestQXlsxExisting::relationThatOnlyTheWorkbookKnowsIsNotTaken()
+{
+    // A sheet whose relation was lost, and a list of something else with the next relation that is free.
+    Parts parts = foreignWorkbook(sheetXml({}));
+    parts[2].second.replace("</x:sheets>",
+                            "<x:sheet name=\"lost\" sheetId=\"10\" q:id=\"rId6\"/></x:sheets>"
+                            "<x:externalReferences><x:externalReference q:id=\"rId7\"/></x:externalReferences>");
+    QVERIFY(writeParts(path(), parts));
+    {
+        Document document(path());
+        QVERIFY(document.addSheet(QStringLiteral("added")));
+        document.write(1, 1, 5.0);
+        QVERIFY(document.saveAs(path()));
+    }
+    Document document(path());
+    QCOMPARE(document.sheetNames(), QStringList({"Plan & Ist", "Other", "lost", "added"}));
+    QVERIFY(!document.selectSheet(QStringLiteral("lost")));
+    QVERIFY(document.selectSheet(QStringLiteral("added")));
+    QCOMPARE(document.read(1, 1), QVariant(5.0));
+    QVERIFY(!readParts(path()).value("xl/_rels/workbook.xml.rels").contains("\"rId7\""));
+}
+
+void TestQXlsxExisting::whatNoWorkbookHasTakesNoTime_data()
+{
+    QTest::addColumn<Parts>("parts");
+    QByteArray attributes;
+    for (int i = 0; i < 200000; ++i)
+        attributes += " a" + QByteArray::number(i) + "=\"\"";
+    QTest::newRow("a row of 200000 attributes") << foreignWorkbook(sheetXml("<row" + attributes + "/>"));
+    QByteArray sheets;
+    for (int i = 1; i <= 200000; ++i)
+        sheets += "<x:sheet name=\"s" + QByteArray::number(i) + "\" sheetId=\"" + QByteArray::number(i + 10) + "\"/>";
+    Parts many = foreignWorkbook(sheetXml({}));
+    many[2].second.replace("</x:sheets>", sheets + "</x:sheets>");
+    QTest::newRow("200000 sheets") << many;
+}
+
+void TestQXlsxExisting::whatNoWorkbookHasTakesNoTime()
+{
+    QFETCH(Parts, parts);
+    QVERIFY(writeParts(path(), parts));
+    QElapsedTimer timer;
+    timer.start();
+    Document document(path());
+    document.write(1, 1, 5.0);
+    QVERIFY(document.saveAs(path()));
+    std::printf("%lld ms\n", static_cast<long long>(timer.elapsed()));
+    QVERIFY(timer.elapsed() < 10000);
+    QCOMPARE(Document(path()).read(1, 1), QVariant(5.0));
+}
+
+void TestQXlsxExisting::asManyAttributesAndSheetsAsMayBe()
+{
+    QByteArray attributes;
+    for (int i = 0; i < 999; ++i)
+        attributes += " a" + QByteArray::number(i) + "=\"\"";
+    QByteArray sheets;
+    for (int i = 1; i <= 9998; ++i)
+        sheets += "<x:sheet name=\"s" + QByteArray::number(i) + "\" sheetId=\"" + QByteArray::number(i + 10) + "\"/>";
+    Parts parts = foreignWorkbook(sheetXml("<row r=\"1\"" + attributes + "/>"));
+    parts[2].second.replace("</x:sheets>", sheets + "</x:sheets>");
+    QVERIFY(writeParts(path(), parts));
+    Document document(path());
+    QCOMPARE(document.sheetNames().size(), 10000);
+    document.write(1, 1, 5.0);
+    QVERIFY(document.saveAs(path()));
+    QCOMPARE(document.takeWarnings(), QStringList());
+    QVERIFY(sheet().contains(" a998=\"\""));
+    QCOMPARE(QDir(m_dir->path()).entryList(QDir::Files), QStringList("book.xlsx"));
+}
+
+void TestQXlsxExisting::largeListsAreCancelled_data()
+{
+    QTest::addColumn<int>("part");
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QByteArray>("entry");
+    QTest::newRow("content types") << 0 << QByteArray("</Types>") << QByteArray("<Override/>");
+    QTest::newRow("way to the workbook") << 1 << QByteArray("</Relationships>") << QByteArray("<Relationship/>");
+    QTest::newRow("workbook") << 2 << QByteArray("</x:workbook>") << QByteArray("<x:name/>");
+    QTest::newRow("relations") << 3 << QByteArray("</Relationships>") << QByteArray("<Relationship/>");
+    QTest::newRow("sheet") << 4 << QByteArray("</sheetData>") << QByteArray("<row/>");
+    QTest::newRow("carried sheet") << 5 << QByteArray("</sheetData>") << QByteArray("<row/>");
+    QTest::newRow("styles") << 8 << QByteArray("</fonts>") << QByteArray("<font/>");
+}
+
+void TestQXlsxExisting::largeListsAreCancelled()
+{
+    QFETCH(int, part);
+    QFETCH(QByteArray, before);
+    QFETCH(QByteArray, entry);
+    constexpr int kEntries = 200000;
+    Parts parts = foreignWorkbook(sheetXml({}));
+    parts[part].second.replace(before, entry.repeated(kEntries) + before);
+    QVERIFY(writeParts(path(), parts));
+    const QByteArray bytes = fileContent(path());
+    // How long it is between two questions shows how long somebody who quits would wait.
+    QElapsedTimer timer;
+    qint64 last = 0;
+    qint64 longest = 0;
+    int asked = 0;
+    int cancelAt = -1;
+    const auto ask = [&] {
+        longest = qMax(longest, timer.elapsed() - last);
+        last = timer.elapsed();
+        return asked++ >= cancelAt && cancelAt >= 0;
+    };
+    const auto save = [&] {
+        timer.start();
+        last = 0;
+        asked = 0;
+        Document document(path(), ask);
+        document.addSheet(QStringLiteral("added"));
+        document.write(1, 1, 5.0, thin());
+        document.selectSheet(QStringLiteral("Plan & Ist"));
+        document.write(1, 1, 5.0, thin());
+        return document.saveAs(path());
+    };
+    QVERIFY(save());
+    std::printf("%lld ms, of which %lld between two of %d questions\n", static_cast<long long>(timer.elapsed()),
+                static_cast<long long>(longest), asked);
+    QVERIFY(longest < 1000);
+    QVERIFY(asked >= 50);
+    // Wherever it is cancelled, the old workbook stays.
+    const int questions = asked;
+    for (int i = 0; i < 5; ++i) {
+        QVERIFY(writeFile(path(), bytes));
+        cancelAt = questions * i / 10;
+        QVERIFY(!save());
+        QVERIFY(fileContent(path()) == bytes);
+    }
+    QCOMPARE(QDir(m_dir->path()).entryList(QDir::Files | QDir::Hidden), QStringList("book.xlsx"));
 }
 
 QTEST_GUILESS_MAIN(TestQXlsxExisting)

@@ -1,5 +1,8 @@
 #include "QXlsx.h"
 
+#include "ExcelOperator.h"
+#include "ExportNames.h"
+#include "Fixture.h"
 #include "WorkbookFiles.h"
 
 #include <QDir>
@@ -97,6 +100,37 @@ assert [str(one) for one in sheet.merged_cells.ranges] == ['F1:G3']
 assert abs(sheet.column_dimensions['C'].width - 33) < 1, sheet.column_dimensions['C'].width
 )py";
 
+/** Titles stay in sight, and the columns of new sheets fit what a reader shows: a number has at most 11 digits. */
+constexpr char kLookAtSheets[] = R"py(
+import openpyxl, sys, unicodedata
+book = openpyxl.load_workbook(sys.argv[1])
+has_panes = '--no-panes' not in sys.argv
+old = [one for one in sys.argv[2:] if one != '--no-panes']
+for sheet in book:
+    if sheet.title in old:
+        continue
+    assert sheet.freeze_panes == ('A2' if has_panes else None), (sheet.title, sheet.freeze_panes)
+    widths = {column: one.width for one in sheet.column_dimensions.values() for column in range(one.min, one.max + 1)}
+    for column in range(1, sheet.max_column + 1):
+        width = widths[column]
+        head = str(sheet.cell(1, column).value)
+        columns = sum(2 if unicodedata.east_asian_width(one) in 'WF' else 1 for one in head)
+        assert width >= columns * 12 / 11, (sheet.title, head, width)
+        needed = columns
+        for row in range(2, sheet.max_row + 1):
+            value = sheet.cell(row, column).value
+            if isinstance(value, (int, float)):
+                shown = '%.10g' % value if abs(value) < 1e10 else '%.5E' % value
+                assert width > len(shown), (sheet.title, head, shown, width)
+                needed = max(needed, len(shown))
+        assert width < max(13, needed * 4 / 3 + 4), (sheet.title, head, needed, width)
+for title in old:
+    sheet = book[title]
+    assert sheet.freeze_panes is None, (title, sheet.freeze_panes)
+    assert abs(sheet.column_dimensions['C'].width - 33) < 1, (title, sheet.column_dimensions['C'].width)
+    assert set(sheet.column_dimensions) == {'C'}, (title, list(sheet.column_dimensions))
+)py";
+
 Format titleFormat()
 {
     Format format;
@@ -130,12 +164,15 @@ private slots:
     void officeSeesValuesAndErrors();
     void workbookOfOpenpyxlOutlivesAnExport();
     void workbookOfOfficeOutlivesAnExport();
+    void titlesOfNewSheetsStayInSightAndColumnsFit();
+    void sheetsThatWereThereKeepTheirWidthsAndPanes();
+    void routeWorkbookHasFittingColumns();
 
 private:
     QString path(const QString &name) const { return m_dir->filePath(name); }
     bool run(const QString &program, const QStringList &arguments);
     bool hasOpenpyxl();
-    bool runScript(const char *script);
+    bool runScript(const char *script, const QStringList &arguments = {});
     bool convert(const QString &file, const QString &filter);
     void writeSample();
 
@@ -168,9 +205,9 @@ bool TestQXlsxOutside::hasOpenpyxl()
         && QProcess::execute(QLatin1String(kPython), {QStringLiteral("-c"), QStringLiteral("import openpyxl")}) == 0;
 }
 
-bool TestQXlsxOutside::runScript(const char *script)
+bool TestQXlsxOutside::runScript(const char *script, const QStringList &arguments)
 {
-    return run(QLatin1String(kPython), {QStringLiteral("-c"), QString::fromUtf8(script)});
+    return run(QLatin1String(kPython), QStringList{QStringLiteral("-c"), QString::fromUtf8(script)} + arguments);
 }
 
 bool TestQXlsxOutside::convert(const QString &file, const QString &filter)
@@ -276,6 +313,58 @@ void TestQXlsxOutside::workbookOfOfficeOutlivesAnExport()
     const QString csv = QString::fromUtf8(fileContent(path(QStringLiteral("converted/book.csv"))));
     QVERIFY2(csv.startsWith(QStringLiteral("\"时间\",,\"kept\",")), qPrintable(csv));
     QCOMPARE(csv.count(QLatin1Char('\n')), 5);
+}
+
+void TestQXlsxOutside::titlesOfNewSheetsStayInSightAndColumnsFit()
+{
+    if (!hasOpenpyxl())
+        QSKIP("openpyxl is not installed");
+    const Fixture fixture;
+    fillStore(300);
+    heartBeatGraphs[0]->setYvalue({1, 2, -3});
+    heartBeatGraphs[1]->setYvalue({1, 99999999999.0, 2});
+    heartBeatGraphs[2]->setYvalue({1, -113.9137801234567, 2});
+    heartBeatGraphs[3]->setYvalue({1e300, -1e-300, 0.1 + 0.2});
+    heartBeatGraphs[4]->setYvalue({7, 7, 7});
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path(QStringLiteral("book.xlsx"))));
+    QVERIFY(runScript(kLookAtSheets, {QStringLiteral("book.xlsx")}));
+    if (!QFile::exists(QLatin1String(kOffice)))
+        QSKIP("LibreOffice is not installed");
+    QVERIFY(convert(path(QStringLiteral("book.xlsx")), QStringLiteral("xlsx")));
+    // Converting has no window and so drops panes, but the widths are those that the office suite read.
+    QVERIFY(runScript(kLookAtSheets, {QStringLiteral("converted/book.xlsx"), QStringLiteral("--no-panes")}));
+}
+
+void TestQXlsxOutside::sheetsThatWereThereKeepTheirWidthsAndPanes()
+{
+    if (!hasOpenpyxl())
+        QSKIP("openpyxl is not installed");
+    QVERIFY(runScript(kMakeSample));
+    QVERIFY(runScript("import openpyxl\n"
+                      "book = openpyxl.load_workbook('book.xlsx')\n"
+                      "del book['Auswertung']\n"
+                      "book.save('book.xlsx')\n"));
+    const Fixture fixture;
+    fillStore(3);
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path(QStringLiteral("book.xlsx"))));
+    QCOMPARE(Document(path(QStringLiteral("book.xlsx"))).sheetNames().size(), 8);
+    QVERIFY(runScript(kLookAtSheets, {QStringLiteral("book.xlsx"), QStringLiteral("0x01-HeartBeat")}));
+    // The next export finds all sheets there.
+    const QByteArray second = readParts(path(QStringLiteral("book.xlsx"))).value("xl/worksheets/sheet2.xml");
+    fillStore(3);
+    QVERIFY(ExcelOperator(nullptr).writeExcel(path(QStringLiteral("book.xlsx"))));
+    QCOMPARE(readParts(path(QStringLiteral("book.xlsx"))).value("xl/worksheets/sheet2.xml"), second);
+}
+
+void TestQXlsxOutside::routeWorkbookHasFittingColumns()
+{
+    if (!hasOpenpyxl())
+        QSKIP("openpyxl is not installed");
+    ExcelOperator excelOperator(nullptr);
+    excelOperator.writeTitleRow(1, 3, {"id", "longitude", "a title of thirty characters.."});
+    excelOperator.writeNumberRow(2, 3, {1, 113.9137801, 0});
+    QVERIFY(excelOperator.save(path(QStringLiteral("book.xlsx"))));
+    QVERIFY(runScript(kLookAtSheets, {QStringLiteral("book.xlsx")}));
 }
 
 QTEST_GUILESS_MAIN(TestQXlsxOutside)

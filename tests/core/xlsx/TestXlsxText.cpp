@@ -97,7 +97,8 @@ void TestXlsxText::whatXmlCannotCarryIsEscaped_data()
     // Taken from left to right the underscore in the middle belongs to both; guarding each keeps them apart.
     QTest::newRow("looks escaped twice over") << "_x0041_x0042_"
                                               << "_x005F_x0041_x005F_x0042_";
-    QTest::newRow("completed by an escape behind it") << "_x0041\f" << "_x005F_x0041_x000C_";
+    QTest::newRow("completed by an escape behind it") << "_x0041\f"
+                                                      << "_x005F_x0041_x000C_";
     QTest::newRow("no character") << QString(QChar(0xffff)) << "_xFFFF_";
     QTest::newRow("half a pair") << QString(QChar(0xd83d)) << "_xD83D_";
     QTest::newRow("second half alone") << QString(QChar(0xde00)) << "_xDE00_";

@@ -36,6 +36,12 @@ inline bool letOthersWrite(const QString &path)
     return chmod(QFile::encodeName(path).constData(), 0777) == 0;
 }
 
+/** Lets every user add files to a folder, and rename or remove none of another's. */
+inline bool letOthersAdd(const QString &folder)
+{
+    return chmod(QFile::encodeName(folder).constData(), 01777) == 0;
+}
+
 /**
  * Runs a piece of a test in a child process as a user without rights, since root may read and write everything.
  *

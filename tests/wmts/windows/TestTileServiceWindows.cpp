@@ -67,7 +67,7 @@ void TestTileServiceWindows::keepsConnections()
 {
     QVERIFY(m_service->start());
     const QByteArray both
-        = m_service->ask("GET /world/1/0/0 HTTP/1.1\r\n\r\nGET /world/1/1/1 HTTP/1.1\r\nConnection: close\r\n\r\n");
+        = m_service->ask(m_service->withHost("GET /world/1/0/0 HTTP/1.1\r\n\r\nGET /world/1/1/1 HTTP/1.1\r\nConnection: close\r\n\r\n"));
     QCOMPARE(both.count("HTTP/1.1 200"), 2);
     QVERIFY(both.endsWith("1/1/1"));
 }
@@ -81,7 +81,7 @@ void TestTileServiceWindows::manyConnectionsAtOnce()
         QVERIFY(m_service->connectTo(*sockets.back()));
     }
     for (const auto &socket : sockets)
-        socket->write("GET /world/1/1/0 HTTP/1.1\r\nConnection: close\r\n\r\n");
+        socket->write(m_service->withHost("GET /world/1/1/0 HTTP/1.1\r\nConnection: close\r\n\r\n"));
     for (const auto &socket : sockets)
         QCOMPARE(TileService::bodyOf(TileService::readToEnd(*socket)), pngBytes(1, 1, 0));
 }

@@ -1,0 +1,180 @@
+#include "CanvasKeys.h"
+
+#include "MyCustomPlot.h"
+
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QToolTip>
+#include <algorithm>
+#include <cmath>
+#include <qcustomplot.h>
+
+namespace
+{
+
+constexpr int kLongStep = 10;
+
+bool differs(double a, double b)
+{
+    // Samples that are no number count as one value, or each of them would stop the crosshair.
+    return a != b && !(std::isnan(a) && std::isnan(b));
+}
+
+/** The nearest sample in this direction whose value differs; index itself where there is none. O(samples). */
+int indexOfOtherValue(const QCPGraphDataContainer &samples, int index, int direction)
+{
+    const double value = (samples.constBegin() + index)->value;
+    for (int i = index + direction; i >= 0 && i < samples.size(); i += direction) {
+        if (differs((samples.constBegin() + i)->value, value))
+            return i;
+    }
+    return index;
+}
+
+/** Number of the sample nearest to key; of a series that is not empty. O(log n). */
+int indexNear(const QCPGraphDataContainer &samples, double key)
+{
+    // Not findBegin() of the container: a copy of that template in an unoptimised build takes the place of the
+    // library's own, which is called on terms that only the optimised one keeps.
+    const auto it = std::lower_bound(samples.constBegin(), samples.constEnd(), key,
+                                     [](const QCPGraphData &sample, double wanted) { return sample.key < wanted; });
+    const int after = int(it - samples.constBegin());
+    if (after == 0 || after >= samples.size())
+        return qBound(0, after, samples.size() - 1);
+    return key - (it - 1)->key < it->key - key ? after - 1 : after;
+}
+
+/**
+ * Moves the range so that the coordinate is in its middle, where it was outside. The middle, not the edge: a key held
+ * down then moves the view once in half a screen, not with each sample.
+ */
+void bringIntoView(QCPAxis *axis, double coordinate)
+{
+    const QCPRange range = axis->range();
+    if (std::isfinite(coordinate) && !range.contains(coordinate))
+        axis->setRange(coordinate - range.size() / 2, coordinate + range.size() / 2);
+}
+
+} // namespace
+
+CanvasKeys::CanvasKeys(MyCustomPlot *control)
+    : QObject(control)
+    , m_control(control)
+{
+    control->plot()->installEventFilter(this);
+}
+
+bool CanvasKeys::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::MouseButtonPress)
+        m_pressed = static_cast<QMouseEvent *>(event)->pos();
+    else if (event->type() == QEvent::KeyPress && handleKey(*static_cast<QKeyEvent *>(event)))
+        return true;
+    return QObject::eventFilter(watched, event);
+}
+
+bool CanvasKeys::handleKey(const QKeyEvent &event)
+{
+    const Qt::KeyboardModifiers modifiers = event.modifiers() & ~Qt::KeypadModifier;
+    const bool plain = modifiers == Qt::NoModifier;
+    QCPGraph *const curve = m_control->selectedCurve();
+    switch (event.key()) {
+    case Qt::Key_Left:
+        return handleArrow(-1, modifiers);
+    case Qt::Key_Right:
+        return handleArrow(1, modifiers);
+    case Qt::Key_Home:
+        if (plain)
+            moveTo(curve, 0);
+        return plain;
+    case Qt::Key_End:
+        if (plain && curve != nullptr)
+            moveTo(curve, curve->data()->size() - 1);
+        return plain;
+    case Qt::Key_A:
+        if (plain)
+            fitAllCurves();
+        return plain;
+    case Qt::Key_Backspace:
+        if (plain)
+            emit backRequested();
+        else if (modifiers == Qt::ShiftModifier)
+            emit forwardRequested();
+        return plain || modifiers == Qt::ShiftModifier;
+    case Qt::Key_C:
+        if (modifiers != Qt::ControlModifier)
+            return false;
+        emit copyRequested();
+        return true;
+    case Qt::Key_S:
+        if (modifiers != (Qt::ControlModifier | Qt::ShiftModifier))
+            return false;
+        emit saveRequested();
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool CanvasKeys::handleArrow(int direction, Qt::KeyboardModifiers modifiers)
+{
+    if (modifiers != Qt::NoModifier && modifiers != Qt::ShiftModifier && modifiers != Qt::ControlModifier)
+        return false;
+    QCPGraph *const curve = m_control->selectedCurve();
+    if (curve == nullptr || curve->data()->isEmpty())
+        return true;
+    const int index = currentIndex(*curve);
+    if (modifiers == Qt::ControlModifier)
+        moveTo(curve, indexOfOtherValue(*curve->data(), index, direction));
+    else
+        moveTo(curve, index + direction * (modifiers == Qt::ShiftModifier ? kLongStep : 1));
+    return true;
+}
+
+int CanvasKeys::currentIndex(const QCPGraph &curve) const
+{
+    const QCPItemTracer &tracer = *m_control->tracer();
+    const QCustomPlot &plot = *m_control->plot();
+    // A crosshair on another curve is taken over at its time. Without one the keys start at the click that selected the
+    // curve, or in the middle of the view where that was made elsewhere, as in the legend.
+    if (tracer.visible())
+        return indexNear(*curve.data(), tracer.position->key());
+    if (plot.axisRect()->rect().contains(m_pressed))
+        return indexNear(*curve.data(), plot.xAxis->pixelToCoord(m_pressed.x()));
+    return indexNear(*curve.data(), plot.xAxis->range().center());
+}
+
+void CanvasKeys::moveTo(QCPGraph *curve, int index)
+{
+    if (curve == nullptr || curve->data()->isEmpty())
+        return;
+    const QCPGraphData sample = *(curve->data()->constBegin() + qBound(0, index, curve->data()->size() - 1));
+    bringIntoView(m_control->plot()->yAxis, sample.value);
+    bringIntoView(m_control->plot()->xAxis, sample.key);
+    showReadOut(curve, sample.key);
+}
+
+void CanvasKeys::showReadOut(QCPGraph *curve, double key)
+{
+    QCustomPlot *const plot = m_control->plot();
+    const QString text = m_control->readOut(curve, key);
+    const QPointF pixel = m_control->tracer()->position->pixelPosition();
+    const QRectF rect = plot->axisRect()->rect();
+    // A sample that is no number has no place of its own.
+    const QPoint at(qRound(qBound(rect.left(), pixel.x(), rect.right())),
+                    std::isfinite(pixel.y()) ? qRound(qBound(rect.top(), pixel.y(), rect.bottom()))
+                                             : qRound(rect.center().y()));
+    // The library moves a tip whose text stays the same only where it leaves a rectangle.
+    QToolTip::showText(plot->mapToGlobal(at), text, plot, QRect(at, QSize(1, 1)));
+    // Queued, so that a key held down on a long series does not go on after it is released.
+    plot->replot(QCustomPlot::rpQueuedReplot);
+}
+
+void CanvasKeys::fitAllCurves()
+{
+    QCustomPlot *const plot = m_control->plot();
+    // The time axis last: the other canvas follows it and has this one painted, the value axis included.
+    plot->yAxis->rescale();
+    plot->xAxis->rescale();
+    plot->replot(QCustomPlot::rpQueuedReplot);
+}

@@ -1,0 +1,30 @@
+#include "TimeTicker.h"
+
+#include <QFontMetrics>
+#include <algorithm>
+
+TimeTicker::TimeTicker(const QCPAxis *axis)
+    : m_axis(axis)
+{
+    setDateTimeFormat(QStringLiteral("yyyy-MM-dd\nhh:mm:ss"));
+}
+
+double TimeTicker::getTickStep(const QCPRange &range)
+{
+    constexpr int kMaxAttempts = 64;
+    constexpr double kWidening = 1.25;
+
+    const QFontMetrics metrics(m_axis->tickLabelFont());
+    // The gap is a line's height: months differ in length, and their labels stay apart all the same.
+    const int label = metrics.horizontalAdvance(QStringLiteral("2000-00-00")) + metrics.height();
+    const double smallest = range.size() * label / std::max(1, m_axis->axisRect()->width());
+
+    // The library picks the step of a range from its own table. A wider range has a wider step.
+    double size = range.size();
+    double step = QCPAxisTickerDateTime::getTickStep(range);
+    for (int i = 0; i < kMaxAttempts && step < smallest; ++i) {
+        size *= kWidening;
+        step = QCPAxisTickerDateTime::getTickStep(QCPRange(range.lower, range.lower + size));
+    }
+    return step;
+}

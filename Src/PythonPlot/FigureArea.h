@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QRect>
+
+/**
+ * Where a figure may open beside a dialog: the largest part of the screen that lies wholly on one side of it.
+ *
+ * @param dialog    frame of the dialog
+ * @param available what the screen has free; both in the same coordinates
+ * @return all of available where the dialog is on another screen
+ */
+QRect figureArea(const QRect &dialog, const QRect &available);

@@ -1,0 +1,259 @@
+#include "CanvasPicture.h"
+
+#include "Logging.h"
+
+#include <QBuffer>
+#include <QClipboard>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QPdfWriter>
+#include <QSaveFile>
+#include <QSvgGenerator>
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <qcustomplot.h>
+#include <vector>
+
+namespace
+{
+
+constexpr double kPointsPerInch = 72;
+
+/** The part of the line from first to second that lies in the ranges, by Liang and Barsky; false where there is none.
+ */
+bool clipLine(QCPGraphData *first, QCPGraphData *second, const QCPRange &keys, const QCPRange &values)
+{
+    const double dKey = second->key - first->key;
+    const double dValue = second->value - first->value;
+    const double directions[] = {-dKey, dKey, -dValue, dValue};
+    const double distances[]
+        = {first->key - keys.lower, keys.upper - first->key, first->value - values.lower, values.upper - first->value};
+    double from = 0;
+    double to = 1;
+    for (int i = 0; i < 4; ++i) {
+        if (directions[i] == 0 && distances[i] < 0)
+            return false;
+        const double share = distances[i] / directions[i];
+        if (directions[i] < 0)
+            from = std::max(from, share);
+        else if (directions[i] > 0)
+            to = std::min(to, share);
+    }
+    // Also where a sample is no number.
+    if (!(from <= to))
+        return false;
+    const QCPGraphData start = *first;
+    if (from > 0)
+        *first = {start.key + from * dKey, start.value + from * dValue};
+    if (to < 1)
+        *second = {start.key + to * dKey, start.value + to * dValue};
+    return true;
+}
+
+/** What of a curve is seen within its axes, with a sample that is no number where it leaves them. O(samples). */
+QSharedPointer<QCPGraphDataContainer> visiblePart(const QCPGraph &curve)
+{
+    const QCPRange keys = curve.keyAxis()->range();
+    const QCPRange values = curve.valueAxis()->range();
+    QVector<QCPGraphData> points;
+    const auto begin = curve.data()->constBegin();
+    const auto end = curve.data()->constEnd();
+    for (auto it = begin; it != end && it + 1 != end; ++it) {
+        QCPGraphData first = *it;
+        QCPGraphData second = *(it + 1);
+        if (!clipLine(&first, &second, keys, values))
+            continue;
+        const bool continues
+            = !points.isEmpty() && points.constLast().key == first.key && points.constLast().value == first.value;
+        if (!continues) {
+            if (!points.isEmpty())
+                points.append({first.key, std::numeric_limits<double>::quiet_NaN()});
+            points.append(first);
+        }
+        points.append(second);
+    }
+    auto container = QSharedPointer<QCPGraphDataContainer>::create();
+    container->set(points, true);
+    return container;
+}
+
+/**
+ * While it lives, the curves of a canvas end at their axes by their samples: an SVG of Qt 5 knows no clipping, and its
+ * curves would run over the texts and over the other canvas.
+ */
+class CutCurves
+{
+public:
+    explicit CutCurves(QCustomPlot *canvas)
+        : m_canvas(canvas)
+    {
+        for (int i = 0; i < canvas->graphCount(); ++i) {
+            QCPGraph *const curve = canvas->graph(i);
+            m_whole.append({curve, curve->data(), curve->selection()});
+            curve->setData(visiblePart(*curve));
+            if (curve->selected())
+                curve->setSelection(QCPDataSelection(curve->data()->dataRange()));
+        }
+    }
+    ~CutCurves()
+    {
+        for (const Whole &each : qAsConst(m_whole)) {
+            each.curve->setData(each.samples);
+            each.curve->setSelection(each.selection);
+        }
+        // A crosshair looks for its sample again whenever it is painted.
+        for (int i = 0; i < m_canvas->itemCount(); ++i) {
+            if (auto *tracer = qobject_cast<QCPItemTracer *>(m_canvas->item(i)))
+                tracer->updatePosition();
+        }
+    }
+    Q_DISABLE_COPY(CutCurves)
+
+private:
+    struct Whole {
+        QCPGraph *curve;
+        QSharedPointer<QCPGraphDataContainer> samples;
+        QCPDataSelection selection;
+    };
+
+    QCustomPlot *m_canvas;
+    QVector<Whole> m_whole;
+};
+
+} // namespace
+
+CanvasPicture::CanvasPicture(const QVector<QCustomPlot *> &canvases, QWidget *window)
+    : QObject(window)
+    , m_canvases(canvases)
+    , m_window(window)
+{
+}
+
+QSize CanvasPicture::size() const
+{
+    QSize size;
+    for (const QCustomPlot *canvas : m_canvases)
+        size = {qMax(size.width(), canvas->width()), qMax(size.height(), 0) + canvas->height()};
+    return size;
+}
+
+void CanvasPicture::paint(QCPPainter *painter) const
+{
+    const int width = size().width();
+    for (QCustomPlot *canvas : m_canvases) {
+        canvas->toPainter(painter, width, canvas->height());
+        painter->translate(0, canvas->height());
+    }
+}
+
+QImage CanvasPicture::image() const
+{
+    const qreal ratio = m_window->devicePixelRatioF();
+    QImage image(size() * ratio, QImage::Format_RGB32);
+    image.setDevicePixelRatio(ratio);
+    image.fill(Qt::white);
+    QCPPainter painter(&image);
+    paint(&painter);
+    return image;
+}
+
+QByteArray CanvasPicture::png() const
+{
+    QBuffer buffer;
+    image().save(&buffer, "PNG");
+    return buffer.data();
+}
+
+QByteArray CanvasPicture::svg() const
+{
+    QBuffer buffer;
+    QSvgGenerator generator;
+    generator.setOutputDevice(&buffer);
+    // The screen's, so that texts get the size that the layout was made for.
+    generator.setResolution(m_window->logicalDpiX());
+    generator.setSize(size());
+    generator.setViewBox(QRect(QPoint(), size()));
+    generator.setTitle(m_window->windowTitle());
+    std::vector<std::unique_ptr<CutCurves>> cut;
+    for (QCustomPlot *canvas : m_canvases)
+        cut.push_back(std::make_unique<CutCurves>(canvas));
+    QCPPainter painter;
+    painter.begin(&generator);
+    painter.setMode(QCPPainter::pmVectorized);
+    paint(&painter);
+    painter.end();
+    return buffer.data();
+}
+
+QByteArray CanvasPicture::pdf() const
+{
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    {
+        const int resolution = m_window->logicalDpiX();
+        QPdfWriter writer(&buffer);
+        writer.setResolution(resolution);
+        writer.setPageSize(QPageSize(QSizeF(size()) * kPointsPerInch / resolution, QPageSize::Point, QString(),
+                                     QPageSize::ExactMatch));
+        writer.setPageMargins(QMarginsF());
+        writer.setTitle(m_window->windowTitle());
+        QCPPainter painter;
+        painter.begin(&writer);
+        painter.setMode(QCPPainter::pmVectorized);
+        paint(&painter);
+    }
+    return buffer.data();
+}
+
+QByteArray CanvasPicture::encoded(const QString &suffix) const
+{
+    const QString format = suffix.toLower();
+    if (format == QLatin1String("png"))
+        return png();
+    if (format == QLatin1String("svg"))
+        return svg();
+    if (format == QLatin1String("pdf"))
+        return pdf();
+    return {};
+}
+
+void CanvasPicture::copy()
+{
+    QGuiApplication::clipboard()->setImage(image());
+    logToBoth(info, "picture copied to the clipboard");
+    emit statusShowSignal(tr("Picture copied to the clipboard"));
+}
+
+void CanvasPicture::saveAs(const QString &suggestedPath)
+{
+    QFileDialog dialog(m_window, tr("Save picture"), suggestedPath);
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setNameFilters(
+        {QStringLiteral("PNG (*.png)"), QStringLiteral("SVG (*.svg)"), QStringLiteral("PDF (*.pdf)")});
+    dialog.setDefaultSuffix(QStringLiteral("png"));
+    // The dialog adds the suffix itself, so it asks about the very file that would be replaced.
+    connect(&dialog, &QFileDialog::filterSelected, &dialog,
+            [&dialog](const QString &filter) { dialog.setDefaultSuffix(filter.left(3).toLower()); });
+    if (dialog.exec() == QDialog::Accepted)
+        save(dialog.selectedFiles().value(0));
+}
+
+void CanvasPicture::save(const QString &path)
+{
+    const QByteArray bytes = encoded(QFileInfo(path).suffix());
+    if (bytes.isEmpty()) {
+        logToBoth(error, "picture not saved, unknown suffix: {}", path);
+        emit statusShowSignal(tr("Picture not saved: the name must end in .png, .svg or .pdf"));
+        return;
+    }
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+        logToBoth(error, "picture not saved: {} ({})", path, file.errorString());
+        emit statusShowSignal(tr("Picture not saved: %1 (%2)").arg(path, file.errorString()));
+        return;
+    }
+    logToBoth(info, "picture saved: {}", path);
+    emit statusShowSignal(tr("Picture saved: %1").arg(path));
+}

@@ -1,0 +1,104 @@
+/*
+ * Route files: { "cartographic": [way point, ...] }, read as the program's converter reads them.
+ *
+ * longitude and latitude are texts in degrees; height, radius and speed are numbers. What is of another type counts as
+ * empty, and so as 0, there and here. All other keys are kept and written again.
+ */
+(function (window) {
+    'use strict';
+
+    var NUMBER = /^\s*[+-]?(\d+\.?\d*|\.\d+)(e[+-]?\d+)?\s*$/i;
+    var HEIGHTS = ['height', 'radius', 'speed'];
+    var WORDS = { height: '高度', radius: '半径', speed: '速度' };
+    /* A speed of 0 gives the converter an endless flying time. */
+    var DEFAULTS = { height: 100, radius: 50, speed: 20 };
+
+    /*
+     * Degrees of a text; null, and so 0, where the converter finds no number. It rounds to 32 bits for its distances, the
+     * map does not.
+     */
+    function degrees(value) {
+        if (typeof value !== 'string')
+            return null;
+        if (NUMBER.test(value))
+            return Number(value);
+        return /^\s*[+-]?(nan|inf)\s*$/i.test(value) ? NaN : null;
+    }
+
+    function isObject(value) { return typeof value === 'object' && value !== null && !(value instanceof Array); }
+
+    function number(way, key) { return way && typeof way[key] === 'number' ? way[key] : 0; }
+
+    /*
+     * doc: the parsed document. Gives { name, points, odd }, or { error } in words. odd counts coordinates that are no
+     * texts of numbers, which the converter takes for 0.
+     */
+    function read(doc, name) {
+        var list = doc.cartographic, points = [], odd = 0;
+        if (!(list instanceof Array) || list.length === 0)
+            return { error: '航线文件里没有航点。' };
+        for (var i = 0; i < list.length; ++i) {
+            var way = isObject(list[i]) ? list[i] : {}, fault = null;
+            var lat = degrees(way.latitude), lng = degrees(way.longitude);
+            if (lat === null || lng === null)
+                ++odd;
+            if (!(Math.abs(lat) <= 90 && Math.abs(lng) <= 180))
+                fault = '经纬度超出范围：经度 ' + shown(way.longitude) + '，纬度 ' + shown(way.latitude) + '。';
+            for (var k = 0; k < HEIGHTS.length && !fault; ++k) {
+                if (!isFinite(number(way, HEIGHTS[k])))
+                    fault = WORDS[HEIGHTS[k]] + '超出范围。';
+            }
+            if (fault)
+                return { error: '第 ' + (i + 1) + ' 个航点的' + fault };
+            points.push({ at: new L.LatLng(lat || 0, lng || 0), way: way, moved: false });
+        }
+        return { name: typeof doc.name === 'string' && doc.name ? doc.name : name, points: points, odd: odd, doc: doc };
+    }
+
+    function shown(value) { return String(value).slice(0, 30); }
+
+    /* Seven decimals are a centimetre, and what the program's positions have. */
+    function degreesText(value) {
+        return value.toFixed(7).replace(/(\.\d*?)0+$/, '$1').replace(/\.$/, '');
+    }
+
+    /* The way point as it goes into a file: its own object, with its new place where it was moved. */
+    function way(point) {
+        var result = point.way ? JSON.parse(JSON.stringify(point.way)) : {};
+        if (point.moved || !point.way) {
+            result.longitude = degreesText(point.at.lng);
+            result.latitude = degreesText(point.at.lat);
+        }
+        HEIGHTS.forEach(function (key) {
+            if (!point.way && result[key] === undefined)
+                result[key] = DEFAULTS[key];
+        });
+        return result;
+    }
+
+    /* The text of a route file. One that nobody changed is written as it was read, to the letter. */
+    function write(line) {
+        if (line.source)
+            return line.source.text;
+        var doc = {}, kept = line.kept || {};
+        Object.keys(kept).forEach(function (key) { doc[key] = kept[key]; });
+        if (kept.name === undefined || typeof kept.name === 'string')
+            doc.name = line.name;
+        doc.cartographic = line.points.map(way);
+        return JSON.stringify(doc, null, 2) + '\n';
+    }
+
+    /* Height, radius or speed of a point, as a file of it would have it. */
+    function value(point, key) { return point.way ? number(point.way, key) : DEFAULTS[key]; }
+
+    function setValue(line, index, key, to) {
+        var point = line.points[index];
+        point.way = way(point);
+        point.way[key] = to;
+        line.touch();
+    }
+
+    window.mapPage.routeFile = {
+        read: read, write: write, value: value, setValue: setValue, degreesText: degreesText, keys: HEIGHTS
+    };
+}(window));

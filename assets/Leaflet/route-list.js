@@ -1,0 +1,186 @@
+/* The panel's lists: the routes, with all that can be done to one, and the tracks of files. */
+(function (window) {
+    'use strict';
+
+    var o = window.mapPage, map = o.map, form = o.form;
+    var MAX_CONVERTED = 5000; /* points of a track that may become a route */
+    var rows = []; /* { line, box, name, length } in the panel, in the order of the routes */
+    var removed = null;
+    var parts = {};
+
+    function lengthText(line) { return o.metres(line.total) + ' · ' + line.points.length + ' 个航点'; }
+
+    function showLine(line) {
+        if (line.points.length)
+            o.showAll(line.points.length > 1 ? line.line.getBounds() : L.latLngBounds([line.points[0].at]));
+    }
+
+    /* ---- Saving ---- */
+
+    function showText(line, type, words) {
+        parts.text.hidden = false;
+        parts.text.firstChild.firstChild.nodeValue = words;
+        parts.area.value = o.save.textOf(line, type);
+        parts.area.focus();
+        parts.area.select();
+    }
+
+    function save(line, type) {
+        var name = o.save.fileName(line, type);
+        if (!o.save.canDownload())
+            return showText(line, type, '此窗口不能保存文件：请复制以下文本，存为“' + name + '”（UTF-8）。');
+        o.save.download(name, o.save.types[type].mime, o.save.textOf(line, type));
+        form.say(parts.status, '已交付保存：' + name);
+    }
+
+    function buildText(panel) {
+        parts.area = form.field(' ', o.element('textarea'), panel);
+        parts.area.readOnly = true;
+        parts.area.rows = 8;
+        /* Its label holds the words that say what to do. */
+        parts.text = parts.area.parentNode;
+        parts.text.className = 'text';
+        parts.text.hidden = true;
+        form.button('关闭文本', parts.text, function () {
+            parts.text.hidden = true;
+            parts.area.value = '';
+        });
+    }
+
+    /* ---- A route's row ---- */
+
+    function remove(line) {
+        if (o.editor.line() === line)
+            o.editor.stop();
+        removed = line;
+        o.removeRoute(line);
+        form.say(parts.status, '已删除“' + line.name + '”。');
+        form.button('撤销删除', parts.status, function () {
+            if (removed)
+                o.restoreRoute(removed);
+            removed = null;
+            form.say(parts.status, '已恢复。');
+        }).focus();
+    }
+
+    function buildRow(line) {
+        var box = o.element('li', 'route'), row = { line: line, box: box };
+        row.name = form.input('名称', 'text', box);
+        row.name.value = line.name;
+        row.name.maxLength = 200;
+        row.name.addEventListener('change', function () {
+            line.name = row.name.value.trim() || line.name;
+            row.name.value = line.name;
+            line.touch();
+            o.events.fire('lines');
+        });
+        row.length = o.element('p', 'length', box).appendChild(window.document.createTextNode(''));
+        var buttons = o.element('div', 'row', box);
+        form.button('定位', buttons, function () { showLine(line); }, '定位 ' + line.name);
+        row.edit = form.button('编辑', buttons, function () {
+            if (o.editor.line() === line)
+                return o.editor.stop();
+            o.editor.start(line, box, function () { row.edit.setAttribute('aria-expanded', 'false'); });
+            row.edit.setAttribute('aria-expanded', 'true');
+        }, '编辑 ' + line.name);
+        row.edit.setAttribute('aria-expanded', 'false');
+        form.button('删除', buttons, function () { remove(line); }, '删除 ' + line.name);
+        buttons = o.element('div', 'row', box);
+        var type = form.field('保存为', o.element('select'), buttons);
+        Object.keys(o.save.types).forEach(function (key) {
+            o.element('option', '', type, o.save.types[key].words).value = key;
+        });
+        form.button('保存', buttons, function () { save(line, type.value); }, '保存 ' + line.name);
+        form.button('文本', buttons, function () {
+            showText(line, type.value, '“' + o.save.fileName(line, type.value) + '”的文本：');
+        }, '显示文本 ' + line.name);
+        return row;
+    }
+
+    /* The rows stay while their routes do: a row that is made anew loses the keyboard. */
+    function refreshRoutes() {
+        var routes = o.routes();
+        rows = rows.filter(function (row) {
+            var stays = routes.indexOf(row.line) >= 0;
+            if (!stays) {
+                if (o.editor.line() === row.line)
+                    o.editor.stop();
+                parts.routes.removeChild(row.box);
+            }
+            return stays;
+        });
+        routes.forEach(function (line, i) {
+            if (rows[i] && rows[i].line === line)
+                return;
+            var row = buildRow(line);
+            parts.routes.insertBefore(row.box, rows[i] ? rows[i].box : null);
+            rows.splice(i, 0, row);
+        });
+        rows.forEach(function (row) {
+            var text = lengthText(row.line);
+            if (row.length.nodeValue !== text)
+                row.length.nodeValue = text;
+        });
+        parts.none.hidden = routes.length > 0;
+    }
+
+    /* ---- Tracks ---- */
+
+    function convert(item) {
+        var points = item.line.coordinates(), list = [];
+        for (var i = 0; i < points.count; ++i)
+            list.push({ at: L.latLng(points.lat[i], points.lng[i]), way: null, moved: true });
+        o.addRoute(item.name, list);
+    }
+
+    function refreshTracks() {
+        parts.tracks.innerHTML = '';
+        o.tracks.forEach(function (item) {
+            var box = o.element('li', 'track', parts.tracks);
+            o.element('p', 'length', box, item.name + ' · ' + item.line.count() + ' 个点');
+            var buttons = o.element('div', 'row', box);
+            form.button('定位', buttons, function () { o.showAll(item.line.getBounds()); }, '定位 ' + item.name);
+            if (item.line.count() <= MAX_CONVERTED)
+                form.button('转为航线', buttons, function () { convert(item); }, '转为航线 ' + item.name);
+            form.button('移除', buttons, function () { o.removeTrackItem(item); }, '移除 ' + item.name);
+        });
+        parts.trackHead.hidden = o.tracks.length === 0;
+    }
+
+    o.buildRoutes = function (panel) {
+        var box = form.section('航线', panel);
+        parts.none = o.element('p', 'hint', box, '还没有航线。用程序的“航线使能”在地图上绘制，或打开航线文件，或：');
+        parts.routes = o.element('ul', 'list', box);
+        var buttons = o.element('div', 'row', box);
+        parts.draw = form.button('在地图上绘制', buttons, function () { o.toggle('draw', o.mode() === 'draw' ? 0 : 1); });
+        parts.draw.setAttribute('aria-pressed', 'false');
+        form.button('在地图中心新建', buttons, function () {
+            var line = o.addRoute('', [{ at: map.getCenter().wrap(), way: null, moved: true }]);
+            refreshRoutes();
+            rows.filter(function (row) { return row.line === line; })[0].edit.click();
+        });
+        parts.status = form.status(box);
+        buildText(box);
+        parts.trackHead = form.section('文件中的航迹', panel);
+        parts.tracks = o.element('ul', 'list', parts.trackHead);
+        var soon = form.soon(refreshRoutes);
+        o.events.on('lines', function () {
+            var routes = o.routes(), isSame = routes.length === rows.length
+                && rows.every(function (row, i) { return row.line === routes[i]; });
+            /* A row never outlives its route; the lengths may wait while a hand drags. */
+            if (isSame)
+                soon();
+            else
+                refreshRoutes();
+        });
+        o.events.on('track', form.soon(refreshTracks));
+        o.events.on('mode', function (e) { parts.draw.setAttribute('aria-pressed', String(e.name === 'draw')); });
+        o.events.on('clear', function () {
+            removed = null;
+            form.say(parts.status, '');
+        });
+        parts.draw.setAttribute('aria-pressed', String(o.mode() === 'draw'));
+        refreshRoutes();
+        refreshTracks();
+    };
+}(window));

@@ -1,0 +1,142 @@
+/*
+ * Reads XML from its begin to its end without building a document: the browser's own parser takes seconds for a track
+ * of 200,000 points. Tags must be closed and attributes quoted, as there; declarations of entities are refused, so that
+ * none can grow.
+ */
+(function (window) {
+    'use strict';
+
+    /* Attributes as one text: each ' name="value"'. */
+    var ATTRIBUTES = /^(?:\s+[^\s=<>"'\/]+\s*=\s*(?:"[^"<]*"|'[^'<]*'))*\s*$/;
+    var NAME = /^[^\s<>"'=\/&]+$/;
+    var NAMES = { lt: '<', gt: '>', amp: '&', quot: '"', apos: "'" };
+
+    function Broken(at, words) {
+        this.at = at;
+        this.words = words;
+    }
+
+    function local(name) { return name.slice(name.indexOf(':') + 1); }
+
+    function character(code) {
+        return code > 0xFFFF ? String.fromCharCode(0xD800 + ((code - 0x10000) >> 10), 0xDC00 + (code & 0x3FF))
+            : String.fromCharCode(code);
+    }
+
+    function decoded(text) {
+        return text.indexOf('&') < 0 ? text : text.replace(/&(?:#x([\da-f]{1,6})|#(\d{1,7})|(\w+));/gi,
+            function (all, hex, decimal, name) {
+                var code = hex ? parseInt(hex, 16) : Number(decimal);
+                if (name)
+                    return NAMES.hasOwnProperty(name) ? NAMES[name] : all;
+                return code > 0 && code <= 0x10FFFF ? character(code) : all;
+            });
+    }
+
+    /* The characters of an element, without the tags and remarks in it. */
+    function content(raw) {
+        if (raw.indexOf('<') < 0)
+            return decoded(raw).trim();
+        return raw.replace(/<!--[\s\S]*?-->/g, '').split('<![CDATA[').map(function (part, i) {
+            var end = i > 0 ? part.indexOf(']]>') : -1;
+            return end < 0 ? decoded(part.replace(/<[^>]*>/g, ''))
+                : part.slice(0, end) + decoded(part.slice(end + 3).replace(/<[^>]*>/g, ''));
+        }).join('').trim();
+    }
+
+    /* An attribute of a tag's text; null when it is not there. */
+    function attribute(text, name) {
+        var at = text.indexOf(name);
+        while (at >= 0) {
+            var found = /^\s*=\s*(?:"([^"]*)"|'([^']*)')/.exec(text.substr(at + name.length, 200));
+            if (found && at > 0 && /\s/.test(text.charAt(at - 1)))
+                return decoded(found[1] === undefined ? found[2] : found[1]);
+            at = text.indexOf(name, at + 1);
+        }
+        return null;
+    }
+
+    /* A tag from its begin to the > at end: its name and attributes; null when that is none. */
+    function tagOf(text, at, end) {
+        var isEmpty = end > at && text.charCodeAt(end - 1) === 47, tag = text.substring(at + 1, isEmpty ? end - 1 : end);
+        var space = tag.search(/\s/), name = space < 0 ? tag : tag.slice(0, space), rest = space < 0 ? '' : tag.slice(space);
+        return NAME.test(name) && ATTRIBUTES.test(rest) ? { name: name, rest: rest, isEmpty: isEmpty, end: end } : null;
+    }
+
+    /* Nearly every tag ends at the next >; only a quoted value may hold one more. */
+    function readTag(text, at) {
+        var end = text.indexOf('>', at), tag = end < 0 ? null : tagOf(text, at, end), quote = '';
+        for (var i = at; !tag && end >= 0 && i < text.length; ++i) {
+            var c = text.charAt(i);
+            if (quote)
+                quote = c === quote ? '' : quote;
+            else if (c === '"' || c === "'")
+                quote = c;
+            else if (c === '<' && i > at)
+                break;
+            else if (c === '>') {
+                tag = tagOf(text, at, i);
+                break;
+            }
+        }
+        if (!tag)
+            throw new Broken(at);
+        return tag;
+    }
+
+    /* What begins with <! or <?: gives the place after it. */
+    function skip(text, at) {
+        var ends = text.substr(at, 4) === '<!--' ? '-->' : text.substr(at, 9) === '<![CDATA[' ? ']]>'
+            : text.charAt(at + 1) === '?' ? '?>' : '>';
+        var end = text.indexOf(ends, at + 2);
+        if (end < 0)
+            throw new Broken(at);
+        if (ends === '>' && text.substring(at, end).indexOf('[') >= 0)
+            throw new Broken(at, '含有实体声明，不予读取');
+        return end + ends.length;
+    }
+
+    /*
+     * Calls open(name, attributes, path) and close(name, content function, path) for each element, names without their
+     * prefixes; path holds the names of the elements around it. Throws what is wrong as { at, words }.
+     */
+    function scan(text, open, close) {
+        var path = [], names = [], begins = [], at = text.indexOf('<'), roots = 0, raw = [0, 0];
+        function inside() { return content(text.substring(raw[0], raw[1])); }
+        while (at >= 0) {
+            var second = text.charCodeAt(at + 1), end;
+            if (second === 33 || second === 63) { /* ! ? */
+                at = text.indexOf('<', skip(text, at));
+                continue;
+            }
+            if (second === 47) { /* / */
+                end = text.indexOf('>', at);
+                if (end < 0 || names.length === 0 || text.substring(at + 2, end).trim() !== names.pop())
+                    throw new Broken(at);
+                raw = [begins.pop(), at];
+                close(path.pop(), inside, path);
+            } else {
+                var tag = readTag(text, at), name = local(tag.name);
+                if (path.length === 0 && roots++ > 0)
+                    throw new Broken(at);
+                end = tag.end;
+                open(name, tag.rest, path);
+                if (tag.isEmpty) {
+                    raw = [end, end];
+                    close(name, inside, path);
+                } else {
+                    path.push(name);
+                    names.push(tag.name);
+                    begins.push(end + 1);
+                }
+            }
+            at = text.indexOf('<', end);
+        }
+        if (path.length || roots === 0)
+            throw new Broken(text.length);
+    }
+
+    function line(text, at) { return text.slice(0, at).split('\n').length; }
+
+    window.mapPage.xml = { scan: scan, attribute: attribute, Broken: Broken, line: line };
+}(window));

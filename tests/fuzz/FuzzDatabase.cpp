@@ -1,0 +1,248 @@
+// The reading of a flight database. The first byte chooses: an even one is followed by the bytes of the file itself, an
+// odd one by the choices of a generator of schemas and rows. A read must not crash, hang or change the file, and must
+// leave every group with one length; of ordinary tables it must give what a second decode of the same rows gives.
+
+#include "DataHandler.h"
+#include "DataListDia.h"
+#include "Fixture.h"
+#include "FuzzTarget.h"
+#include "ModalAnswer.h"
+#include "ReferenceDecoder.h"
+#include "WorkbookFiles.h"
+
+#include <QPushButton>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QTableWidget>
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr char kDefault[] = "qt_sql_default_connection";
+
+/** Takes the fuzzer's bytes one by one; zeros after the last. */
+class Choices
+{
+public:
+    Choices(const std::uint8_t *data, std::size_t size)
+        : m_data(data)
+        , m_size(size)
+    {
+    }
+
+    int next() { return m_at < m_size ? m_data[m_at++] : 0; }
+    int below(int count) { return next() % count; }
+    bool ended() const { return m_at >= m_size; }
+    QByteArray bytes(int count)
+    {
+        QByteArray result;
+        for (int i = 0; i < count && !ended(); ++i)
+            result.append(static_cast<char>(next()));
+        return result;
+    }
+
+private:
+    const std::uint8_t *m_data;
+    std::size_t m_size;
+    std::size_t m_at = 0;
+};
+
+struct Record {
+    int task = 0;
+    QVariant frame;
+};
+
+/** What the generator has written, as far as it knows what a read makes of it. */
+struct Written {
+    bool ordinary = true;
+    QVector<int> tasks;
+    QVector<Record> records;
+};
+
+/** A header in most cases, one of the codes that the downlink has in most cases, any bytes behind. */
+QString frameText(Choices &choices)
+{
+    static constexpr int kCodes[] = {0x01, 0x02, 0x03, 0x04, 0x05, 0x41, 0x52, 0x53};
+    QByteArray frame;
+    if (choices.next() < 224)
+        frame = QByteArray("\xAA\xEC\x01", 3);
+    const int code = choices.next();
+    frame.append(static_cast<char>(code < 240 ? kCodes[code % 8] : code));
+    frame.append(choices.bytes(choices.below(12)));
+    frame.append(QByteArray(choices.below(90), static_cast<char>(choices.next())));
+    return QString::fromLatin1(frame.toHex());
+}
+
+QVariant frameValue(Choices &choices, bool *plain)
+{
+    const int kind = choices.below(16);
+    *plain = kind > 3;
+    switch (kind) {
+    case 0:
+        return choices.bytes(choices.below(20));
+    case 1:
+        return {};
+    case 2:
+        return choices.next() - 128;
+    case 3:
+        return QString::fromUtf8(choices.bytes(choices.below(20)));
+    default:
+        return frameText(choices);
+    }
+}
+
+/** Other shapes of the two tables; the first of each is the ordinary one. */
+const char *const kTaskTables[] = {
+    "create table t_fly_task (id integer, name text, ctime integer)",
+    "create table t_fly_task (id integer primary key, name text, ctime integer) without rowid",
+    "create table t_fly_task (ctime, name, id)",
+    "create table t_fly_task (id integer, name text)",
+    "create table t_fly_task (id integer, name text generated always as (printf('%c', id)), ctime integer)",
+    "create view t_fly_task as with recursive t(id) as (select 1 union all select id + 1 from t)"
+    " select id, 'task' as name, id as ctime from t",
+    "create virtual table t_fly_task using fts5(id, name, ctime)",
+    "create table other (id integer)",
+};
+const char *const kRecordTables[] = {
+    "create table t_fly_record (task_id integer, frame)",
+    "create table t_fly_record (id integer primary key, task_id integer, frame text)",
+    "create table t_fly_record (frame, task_id)",
+    "create table t_fly_record (task_id integer)",
+    "create view t_fly_record as with recursive t(task_id) as (select 1 union all select 1 from t)"
+    " select task_id, 'AAEC0101' as frame from t",
+    "create virtual table t_fly_record using fts5(task_id, frame)",
+    "create table something (id integer)",
+};
+
+void insertRow(QSqlDatabase &database, const QString &statement, const QVariantList &values)
+{
+    QSqlQuery query(database);
+    if (!query.prepare(statement))
+        return; // the table is missing, or is a view
+    for (const QVariant &value : values)
+        query.addBindValue(value);
+    query.exec();
+}
+
+Written generate(const QString &path, Choices choices)
+{
+    Written written;
+    QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("generator"));
+    database.setDatabaseName(path);
+    demand(database.open());
+    if (choices.below(4) == 0)
+        QSqlQuery(database).exec(QStringLiteral("pragma journal_mode=wal"));
+    const int taskTable = std::max(0, choices.next() - 240) % 8;
+    const int recordTable = std::max(0, choices.next() - 240) % 7;
+    written.ordinary = taskTable == 0 && recordTable < 2;
+    QSqlQuery(database).exec(QString::fromLatin1(kTaskTables[taskTable]));
+    QSqlQuery(database).exec(QString::fromLatin1(kRecordTables[recordTable]));
+    database.transaction();
+    const int tasks = choices.below(6);
+    for (int i = 0; i < tasks; ++i) {
+        const int id = choices.next() + (choices.below(8) == 0 ? 256 : 0);
+        insertRow(database, QStringLiteral("insert into t_fly_task (id, name, ctime) values (?, ?, ?)"),
+                  {id, QString::fromUtf8(choices.bytes(choices.below(8))), choices.next() * 1'000'000'000LL});
+        written.tasks.append(id & 0xFF);
+    }
+    while (!choices.ended()) {
+        Record record;
+        record.task = written.tasks.isEmpty() ? choices.next() : written.tasks[choices.below(written.tasks.size())];
+        bool plain = true;
+        record.frame = frameValue(choices, &plain);
+        written.ordinary = written.ordinary && plain;
+        insertRow(database, QStringLiteral("insert into t_fly_record (task_id, frame) values (?, ?)"),
+                  {record.task, record.frame});
+        written.records.append(record);
+    }
+    database.commit();
+    database.close();
+    database = QSqlDatabase();
+    QSqlDatabase::removeDatabase(QStringLiteral("generator"));
+    return written;
+}
+
+/** Ticks every row whose bit is set; the ids of those rows. */
+QList<int> tick(QDialog *dialog, int bits)
+{
+    QList<int> ids;
+    auto *const table = dialog->findChild<QTableWidget *>();
+    for (int row = 0; row < table->rowCount(); ++row) {
+        if (!(bits >> (row % 8) & 1))
+            continue;
+        table->item(row, 3)->setCheckState(Qt::Checked);
+        ids.append(table->item(row, 0)->text().trimmed().toInt());
+    }
+    return ids;
+}
+
+void demandLengths()
+{
+    for (const ChannelGroup &group : channelGroups()) {
+        for (int row = 0; row < group.count; ++row)
+            demand(std::as_const(*group.channels[row]).yvalue().size() == group.length());
+    }
+}
+
+void demandSamples(const Written &written, const QList<int> &ticked)
+{
+    ReferenceDecoder expected;
+    for (const Record &record : written.records) {
+        if (ticked.contains(record.task))
+            expected.decodeLine(record.frame.toString());
+    }
+    if (!ticked.isEmpty())
+        expected.evenTail();
+    expected.differences();
+    expected.speedAngle();
+    for (const ChannelGroup &group : channelGroups()) {
+        for (int row = 0; row < group.count; ++row)
+            demand(std::as_const(*group.channels[row]).yvalue() == expected.channels[group.code][row]);
+    }
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    static const QTemporaryDir folder;
+    if (size < 2)
+        return 0;
+    AppConfig::getInstance().getDataPath() = folder.filePath(QStringLiteral("data.txt"));
+    AppConfig::getInstance().getAttackDataPath() = folder.filePath(QStringLiteral("data_attack.txt"));
+    Fixture::resetGlobals();
+    Fixture::renewStore();
+    const QString path = folder.filePath(QStringLiteral("flight.db"));
+    const bool generated = data[0] % 2 != 0;
+    const int bits = data[1];
+    Written written;
+    written.ordinary = false;
+    if (generated)
+        written = generate(path, Choices(data + 2, size - 2));
+    else
+        demand(writeFile(path, QByteArray(reinterpret_cast<const char *>(data + 2), static_cast<int>(size - 2))));
+    const QByteArray before = fileContent(path);
+
+    QList<int> ticked;
+    {
+        ModalAnswer answer;
+        answer.next([&ticked, bits](QDialog *dialog) {
+            ticked = tick(dialog, bits);
+            dialog->findChild<QPushButton *>()->click();
+        });
+        DataHandler handler;
+        handler.readDataSlot(path);
+        demand(answer.allAnswered());
+    }
+    QSqlDatabase::removeDatabase(QLatin1String(kDefault));
+
+    demand(fileContent(path) == before);
+    demandLengths();
+    if (written.ordinary)
+        demandSamples(written, ticked);
+    for (const char *const suffix : {"", "-wal", "-shm", "-journal"})
+        QFile::remove(path + QLatin1String(suffix));
+    return 0;
+}

@@ -1,0 +1,55 @@
+// The head of a request to the tile service, in pieces of whatever size: it must come out the same as in one piece, and
+// hold its limits.
+
+#include "FuzzTarget.h"
+#include "RequestHead.h"
+
+#include <algorithm>
+
+namespace
+{
+
+using wmts::RequestHead;
+
+/** @return how many bytes were taken; each piece is as long as the byte before it says */
+std::size_t takeInPieces(RequestHead &head, std::string_view bytes, std::string_view sizes)
+{
+    std::size_t taken = 0;
+    std::size_t piece = 0;
+    while (taken < bytes.size() && !head.ended()) {
+        const std::size_t length = 1 + static_cast<unsigned char>(sizes[piece++ % sizes.size()]) % 64;
+        const std::string_view part = bytes.substr(taken, length);
+        const std::size_t count = head.take(part);
+        demand(count == part.size() || head.ended());
+        taken += count;
+    }
+    return taken;
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    if (size == 0)
+        return 0;
+    const std::string_view bytes(reinterpret_cast<const char *>(data), size);
+    RequestHead whole;
+    const std::size_t taken = whole.take(bytes);
+    RequestHead pieces;
+    demand(takeInPieces(pieces, bytes, bytes) == taken);
+    demand(pieces.begun() == whole.begun());
+    demand(pieces.ended() == whole.ended());
+    demand(pieces.error() == whole.error());
+    demand(pieces.closes() == whole.closes());
+    demand(pieces.requestLine() == whole.requestLine());
+
+    demand(taken <= size && (whole.ended() || taken == size));
+    demand(whole.requestLine().size() <= wmts::kMostRequestLine);
+    const int error = whole.error();
+    demand(error == 0 || error == 400 || error == 403 || error == 414 || error == 431);
+    demand(error == 0 || whole.closes());
+    if (whole.ended() && error == 0)
+        demand(std::none_of(whole.requestLine().begin(), whole.requestLine().end(),
+                            [](unsigned char character) { return character < 0x20 && character != '\t'; }));
+    return 0;
+}

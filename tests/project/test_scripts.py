@@ -1,0 +1,161 @@
+"""The scripts of the top folder, run in a copy with stand-ins for what they call: packages, CMake, benchmarks, ctest."""
+
+import os
+import shutil
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+SOURCE = Path(__file__).resolve().parents[2]
+
+# Notes each configure, and makes what a configure makes.
+CMAKE = """
+case $1 in
+--preset)
+    echo "configure $2" >>"$NOTES"
+    mkdir -p "build/$2"
+    touch "build/$2/CMakeCache.txt" "build/$2/build.ninja"
+    ;;
+--build)
+    echo "ninja: no work to do."
+    ;;
+esac
+"""
+
+DPKG_QUERY = """
+while read -r name; do echo "installed $name"; done <"$INSTALLED"
+"""
+
+CTEST = """
+echo "ctest $*" >>"$NOTES"
+case " $* " in
+*" -LE e2e "*) exit "${UNIT_RESULT:-0}" ;;
+*" -L e2e "*) exit "${E2E_RESULT:-0}" ;;
+esac
+"""
+
+
+class Scripts(unittest.TestCase):
+    def setUp(self):
+        self.folder = Path(tempfile.mkdtemp(prefix="scripts-"))
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        self.tree = self.folder / "tree"
+        self.tools = self.folder / "tools"
+        self.notes = self.folder / "notes"
+        self.installed = self.folder / "installed"
+        self.tree.mkdir()
+        self.tools.mkdir()
+        self.notes.touch()
+        for name in ("run.sh", "test.sh", "bench.sh", "CMakePresets.json", ".gitignore", "scripts", ".ci"):
+            copy = shutil.copytree if (SOURCE / name).is_dir() else shutil.copy
+            copy(SOURCE / name, self.tree / name)
+        for name, text in (("cmake", CMAKE), ("dpkg-query", DPKG_QUERY), ("ctest", CTEST)):
+            self.program(self.tools / name, text)
+        self.packages = self.listed("packages_build", "packages_test", "packages_bench")
+        self.install(*self.packages)
+
+    def listed(self, *names):
+        """What the lists of packages hold, without the list of another script's purpose."""
+        words = " ".join('"${%s[@]}"' % name for name in names)
+        return subprocess.run(["bash", "-c", f'. scripts/packages.sh; printf "%s\\n" {words} | sort -u'], cwd=self.tree,
+                              check=True, capture_output=True, text=True).stdout.split()
+
+    def program(self, path, text):
+        path.write_text(f"#!/bin/bash\n{text}", encoding="utf-8")
+        path.chmod(0o755)
+
+    def install(self, *names):
+        self.installed.write_text("\n".join(names) + "\n", encoding="utf-8")
+
+    def run_script(self, *arguments, **environment):
+        return subprocess.run(arguments, cwd=self.tree, capture_output=True, text=True, timeout=60, env={
+            **os.environ, "PATH": f"{self.tools}:{os.environ['PATH']}", "NOTES": str(self.notes),
+            "INSTALLED": str(self.installed), **environment})
+
+    def configured(self, preset="release"):
+        """How often the script's own functions have configured by now."""
+        done = self.run_script("bash", "-euc", f". scripts/common.sh; configure {preset}")
+        self.assertEqual(done.returncode, 0, done)
+        return self.notes.read_text(encoding="utf-8").count(f"configure {preset}\n")
+
+    # ---- configuring ----
+
+    def test_second_start_does_not_configure(self):
+        self.assertEqual(self.configured(), 1)
+        self.assertEqual(self.configured(), 1)
+
+    def test_package_that_came_later_is_configured_for(self):
+        self.install(*(set(self.packages) - {"libxlsxwriter-dev"}))
+        self.assertEqual(self.configured(), 1)
+        self.assertEqual(self.configured(), 1)
+        self.install(*self.packages)
+        self.assertEqual(self.configured(), 2)
+        self.assertEqual(self.configured(), 2)
+
+    def test_package_of_no_concern_is_not_configured_for(self):
+        self.assertEqual(self.configured(), 1)
+        self.install("cowsay", *self.packages)
+        self.assertEqual(self.configured(), 1)
+
+    def test_each_preset_is_configured_by_itself(self):
+        self.assertEqual(self.configured("release"), 1)
+        self.assertEqual(self.configured("debug"), 1)
+
+    # ---- benchmarks ----
+
+    def benchmark(self, name, text):
+        folder = self.tree / "build/release/bench"
+        folder.mkdir(parents=True, exist_ok=True)
+        self.program(folder / f"bench_{name}", text)
+        return folder
+
+    def test_benchmark_that_cannot_be_built_is_named(self):
+        folder = self.benchmark("read", "echo 'read | 1 | 2 | 3 | 4'\n")
+        (folder / "not-built").write_text("bench_export: libxlsxwriter-dev is missing\n", encoding="utf-8")
+        done = self.run_script("./bench.sh")
+        self.assertEqual(done.returncode, 0, done)
+        self.assertRegex(done.stdout, r"(?m)^read +\| 1 ")
+        self.assertIn("Not built: bench_export: libxlsxwriter-dev is missing\n", done.stdout)
+        (folder / "not-built").write_text("", encoding="utf-8")
+        self.assertNotIn("Not built", self.run_script("./bench.sh").stdout)
+
+    def test_benchmarks_leave_no_file_in_the_tree(self):
+        subprocess.run(["git", "init", "-q", "."], cwd=self.tree, check=True)
+        subprocess.run(["git", "add", "-A"], cwd=self.tree, check=True)
+        self.benchmark("read", "mkdir -p logs && echo line >logs/log.txt && echo 'read | 1 | 2 | 3 | 4'\n")
+        for arguments in ([], ["read"]):
+            done = self.run_script("./bench.sh", *arguments)
+            self.assertEqual(done.returncode, 0, done)
+            status = subprocess.run(["git", "status", "--porcelain", "--untracked-files"], cwd=self.tree, check=True,
+                                    capture_output=True, text=True).stdout
+            self.assertEqual([line for line in status.splitlines() if line.startswith("??")], [])
+
+    def test_unknown_benchmark_is_refused_with_the_names_of_the_others(self):
+        self.benchmark("read", "echo 'read | 1 | 2 | 3 | 4'\n")
+        done = self.run_script("./bench.sh", "raed")
+        self.assertEqual(done.returncode, 1, done)
+        self.assertIn("bench_raed", done.stderr)
+        self.assertIn("bench_read", done.stderr)
+
+    # ---- the check of every change ----
+
+    def test_only_end_to_end_tests_are_repeated(self):
+        done = self.run_script(".ci/run")
+        self.assertEqual(done.returncode, 0, done)
+        runs = [line for line in self.notes.read_text(encoding="utf-8").splitlines() if line.startswith("ctest")]
+        self.assertEqual(len(runs), 2, runs)
+        self.assertIn(" -LE e2e", runs[0])
+        self.assertNotIn("--repeat", runs[0])
+        self.assertIn(" -L e2e --repeat until-pass:2", runs[1])
+
+    def test_failure_in_either_part_fails_the_whole_and_both_parts_run(self):
+        for results in ({"UNIT_RESULT": "8"}, {"E2E_RESULT": "8"}):
+            self.notes.write_text("", encoding="utf-8")
+            done = self.run_script(".ci/run", **results)
+            self.assertNotEqual(done.returncode, 0, results)
+            self.assertEqual(self.notes.read_text(encoding="utf-8").count("ctest"), 2, results)
+
+
+if __name__ == "__main__":
+    unittest.main()
