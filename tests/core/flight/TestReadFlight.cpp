@@ -1,4 +1,5 @@
 #include "DemoFlight.h"
+#include "Fifo.h"
 #include "FrameText.h"
 #include "ReadFlight.h"
 
@@ -116,6 +117,8 @@ private slots:
     void unknownSuffixIsAnError();
     void whatCannotBeOpenedIsAnError_data();
     void whatCannotBeOpenedIsAnError();
+    void pipeIsNotOpened_data();
+    void pipeIsNotOpened();
     void fileWithoutFlightsIsAnError_data();
     void fileWithoutFlightsIsAnError();
     void readsAllTasksOfADatabase();
@@ -128,6 +131,7 @@ private slots:
     void progressCancels();
     void damagedPageGivesWhatWasReadBefore();
     void leavesNoConnectionAndTheFilesAsTheyWere();
+    void readsWithinAnotherRead();
     void eightThreadsReadAtOnce();
 
 private:
@@ -196,6 +200,24 @@ void TestReadFlight::whatCannotBeOpenedIsAnError()
     QVERIFY2(message.contains(path(name)) && message.endsWith('.'), qPrintable(message));
     if (name.startsWith("missing"))
         QVERIFY(!QFile::exists(path(name))); // SQLite would make a database of nothing
+}
+
+void TestReadFlight::pipeIsNotOpened_data()
+{
+    QTest::addColumn<QString>("name");
+    for (const char *name : {"pipe.txt", "pipe.db"})
+        QTest::newRow(name) << name;
+}
+
+void TestReadFlight::pipeIsNotOpened()
+{
+    if (!hasFifos())
+        QSKIP("needs a file that blocks its reader");
+    QFETCH(QString, name);
+    const Fifo fifo(path(name));
+    QVERIFY(fifo.isValid());
+    QCOMPARE(codeOf(readFlight(path(name))), int(ReadError::Code::CannotOpen));
+    QVERIFY(!fifo.wasOpened());
 }
 
 void TestReadFlight::fileWithoutFlightsIsAnError_data()
@@ -360,6 +382,25 @@ void TestReadFlight::leavesNoConnectionAndTheFilesAsTheyWere()
     QCOMPARE(QSqlDatabase::connectionNames(), QStringList());
     QCOMPARE(content(path("flight.db")), before);
     QCOMPARE(QDir(m_dir->path()).entryList(QDir::Files | QDir::Hidden), QStringList("flight.db"));
+}
+
+void TestReadFlight::readsWithinAnotherRead()
+{
+    demo::DemoOptions demoOptions;
+    demoOptions.minutes = 2;
+    QVERIFY(demo::writeDatabase(path("long.db"), {demo::DemoTask{1, "task", 0, demoOptions}}));
+    makeDatabase(path("short.db"), kTables + taskOf(3, {1, 2}));
+    ReadOptions options;
+    QVector<Series> inner;
+    options.progress = [&](qint64 done, qint64) {
+        if (done > 0 && inner.isEmpty())
+            inner.append(backups(readFlight(path("short.db"))));
+        return true;
+    };
+    const Result outer = readFlight(path("long.db"), options);
+    QCOMPARE(inner, QVector<Series>({Series({1.0, 2.0})}));
+    QCOMPARE(std::get<Flight>(outer).counts().lines, qint64(2 * 300 * demo::kFramesPerSample));
+    QVERIFY(sameFlight(std::get<Flight>(outer), std::get<Flight>(readFlight(path("long.db")))));
 }
 
 void TestReadFlight::eightThreadsReadAtOnce()
