@@ -30,6 +30,8 @@
 
 #include <spdlog/spdlog.h>
 
+using namespace ostravel;
+
 namespace
 {
 

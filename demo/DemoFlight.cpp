@@ -3,7 +3,7 @@
 #include "DemoDatabase.h"
 #include "DemoRandom.h"
 #include "FlightSimulator.h"
-#include "FrameTable.h"
+#include "FrameRows.h"
 #include "FrameWriter.h"
 
 #include <QDateTime>
@@ -99,7 +99,7 @@ int truncatedLength(const QByteArray &frame, int turn)
 {
     const auto code = static_cast<std::uint8_t>(frame.at(frame::kFunctionCodePosition));
     const int gate = frame::layoutOf(code).gate;
-    const std::array lengths{gate, gate + 1, frame::kLeastBytes, gate / 2};
+    const std::array lengths{gate, gate + 1, frame::kMinBytes, gate / 2};
     // The table of 0x04 and of 0x05 ends with the shortest frame that passes; cutting to it would cut nothing.
     return std::min(lengths[static_cast<std::size_t>(turn) % lengths.size()], frame.size() - 1);
 }

@@ -2,13 +2,15 @@
 
 #include "DemoRandom.h"
 #include "FlightSimulator.h"
-#include "FrameTable.h"
+#include "FrameRows.h"
 
 #include <array>
 #include <cstdint>
 
 namespace demo
 {
+
+namespace frame = ostravel::frame;
 
 /** The bytes of one frame, as long as its table reaches. */
 class FrameBytes

@@ -97,7 +97,7 @@ QString unescaped(const QByteArray &ini)
  */
 bool setAsideIfHarmful(const QString &path)
 {
-    if (isOtherThanRegularFile(path)) {
+    if (ostravel::isOtherThanRegularFile(path)) {
         logToBoth(warn, "config.ini is not a regular file and is left alone");
         return false;
     }

@@ -1,21 +1,21 @@
 #include "ChannelStore.h"
 
 #include "FrameTable.h"
-#include "Geodesy.h"
+#include "LocalFrame.h"
 #include "Logging.h"
 
 #include <algorithm>
 #include <iterator>
 
-MyGraph *heartBeatGraphs[frame::kHeartBeatRows.size()] {};
-MyGraph *controlStatusGraphs[frame::kControlStatusRows.size()] {};
-MyGraph *attitudeGraphs[frame::kAttitudeRows.size()] {};
-MyGraph *sensorGraphs[frame::kSensorRows.size()] {};
-MyGraph *targetGraphs[frame::kTargetRows.size()] {};
-MyGraph *payloadGraphs[frame::kPayloadRows.size()] {};
-MyGraph *differenceGraphs[frame::kDifferenceRows.size()] {};
+MyGraph *heartBeatGraphs[frame::kHeartBeatRows.size()]{};
+MyGraph *controlStatusGraphs[frame::kControlStatusRows.size()]{};
+MyGraph *attitudeGraphs[frame::kAttitudeRows.size()]{};
+MyGraph *sensorGraphs[frame::kSensorRows.size()]{};
+MyGraph *targetGraphs[frame::kTargetRows.size()]{};
+MyGraph *payloadGraphs[frame::kPayloadRows.size()]{};
+MyGraph *differenceGraphs[frame::kDifferenceRows.size()]{};
 MyGraph *backupGraph = nullptr;
-MyGraph *equipmentGraphs[frame::kEquipmentRows.size()] {};
+MyGraph *equipmentGraphs[frame::kEquipmentRows.size()]{};
 
 bool selectedPlaneEnabled = false;
 quint8 selectedPlaneId = 0;
@@ -24,11 +24,9 @@ QDateTime startDateTime = QDateTime::currentDateTime();
 int sampleInterval = 200;
 bool dataRead = false;
 
-float originLat = 33.947071F;
-float originLng = 113.91378F;
-double longitudeScale = longitude_scale(
-    {truncatedToLocationUnit(static_cast<double>(originLat) * kLocationUnitsPerDegree),
-     truncatedToLocationUnit(static_cast<double>(originLng) * kLocationUnitsPerDegree)});
+float originLat = ostravel::LocalFrame::kInitialLatitude;
+float originLng = ostravel::LocalFrame::kInitialLongitude;
+double longitudeScale = ostravel::LocalFrame::initial().scale;
 
 std::vector<double> trackX, trackY, trackZ;
 std::vector<double> attackTrackX, attackTrackY, attackTrackZ;
@@ -48,13 +46,16 @@ constexpr ChannelGroup groupOf(quint8 code, MyGraph *(&channels)[Count])
     return {code, channels, static_cast<int>(Count)};
 }
 
-constexpr std::array kGroups {
-    groupOf(frame::kHeartBeat, heartBeatGraphs), groupOf(frame::kControlStatus, controlStatusGraphs),
-    groupOf(frame::kAttitude, attitudeGraphs),   groupOf(frame::kSensor, sensorGraphs),
-    groupOf(frame::kTarget, targetGraphs),       groupOf(frame::kPayload, payloadGraphs),
+constexpr std::array kGroups{
+    groupOf(frame::kHeartBeat, heartBeatGraphs),   groupOf(frame::kControlStatus, controlStatusGraphs),
+    groupOf(frame::kAttitude, attitudeGraphs),     groupOf(frame::kSensor, sensorGraphs),
+    groupOf(frame::kTarget, targetGraphs),         groupOf(frame::kPayload, payloadGraphs),
     groupOf(frame::kDifference, differenceGraphs), groupOf(frame::kEquipment, equipmentGraphs),
-    ChannelGroup {frame::kBackup, &backupGraph, 1},
+    ChannelGroup{frame::kBackup, &backupGraph, 1},
 };
+
+/** Made with the channels, so that a line of a log looks up nothing. */
+ostravel::SeriesRefs seriesOfChannels;
 
 MyGraph *findInGroup(const ChannelGroup &group, const QString &graphName)
 {
@@ -79,12 +80,19 @@ const ChannelGroup *channelGroup(quint8 functionCode)
     return found != kGroups.end() ? &*found : nullptr;
 }
 
+const ostravel::SeriesRefs &channelSeries()
+{
+    return seriesOfChannels;
+}
+
 void initData()
 {
     logToBoth(info, "init global data");
     for (const ChannelGroup &group : kGroups) {
-        for (int row = 0; row < group.count; ++row)
+        for (int row = 0; row < group.count; ++row) {
             group.channels[row] = createGraph(group.code, row);
+            seriesOfChannels.set(group.code, row, group.channels[row]->yvalue());
+        }
     }
 }
 

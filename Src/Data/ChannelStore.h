@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MyGraph.h"
+#include "SeriesRefs.h"
 
 #include <QColor>
 #include <QDateTime>
@@ -85,6 +86,9 @@ const std::array<ChannelGroup, 9> &channelGroups();
 
 /** The group of a function code, or null. */
 const ChannelGroup *channelGroup(quint8 functionCode);
+
+/** The samples of all channels, for the core's decoder and derivations. Valid between initData and clearData. */
+const ostravel::SeriesRefs &channelSeries();
 
 /** Makes all channels anew. Does not look at what the arrays held: call clearData before. */
 void initData();

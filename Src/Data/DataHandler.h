@@ -1,5 +1,8 @@
 #pragma once
 
+#include "Frame.h"
+#include "FrameDecoder.h"
+
 #include <QObject>
 #include <QString>
 #include <cstdint>
@@ -92,23 +95,14 @@ public slots:
     void readDataSlot(QString filePath);
 
 private:
-    struct Frame;
-
     void writeTracks();
     /** decodeLine() of a QString or a QLatin1String. */
     template <typename Text>
     bool decodeText(const Text &line);
-    bool takeFrame(const Frame &data);
     void resetCounters();
-    void appendSamples(const Frame &data);
-    template <std::uint8_t Code>
-    void appendFields(MyGraph **group, const Frame &data);
-    /** Pulls groups that lost frames back into step with their neighbours. */
-    void repair();
-    template <std::size_t Count>
-    void extend(MyGraph *(&group)[Count]);
 
     std::unique_ptr<TxtOperator> m_fileOperator;
+    ostravel::FrameDecoder m_decoder;
     qint64 m_total = 0;
     qint64 m_processed = 0;
     quint16 m_frameTotal = 0;

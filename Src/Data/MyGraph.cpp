@@ -41,8 +41,7 @@ QColor randomColor()
 
 bool opensOnSecondCanvas(quint8 functionCode)
 {
-    return functionCode == frame::kHeartBeat || functionCode == frame::kDifference
-        || functionCode == frame::kEquipment;
+    return functionCode == frame::kHeartBeat || functionCode == frame::kDifference || functionCode == frame::kEquipment;
 }
 
 } // namespace

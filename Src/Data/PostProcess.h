@@ -1,8 +1,8 @@
 #pragma once
 
 /**
- * What is derived from the samples when all frames of a flight are in the store. Functions over the store's channels
- * and globals; main thread only.
+ * The core's derivations, done on the store's channels and globals when all frames of a flight are in it, with the log
+ * lines and the event loop of a read. Main thread only.
  */
 namespace postprocess
 {

@@ -8,6 +8,8 @@
 #include <QFileInfo>
 #include <QTextStream>
 
+using ostravel::appendNumber;
+
 namespace
 {
 
@@ -22,7 +24,7 @@ bool TxtOperator::openFile(QIODevice::OpenMode mode)
         return false;
     }
     m_file.setFileName(m_fileName);
-    if (isOtherThanRegularFile(m_fileName) || !m_file.open(mode | QIODevice::Text)) {
+    if (ostravel::isOtherThanRegularFile(m_fileName) || !m_file.open(mode | QIODevice::Text)) {
         emit statusFeedbackSignal(tr("open file failed"));
         return false;
     }

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <array>
 
+using namespace ostravel;
+
 namespace
 {
 

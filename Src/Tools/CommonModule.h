@@ -5,6 +5,9 @@
 #include <QWidget>
 #include <memory>
 
+using ostravel::Location;
+using ostravel::Vector2;
+
 namespace Ui
 {
 class CommonModule;
@@ -25,7 +28,7 @@ public:
     using BearingFunction = std::int32_t (*)(Location, Location);
 
     /** The bearing's function may be another one than ours, which never gives a negative bearing. */
-    explicit CommonModule(BearingFunction bearingFunction = get_bearing_cd);
+    explicit CommonModule(BearingFunction bearingFunction = ostravel::get_bearing_cd);
     ~CommonModule() override;
 
     /** Reads the two positions. */

@@ -17,6 +17,8 @@
 #include <QPointer>
 #include <limits>
 
+using namespace ostravel;
+
 namespace
 {
 

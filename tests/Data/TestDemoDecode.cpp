@@ -10,6 +10,8 @@
 #include <QTextStream>
 #include <QtMath>
 
+using namespace ostravel;
+
 namespace
 {
 

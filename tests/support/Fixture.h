@@ -102,8 +102,9 @@ public:
         dataRead = false;
         originLat = 33.947071f;
         originLng = 113.91378f;
-        longitudeScale = longitude_scale({truncatedToLocationUnit(double(originLat) * 10000000.0),
-                                          truncatedToLocationUnit(double(originLng) * 10000000.0)});
+        longitudeScale
+            = double(ostravel::longitude_scale({ostravel::truncatedToLocationUnit(double(originLat) * 10000000.0),
+                                                ostravel::truncatedToLocationUnit(double(originLng) * 10000000.0)}));
         for (std::vector<double> *track : {&trackX, &trackY, &trackZ, &attackTrackX, &attackTrackY, &attackTrackZ})
             track->clear();
         defaultColor = QColor(Qt::black);

@@ -6,7 +6,7 @@
 #include <QStringList>
 #include <QTest>
 
-#include "FrameTable.h"
+#include "FrameRows.h"
 
 #include <cmath>
 
@@ -90,9 +90,9 @@ public:
     FrameText &set(const char *channel, double value)
     {
         for (int row = 0; row < rowCount(m_code); ++row) {
-            const FrameField *field = findFrameField(quint16(m_code), row);
-            if (qstrcmp(field->name, channel) == 0)
-                return put(field->offset, field->width, std::llround(value * field->divisor));
+            const ostravel::frame::FieldRow &field = ostravel::frame::layoutOf(std::uint8_t(m_code)).rows[row];
+            if (qstrcmp(field.name, channel) == 0)
+                return put(field.offset, field.width, std::llround(value * field.divisor));
         }
         qFatal("no channel %s in the table of code %d", channel, m_code);
         return *this;

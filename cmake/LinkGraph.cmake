@@ -1,0 +1,38 @@
+# ostravel_link_graph(FILE FOLDER...): writes what links what, a line for each target of these folders with its name, its
+# sources, what it links, what it passes on to those who link it, and its include path, parted by tabs. tests/architecture
+# holds the includes against it.
+function(ostravel_link_graph file)
+    set(lines "")
+    foreach(folder ${ARGN})
+        get_property(targets DIRECTORY ${PROJECT_SOURCE_DIR}/${folder} PROPERTY BUILDSYSTEM_TARGETS)
+        foreach(target ${targets})
+            get_target_property(type ${target} TYPE)
+            if(type STREQUAL "UTILITY")
+                continue()
+            endif()
+            ostravel_plain_items(sources ${target} SOURCES)
+            list(TRANSFORM sources REPLACE "^${PROJECT_SOURCE_DIR}/" "/")
+            list(TRANSFORM sources PREPEND "${folder}/" REGEX "^[^/]")
+            list(TRANSFORM sources REPLACE "^/" "")
+            ostravel_plain_items(links ${target} LINK_LIBRARIES)
+            ostravel_plain_items(passed_on ${target} INTERFACE_LINK_LIBRARIES)
+            set(includes "")
+            if(NOT type STREQUAL "INTERFACE_LIBRARY")
+                set(includes "$<TARGET_PROPERTY:${target},INCLUDE_DIRECTORIES>")
+            endif()
+            string(APPEND lines "${target}\t${sources}\t${links}\t${passed_on}\t${includes}\n")
+        endforeach()
+    endforeach()
+    file(GENERATE OUTPUT ${file} CONTENT "${lines}")
+endfunction()
+
+# The items of a target's list but for generator expressions, among them the private links of static libraries, which
+# concern the linker alone.
+function(ostravel_plain_items variable target property)
+    get_target_property(items ${target} ${property})
+    if(NOT items)
+        set(items "")
+    endif()
+    list(FILTER items EXCLUDE REGEX "[$]<|^::@")
+    set(${variable} "${items}" PARENT_SCOPE)
+endfunction()

@@ -1,0 +1,269 @@
+#include "Derivations.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace ostravel
+{
+
+namespace
+{
+
+// Rows by the names of their channels.
+constexpr int kHomeLng = frame::rowOf(frame::kHeartBeat, "HBS_Lng");
+constexpr int kHomeLat = frame::rowOf(frame::kHeartBeat, "HBS_Lat");
+constexpr int kYear = frame::rowOf(frame::kControlStatus, "FSS_Year");
+constexpr int kMonth = frame::rowOf(frame::kControlStatus, "FSS_Month");
+constexpr int kDate = frame::rowOf(frame::kControlStatus, "FSS_Date");
+constexpr int kHours = frame::rowOf(frame::kControlStatus, "FSS_Hours");
+constexpr int kMinutes = frame::rowOf(frame::kControlStatus, "FSS_Minutes");
+constexpr int kSeconds = frame::rowOf(frame::kControlStatus, "FSS_Seconds");
+constexpr int kFlightMode = frame::rowOf(frame::kControlStatus, "FSS_FlightMode");
+constexpr int kSubFlightMode = frame::rowOf(frame::kControlStatus, "FSS_SubFlightMode");
+constexpr int kRoll = frame::rowOf(frame::kAttitude, "PGS_Roll");
+constexpr int kPitch = frame::rowOf(frame::kAttitude, "PGS_Pitch");
+constexpr int kYaw = frame::rowOf(frame::kAttitude, "PGS_Yaw");
+constexpr int kSatellites = frame::rowOf(frame::kAttitude, "PGS_GPS_SatelliteCount");
+constexpr int kLng = frame::rowOf(frame::kAttitude, "PGS_GPS_Lng");
+constexpr int kLat = frame::rowOf(frame::kAttitude, "PGS_GPS_Lat");
+constexpr int kHeight = frame::rowOf(frame::kAttitude, "PGS_GPS_Relative_Height");
+constexpr int kUpSpeed = frame::rowOf(frame::kAttitude, "PGS_UpSkySpeed");
+constexpr int kGroundSpeed = frame::rowOf(frame::kAttitude, "PGS_GroundSpeed");
+constexpr int kAirSpeed = frame::rowOf(frame::kAttitude, "PGS_IndicateAirSpeed");
+constexpr int kTargetGroup = frame::rowOf(frame::kTarget, "FTP_TargetPoint_Group");
+constexpr int kTargetHeight = frame::rowOf(frame::kTarget, "FTP_TargetPoint_Height");
+constexpr int kTargetSpeed = frame::rowOf(frame::kTarget, "FTP_TargetSpeed");
+constexpr int kTargetRoll = frame::rowOf(frame::kTarget, "FTP_TargetRoll");
+constexpr int kTargetPitch = frame::rowOf(frame::kTarget, "FTP_TargetPitch");
+constexpr int kTargetYaw = frame::rowOf(frame::kTarget, "FTP_TargetYaw");
+
+/** A difference series with the two that it is made from. */
+struct Deviation {
+    int difference;
+    int actual;
+    int target;
+};
+
+constexpr std::array kDeviations{
+    Deviation{frame::rowOf(frame::kDifference, "DF_PitchDiff"), kPitch, kTargetPitch},
+    Deviation{frame::rowOf(frame::kDifference, "DF_RollDiff"), kRoll, kTargetRoll},
+    Deviation{frame::rowOf(frame::kDifference, "DF_YawDiff"), kYaw, kTargetYaw},
+    Deviation{frame::rowOf(frame::kDifference, "DF_SpeedDiff"), kAirSpeed, kTargetSpeed},
+    Deviation{frame::rowOf(frame::kDifference, "DF_HeightDiff"), kHeight, kTargetHeight},
+};
+
+const Series &heartBeat(const SeriesRefs &series, int row)
+{
+    return *series.group<frame::kHeartBeat>()[row];
+}
+
+const Series &status(const SeriesRefs &series, int row)
+{
+    return *series.group<frame::kControlStatus>()[row];
+}
+
+const Series &attitude(const SeriesRefs &series, int row)
+{
+    return *series.group<frame::kAttitude>()[row];
+}
+
+const Series &target(const SeriesRefs &series, int row)
+{
+    return *series.group<frame::kTarget>()[row];
+}
+
+Series &difference(const SeriesRefs &series, int row)
+{
+    return *series.group<frame::kDifference>()[row];
+}
+
+/** The clock of a sample could be a clock, and its month is that of the middle of the log. */
+bool isTrusted(const SeriesRefs &series, int i, double middleMonth)
+{
+    return !(status(series, kMonth).at(i) > 12.0 || status(series, kDate).at(i) > 31.0
+             || status(series, kHours).at(i) > 24.0 || status(series, kMinutes).at(i) > 60.0
+             || status(series, kSeconds).at(i) > 60.0)
+        && status(series, kMonth).at(i) == middleMonth;
+}
+
+/** Corrects the last point from the corrected one before it. */
+void correctLast(Track &track, double sidewaysLimit)
+{
+    constexpr double kHeightStep = 100.0;
+    constexpr double kHeightLimit = 1000.0;
+    const std::size_t j = track.x.size() - 1;
+    if (j == 0) {
+        track.z[0] = track.z[0] > kHeightLimit ? kHeightLimit : track.z[0];
+        return;
+    }
+    if (std::abs(track.x[j] - track.x[j - 1]) > sidewaysLimit)
+        track.x[j] = track.x[j - 1];
+    if (std::abs(track.y[j] - track.y[j - 1]) > sidewaysLimit)
+        track.y[j] = track.y[j - 1];
+    if (std::abs(track.z[j] - track.z[j - 1]) > kHeightStep || std::abs(track.z[j]) > kHeightLimit)
+        track.z[j] = track.z[j - 1];
+}
+
+/** The points of the attitude samples from one index up to, and not including, another. */
+Track trackBetween(const SeriesRefs &series, const LocalFrame &frame, int from, int to, double sidewaysLimit)
+{
+    const Series &lng = attitude(series, kLng);
+    const Series &lat = attitude(series, kLat);
+    const Series &height = attitude(series, kHeight);
+    Track track;
+    const auto count = static_cast<std::size_t>(std::max(to - from, 0));
+    track.x.reserve(count);
+    track.y.reserve(count);
+    track.z.reserve(count);
+    for (int i = from; i < to; ++i) {
+        track.x.push_back(static_cast<double>(frame.x(lng.at(i))));
+        track.y.push_back(static_cast<double>(frame.y(lat.at(i))));
+        track.z.push_back(height.at(i));
+        correctLast(track, sidewaysLimit);
+    }
+    return track;
+}
+
+Series doubled(const Series &samples)
+{
+    Series result;
+    result.reserve(2 * samples.size());
+    for (const double sample : samples)
+        result << sample << sample;
+    return result;
+}
+
+} // namespace
+
+ClockReading readClock(const SeriesRefs &series, int intervalMs)
+{
+    ClockReading reading;
+    const int n = status(series, kYear).size();
+    if (n < 1)
+        return reading;
+    const double middleMonth = status(series, kMonth).at(n / 2);
+    int i = 0;
+    while (i < n && !isTrusted(series, i, middleMonth))
+        ++i;
+    if (i == n)
+        return reading;
+
+    constexpr int kYearOfClock = 2023; // the aircraft's own year is not trusted
+    constexpr qint64 kDayMs = 24 * 60 * 60 * 1000;
+    reading.sample = i;
+    const QTime time(static_cast<int>(status(series, kHours).at(i)), static_cast<int>(status(series, kMinutes).at(i)),
+                     static_cast<int>(status(series, kSeconds).at(i)), 0);
+    const QDate date(kYearOfClock, static_cast<int>(status(series, kMonth).at(i)),
+                     static_cast<int>(status(series, kDate).at(i)));
+    // 24 hours, 60 seconds, month 0 and 31 February are trusted and yet make no date and time. There is no start then,
+    // as when no sample is trusted: without a valid one, no curve has a place on the axis.
+    if (!time.isValid() || !date.isValid())
+        return reading;
+    // Whole days wrap away, so the rest fits the int of addMSecs however long the log is.
+    const auto back = static_cast<int>(qint64{i} * intervalMs % kDayMs);
+    reading.start = QDateTime(date, time.addMSecs(-back));
+    return reading;
+}
+
+std::optional<LocalFrame> findOrigin(const SeriesRefs &series)
+{
+    constexpr int kFromEnd = 10;
+    const Series &lng = heartBeat(series, kHomeLng);
+    const Series &lat = heartBeat(series, kHomeLat);
+    const int k = lat.size() - kFromEnd;
+    if (k < 0 || lng.size() <= k)
+        return std::nullopt;
+    return LocalFrame::at(static_cast<float>(lat.at(k)), static_cast<float>(lng.at(k)));
+}
+
+Track makeTrack(const SeriesRefs &series, const LocalFrame &frame)
+{
+    constexpr double kEnoughSatellites = 10.0;
+    constexpr double kSidewaysLimit = 1000.0;
+    const Series &satellites = attitude(series, kSatellites);
+    const auto fix
+        = std::find_if(satellites.begin(), satellites.end(), [](double count) { return count > kEnoughSatellites; });
+    const int start = fix != satellites.end() ? static_cast<int>(fix - satellites.begin()) : 0;
+    return trackBetween(series, frame, start, attitude(series, kLng).size(), kSidewaysLimit);
+}
+
+Track makeAttackTrack(const SeriesRefs &series, const LocalFrame &frame)
+{
+    constexpr double kAttackMode = 26.0;
+    constexpr double kSidewaysLimit = 10000.0;
+    const int n = std::min(attitude(series, kLng).size(), status(series, kFlightMode).size());
+    const Series &mode = status(series, kSubFlightMode);
+    int start = n;
+    // Sample n exists only when the positions are the shorter series.
+    while (start > 0 && !(start < mode.size() && mode.at(start) == kAttackMode && mode.at(start - 1) != kAttackMode))
+        --start;
+    // A leg that starts behind the last position has no point.
+    return trackBetween(series, frame, start, n, kSidewaysLimit);
+}
+
+int beginDifferences(const SeriesRefs &series)
+{
+    for (const Deviation &deviation : kDeviations) {
+        Series &samples = difference(series, deviation.difference);
+        if (!samples.isSharedWith(attitude(series, deviation.actual)))
+            samples = attitude(series, deviation.actual);
+    }
+    return std::min(target(series, kTargetGroup).size(), attitude(series, kRoll).size());
+}
+
+void subtractTargets(const SeriesRefs &series, int sample)
+{
+    for (const Deviation &deviation : kDeviations) {
+        difference(series, deviation.difference)[sample]
+            = attitude(series, deviation.actual).at(sample) - target(series, deviation.target).at(sample);
+    }
+}
+
+void makeDifferences(const SeriesRefs &series)
+{
+    const int n = beginDifferences(series);
+    for (int i = 0; i < n; ++i)
+        subtractTargets(series, i);
+}
+
+void appendSpeedAngles(const SeriesRefs &series)
+{
+    constexpr double kDegreesPerRadian = 57.29577951308232;
+    const Series &groundSpeed = attitude(series, kGroundSpeed);
+    const Series &upSpeed = attitude(series, kUpSpeed);
+    Series &angles = **series.group<frame::kBackup>();
+    angles.reserve(angles.size() + groundSpeed.size());
+    double angle = 0.0;
+    for (int i = 0; i < groundSpeed.size(); ++i) {
+        const double speed = groundSpeed.at(i);
+        if (speed != 0.0)
+            angle = std::atan(upSpeed.at(i) / speed) * kDegreesPerRadian;
+        angles.append(angle);
+    }
+}
+
+bool fitTargets(const SeriesRefs &series)
+{
+    constexpr int kFewMissing = 9;
+    constexpr int kFewBehindTwice = 10;
+    const int targets = series.length<frame::kTarget>();
+    const int attitudes = series.length<frame::kAttitude>();
+    if (targets == attitudes)
+        return false;
+
+    const bool fewMissing = targets < attitudes && targets + kFewMissing >= attitudes;
+    const bool tooFew = attitudes > 2 * targets && 2 * targets + kFewBehindTwice < attitudes;
+    const bool asTheyAre = fewMissing || targets > attitudes;
+    if (!asTheyAre && tooFew)
+        return true;
+    for (int row = 0; row < frame::layoutOf(frame::kTarget).rowCount; ++row) {
+        Series &samples = series.at(frame::kTarget, row);
+        if (!asTheyAre)
+            samples = doubled(samples);
+        samples.resize(attitudes); // fills with 0.0
+    }
+    return true;
+}
+
+} // namespace ostravel

@@ -1,0 +1,259 @@
+#include "FlightDatabase.h"
+
+#include "RegularFile.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QStorageInfo>
+#include <QTemporaryDir>
+#include <QUrl>
+#include <QVariant>
+#include <algorithm>
+#include <utility>
+
+namespace ostravel
+{
+
+namespace
+{
+
+/** Results of SQLite that a file gives which must be written to before it can be read. */
+constexpr int kReadOnly = 8;
+constexpr int kCannotOpen = 14;
+constexpr int kPrimaryCode = 0xFF; // the bits above say more, where the driver asks for them
+
+constexpr char kReadWrite[] = "QSQLITE_BUSY_TIMEOUT=500";
+constexpr char kImmutable[] = "QSQLITE_OPEN_READONLY;QSQLITE_OPEN_URI;QSQLITE_BUSY_TIMEOUT=500";
+
+constexpr char kJournal[] = "-journal";
+constexpr char kWriteAheadLog[] = "-wal";
+constexpr char kSharedMemory[] = "-shm";
+
+/** The name of a file by which SQLite opens it as one that nobody changes. */
+QString immutableName(const QString &path)
+{
+    // Three slashes, since what stands behind two is a host: a drive has none of its own.
+    const QString slash = path.startsWith(QLatin1Char('/')) ? QString() : QStringLiteral("/");
+    return QStringLiteral("file://") + slash + QString::fromLatin1(QUrl::toPercentEncoding(path, "/:"))
+        + QStringLiteral("?immutable=1");
+}
+
+/** Copies a file as long as it is now. @return an empty text, or why it could not be copied */
+QString copyFile(const QString &from, const QString &to, const std::function<void()> &idle)
+{
+    constexpr qint64 kBlockBytes = 1 << 20;
+    QFile source(from);
+    QFile target(to);
+    if (!source.open(QIODevice::ReadOnly))
+        return source.errorString();
+    if (!target.open(QIODevice::WriteOnly))
+        return target.errorString();
+    for (qint64 left = source.size(); left > 0;) {
+        const QByteArray block = source.read(std::min(left, kBlockBytes));
+        if (block.isEmpty())
+            return source.error() != QFileDevice::NoError ? source.errorString() : QStringLiteral("it became shorter");
+        // A disk that fills up inside a block takes a part of it, which Qt does not call an error.
+        if (target.write(block) != block.size() || !target.flush())
+            return target.error() != QFileDevice::NoError ? target.errorString() : QStringLiteral("no room is left");
+        left -= block.size();
+        if (idle)
+            idle();
+    }
+    return {};
+}
+
+} // namespace
+
+FlightDatabase::FlightDatabase(const QSqlDatabase &connection, SourceHost host)
+    : m_connection(connection)
+    , m_host(std::move(host))
+    , m_path(connection.databaseName())
+    , m_options(connection.connectOptions())
+{
+}
+
+FlightDatabase::~FlightDatabase()
+{
+    close();
+}
+
+bool FlightDatabase::open()
+{
+    // A side file lies beside the file that a link leads to.
+    const QString file = QFileInfo(m_path).canonicalFilePath();
+    bool isRegular = QFileInfo(m_path).isFile();
+    for (const char *side : {kJournal, kWriteAheadLog, kSharedMemory})
+        isRegular = isRegular && !isOtherThanRegularFile(file + QLatin1String(side));
+    if (!isRegular) {
+        m_error = QStringLiteral("no regular file");
+        return false;
+    }
+    if (!openFile(m_path, m_options))
+        return false;
+    const int result = readTables();
+    if (result != kReadOnly && result != kCannotOpen)
+        return true;
+    const bool hasJournal = QFileInfo(file + QLatin1String(kJournal)).size() > 0;
+    if (hasJournal || QFileInfo::exists(file + QLatin1String(kWriteAheadLog)))
+        return openCopy();
+    warn(QStringLiteral("database has a write-ahead log that cannot be made beside it, it is read without one"));
+    if (!openFile(immutableName(file), QLatin1String(kImmutable)))
+        return false;
+    readTables();
+    return true;
+}
+
+void FlightDatabase::close()
+{
+    m_connection.close();
+    m_connection.setDatabaseName(m_path);
+    m_connection.setConnectOptions(m_options);
+    m_copy.reset();
+}
+
+void FlightDatabase::warn(const QString &line) const
+{
+    if (m_host.warning)
+        m_host.warning(line);
+}
+
+bool FlightDatabase::execute(QSqlQuery &query, const QString &table, const QString &text)
+{
+    if (!m_tables.contains(table)) {
+        m_queryError = m_error.isEmpty() ? QStringLiteral("no ordinary table ") + table : m_error;
+    } else {
+        query.setForwardOnly(true);
+        m_queryError = query.exec(text) ? QString() : query.lastError().text();
+    }
+    if (m_queryError.isEmpty())
+        return true;
+    // Joined, since the texts may hold place markers of their own.
+    warn(QStringLiteral("database query failed: ") + text + QStringLiteral(": ") + m_queryError);
+    return false;
+}
+
+SourceEnd FlightDatabase::endOf(const QSqlQuery &query, const QString &what, qint64 rows)
+{
+    SourceEnd end;
+    end.done = rows;
+    end.total = rows;
+    if (!m_queryError.isEmpty())
+        end.reason = m_queryError;
+    // A damaged page ends the rows of a query as their last one does, but for its error.
+    if (!query.isActive() || !query.lastError().isValid())
+        return end;
+    end.reason = query.lastError().text();
+    warn(QStringLiteral("database read broke off: %1 ").arg(rows) + what + QStringLiteral(" were read: ") + end.reason);
+    return end;
+}
+
+QVector<FlightTask> FlightDatabase::tasks(SourceEnd *end)
+{
+    QSqlQuery query(m_connection);
+    execute(query, QStringLiteral("t_fly_task"), QStringLiteral("select * from t_fly_task;"));
+    QVector<FlightTask> tasks;
+    while (query.next()) {
+        tasks.append({static_cast<std::uint8_t>(query.value(QStringLiteral("id")).toUInt()),
+                      query.value(QStringLiteral("name")).toString(),
+                      query.value(QStringLiteral("ctime")).toULongLong()});
+    }
+    const SourceEnd ended = endOf(query, QStringLiteral("tasks"), tasks.size());
+    if (end != nullptr)
+        *end = ended;
+    return tasks;
+}
+
+qint64 FlightDatabase::countRecords(std::uint8_t task)
+{
+    QSqlQuery query(m_connection);
+    execute(query, QStringLiteral("t_fly_record"),
+            QStringLiteral("select count(*) from t_fly_record where task_id = %1;").arg(task));
+    return query.next() ? query.value(0).toUInt() : 0;
+}
+
+bool FlightDatabase::selectFrames(QSqlQuery &query, const QVector<std::uint8_t> &tasks)
+{
+    QString condition;
+    for (const std::uint8_t task : tasks) {
+        condition += condition.isEmpty() ? QString() : QStringLiteral(" OR ");
+        condition += QStringLiteral("task_id = %1").arg(task);
+    }
+    return execute(query, QStringLiteral("t_fly_record"),
+                   QStringLiteral("select frame from t_fly_record where ") + condition);
+}
+
+bool FlightDatabase::openFile(const QString &name, const QString &options)
+{
+    m_connection.close();
+    m_connection.setDatabaseName(name);
+    m_connection.setConnectOptions(options);
+    const bool opened = m_connection.open();
+    m_error = m_connection.lastError().text();
+    return opened;
+}
+
+bool FlightDatabase::openCopy()
+{
+    const QString file = QFileInfo(m_path).canonicalFilePath();
+    QStringList sides{QString()};
+    qint64 bytes = 0;
+    for (const char *side : {kJournal, kWriteAheadLog}) {
+        if (QFileInfo::exists(file + QLatin1String(side)))
+            sides.append(QLatin1String(side));
+    }
+    for (const QString &side : qAsConst(sides))
+        bytes += QFileInfo(file + side).size();
+
+    m_connection.close();
+    m_copy = std::make_unique<QTemporaryDir>();
+    QString reason = m_copy->isValid() ? QString() : m_copy->errorString();
+    if (reason.isEmpty()) {
+        const qint64 room = QStorageInfo(m_copy->path()).bytesAvailable();
+        if (room >= 0 && room < bytes)
+            reason = QStringLiteral("%1 bytes are free").arg(room);
+    }
+    const QString copy = m_copy->filePath(QStringLiteral("flight.db"));
+    if (reason.isEmpty())
+        warn(QStringLiteral("database was left in the middle of its work, %1 bytes are copied to %2")
+                 .arg(bytes)
+                 .arg(copy));
+    for (const QString &side : qAsConst(sides)) {
+        if (reason.isEmpty())
+            reason = copyFile(file + side, copy + side, m_host.idle);
+    }
+    if (!reason.isEmpty()) {
+        m_error = reason;
+        if (m_host.error) {
+            m_host.error(QStringLiteral("database of %1 bytes cannot be copied to %2: %3")
+                             .arg(QString::number(bytes), QDir::tempPath(), reason));
+        }
+        return false;
+    }
+    if (!openFile(copy, QLatin1String(kReadWrite)))
+        return false;
+    readTables();
+    return true;
+}
+
+int FlightDatabase::readTables()
+{
+    m_tables.clear();
+    m_error.clear();
+    QSqlQuery query(m_connection);
+    query.setForwardOnly(true);
+    // SQLite stores a virtual table's statement as one that begins with "CREATE VIRTUAL TABLE", whatever the other
+    // columns of a forged file say.
+    query.exec(
+        QStringLiteral("select lower(name) from sqlite_master where type = 'table' and sql like 'create table%'"));
+    while (query.next())
+        m_tables.append(query.value(0).toString());
+    if (!query.lastError().isValid())
+        return 0;
+    m_error = query.lastError().text();
+    return query.lastError().nativeErrorCode().toInt() & kPrimaryCode;
+}
+
+} // namespace ostravel

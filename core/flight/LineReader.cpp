@@ -1,0 +1,134 @@
+#include "LineReader.h"
+
+#include <QFile>
+#include <algorithm>
+#include <cstring>
+
+namespace ostravel
+{
+
+namespace
+{
+
+constexpr int kBlockBytes = 1 << 16;
+constexpr int kMostCharacters = 1 << 29;
+
+bool isAscii(const char *text, int size)
+{
+    constexpr quint64 kHighBits = 0x8080808080808080U;
+    quint64 all = 0;
+    int i = 0;
+    for (; i + int{sizeof all} <= size; i += int{sizeof all}) {
+        quint64 word = 0;
+        std::memcpy(&word, text + i, sizeof word);
+        all |= word;
+    }
+    for (; i < size; ++i)
+        all |= static_cast<unsigned char>(text[i]);
+    return (all & kHighBits) == 0;
+}
+
+} // namespace
+
+LineReader::LineReader(QFile &file)
+    : m_file(file)
+{
+    // Raw bytes, so that positions in m_text are positions in the file.
+    m_file.setTextModeEnabled(false);
+}
+
+bool LineReader::next(QString &line)
+{
+    int searched = m_start;
+    while (m_stream == nullptr) {
+        const char *const from = m_text.constData() + searched;
+        const void *const found = std::memchr(from, '\n', static_cast<std::size_t>(m_text.size() - searched));
+        if (found != nullptr) {
+            take(line, static_cast<int>(static_cast<const char *>(found) - m_text.constData()) - m_start);
+            ++m_start;
+            return true;
+        }
+        if (m_text.size() - m_start >= kMostCharacters) {
+            take(line, kMostCharacters);
+            return true;
+        }
+        searched = m_text.size() - m_start; // fill() moves the started line to the front
+        if (fill())
+            continue;
+        if (m_stream != nullptr)
+            break;
+        if (m_text.isEmpty())
+            return false;
+        // Nothing but carriage returns behind the last line end is no line, unless it is all that the file has.
+        const bool blank = std::all_of(m_text.cbegin(), m_text.cend(), [](char c) { return c == '\r'; });
+        const bool whole = m_position == 0;
+        take(line, m_text.size());
+        return !blank || whole;
+    }
+    if (m_stream->atEnd())
+        return false;
+    // A file that ends inside a character gives one more line, which is empty.
+    m_stream->readLineInto(&line, kMostCharacters);
+    return true;
+}
+
+bool LineReader::nextPlain(QLatin1String &line)
+{
+    if (m_stream != nullptr)
+        return false;
+    const char *const text = m_text.constData() + m_start;
+    const auto *const end
+        = static_cast<const char *>(std::memchr(text, '\n', static_cast<std::size_t>(m_text.size() - m_start)));
+    if (end == nullptr)
+        return false;
+    int length = static_cast<int>(end - text);
+    if (m_returns) {
+        if (length > 0 && text[length - 1] == '\r')
+            --length;
+        if (std::memchr(text, '\r', static_cast<std::size_t>(length)) != nullptr)
+            return false;
+    }
+    line = QLatin1String(text, length);
+    m_start = static_cast<int>(end - m_text.constData()) + 1;
+    return true;
+}
+
+/** Reads on behind the started line. @return false at the end of the file, or when a stream has taken over */
+bool LineReader::fill()
+{
+    m_text.remove(0, m_start);
+    m_position += m_start;
+    m_start = 0;
+    const int had = m_text.size();
+    m_text.resize(had + kBlockBytes);
+    const qint64 got = std::max<qint64>(0, m_file.read(m_text.data() + had, kBlockBytes));
+    m_text.resize(had + static_cast<int>(got));
+    if (isAscii(m_text.constData() + had, static_cast<int>(got))) {
+        const bool found = std::memchr(m_text.constData() + had, '\r', static_cast<std::size_t>(got)) != nullptr;
+        m_returns = found || (m_returns && had > 0);
+        return got > 0;
+    }
+    handOver();
+    return false;
+}
+
+void LineReader::handOver()
+{
+    m_text.clear();
+    m_file.seek(m_position);
+    m_file.setTextModeEnabled(true);
+    m_stream = std::make_unique<QTextStream>(&m_file);
+    // A byte order mark stands at the start of a file and nowhere else.
+    m_stream->setAutoDetectUnicode(m_position == 0);
+}
+
+void LineReader::take(QString &line, int length)
+{
+    const char *const text = m_text.constData() + m_start;
+    line = QLatin1String(text, length);
+    if (m_returns)
+        line.remove(QLatin1Char('\r'));
+    m_start += length;
+}
+
+} // namespace ostravel

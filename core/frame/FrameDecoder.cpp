@@ -1,0 +1,174 @@
+#include "FrameDecoder.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace ostravel
+{
+
+namespace
+{
+
+/**
+ * Appends a value to each series of a group.
+ *
+ * One loop with everything in it, and not a piece of it for each row: what a caller runs between two frames, such as an
+ * event loop, leaves little room in the instruction cache.
+ */
+__attribute__((noinline, flatten)) void appendEach(Series *const *group, const double *values, std::size_t rows)
+{
+    constexpr int kCacheLine = 64 / sizeof(double); // samples
+    for (std::size_t row = 0; row < rows; ++row) {
+        Series &samples = *group[row];
+        samples.append(values[row]);
+        // Every series has its own end; without a hint the first sample of each further line waits for the memory.
+        __builtin_prefetch(samples.constData() + samples.size() + kCacheLine, 1);
+    }
+}
+
+/** Appends the value of each row to its series. The rows are constants, so that a field costs no lookup. */
+template <std::uint8_t Code, std::size_t... Row>
+void appendValues(Series *const *group, const Frame &frame, std::index_sequence<Row...>)
+{
+    const double values[] = {frame.value<Code, Row>()...};
+    appendEach(group, values, sizeof...(Row));
+}
+
+template <std::uint8_t Code>
+constexpr int rowsOf()
+{
+    constexpr frame::Layout kLayout = frame::layoutOf(Code);
+    return kLayout.rowCount;
+}
+
+} // namespace
+
+void repeatLast(Series &series)
+{
+    series.append(series.isEmpty() ? 0.0 : series.constLast());
+}
+
+void FrameDecoder::reserveForLog(qint64 bytes)
+{
+    // Ten hours. A size alone is no proof of a flight, and beyond it the steps of the growth no longer count.
+    constexpr qint64 kMaxSamples = 200'000;
+    const auto samples = static_cast<int>(std::min(bytes / frame::roundCharacters(), kMaxSamples));
+    for (const frame::Layout &layout : frame::kLayouts) {
+        if (layout.code == frame::kDifference)
+            continue; // takes over the samples of other series
+        for (int row = 0; row < layout.rowCount; ++row)
+            m_series.at(layout.code, row).reserve(samples);
+    }
+}
+
+FrameKind FrameDecoder::decode(const Frame &frame)
+{
+    if (!frame.hasHeader())
+        return FrameKind::BadHeader;
+    if (m_planeId.has_value() && frame.planeId() != *m_planeId)
+        return FrameKind::OtherPlane;
+    const FrameKind kind = appendSamples(frame);
+    repair();
+    return kind;
+}
+
+FrameKind FrameDecoder::appendSamples(const Frame &frame)
+{
+    switch (frame.functionCode()) {
+    case frame::kHeartBeat:
+        appendFields<frame::kHeartBeat>(frame);
+        break;
+    case frame::kControlStatus:
+        appendEquipment(frame);
+        appendFields<frame::kControlStatus>(frame);
+        break;
+    case frame::kAttitude:
+        appendFields<frame::kAttitude>(frame);
+        break;
+    case frame::kSensor:
+        appendFields<frame::kSensor>(frame);
+        break;
+    case frame::kTarget:
+        appendFields<frame::kTarget>(frame);
+        break;
+    case frame::kPayload:
+        appendFields<frame::kPayload>(frame);
+        break;
+    case frame::kBackup:
+        appendFields<frame::kBackup>(frame);
+        break;
+    default:
+        return FrameKind::UnknownCode;
+    }
+    return FrameKind::Decoded;
+}
+
+template <std::uint8_t Code>
+void FrameDecoder::appendFields(const Frame &frame)
+{
+    constexpr frame::Layout kLayout = frame::layoutOf(Code);
+    if (frame.length > kLayout.gate)
+        appendValues<Code>(m_series.group<Code>(), frame, std::make_index_sequence<std::size_t{kLayout.rowCount}>());
+    else
+        extend<Code>();
+}
+
+/** The equipment series are the bits of the device state, from the least significant on. */
+void FrameDecoder::appendEquipment(const Frame &frame)
+{
+    if (frame.length <= frame::layoutOf(frame::kControlStatus).gate) {
+        extend<frame::kEquipment>();
+        return;
+    }
+    const unsigned state = frame.deviceState();
+    Series *const *const group = m_series.group<frame::kEquipment>();
+    for (int bit = 0; bit < rowsOf<frame::kEquipment>(); ++bit)
+        group[bit]->append((state >> bit & 1U) != 0 ? 1.0 : 0.0);
+}
+
+template <std::uint8_t Code>
+void FrameDecoder::extend()
+{
+    Series *const *const group = m_series.group<Code>();
+    for (int row = 0; row < rowsOf<Code>(); ++row)
+        repeatLast(*group[row]);
+}
+
+void FrameDecoder::repair()
+{
+    // A group may lead its neighbour by one sample; each pair moves by at most one sample a frame.
+    constexpr int kLead = 1;
+    const int sensorLead = m_series.length<frame::kSensor>() - m_series.length<frame::kTarget>();
+    if (sensorLead < 0)
+        extend<frame::kSensor>();
+    else if (sensorLead > kLead)
+        extend<frame::kTarget>();
+
+    const int statusLead = m_series.length<frame::kControlStatus>() - m_series.length<frame::kSensor>();
+    if (statusLead < 0) {
+        extend<frame::kControlStatus>();
+        extend<frame::kEquipment>();
+    } else if (statusLead > kLead) {
+        extend<frame::kSensor>();
+    }
+
+    const int attitudeLead = m_series.length<frame::kAttitude>() - m_series.length<frame::kControlStatus>();
+    if (attitudeLead < 0)
+        extend<frame::kAttitude>();
+    else if (attitudeLead > kLead)
+        extend<frame::kControlStatus>(); // alone: here the equipment series stay behind
+}
+
+void FrameDecoder::evenTail()
+{
+    if (m_series.length<frame::kAttitude>() > m_series.length<frame::kControlStatus>()) {
+        extend<frame::kControlStatus>();
+        extend<frame::kEquipment>();
+    }
+    if (m_series.length<frame::kControlStatus>() > m_series.length<frame::kSensor>())
+        extend<frame::kSensor>();
+    if (m_series.length<frame::kSensor>() > m_series.length<frame::kTarget>())
+        extend<frame::kTarget>();
+}
+
+} // namespace ostravel
