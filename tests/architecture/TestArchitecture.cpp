@@ -112,8 +112,17 @@ const Unit kUnits[] = {
     {"MatlabPlot/OctaveProcess", Tool},
     {"MatlabPlot/MatlabPlot", Tool},
     {"MatlabPlot/MPlotDialog", Tool, Dialog},
+    {"UI/CanvasMenu", Window},
+    {"UI/CanvasPair", Window},
     {"UI/CanvasPicture", Window},
+    {"UI/CanvasTexts", Window},
+    {"UI/ChannelBoxes", Window},
+    {"UI/ExportRun", Window},
     {"UI/MainWindow", Window},
+    {"UI/ReadProgress", Window},
+    {"UI/ReadReport", Window},
+    {"UI/Updater", Window},
+    {"UI/WindowLook", Window},
     {"App/main", Process},
 };
 
