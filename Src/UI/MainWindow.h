@@ -1,23 +1,22 @@
 #pragma once
 
+#include "ExportRun.h"
 #include "MyThemes.h"
+#include "ReadProgress.h"
+#include "Updater.h"
 
 #include <QList>
 #include <QMainWindow>
 #include <QString>
-#include <initializer_list>
 #include <memory>
 #include <qcustomplot.h>
 
+class CanvasMenu;
+class CanvasPair;
 class CommonModule;
-class DataHandler;
 class DecodeRoutes;
-class ExportOperator;
 class MyCustomPlot;
-class MyGraph;
 class QCheckBox;
-class QProcess;
-class QProgressDialog;
 
 namespace Ui
 {
@@ -51,9 +50,9 @@ public:
     /** Null before the first read. */
     QProgressDialog *progressDialog() const { return m_progressDialog.get(); }
     /** The export that runs now, or null. */
-    ExportOperator *exportThread() const { return m_exportThread; }
+    ExportOperator *exportThread() const { return m_exportRun->exportThread(); }
     /** Null before the first use of the update action. */
-    QProcess *updaterProcess() const { return m_updaterProcess; }
+    QProcess *updaterProcess() const { return m_updater.process(); }
     /** Null before the first use of the route converter. */
     DecodeRoutes *decodeRoutes() const { return m_decodeRoutes; }
     /** Null before the first use of the calculators. */
@@ -120,35 +119,22 @@ private slots:
     void closeEvent(QCloseEvent *event) override;
 
 private:
-    /** An entry of a right-click menu; without a slot it opens the pen settings. */
-    struct PlotAction {
-        const char *text;
-        const char *icon;
-        void (MyCustomPlot::*slot)();
-    };
-
     void customPlotInit();
-    void setUpKeys();
     void mainWindowViewSetting();
-    void setUpCheckBoxes();
     void setUpToolBar();
     void setUpMenus();
-    void setUpProgress(const DataHandler *handler);
-    void startExport(const QString &pathPattern, bool excel, const QString &finishedText);
     void startUpdate();
-    void showChannel(const QString &graphName, quint8 functionCode, bool flag);
-    MyCustomPlot *controllerOf(const MyGraph *graph) const;
-    void popUpMenu(MyCustomPlot *controller, std::initializer_list<PlotAction> curveActions, QPoint pos);
-    QString askForText(const QString &title, const QString &prompt, const QString &current, bool *ok);
+    void popUpMenu(CanvasMenu *menu, QPoint pos);
 
     std::unique_ptr<Ui::MainWindow> m_ui;
     QString m_filePath;
     std::shared_ptr<MyCustomPlot> m_myPlot;
     std::shared_ptr<MyCustomPlot> m_myPlot_2;
-    std::unique_ptr<QProgressDialog> m_progressDialog;
+    CanvasPair *m_canvasPair = nullptr;
+    std::unique_ptr<ReadProgress> m_progressDialog;
     QList<QCheckBox *> m_checkBoxes{nullptr};
-    ExportOperator *m_exportThread = nullptr;
-    QProcess *m_updaterProcess = nullptr;
+    std::unique_ptr<ExportRun> m_exportRun;
+    Updater m_updater;
     DecodeRoutes *m_decodeRoutes = nullptr;
     std::unique_ptr<CommonModule> m_commonModule;
     bool m_reading = false;
