@@ -29,8 +29,8 @@ MPlotDialog::MPlotDialog(QWidget *parent)
     connect(this, &MPlotDialog::plotAttackSignal, m_matlabPlot, &MatlabPlot::plotAttackSlot);
     connect(m_matlabPlot, &MatlabPlot::initFinished, this, &MPlotDialog::initFinishedSlot);
     connect(m_matlabPlot, &MatlabPlot::matlabInitFailedSignal, this, &MPlotDialog::matlabInitFailedSlot);
-    // Started after all connections: a library that is missing fails at once. Its signal would have no receiver yet, and
-    // the title would say "init..." for ever.
+    // Started after all connections: a library that is missing fails at once. Its signal would have no receiver yet,
+    // and the title would say "init..." for ever.
     m_thread->start(QThread::InheritPriority);
 }
 

@@ -11,5 +11,5 @@
  */
 QRect figureArea(const QRect &dialog, const QRect &available);
 
-/** An area of a screen in the pixels of the system. Qt scales what lies within a screen, but not the screen's origin. */
+/** An area of a screen in native pixels. Qt scales what lies within a screen, but not the origin of the screen. */
 QRect nativePixels(const QRect &area, QPoint origin, qreal scale);

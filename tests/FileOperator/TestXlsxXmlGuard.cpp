@@ -102,8 +102,8 @@ void TestXlsxXmlGuard::stopping_data()
     QTest::newRow("UTF-16, little endian") << utf16(wide, false, true) << utf16("='b=\">='", false, false) << true;
     QTest::newRow("UTF-16, big endian") << utf16(wide, true, true) << utf16("='b=\">='", true, false) << true;
     // Encodings in which the markup may have other bytes, and those that the bytes are not in.
-    for (const char *encoding : {"UTF-16", "UTF-32", "UTF-7", "IBM037", "ISO-2022-JP", "Shift_JIS", "GBK", "GB2312", "GB18030", "Big5",
-                                 ""})
+    for (const char *encoding :
+         {"UTF-16", "UTF-32", "UTF-7", "IBM037", "ISO-2022-JP", "Shift_JIS", "GBK", "GB2312", "GB18030", "Big5", ""})
         QTest::newRow(qPrintable(QStringLiteral("declares %1").arg(encoding)))
             << "<?xml version=\"1.0\" encoding=\"" + QByteArray(encoding) + ' ' + "\"?><r/>" << QByteArray("><r/>")
             << true;
