@@ -3,7 +3,7 @@
 
 Each mutant is one seeded change of core/ or Src/ (a comparison, a constant, a removed call, two calls or two arguments
 in the other order), built in a clone of HEAD under build/mutants. A test that fails, crashes or hangs kills it. Mutants
-that cannot change the behaviour stand in tests/mutants.txt with their reason and count as equivalent.
+that cannot change the behaviour stand in tests/mutants.txt, where it exists, with their reason and count as equivalent.
 
     scripts/mutate.py --count 300 --seed 1            # everywhere
     scripts/mutate.py --count 20 Src/Plot core/frame  # in these folders

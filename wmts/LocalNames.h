@@ -23,8 +23,8 @@ public:
     bool isHost(std::string_view host) const;
 
     /**
-     * Whether a page of this origin, in lower case, may read the answers: the service's own pages, and "null", which is
-     * the map page's because it is opened as a file.
+     * Whether a page of this origin, in lower case, may read the answers: the service's own pages, and "null" or
+     * "file://", which is the map page's because it is opened as a file.
      */
     bool isOrigin(std::string_view origin) const;
 

@@ -45,9 +45,13 @@ bool TxtOperator::writeTrack(const QString &path, const std::vector<double> &a, 
                              const std::vector<double> &c)
 {
     QFile file(path);
-    file.open(QIODevice::WriteOnly | QIODevice::Truncate);
-    file.close();
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
+    // A pipe would block the open.
+    const bool isOther = isOtherThanRegularFile(path);
+    if (!isOther) {
+        file.open(QIODevice::WriteOnly | QIODevice::Truncate);
+        file.close();
+    }
+    if (isOther || !file.open(QIODevice::WriteOnly | QIODevice::Text)) {
         emit statusFeedbackSignal(QStringLiteral("write data txt failed"));
         return false;
     }
@@ -99,7 +103,7 @@ void TxtOperator::writeTxt(const QString &path, int *count, MyGraph **channels)
 void TxtOperator::writeTxt(const QString &path, const ExportGroup &group)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadWrite)) {
+    if (isOtherThanRegularFile(path) || !file.open(QIODevice::ReadWrite)) {
         logToBoth(error, "txt file open failed when write");
         return;
     }

@@ -29,9 +29,8 @@ MPlotDialog::MPlotDialog(QWidget *parent)
     connect(this, &MPlotDialog::plotAttackSignal, m_matlabPlot, &MatlabPlot::plotAttackSlot);
     connect(m_matlabPlot, &MatlabPlot::initFinished, this, &MPlotDialog::initFinishedSlot);
     connect(m_matlabPlot, &MatlabPlot::matlabInitFailedSignal, this, &MPlotDialog::matlabInitFailedSlot);
-    // Started after all of the connections, though the steps of the dialog name the start before those of its signals:
-    // a library that is not there fails at once, its signal would find no receiver, and the title would say "init..."
-    // for ever. Nothing else shows the difference.
+    // Started after all connections: a library that is missing fails at once. Its signal would have no receiver yet,
+    // and the title would say "init..." for ever.
     m_thread->start(QThread::InheritPriority);
 }
 

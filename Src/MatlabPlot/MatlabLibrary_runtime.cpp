@@ -89,9 +89,10 @@ extern "C" __attribute__((used)) long ostravelIsExceptionOfMsvc(EXCEPTION_POINTE
 }
 
 /**
- * Calls a library that MSVC compiled. Its exceptions pass every catch of this compiler and would end the program, so
- * they are taken as the system's own kind, for which this compiler has no words but those of the assembler. These
- * return to the section .text, where the function has to stay.
+ * Calls a library that MSVC compiled.
+ *
+ * MSVC exceptions pass every catch of GCC. The handler is therefore a structured exception handler, which GCC can only
+ * register through assembler directives. The directives end with .text, so the function must be in that section.
  *
  * @return false when it threw
  */

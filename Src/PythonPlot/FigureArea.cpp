@@ -16,3 +16,8 @@ QRect figureArea(const QRect &dialog, const QRect &available)
     return *std::max_element(sides.begin(), sides.end(),
                              [&](const QRect &a, const QRect &b) { return size(a) < size(b); });
 }
+
+QRect nativePixels(const QRect &area, QPoint origin, qreal scale)
+{
+    return QRectF(origin + QPointF(area.topLeft() - origin) * scale, QSizeF(area.size()) * scale).toAlignedRect();
+}

@@ -10,3 +10,6 @@
  * @return all of available where the dialog is on another screen
  */
 QRect figureArea(const QRect &dialog, const QRect &available);
+
+/** An area of a screen in native pixels. Qt scales what lies within a screen, but not the origin of the screen. */
+QRect nativePixels(const QRect &area, QPoint origin, qreal scale);

@@ -69,6 +69,5 @@ void PyPlotDialog::keepButtonsFree()
 {
     const QRect area = figureArea(frameGeometry(), screen()->availableGeometry());
     // The script counts the pixels of the screen, Qt those of its scale.
-    const qreal scale = screen()->devicePixelRatio();
-    m_pythonPlot->setFigureArea(QRectF(QPointF(area.topLeft()) * scale, QSizeF(area.size()) * scale).toAlignedRect());
+    m_pythonPlot->setFigureArea(nativePixels(area, screen()->geometry().topLeft(), screen()->devicePixelRatio()));
 }

@@ -119,7 +119,8 @@ void PythonPlot::start(Shell &shell)
     };
     connect(process, &QProcess::readyReadStandardError, this, logErrors, Qt::DirectConnection);
     if (m_figureArea.isValid()) {
-        // The lines that are written to the shell are fixed, so the script learns of it by its environment.
+        // The lines that are written to the shell are fixed, so the script learns of it by its environment. That is
+        // fixed when the kind's shell starts: the place of the dialog at the first click counts.
         QProcessEnvironment environment = process->processEnvironment();
         if (environment.isEmpty())
             environment = QProcessEnvironment::systemEnvironment();

@@ -27,7 +27,10 @@ public:
     /** Bearing between two positions, in hundredths of a degree. */
     using BearingFunction = std::int32_t (*)(Location, Location);
 
-    /** The bearing's function may be another one than ours, which never gives a negative bearing. */
+    /**
+     * @param bearingFunction replaceable, because get_bearing_cd never returns the negative bearings that the slot must
+     *                        pass on
+     */
     explicit CommonModule(BearingFunction bearingFunction = ostravel::get_bearing_cd);
     ~CommonModule() override;
 

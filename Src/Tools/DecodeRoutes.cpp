@@ -2,6 +2,7 @@
 
 #include "ExcelOperator.h"
 #include "Geodesy.h"
+#include "RegularFile.h"
 #include "ScreenFit.h"
 #include "ui_DecodeRoutes.h"
 
@@ -147,7 +148,7 @@ void DecodeRoutes::on_btn_writeExcel_clicked()
         inform(QStringLiteral("route file not exists"));
         return;
     }
-    if (!file.open(QIODevice::ReadOnly)) {
+    if (isOtherThanRegularFile(m_routeFile) || !file.open(QIODevice::ReadOnly)) {
         inform(QStringLiteral("route file open failed"));
         return;
     }

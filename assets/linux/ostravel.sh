@@ -15,6 +15,7 @@ libQt5Gui.so.5              libqt5gui5
 libQt5PrintSupport.so.5     libqt5printsupport5
 libQt5Quick.so.5            libqt5quick5
 libQt5Sql.so.5              libqt5sql5
+libQt5Svg.so.5              libqt5svg5
 libQt5WebEngineCore.so.5    libqt5webenginecore5
 libQt5WebEngineWidgets.so.5 libqt5webenginewidgets5
 libQt5Widgets.so.5          libqt5widgets5

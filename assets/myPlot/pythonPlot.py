@@ -3,8 +3,8 @@
 Reads "data.txt" (whole flight) and "data_attack.txt" (last leg) from the working folder: a line for each sample with
 metres east, metres north and metres up, parted by tabs. Shows a window until the user closes it, or draws into FILE
 (png, pdf, svg) without one. The window opens within the part of the screen that the environment variable
-OSTRAVEL_FIGURE_AREA names as "X Y WIDTH HEIGHT" in pixels, where there is one. What cannot be drawn is said in the window. Exit codes: 0 drawn, 1 no screen or no FILE,
-2 wrong use.
+OSTRAVEL_FIGURE_AREA names as "X Y WIDTH HEIGHT" in pixels, where there is one. What cannot be drawn is said in the
+window. Exit codes: 0 drawn, 1 no screen or no FILE, 2 wrong use.
 """
 
 import logging

@@ -99,7 +99,8 @@ bool FlightDatabase::open()
     const bool hasJournal = QFileInfo(file + QLatin1String(kJournal)).size() > 0;
     if (hasJournal || QFileInfo::exists(file + QLatin1String(kWriteAheadLog)))
         return openCopy();
-    warn(QStringLiteral("database has a write-ahead log that cannot be made beside it, it is read without one"));
+    warn(QStringLiteral(
+        "database uses a write-ahead log, but nothing can be written beside it; it is read as it lies"));
     if (!openFile(immutableName(file), QLatin1String(kImmutable)))
         return false;
     readTables();

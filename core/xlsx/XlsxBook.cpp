@@ -324,7 +324,10 @@ QString XlsxBook::refusalOf(const QFileInfo &target, Document::NoWorkbook noWork
     QString reason;
     XlsxPackage other;
     other.zip().setCancelled(cancelled);
-    return other.load(place, reason) ? QString() : reason;
+    const bool loaded = other.load(place, reason);
+    if (isCancelled())
+        return {}; // nothing is written, so nothing has to be kept
+    return loaded ? QString() : reason;
 }
 
 bool XlsxBook::tryToSave(const QString &target, bool setAside)

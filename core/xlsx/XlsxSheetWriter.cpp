@@ -1,5 +1,6 @@
 #include "XlsxSheetWriter.h"
 
+#include "QXlsx.h"
 #include "XlsxText.h"
 
 #include <algorithm>
@@ -15,7 +16,6 @@ namespace
 {
 
 constexpr int kCellsBetweenAsking = 100000;
-constexpr int kLastRow = 1048576;
 constexpr int kLongestFormula = 8192; // characters, by the format
 constexpr int kFormulaCharactersACell = 16; // of a formula that is written out, as time goes
 
@@ -247,7 +247,7 @@ void XlsxSheetWriter::writeRowsBefore(int row)
 
 void XlsxSheetWriter::writeFrozenRows(int count)
 {
-    if (count <= 0 || count >= kLastRow)
+    if (count <= 0 || count >= Document::kLastRow)
         return;
     m_writer.start("sheetViews");
     m_writer.start("sheetView");

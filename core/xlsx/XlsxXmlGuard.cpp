@@ -12,10 +12,13 @@ namespace
 
 constexpr int kMaxDeclaration = 1000; // characters of <?xml ...?>
 
-/** Whether an encoding writes markup as ASCII does and uses these bytes for nothing else. */
+/**
+ * Whether an encoding writes markup as ASCII does and uses these bytes for nothing else. Those of Chinese do not belong
+ * here: the second byte of their characters may be that of a bracket.
+ */
 bool isLikeAscii(const QByteArray &name)
 {
-    const auto names = {"utf-8", "utf8", "us-ascii", "ascii", "gbk", "gb2312", "gb18030", "big5"};
+    const auto names = {"utf-8", "utf8", "us-ascii", "ascii"};
     return name.startsWith("iso-8859-") || name.startsWith("windows-125")
         || std::any_of(names.begin(), names.end(), [&name](const char *one) { return name == one; });
 }

@@ -96,7 +96,9 @@ QString XlsxZipReader::readDirectory()
         unz_file_info64 info;
         unz64_file_pos place;
         QByteArray name(kLongestName, '\0');
-        if (state != UNZ_OK || isCancelled()
+        if (isCancelled())
+            return QStringLiteral("cancelled");
+        if (state != UNZ_OK
             || unzGetCurrentFileInfo64(m_zip, &info, name.data(), kLongestName, nullptr, 0, nullptr, 0) != UNZ_OK
             || unzGetFilePos64(m_zip, &place) != UNZ_OK)
             return QStringLiteral("its directory of parts is damaged");

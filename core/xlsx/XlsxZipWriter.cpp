@@ -79,7 +79,7 @@ int deviceError(voidpf, voidpf)
 bool XlsxZipWriter::Target::check(bool done)
 {
     if (!done && error.isEmpty()) {
-        // The same for what the file holds back.
+        // The reason shows only when the buffered bytes are written too.
         if (auto *const file = qobject_cast<QFileDevice *>(device))
             file->flush();
         error = device->errorString();

@@ -1,6 +1,7 @@
 #include "ExcelOperator.h"
 #include "ExportNames.h"
 #include "Fixture.h"
+#include "LocaleCodec.h"
 #include "LogFile.h"
 #include "OrdinaryUser.h"
 #include "WorkbookFiles.h"
@@ -79,6 +80,7 @@ private slots:
     void fullDiskIsLoggedWithItsReason();
     void whatCannotBeTakenOverIsSetAside_data();
     void whatCannotBeTakenOverIsSetAside();
+    void fileWithAChineseNameIsSetAsideInEveryLocale();
     void namesOfOlderFilesAreSkipped();
     void unreadableWorkbookIsSetAside();
     void linkedFileIsSetAsideWhereItLies();
@@ -537,6 +539,18 @@ void TestExcelOperator::whatCannotBeTakenOverIsSetAside_data()
     QTest::newRow("relations of another namespace")
         << bytesOf(with(whole, 3, "package/2006/relationships", "package/2007/relationships"));
     cleanup();
+}
+
+void TestExcelOperator::fileWithAChineseNameIsSetAsideInEveryLocale()
+{
+    const OtherLocaleCodec locale;
+    const QTemporaryDir dir; // its files have names of this locale, so it goes before the locale does
+    fillStore(1);
+    const QString target = dir.filePath(QStringLiteral("飞行.xlsx"));
+    QVERIFY(writeFile(target, "no workbook"));
+    QVERIFY(ExcelOperator(nullptr).writeExcel(target));
+    QCOMPARE(content(target + ".old"), QByteArray("no workbook"));
+    QCOMPARE(QXlsx::Document(target).sheetNames(), sheetNamesOfAnExport());
 }
 
 void TestExcelOperator::whatCannotBeTakenOverIsSetAside()

@@ -1,4 +1,5 @@
 #include "ExportNames.h"
+#include "Fifo.h"
 #include "Fixture.h"
 #include "LogFile.h"
 #include "OrdinaryUser.h"
@@ -80,6 +81,7 @@ private slots:
     void folderInAReadOnlyFolderIsLogged();
     void onlyOneLevelOfFoldersIsMade();
     void fileThatCannotBeOpenedIsLoggedAndTheOthersAreWritten();
+    void pipeIsLoggedAndTheOthersAreWritten();
     void readOnlyFileIsLoggedAndStays();
     void fullDiskIsLogged();
     void veryLongPathIsLogged();
@@ -351,6 +353,22 @@ void TestTxtExport::fileThatCannotBeOpenedIsLoggedAndTheOthersAreWritten()
         if (group.name != QLatin1String("0x02-ControlSystemStatus"))
             QVERIFY2(exported(group.name.toLatin1()) == streamed(group.channels, group.count), qPrintable(group.name));
     }
+}
+
+void TestTxtExport::pipeIsLoggedAndTheOthersAreWritten()
+{
+    if (!hasFifos())
+        QSKIP("needs a file that blocks its writer");
+    fillStore(2);
+    QVERIFY(QDir().mkdir(path("x-export")));
+    const Fifo fifo(path("x-export/0x01-HeartBeat.txt"));
+    QVERIFY(fifo.isValid());
+    const LogFile log;
+    TxtOperator().writeTxtSlot(path("x-export.txt"));
+    QCOMPARE(log.leveledMessages(), QStringList{"error: txt file open failed when write"});
+    QCOMPARE(log.lines().first().function, QStringLiteral("writeTxt"));
+    QVERIFY(!fifo.wasOpened());
+    QCOMPARE(QDir(path("x-export")).entryList(QDir::Files).size(), 8);
 }
 
 void TestTxtExport::readOnlyFileIsLoggedAndStays()

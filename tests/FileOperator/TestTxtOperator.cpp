@@ -1,8 +1,10 @@
+#include "Fifo.h"
 #include "Fixture.h"
 #include "LogFile.h"
 #include "OrdinaryUser.h"
 #include "TxtOperator.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QSignalSpy>
 #include <QSysInfo>
@@ -65,6 +67,8 @@ private slots:
     void trackWithoutAFolderIsReported();
     void trackOntoAFolderIsReported();
     void trackOntoAProtectedFileLeavesItAsItWas();
+    void trackOntoWhatIsNoRegularFileIsReported_data();
+    void trackOntoWhatIsNoRegularFileIsReported();
     void trackMessageIsNotTranslated();
     void trackThatTheDiskCannotHoldIsLogged_data();
     void trackThatTheDiskCannotHoldIsLogged();
@@ -285,6 +289,32 @@ void TestTxtOperator::trackOntoAProtectedFileLeavesItAsItWas()
     });
     QCOMPARE(code, 0);
     QCOMPARE(content(path), QByteArray("old\n"));
+}
+
+void TestTxtOperator::trackOntoWhatIsNoRegularFileIsReported_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::newRow("pipe") << QString();
+    QTest::newRow("link to a pipe") << "pipe";
+    QTest::newRow("link to a device") << "/dev/null";
+}
+
+void TestTxtOperator::trackOntoWhatIsNoRegularFileIsReported()
+{
+    if (!hasFifos())
+        QSKIP("needs a file that blocks its writer");
+    const Fixture fixture;
+    QFETCH(QString, target);
+    const QString path = fixture.path("data.txt");
+    const Fifo fifo(target.isEmpty() ? path : fixture.path("pipe"));
+    QVERIFY(fifo.isValid());
+    if (!target.isEmpty())
+        QVERIFY(QFile::link(QDir(fixture.dir()).absoluteFilePath(target), path));
+    TxtOperator txtOperator;
+    const QSignalSpy spy(&txtOperator, &TxtOperator::statusFeedbackSignal);
+    QVERIFY(!txtOperator.writeTrack(path, {1.0}, {2.0}, {3.0}));
+    QCOMPARE(texts(spy), QStringList{QStringLiteral("write data txt failed")});
+    QVERIFY(!fifo.wasOpened());
 }
 
 void TestTxtOperator::trackMessageIsNotTranslated()

@@ -9,6 +9,8 @@ class TestFigureArea : public QObject
 private slots:
     void largestSideOfTheDialogIsTaken_data();
     void largestSideOfTheDialogIsTaken();
+    void originOfAScreenIsNotScaled_data();
+    void originOfAScreenIsNotScaled();
 };
 
 void TestFigureArea::largestSideOfTheDialogIsTaken_data()
@@ -29,6 +31,26 @@ void TestFigureArea::largestSideOfTheDialogIsTaken()
 {
     QFETCH(QRect, dialog);
     QTEST(figureArea(dialog, QRect(0, 0, 1366, 728)), "area");
+}
+
+void TestFigureArea::originOfAScreenIsNotScaled_data()
+{
+    QTest::addColumn<QRect>("area");
+    QTest::addColumn<QPoint>("origin");
+    QTest::addColumn<qreal>("scale");
+    QTest::addColumn<QRect>("pixels");
+    QTest::newRow("first screen") << QRect(407, 10, 959, 728) << QPoint(0, 0) << 2.0 << QRect(814, 20, 1918, 1456);
+    QTest::newRow("to the right") << QRect(2327, 0, 500, 700) << QPoint(1920, 0) << 2.0 << QRect(2734, 0, 1000, 1400);
+    QTest::newRow("to the left") << QRect(-1500, 0, 500, 700) << QPoint(-1920, 0) << 1.5 << QRect(-1290, 0, 750, 1050);
+    QTest::newRow("without a scale") << QRect(2327, 5, 500, 700) << QPoint(1920, 0) << 1.0 << QRect(2327, 5, 500, 700);
+}
+
+void TestFigureArea::originOfAScreenIsNotScaled()
+{
+    QFETCH(QRect, area);
+    QFETCH(QPoint, origin);
+    QFETCH(qreal, scale);
+    QTEST(nativePixels(area, origin, scale), "pixels");
 }
 
 QTEST_GUILESS_MAIN(TestFigureArea)

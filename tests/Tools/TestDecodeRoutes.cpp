@@ -1,4 +1,5 @@
 #include "DecodeRoutes.h"
+#include "Fifo.h"
 #include "Fixture.h"
 #include "LogFile.h"
 #include "MetaMethods.h"
@@ -143,6 +144,8 @@ private slots:
     void missingFileIsReported();
     void unreadableFileIsReported();
     void folderCannotBeOpened();
+    void fileThatIsNotRegularCannotBeOpened_data();
+    void fileThatIsNotRegularCannotBeOpened();
     void pressedButtonConverts();
     void waypointsBecomeRows();
     void workbookHasTheSameRows();
@@ -388,6 +391,35 @@ void TestDecodeRoutes::folderCannotBeOpened()
     });
     convert(dialog, path("folder.json"));
     QVERIFY(modal.allAnswered());
+}
+
+void TestDecodeRoutes::fileThatIsNotRegularCannotBeOpened_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::newRow("pipe") << QString();
+    QTest::newRow("link to a pipe") << "pipe";
+    QTest::newRow("link to a device") << "/dev/null";
+}
+
+void TestDecodeRoutes::fileThatIsNotRegularCannotBeOpened()
+{
+    if (!hasFifos())
+        QSKIP("needs a file that blocks its reader");
+    QFETCH(QString, target);
+    const QString file = path("x.json");
+    const Fifo fifo(target.isEmpty() ? file : path("pipe"));
+    QVERIFY(fifo.isValid());
+    if (!target.isEmpty())
+        QVERIFY(QFile::link(QDir(m_fixture->dir()).absoluteFilePath(target), file));
+    DecodeRoutes dialog(nullptr);
+    ModalAnswer modal; // not before the dialog itself is shown
+    modal.next([](QDialog *box) {
+        QCOMPARE(qobject_cast<QMessageBox *>(box)->text(), QStringLiteral("route file open failed"));
+    });
+    convert(dialog, file);
+    QVERIFY(modal.allAnswered());
+    QVERIFY(!fifo.wasOpened());
+    QVERIFY(!QFileInfo::exists(path("x.xlsx")));
 }
 
 void TestDecodeRoutes::pressedButtonConverts()

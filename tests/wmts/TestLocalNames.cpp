@@ -36,9 +36,10 @@ void TestLocalNames::originsBearTheScheme()
 {
     const LocalNames names(9800);
     QVERIFY(names.isOrigin("null"));
+    QVERIFY(names.isOrigin("file://"));
     QVERIFY(names.isOrigin("http://localhost:9800"));
     for (const char *const origin : {"", "localhost:9800", "https://localhost:9800", "http://localhost", "http://",
-                                     "http://evil.example:9800", "file://", "http://localhost:9800/"})
+                                     "http://evil.example:9800", "file://evil.example", "http://localhost:9800/"})
         QVERIFY2(!names.isOrigin(origin), origin);
 }
 

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
 #include <fcntl.h>
 #include <mutex>
 #include <sys/stat.h>
@@ -19,9 +20,10 @@ constexpr bool hasFifos()
 }
 
 /**
- * A named pipe that nobody writes to.
+ * A named pipe without a process at its other end.
  *
- * Opening it for reading blocks. Its thread then ends the wait at once, so that a test fails instead of hanging.
+ * Opening it for reading or for writing blocks. Its thread then ends the wait at once, so that a test fails instead of
+ * hanging.
  */
 class Fifo
 {
@@ -29,8 +31,9 @@ public:
     explicit Fifo(const QString &path)
         : m_path(QFile::encodeName(path))
         , m_valid(mkfifo(m_path.constData(), 0600) == 0)
-        , m_thread([this] { releaseReaders(); })
+        , m_thread([this] { release(); })
     {
+        std::signal(SIGPIPE, SIG_IGN); // a writer whose wait ends writes to nobody
     }
 
     ~Fifo()
@@ -48,19 +51,28 @@ public:
     Fifo &operator=(const Fifo &) = delete;
 
     bool isValid() const { return m_valid; }
-    /** Whether anybody has opened it for reading. */
+    /** Whether anybody has opened it. */
     bool wasOpened() const { return m_opened; }
 
 private:
-    void releaseReaders()
+    void release()
     {
         std::unique_lock<std::mutex> lock(m_mutex);
         while (!m_wake.wait_for(lock, std::chrono::milliseconds(20), [this] { return m_done; })) {
             const int end = open(m_path.constData(), O_WRONLY | O_NONBLOCK); // fails while there is no reader
-            if (end < 0)
+            if (end >= 0) {
+                m_opened = true;
+                close(end);
                 continue;
-            m_opened = true;
-            close(end);
+            }
+            const int drain = open(m_path.constData(), O_RDONLY | O_NONBLOCK);
+            if (drain < 0)
+                continue;
+            char bytes[512];
+            // Ends at once when there is no writer, and fails while there is one that has written nothing.
+            if (read(drain, bytes, sizeof bytes) != 0)
+                m_opened = true;
+            close(drain);
         }
     }
 
