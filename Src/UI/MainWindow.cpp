@@ -184,6 +184,7 @@ void MainWindow::setUpKeys()
 {
     const QVector<QCustomPlot *> canvases{m_ui->customPlot, m_ui->customPlot_2};
     auto *history = new ViewHistory(canvases, this);
+    connect(this, &MainWindow::readDataSignal, history, &ViewHistory::clear);
     auto *picture = new CanvasPicture(canvases, this);
     connect(picture, &CanvasPicture::statusShowSignal, this, &MainWindow::statusShowSlot);
     for (MyCustomPlot *each : {m_myPlot.get(), m_myPlot_2.get()}) {
