@@ -46,7 +46,7 @@ bool TxtOperator::writeTrack(const QString &path, const std::vector<double> &a, 
 {
     QFile file(path);
     // A pipe would block the open.
-    const bool isOther = isOtherThanRegularFile(path);
+    const bool isOther = ostravel::isOtherThanRegularFile(path);
     if (!isOther) {
         file.open(QIODevice::WriteOnly | QIODevice::Truncate);
         file.close();
@@ -103,7 +103,7 @@ void TxtOperator::writeTxt(const QString &path, int *count, MyGraph **channels)
 void TxtOperator::writeTxt(const QString &path, const ExportGroup &group)
 {
     QFile file(path);
-    if (isOtherThanRegularFile(path) || !file.open(QIODevice::ReadWrite)) {
+    if (ostravel::isOtherThanRegularFile(path) || !file.open(QIODevice::ReadWrite)) {
         logToBoth(error, "txt file open failed when write");
         return;
     }

@@ -15,7 +15,7 @@ constexpr int kSmallPointSize = 8;
 constexpr int kLegendColumns = 6;
 constexpr int kLegendAlpha = 150;
 constexpr QSize kMinAxisRect(50, 10);
-constexpr QRgb kSelected = qRgb(42, 125, 225); // texts and axes; of like contrast in both themes
+constexpr QRgb kSelected = qRgb(200, 90, 0); // texts and axes; readable in both themes, and no normal colour
 
 /** What one theme paints differently from the other. */
 struct ThemeLook {
@@ -166,6 +166,7 @@ void dressAxes(QCustomPlot *plot)
         axis->setSelectedTickPen(selected);
         axis->setSelectedSubTickPen(selected);
         axis->setSelectedTickLabelColor(kSelected);
+        axis->setSelectedLabelColor(kSelected);
         axis->grid()->setPen(linePen(QColor(140, 0, 0), Qt::DashLine));
         axis->grid()->setSubGridPen(linePen(QColor(80, 80, 80), Qt::DotLine));
         axis->grid()->setSubGridVisible(true);

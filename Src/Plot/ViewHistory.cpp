@@ -68,6 +68,13 @@ void ViewHistory::goForward()
     show(m_position + 1);
 }
 
+void ViewHistory::clear()
+{
+    m_settled->stop();
+    m_views = {presentView()};
+    m_position = 0;
+}
+
 void ViewHistory::show(int position)
 {
     if (position < 0 || position >= m_views.size())

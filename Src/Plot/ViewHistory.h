@@ -9,8 +9,7 @@
  * The views that the user has had of some canvases, as a browser has its pages. A view is the ranges of all axes.
  *
  * A view is recorded when the ranges have been still for kSettleMilliseconds with no mouse button down, so a drag or a
- * series of wheel turns is one step. Of more than kMaxViews
- * the oldest go. A view without a curve is replaced by the next one. Main thread only.
+ * series of wheel turns is one step. Keeps the last kMaxViews views. A view without a curve is replaced by the next one. Main thread only.
  */
 class ViewHistory : public QObject
 {
@@ -34,6 +33,8 @@ public slots:
     void goBack();
     void goForward();
     ///@}
+    /** Starts anew with the present view, as for another log. */
+    void clear();
 
 private:
     struct View {

@@ -148,7 +148,7 @@ void DecodeRoutes::on_btn_writeExcel_clicked()
         inform(QStringLiteral("route file not exists"));
         return;
     }
-    if (isOtherThanRegularFile(m_routeFile) || !file.open(QIODevice::ReadOnly)) {
+    if (ostravel::isOtherThanRegularFile(m_routeFile) || !file.open(QIODevice::ReadOnly)) {
         inform(QStringLiteral("route file open failed"));
         return;
     }

@@ -68,16 +68,21 @@ void CanvasPair::askForFont()
 void CanvasPair::setUpKeys()
 {
     const QVector<QCustomPlot *> canvases{m_upper->plot(), m_lower->plot()};
-    auto *history = new ViewHistory(canvases, this);
+    m_history = new ViewHistory(canvases, this);
     auto *picture = new CanvasPicture(canvases, m_window);
     connect(picture, &CanvasPicture::statusShowSignal, this, &CanvasPair::statusShowSignal);
     for (MyCustomPlot *each : {m_upper, m_lower}) {
         const auto *keys = new CanvasKeys(each);
-        connect(keys, &CanvasKeys::backRequested, history, &ViewHistory::goBack);
-        connect(keys, &CanvasKeys::forwardRequested, history, &ViewHistory::goForward);
+        connect(keys, &CanvasKeys::backRequested, m_history, &ViewHistory::goBack);
+        connect(keys, &CanvasKeys::forwardRequested, m_history, &ViewHistory::goForward);
         connect(keys, &CanvasKeys::copyRequested, picture, &CanvasPicture::copy);
         connect(keys, &CanvasKeys::saveRequested, picture, [this, picture] { picture->saveAs(picturePath()); });
     }
+}
+
+void CanvasPair::forgetViews()
+{
+    m_history->clear();
 }
 
 QString CanvasPair::picturePath() const

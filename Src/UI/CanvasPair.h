@@ -8,6 +8,7 @@
 class MyCustomPlot;
 class MyGraph;
 class QWidget;
+class ViewHistory;
 
 /**
  * The two canvases of the window as one: their edges in line, curves that move from one to the other, the keys, views
@@ -40,6 +41,9 @@ public:
     /** Asks for a font for the selected axes of both canvases. */
     void askForFont();
 
+    /** Starts the history of views anew, as views of one log show nothing of the next. */
+    void forgetViews();
+
     /** Tells the log that a picture is named after; it may be empty. */
     void setLogPath(std::function<QString()> logPath) { m_logPath = std::move(logPath); }
 
@@ -53,5 +57,6 @@ private:
     MyCustomPlot *m_upper;
     MyCustomPlot *m_lower;
     QWidget *m_window;
+    ViewHistory *m_history = nullptr;
     std::function<QString()> m_logPath;
 };

@@ -87,8 +87,15 @@ class CutCurves
 {
 public:
     explicit CutCurves(QCustomPlot *canvas)
-        : m_canvas(canvas)
     {
+        // Painted, a crosshair would look for its sample again, in what is left of the curve.
+        for (int i = 0; i < canvas->itemCount(); ++i) {
+            auto *tracer = qobject_cast<QCPItemTracer *>(canvas->item(i));
+            if (!tracer || !tracer->graph())
+                continue;
+            m_crosshairs.append({tracer, tracer->graph()});
+            tracer->setGraph(nullptr);
+        }
         for (int i = 0; i < canvas->graphCount(); ++i) {
             QCPGraph *const curve = canvas->graph(i);
             m_whole.append({curve, curve->data(), curve->selection()});
@@ -103,11 +110,8 @@ public:
             each.curve->setData(each.samples);
             each.curve->setSelection(each.selection);
         }
-        // A crosshair looks for its sample again whenever it is painted.
-        for (int i = 0; i < m_canvas->itemCount(); ++i) {
-            if (auto *tracer = qobject_cast<QCPItemTracer *>(m_canvas->item(i)))
-                tracer->updatePosition();
-        }
+        for (const auto &each : qAsConst(m_crosshairs))
+            each.first->setGraph(each.second);
     }
     Q_DISABLE_COPY(CutCurves)
 
@@ -118,7 +122,7 @@ private:
         QCPDataSelection selection;
     };
 
-    QCustomPlot *m_canvas;
+    QVector<QPair<QCPItemTracer *, QCPGraph *>> m_crosshairs;
     QVector<Whole> m_whole;
 };
 

@@ -97,6 +97,7 @@ void MainWindow::customPlotInit()
     m_canvasPair = new CanvasPair(m_myPlot.get(), m_myPlot_2.get(), this);
     m_canvasPair->setLogPath([this] { return m_filePath; });
     connect(m_canvasPair, &CanvasPair::statusShowSignal, this, &MainWindow::statusShowSlot);
+    connect(this, &MainWindow::readDataSignal, m_canvasPair, &CanvasPair::forgetViews);
 
     canvas_2->replot();
     canvas->replot();

@@ -4,13 +4,14 @@
 
     var o = window.mapPage, map = o.map, form = o.form;
     var shown = null; /* { route, line, layer, result } on the map */
+    var running = null; /* { route, revision, track, line }, of the comparison under way */
     var stopWork = null;
     var parts = {};
 
     function hide() {
         if (stopWork)
             stopWork();
-        stopWork = null;
+        stopWork = running = null;
         if (shown)
             map.removeLayer(shown.layer);
         shown = null;
@@ -37,10 +38,12 @@
         return Number(metres.toPrecision(6)) + ' 米';
     }
 
-    function show(route, track, result) {
-        var step = o.deviation.stepFor(result.max), line = track.line;
+    function show(work, result) {
+        var step = o.deviation.stepFor(result.max), line = work.line;
         var layer = new o.deviation.Line(line, result.distance, step, { renderer: o.canvas, pane: 'track' });
-        shown = { route: route, revision: route.revision, track: track, line: line, layer: layer.addTo(map), result: result };
+        shown = {
+            route: work.route, revision: work.revision, track: work.track, line: line, layer: layer.addTo(map), result: result
+        };
         parts.off.disabled = false;
         parts.list = o.element('dl', '', parts.result);
         row('最大偏差', o.metres(result.max));
@@ -48,7 +51,7 @@
         row('最大处', '样本 ' + line.sample(result.maxAt));
         form.button('移到最大处', parts.result, function () { map.panTo(line.position(result.maxAt)); });
         legend(step);
-        form.say(parts.status, '比较完成。');
+        form.say(parts.status, '比较完成：最大偏差 ' + o.metres(result.max) + '，平均偏差 ' + o.metres(result.mean) + '。');
     }
 
     function compare() {
@@ -61,11 +64,14 @@
         if (!route || !track)
             return form.say(parts.status, !route ? '地图上没有航线。' : '地图上没有航迹。', true);
         form.say(parts.status, '正在计算…');
+        running = { route: route, revision: route.revision, track: track, line: track.line };
+        parts.off.disabled = false;
         stopWork = o.deviation.start(track.line.coordinates(), route.positions(), function (share) {
             form.say(parts.status, '正在计算… ' + Math.floor(share * 100) + '%');
         }, function (result) {
-            stopWork = null;
-            show(route, track, result);
+            var work = running;
+            stopWork = running = null;
+            show(work, result);
         });
     }
 
@@ -74,9 +80,10 @@
         var routes = o.routes().filter(function (line) { return line.points.length > 0; }), tracks = o.allTracks();
         form.choose(parts.route, routes, function (line) { return line.name; });
         form.choose(parts.track, tracks, function (track) { return track.name; });
-        var there = shown && routes.indexOf(shown.route) >= 0
-            && tracks.some(function (track) { return track.line === shown.line; });
-        if (shown && !there) {
+        var work = shown || running;
+        var there = work && routes.indexOf(work.route) >= 0
+            && tracks.some(function (track) { return track.line === work.line; });
+        if (work && !there) {
             hide();
             form.say(parts.status, '');
         }
@@ -88,10 +95,12 @@
     function changed() {
         refresh();
         window.clearTimeout(moved);
-        if (shown && shown.revision !== shown.route.revision)
+        var work = shown || running;
+        if (work && work.revision !== work.route.revision)
             moved = window.setTimeout(function () {
-                if (shown)
-                    run(shown.route, shown.track);
+                var now = shown || running;
+                if (now)
+                    run(now.route, now.track);
             }, 300);
     }
 
@@ -123,4 +132,5 @@
 
     /* For tests. */
     o.comparison = function () { return shown; };
+    o.isComparing = function () { return running !== null; };
 }(window));

@@ -41,7 +41,7 @@
     var STRIDE = 11;
 
     function legsOf(route) {
-        var count = Math.max(1, route.length - 1), legs = new Float64Array(count * STRIDE);
+        var count = Math.max(1, route.length - 1), legs = TrackLine.numbers(count * STRIDE);
         for (var i = 0; i < count; ++i) {
             var p = route[i], q = route[Math.min(i + 1, route.length - 1)];
             var a = place(p.lat, p.lng), along = minus(place(q.lat, q.lng), a), length2 = dot(along, along);
@@ -98,7 +98,7 @@
     function Walk(points, route) {
         this.points = points;
         this.legs = legsOf(route);
-        this.distance = new Float64Array(points.count);
+        this.distance = TrackLine.numbers(points.count);
         this.at = 0;
         this.sum = 0;
         this.max = -1;
@@ -109,7 +109,7 @@
     }
 
     Walk.prototype.look = function (x, y, z) {
-        var v = this.legs.values, all = this.legs.count, found = new Float64Array(all), best = Infinity, j;
+        var v = this.legs.values, all = this.legs.count, found = TrackLine.numbers(all), best = Infinity, j;
         for (j = 0; j < all; ++j) {
             found[j] = distanceTo(v, j * STRIDE, x, y, z);
             best = Math.min(best, found[j]);

@@ -7,6 +7,8 @@
 
     var HOME = [33.947071, 113.91378]; /* the origin that the program has before a log is read */
     var NARROW = 640; /* pixels of a window's width, as in demo.css */
+    /* Arrows, and plus and minus of each engine and of the number block. */
+    var MOVING_KEYS = [37, 38, 39, 40, 107, 109, 171, 173, 187, 189, 61, 54];
     var SVG = 'http://www.w3.org/2000/svg';
 
     var document = window.document;
@@ -131,8 +133,16 @@
     var coordinates = new Coordinates().addTo(map);
     map.on('mousemove', function (e) { coordinates.show('指针位置', e.latlng); });
     /* Who moves the map by its keys has no pointer on it. */
-    map.getContainer().addEventListener('keydown', function () {
-        map.once('moveend', function () { coordinates.show('地图中心', map.getCenter()); });
+    var byKey = false;
+    map.getContainer().addEventListener('keydown', function (e) {
+        byKey = byKey || MOVING_KEYS.indexOf(e.keyCode) >= 0;
+    });
+    /* A key that could not move the map says nothing of what a pointer does next. */
+    map.on('mousedown', function () { byKey = false; });
+    map.on('moveend', function () {
+        if (byKey)
+            coordinates.show('地图中心', map.getCenter());
+        byKey = false;
     });
 
     /* ---- Small things that are put on the map ---- */

@@ -126,13 +126,19 @@
         return KEYS.filter(function (pair) { return pair[0] === key; })[0][1].replace(/（.*/, '');
     }
 
+    /* The file's own text while it is what the map shows; the converter takes anything but a text for 0. */
+    function coordinateText(text, degrees) {
+        return typeof text === 'string' && text.trim() !== '' && Number(text) === degrees
+            ? text : o.routeFile.degreesText(degrees);
+    }
+
     function showFields() {
         var point = line.points[index], way = point.way;
         fields.number.max = line.points.length;
         fields.number.value = index + 1;
         fields.count.nodeValue = '共 ' + line.points.length + ' 个航点';
-        fields.latitude.value = way && !point.moved && way.latitude || o.routeFile.degreesText(point.at.lat);
-        fields.longitude.value = way && !point.moved && way.longitude || o.routeFile.degreesText(point.at.lng);
+        fields.latitude.value = coordinateText(way && way.latitude, point.at.lat);
+        fields.longitude.value = coordinateText(way && way.longitude, point.at.lng);
         o.routeFile.keys.forEach(function (key) { fields[key].value = o.routeFile.value(point, key); });
     }
 
@@ -156,13 +162,15 @@
         refresh();
     }
 
+    function nameBox() { box.setAttribute('aria-label', '编辑航线 ' + line.name); }
+
     function build(parent) {
         box = o.element('div', 'editor', parent);
         box.setAttribute('role', 'group');
-        box.setAttribute('aria-label', '编辑航线 ' + line.name);
+        nameBox();
         fields.number = form.input('航点', 'number', box);
         fields.number.min = 1;
-        fields.number.addEventListener('change', function () { choose(Number(fields.number.value) - 1 || 0); });
+        fields.number.addEventListener('change', function () { choose(Math.round(Number(fields.number.value)) - 1 || 0); });
         fields.count = window.document.createTextNode('');
         fields.number.parentNode.appendChild(fields.count);
         KEYS.forEach(function (pair) {
@@ -188,6 +196,9 @@
         stop();
         o.toggle('draw', 0);
         o.toggle('measure', 0);
+        /* The end of a mode removes a route of one point that was still being drawn. */
+        if (o.routes().indexOf(route) < 0)
+            return done();
         line = route;
         index = 0;
         closed = done;
@@ -201,13 +212,18 @@
     function stop() {
         if (!line)
             return;
-        var done = closed;
-        line.markers.forEach(function (marker) { L.DomUtil.removeClass(marker.getElement(), 'chosen'); });
-        line.setDraggable(o.mode() === 'draw');
+        var route = line, done = closed;
+        line = null;
+        route.markers.forEach(function (marker) {
+            /* A marker has no element while its route is off the map. */
+            if (marker.getElement())
+                L.DomUtil.removeClass(marker.getElement(), 'chosen');
+        });
+        if (map.hasLayer(route.group))
+            route.setDraggable(o.mode() === 'draw');
         layer.clearLayers();
         map.removeLayer(layer);
         L.DomUtil.removeClass(map.getContainer(), 'editing');
-        line = null;
         box.parentNode.removeChild(box);
         done();
     }
@@ -221,6 +237,10 @@
             index = e.index;
             layer.clearLayers();
         }
+    });
+    o.events.on('lines', function () {
+        if (line)
+            nameBox();
     });
     o.events.on('dropped', function (e) {
         if (e.line === line)

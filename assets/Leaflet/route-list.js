@@ -49,6 +49,21 @@
 
     /* ---- A route's row ---- */
 
+    function rowOf(line) {
+        return rows.filter(function (row) { return row.line === line; })[0] || null;
+    }
+
+    /* A button whose name holds that of its route. */
+    function named(row, words, parent, clicked, more) {
+        var button = form.button(words, parent, clicked, more + ' ' + row.line.name);
+        row.named.push([button, more]);
+        return button;
+    }
+
+    function showNames(row) {
+        row.named.forEach(function (pair) { pair[0].setAttribute('aria-label', pair[1] + ' ' + row.line.name); });
+    }
+
     function remove(line) {
         if (o.editor.line() === line)
             o.editor.stop();
@@ -56,44 +71,51 @@
         o.removeRoute(line);
         form.say(parts.status, '已删除“' + line.name + '”。');
         form.button('撤销删除', parts.status, function () {
-            if (removed)
-                o.restoreRoute(removed);
+            var back = removed;
             removed = null;
+            if (back)
+                o.restoreRoute(back);
             form.say(parts.status, '已恢复。');
+            refreshRoutes();
+            /* The button that had the focus is gone. */
+            if (rowOf(back))
+                rowOf(back).edit.focus();
         }).focus();
     }
 
     function buildRow(line) {
-        var box = o.element('li', 'route'), row = { line: line, box: box };
+        var box = o.element('li', 'route'), row = { line: line, box: box, named: [] };
         row.name = form.input('名称', 'text', box);
         row.name.value = line.name;
         row.name.maxLength = 200;
         row.name.addEventListener('change', function () {
             line.name = row.name.value.trim() || line.name;
             row.name.value = line.name;
+            showNames(row);
             line.touch();
             o.events.fire('lines');
         });
         row.length = o.element('p', 'length', box).appendChild(window.document.createTextNode(''));
         var buttons = o.element('div', 'row', box);
-        form.button('定位', buttons, function () { showLine(line); }, '定位 ' + line.name);
-        row.edit = form.button('编辑', buttons, function () {
+        named(row, '定位', buttons, function () { showLine(line); }, '定位');
+        row.edit = named(row, '编辑', buttons, function () {
             if (o.editor.line() === line)
                 return o.editor.stop();
-            o.editor.start(line, box, function () { row.edit.setAttribute('aria-expanded', 'false'); });
+            /* Before the call, which may end the editing at once. */
             row.edit.setAttribute('aria-expanded', 'true');
-        }, '编辑 ' + line.name);
+            o.editor.start(line, box, function () { row.edit.setAttribute('aria-expanded', 'false'); });
+        }, '编辑');
         row.edit.setAttribute('aria-expanded', 'false');
-        form.button('删除', buttons, function () { remove(line); }, '删除 ' + line.name);
+        named(row, '删除', buttons, function () { remove(line); }, '删除');
         buttons = o.element('div', 'row', box);
         var type = form.field('保存为', o.element('select'), buttons);
         Object.keys(o.save.types).forEach(function (key) {
             o.element('option', '', type, o.save.types[key].words).value = key;
         });
-        form.button('保存', buttons, function () { save(line, type.value); }, '保存 ' + line.name);
-        form.button('文本', buttons, function () {
+        named(row, '保存', buttons, function () { save(line, type.value); }, '保存');
+        named(row, '文本', buttons, function () {
             showText(line, type.value, '“' + o.save.fileName(line, type.value) + '”的文本：');
-        }, '显示文本 ' + line.name);
+        }, '显示文本');
         return row;
     }
 
@@ -133,8 +155,15 @@
         o.addRoute(item.name, list);
     }
 
+    /* The focus goes on to the next track, or, without one, to where files are opened. */
+    function removeTrack(item) {
+        parts.focusAt = o.tracks.indexOf(item);
+        o.removeTrackItem(item);
+    }
+
     function refreshTracks() {
         parts.tracks.innerHTML = '';
+        parts.removers = [];
         o.tracks.forEach(function (item) {
             var box = o.element('li', 'track', parts.tracks);
             o.element('p', 'length', box, item.name + ' · ' + item.line.count() + ' 个点');
@@ -142,9 +171,12 @@
             form.button('定位', buttons, function () { o.showAll(item.line.getBounds()); }, '定位 ' + item.name);
             if (item.line.count() <= MAX_CONVERTED)
                 form.button('转为航线', buttons, function () { convert(item); }, '转为航线 ' + item.name);
-            form.button('移除', buttons, function () { o.removeTrackItem(item); }, '移除 ' + item.name);
+            parts.removers.push(form.button('移除', buttons, function () { removeTrack(item); }, '移除 ' + item.name));
         });
         parts.trackHead.hidden = o.tracks.length === 0;
+        if (parts.focusAt >= 0)
+            (parts.removers[Math.min(parts.focusAt, o.tracks.length - 1)] || window.document.getElementById('file')).focus();
+        parts.focusAt = -1;
     }
 
     o.buildRoutes = function (panel) {
@@ -157,7 +189,7 @@
         form.button('在地图中心新建', buttons, function () {
             var line = o.addRoute('', [{ at: map.getCenter().wrap(), way: null, moved: true }]);
             refreshRoutes();
-            rows.filter(function (row) { return row.line === line; })[0].edit.click();
+            rowOf(line).edit.click();
         });
         parts.status = form.status(box);
         buildText(box);

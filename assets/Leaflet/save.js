@@ -12,17 +12,27 @@
     /* Characters that XML cannot hold, escaped or not, are left out. */
     function xml(text) { return o.escaped(String(text).replace(/[\0-\x08\x0B\x0C\x0E-\x1F\uFFFE\uFFFF]/g, '')); }
 
-    /* The whole double of a coordinate; never with an exponent, which not every reader of XML takes. */
-    function degrees(value) {
-        var text = String(value);
-        return text.indexOf('e') < 0 ? text : value.toFixed(12);
+    /*
+     * The whole double, never with an exponent, which not every reader of XML takes: the digits of the shortest text
+     * that means the number, with the point moved to its place.
+     */
+    function decimal(value) {
+        var parts = /^(-?)(\d+)(?:\.(\d+))?e([+-]\d+)$/.exec(String(value));
+        if (!parts)
+            return String(value);
+        var digits = parts[2] + (parts[3] || ''), point = parts[2].length + Number(parts[4]);
+        if (point <= 0)
+            return parts[1] + '0.' + zeros(-point) + digits;
+        return parts[1] + digits + zeros(point - digits.length);
     }
+
+    function zeros(count) { return new Array(Math.max(0, count) + 1).join('0'); }
 
     function gpx(line) {
         var rows = line.points.map(function (point, i) {
-            return '    <rtept lat="' + degrees(point.at.lat) + '" lon="' + degrees(point.at.lng) + '"><ele>'
-                + o.routeFile.value(point, 'height') + '</ele><name>' + (i + 1) + '</name><extensions><o:radius>'
-                + o.routeFile.value(point, 'radius') + '</o:radius><o:speed>' + o.routeFile.value(point, 'speed')
+            return '    <rtept lat="' + decimal(point.at.lat) + '" lon="' + decimal(point.at.lng) + '"><ele>'
+                + decimal(o.routeFile.value(point, 'height')) + '</ele><name>' + (i + 1) + '</name><extensions><o:radius>'
+                + decimal(o.routeFile.value(point, 'radius')) + '</o:radius><o:speed>' + decimal(o.routeFile.value(point, 'speed'))
                 + '</o:speed></extensions></rtept>';
         });
         return '<?xml version="1.0" encoding="UTF-8"?>\n<gpx version="1.1" creator="Ostravel"'
@@ -33,7 +43,7 @@
     /* Without an altitude mode the line lies on the ground: what the heights refer to, a route file does not say. */
     function kml(line) {
         var tuples = line.points.map(function (point) {
-            return '        ' + degrees(point.at.lng) + ',' + degrees(point.at.lat) + ',' + o.routeFile.value(point, 'height');
+            return '        ' + decimal(point.at.lng) + ',' + decimal(point.at.lat) + ',' + decimal(o.routeFile.value(point, 'height'));
         });
         return '<?xml version="1.0" encoding="UTF-8"?>\n<kml xmlns="http://www.opengis.net/kml/2.2">\n<Document>\n  <name>'
             + xml(line.name) + '</name>\n  <Placemark id="ostravel-route">\n    <name>' + xml(line.name)

@@ -12,8 +12,14 @@ var TrackLine = (function () {
     var FINEST = 1.5; /* pixels between two points that are drawn */
     var CELL = 1; /* pixels: steps from one such cell to another look alike */
 
+    /* An old engine has no typed arrays. */
     function numbers(length) {
-        return typeof Float64Array === 'undefined' ? new Array(length) : new Float64Array(length);
+        if (typeof Float64Array !== 'undefined')
+            return new Float64Array(length);
+        var list = [];
+        for (var i = 0; i < length; ++i)
+            list.push(0);
+        return list;
     }
 
     /* [lat0, lng0, lat1, ...] without what is no position: null, outside the globe, and (0, 0) from before the fix. */
@@ -31,6 +37,10 @@ var TrackLine = (function () {
             ++count;
         }
         return { lat: lat, lng: lng, index: index, count: count };
+    }
+
+    function isNear(at, box, reach) {
+        return box && at.x >= box.x0 - reach && at.x <= box.x1 + reach && at.y >= box.y0 - reach && at.y <= box.y1 + reach;
     }
 
     /* Puts a key, which is not 0, into a table; false when it was there. The table must have room. */
@@ -66,6 +76,8 @@ var TrackLine = (function () {
                 maxLng = Math.max(maxLng, p.lng[i]);
             }
             this._levels = {};
+            this._boxes = this._boxesOf(p.count, CHUNK, this._growByPoint);
+            this._whole = this._boxesOf(p.count, p.count, this._growByPoint)[0] || null;
             if (p.count > 0)
                 this._bounds = L.latLngBounds([minLat, minLng], [maxLat, maxLng]);
         },
@@ -76,6 +88,8 @@ var TrackLine = (function () {
             this._x = other._x;
             this._y = other._y;
             this._levels = other._levels;
+            this._boxes = other._boxes;
+            this._whole = other._whole;
             this._bounds = other._bounds;
         },
 
@@ -89,14 +103,40 @@ var TrackLine = (function () {
         /* The point next to a position, not farther than some pixels; -1 when there is none. */
         nearest: function (latlng, zoom, pixels) {
             var at = this._world(latlng), reach = pixels / this._scale(zoom), best = reach * reach, found = -1;
-            for (var i = 0; i < this._points.count; ++i) {
-                var dx = this._x[i] - at.x, dy = this._y[i] - at.y, d = dx * dx + dy * dy;
-                if (d < best) {
-                    best = d;
-                    found = i;
+            if (!isNear(at, this._whole, reach))
+                return found;
+            for (var k = 0; k < this._boxes.length; ++k) {
+                var box = this._boxes[k];
+                if (!isNear(at, box, reach))
+                    continue;
+                for (var i = box.from; i < box.to; ++i) {
+                    var dx = this._x[i] - at.x, dy = this._y[i] - at.y, d = dx * dx + dy * dy;
+                    if (d < best) {
+                        best = d;
+                        found = i;
+                    }
                 }
             }
             return found;
+        },
+
+        /* Boxes of so many items each; grow(box, i) adds an item to its box. */
+        _boxesOf: function (count, size, grow) {
+            var boxes = [];
+            for (var first = 0; first < count; first += size) {
+                var box = { from: first, to: Math.min(first + size, count), x0: 9, y0: 9, x1: -9, y1: -9 };
+                for (var i = box.from; i < box.to; ++i)
+                    grow.call(this, box, i);
+                boxes.push(box);
+            }
+            return boxes;
+        },
+
+        _growByPoint: function (box, i) {
+            box.x0 = Math.min(box.x0, this._x[i]);
+            box.y0 = Math.min(box.y0, this._y[i]);
+            box.x1 = Math.max(box.x1, this._x[i]);
+            box.y1 = Math.max(box.y1, this._y[i]);
         },
 
         /* Steps of the track: those of the present zoom level, and those of them that are drawn; for tests. */
@@ -150,17 +190,10 @@ var TrackLine = (function () {
                 lastX = cellX;
                 lastY = cellY;
             }
-            var boxes = [];
-            for (var first = 0; first < length; first += CHUNK) {
-                var box = { from: first, to: Math.min(first + CHUNK, length), x0: 9, y0: 9, x1: -9, y1: -9 };
-                for (i = box.from; i < box.to; ++i) {
-                    box.x0 = Math.min(box.x0, this._x[from[i]], this._x[to[i]]);
-                    box.y0 = Math.min(box.y0, this._y[from[i]], this._y[to[i]]);
-                    box.x1 = Math.max(box.x1, this._x[from[i]], this._x[to[i]]);
-                    box.y1 = Math.max(box.y1, this._y[from[i]], this._y[to[i]]);
-                }
-                boxes.push(box);
-            }
+            var boxes = this._boxesOf(length, CHUNK, function (box, step) {
+                this._growByPoint(box, from[step]);
+                this._growByPoint(box, to[step]);
+            });
             level = this._levels[zoom] = { from: from, to: to, length: length, boxes: boxes };
             return level;
         },
@@ -250,5 +283,6 @@ var TrackLine = (function () {
         }
     });
 
+    TrackLine.numbers = numbers;
     return TrackLine;
 }());

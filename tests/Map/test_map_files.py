@@ -237,6 +237,15 @@ class Files(tools_page.ToolsTest):
                 self.assertEqual([row[2:][kept] for row in converter_reads(self.save().read_bytes())],
                                  [row[kept] for row in heights])
 
+    def test_no_number_of_gpx_or_kml_has_an_exponent(self):
+        values = {"height": 1e-7, "radius": 1.25e21, "speed": -3.5e-10}
+        row = {"latitude": "1e-9", "longitude": "-2.5e-8", **values}
+        self.load(self.write("a.json", json.dumps({"cartographic": [row, row]})))
+        gpx_text = self.save("gpx").read_text(encoding="utf-8")
+        self.assertIn('lat="0.000000001" lon="-0.000000025"><ele>0.0000001</ele>', gpx_text)
+        self.assertIn("<o:radius>1250000000000000000000</o:radius><o:speed>-0.00000000035</o:speed>", gpx_text)
+        self.assertIn("-0.000000025,0.000000001,0.0000001\n", self.save("kml").read_text(encoding="utf-8"))
+
     def test_names_never_break_the_xml(self):
         self.load(self.write("a.json", json.dumps({**ROUTE, "name": "a<b>&\"c\0\b\uffff]]>"})))
         for kind in ("gpx", "kml"):

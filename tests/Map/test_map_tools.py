@@ -154,6 +154,55 @@ class Editing(tools_page.ToolsTest):
         self.press("在地图上绘制")
         self.assertEqual(self.run_js("ostravelMap.state().mode"), "")
 
+    def test_a_route_of_one_point_that_grows_is_not_edited_and_harms_nothing(self):
+        self.press("完成")
+        self.press("在地图上绘制")
+        self.browser.click(700, 600)
+        wait_for(lambda: len(self.texts("#tools .route")) == 2, "its row")
+        self.press("编辑", 1)
+        wait_for(lambda: len(self.texts("#tools .route")) == 1, "the point to go")
+        self.assertEqual(self.texts("#tools .editor"), [])
+        self.edit()
+        self.fill("纬度（°）", "12")
+        self.assertEqual(self.points()[0][0], 12)
+        self.run_js("clearAllLine()")
+        self.assertEqual((self.routes(), self.texts("#tools .editor")), ([], []))
+        self.assertEqual(self.faults(), [])
+
+    def test_a_fraction_of_a_number_chooses_a_way_point(self):
+        self.fill("航点", "1.7")
+        self.assertEqual(self.field("航点"), "2")
+        self.assertEqual(float(self.field("纬度（°）")), 34.0)
+        self.assertEqual(self.faults(), [])
+
+    def test_coordinates_that_the_converter_takes_for_zero_are_shown_as_zero(self):
+        self.run_js("clearAllLine()")
+        doc = json.loads(route_json([(10, 20), (30.5, 40)]))
+        doc["cartographic"][0].update(latitude=11.5, longitude=" 20.50 ")
+        self.load(self.write("a.json", json.dumps(doc)))
+        self.edit()
+        self.assertEqual(self.routes()[0]["points"][0], [0, 20.5])
+        self.assertEqual((self.field("纬度（°）"), self.field("经度（°）")), ("0", " 20.50 "))
+
+    def test_names_that_are_read_out_follow_a_new_name(self):
+        self.fill("名称", "北线")
+        names = self.run_js("""[].map.call(document.querySelectorAll('#tools .route [aria-label]'),
+            function (e) { return e.getAttribute('aria-label'); })""")
+        self.assertEqual(names, ["定位 北线", "编辑 北线", "删除 北线", "保存 北线", "显示文本 北线", "编辑航线 北线"])
+
+    def test_the_focus_stays_with_what_was_removed_or_restored(self):
+        focused = "document.activeElement.getAttribute('aria-label') || document.activeElement.id"
+        self.press("删除")
+        self.press("撤销删除")
+        self.assertEqual(self.run_js(focused), "编辑 " + self.routes()[0]["name"])
+        for name in ("a", "b"):
+            self.load(self.write(f"{name}.gpx", gpx([(34, 113), (34.1, 113.1)], name)))
+        wait_for(lambda: len(self.texts("#tools .track")) == 2, "the tracks' rows")
+        self.press("移除")
+        wait_for(lambda: self.run_js(focused) == "移除 b", "the focus on the next track")
+        self.press("移除")
+        wait_for(lambda: self.run_js(focused) == "file", "the focus on the field for files")
+
     def test_a_long_route_is_edited_by_its_chosen_point(self):
         self.run_js("clearAllLine()")
         self.load(self.write("a.json", route_json([(34 + i * 1e-4, 113 + (i % 2) * 1e-3) for i in range(2000)])))
@@ -234,6 +283,48 @@ class Comparing(tools_page.ToolsTest):
         self.assertEqual(self.texts("#tools dd"), [])
         self.assertEqual(self.faults(), [])
 
+    def compare_slowly(self):
+        """A comparison that is under way for as long as the test asks the page."""
+        self.make_route([(34.0, 113.0), (34.0, 113.2)])
+        self.run_js("addRoutes([34.01, 113.05, 34.01, 113.1])")
+        self.run_js("""var real = ostravelMap.deviation.start; ostravelMap.deviation.start = function (p, r, g, done) {
+            var stop = null; window.goOn = function () { stop = real(p, r, g, done); };
+            return function () { window.stopped = true; if (stop) stop(); }; }; 0""")
+        self.press("比较")
+        self.assertTrue(self.run_js("ostravelMap.isComparing()"))
+
+    def test_a_comparison_under_way_is_cancelled(self):
+        self.compare_slowly()
+        self.press("取消着色")
+        self.assertTrue(self.run_js("window.stopped && !ostravelMap.isComparing()"))
+
+    def test_a_comparison_under_way_begins_anew_with_a_changed_route(self):
+        self.compare_slowly()
+        self.run_js("""window.first = window.goOn; ostravelMap.routes()[0].place(0, L.latLng(34.01, 113.0));
+            ostravelMap.routes()[0].place(1, L.latLng(34.01, 113.2))""")
+        wait_for(lambda: self.run_js("window.stopped === true && window.goOn !== window.first"), "the next comparison")
+        self.run_js("goOn()")
+        wait_for(lambda: self.texts("#tools dd"), "its result")
+        # The geodesic between two points of a parallel lies at most 17 m (L^2 tan(lat) / 8R) north of it.
+        self.assertLess(float(self.texts("#tools dd")[0].split()[0]), 20)
+
+    def test_a_comparison_under_way_ends_with_its_track(self):
+        self.compare_slowly()
+        self.run_js("addRoutes([])")
+        wait_for(lambda: self.run_js("!ostravelMap.isComparing()"), "the comparison to end")
+
+    def test_the_result_is_announced(self):
+        self.compare([(34.0, 113.0), (34.0, 113.2)], [(34.01, 113.05), (34.01, 113.1)])
+        greatest, mean = self.texts("#tools dd")[:2]
+        self.assertIn(f"比较完成：最大偏差 {greatest}，平均偏差 {mean}。", self.texts("#tools .status"))
+
+    def test_without_typed_arrays_distances_are_the_same(self):
+        found = self.compare([(34.0, 113.0), (34.0, 113.2)], [(34.01, 113.05), (34.03, 113.1)])
+        with self.browser.before_each_page("delete window.Float64Array;"):
+            self.open()
+            self.assertEqual(self.compare([(34.0, 113.0), (34.0, 113.2)], [(34.01, 113.05), (34.03, 113.1)]), found)
+        self.assertEqual(self.faults(), [])
+
     def test_without_route_or_track_the_panel_says_so(self):
         self.press("比较")
         self.assertIn("地图上没有航线。", self.texts("#tools .fault"))
@@ -247,6 +338,26 @@ class Comparing(tools_page.ToolsTest):
         wait_for(lambda: self.texts(".label.hover"), "the label")
         # 0.001 degrees of a meridian at the equator.
         self.assertEqual(self.texts(".label.hover")[0].split("\n")[-1], "偏差 110.6 米")
+
+    def test_the_nearest_sample_is_found_among_few(self):
+        self.run_js("""window.flat = []; for (var i = 0; i < 50000; ++i)
+            flat.push(30 + 10 * Math.sin(i / 5000) + 0.01 * Math.sin(i * 7.3), 110 + i * 1e-4 + 0.01 * Math.cos(i * 5.1));
+            addRoutes(flat); window.track = ostravelMap.track(); window.read = 0;
+            window.plain = track._x; window.counted = new Proxy(plain, {
+                get: function (list, key) { ++read; return list[key]; } }); 0""")
+        # Against a search through all of them, in the plane of the projection.
+        found, wanted, reads = self.run_js("""(function () { var found = [], wanted = [], reads = [];
+            for (var k = 0; k < 40; ++k) { var i = (k * 7919) % 50000, at = L.latLng(flat[2 * i] + 0.004, flat[2 * i + 1] - 0.003);
+                track._x = counted; read = 0; found.push(track.nearest(at, 12, 14 + k * 5)); reads.push(read); track._x = plain;
+                var p = L.CRS.EPSG3857.latLngToPoint(at, 12), best = 14 + k * 5, n = -1;
+                for (var j = 0; j < 50000; ++j) { var q = L.CRS.EPSG3857.latLngToPoint(track.position(j), 12), d = p.distanceTo(q);
+                    if (d < best) { best = d; n = j; } }
+                wanted.push(n); }
+            return [found, wanted, reads]; }())""")
+        self.assertEqual(found, wanted)
+        self.assertGreater(len([i for i in found if i >= 0]), 10)
+        self.assertLess(max(reads), 10000)
+        self.assertEqual(self.run_js("track._x = counted; read = 0; [track.nearest(L.latLng(-60, 20), 12, 14), read]"), [-1, 0])
 
     def test_200000_points_against_300_legs_take_a_moment(self):
         took = self.run_js("""(function () { var n = 200000, p = { count: n, lat: [], lng: [] }, r = [], i;
@@ -473,6 +584,20 @@ class Looks(tools_page.ToolsTest):
         self.run_js("ostravelMap.map.setView([10, 20], 8, { animate: false }); ostravelMap.map.getContainer().focus()")
         self.browser.key("ArrowUp", 38)
         wait_for(lambda: self.texts(".coordinates")[0].startswith("地图中心：北纬 "), "the centre's position")
+
+    def test_other_keys_on_the_map_tell_nothing_and_add_no_listener(self):
+        self.run_js("ostravelMap.map.setView([10, 20], 8, { animate: false }); ostravelMap.map.getContainer().focus(); 0")
+        self.browser.key("ArrowUp", 38)
+        wait_for(lambda: self.texts(".coordinates")[0].startswith("地图中心"), "the centre's position")
+        # The one of the page itself among them.
+        before = self.run_js("ostravelMap.map._events.moveend.length")
+        self.browser.move(700, 400)
+        wait_for(lambda: self.texts(".coordinates")[0].startswith("指针位置"), "the pointer's position")
+        for _ in range(3):
+            self.browser.key("Shift", 16)
+        self.assertEqual(self.run_js("ostravelMap.map._events.moveend.length"), before)
+        self.run_js("ostravelMap.map.setView([11, 20], 8, { animate: false }) && 0")
+        self.assertTrue(self.texts(".coordinates")[0].startswith("指针位置"))
 
 
 if __name__ == "__main__":

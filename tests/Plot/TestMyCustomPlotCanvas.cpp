@@ -1,6 +1,7 @@
 #include "AppConfig.h"
 #include "AppEvent.h"
 #include "Canvas.h"
+#include "CanvasLook.h"
 #include "MyCustomPlot.h"
 
 #include <QMetaMethod>
@@ -511,6 +512,23 @@ private slots:
                     const double b = luminance(background) + 0.05;
                     QVERIFY2(std::max(a, b) / std::min(a, b) > 2.5, qPrintable(colour.name() + background.name()));
                 }
+            }
+        }
+    }
+    void aSelectedAxisDiffersClearlyInBothThemes()
+    {
+        // A third of the way from black to white.
+        constexpr double kClearly = 150;
+        const auto distance = [](const QColor &a, const QColor &b) {
+            return std::hypot(a.red() - b.red(), a.green() - b.green(), a.blue() - b.blue());
+        };
+        for (const MyThemes theme : {lightTheme, darkTheme}) {
+            Canvas c;
+            canvaslook::setTheme(&c.canvas, theme);
+            for (const QCPAxis *const axis : {c.canvas.xAxis, c.canvas.yAxis}) {
+                QVERIFY(distance(axis->selectedTickLabelColor(), axis->tickLabelColor()) > kClearly);
+                QVERIFY(distance(axis->selectedBasePen().color(), axis->basePen().color()) > kClearly);
+                QCOMPARE(axis->selectedLabelColor(), axis->selectedTickLabelColor());
             }
         }
     }

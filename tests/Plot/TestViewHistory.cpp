@@ -113,6 +113,24 @@ private slots:
         c.history->goBack();
         QCOMPARE(c.first.xAxis->range().lower, 0.0);
     }
+    void aClearedHistoryHasNoWayBackOrForward()
+    {
+        TwoCanvases c;
+        c.first.xAxis->setRange(5, 6);
+        c.waitFor(1);
+        c.first.xAxis->setRange(7, 8);
+        c.waitFor(2);
+        c.history->goBack();
+        c.first.xAxis->setRange(20, 21); // not recorded yet
+        c.history->clear();
+        QCOMPARE(c.history->count(), 1);
+        c.history->goBack();
+        QCOMPARE(c.first.xAxis->range().lower, 20.0);
+        c.history->goForward();
+        QCOMPARE(c.first.xAxis->range().lower, 20.0);
+        c.first.xAxis->setRange(5, 6);
+        c.waitFor(1);
+    }
     void theSameViewOnceMoreIsNoStep()
     {
         TwoCanvases c;

@@ -274,6 +274,37 @@ private slots:
         QVERIFY(curve->selection() == selection);
         QVERIFY(window().myPlot()->tracer()->position->coords() == position);
     }
+    void theCrosshairOfAnSvgStaysAtItsSample()
+    {
+        QCPGraph *const curve = show("checkBox_roll", "横滚");
+        click(false);
+        WindowFixture::select(curve);
+        press(Qt::Key_End);
+        // The last sample, 3 at 0.6 seconds, is to the right of the view. The curve leaves the view at a value of 3.5.
+        const double start = double(startDateTime.toSecsSinceEpoch());
+        canvas(false)->xAxis->setRange(start, start + 0.5);
+        canvas(false)->yAxis->setRange(0, 5);
+        canvas(false)->replot();
+        const QPen red(QColor(255, 0, 0), 3);
+        window().myPlot()->tracer()->setPen(red);
+        QSvgRenderer renderer(window().findChild<CanvasPicture *>()->encoded(QStringLiteral("svg")));
+        QImage drawn(renderer.viewBox().size(), QImage::Format_RGB32);
+        drawn.fill(Qt::black);
+        QPainter painter(&drawn);
+        renderer.render(&painter);
+        painter.end();
+        const QRect axes = canvas(false)->axisRect()->rect();
+        const auto redOfRow = [&](double value) {
+            const int row = qRound(canvas(false)->yAxis->coordToPixel(value));
+            int count = 0;
+            for (int x = axes.left(); x <= axes.right(); ++x)
+                count += drawn.pixelColor(x, row) == red.color() ? 1 : 0;
+            return count;
+        };
+        QVERIFY2(redOfRow(3) > axes.width() / 2, qPrintable(QString::number(redOfRow(3))));
+        QVERIFY2(redOfRow(3.5) < axes.width() / 10, qPrintable(QString::number(redOfRow(3.5))));
+        QVERIFY(window().myPlot()->tracer()->graph() == curve);
+    }
     void theDialogStartsBesideTheLog()
     {
         QVERIFY(QDir().mkdir(m_fixture->path(QStringLiteral("flights"))));

@@ -42,6 +42,8 @@ class Map(AnalystTest):
         super().setUp()
         # A folder whose name means something in an address.
         self.program = self.program.parent.rename(self.folder / "程序 1%20#?") / self.program.name
+        # The page follows the program's theme. By night the ground where there is no tile has the colour of the window.
+        (self.program.parent / "config.ini").write_text("[Global]\ntheme=lightTheme\n", encoding="ascii")
         hands = self.folder / "hands"
         hands.mkdir()
         (hands / "xdg-open").write_text(BROWSER, encoding="ascii")
