@@ -171,14 +171,18 @@ void benchGrowth(const QString &folder)
     const QString many = folder + QStringLiteral("/many.txt");
     demo::writeTextLog(few, flight(kFew / demo::kFramesPerSample));
     demo::writeTextLog(many, flight(kMany / demo::kFramesPerSample));
-    bench::Figures perFrame
-        = bench::bestOfSeven([&few] { emptyStore(); read(few); }, [&many] { read(many); }, emptyStore);
+    bench::Figures perFrame = bench::bestOfSeven(
+        [&few] {
+            emptyStore();
+            read(few);
+        },
+        [&many] { read(many); }, emptyStore);
     perFrame.floor *= 1e6 / kFew;
     perFrame.measured *= 1e6 / kMany;
     bench::printRow("growth: a frame of 10^6 against one of 10^5", perFrame, 1.15, "ns");
 
     constexpr double kChannels = 143;
-    const double samples = double {kMany} / demo::kFramesPerSample * kChannels;
+    const double samples = double{kMany} / demo::kFramesPerSample * kChannels;
     bench::printRow("memory of 10^6 frames above the empty program",
                     {samples * sizeof(double) / (1 << 20), memoryOf(many) / (1 << 20)}, 1.6, "MiB");
 }

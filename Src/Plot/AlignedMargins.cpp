@@ -24,7 +24,7 @@ void AlignedMargins::join(QCustomPlot *first, QCustomPlot *second)
 
 int AlignedMargins::commonMargin(QCP::MarginSide side) const
 {
-    // Kept for the layouts of the other canvas. What has changed here since the last layout is not on the screen yet.
+    // The other canvas uses the value of this canvas's last layout, which is what the screen shows.
     const int own = QCPMarginGroup::commonMargin(side);
     m_needed[side] = own;
     return m_other ? std::max(own, m_other->m_needed.value(side)) : own;

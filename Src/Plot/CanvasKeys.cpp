@@ -34,8 +34,8 @@ int indexOfOtherValue(const QCPGraphDataContainer &samples, int index, int direc
 /** Number of the sample nearest to key; of a series that is not empty. O(log n). */
 int indexNear(const QCPGraphDataContainer &samples, double key)
 {
-    // Not findBegin() of the container: a copy of that template in an unoptimised build takes the place of the
-    // library's own, which is called on terms that only the optimised one keeps.
+    // Do not call findBegin() of the container. It is a template, so our copy would replace the library's at link time,
+    // and an unoptimised copy does not fit the optimised library: the next replot crashes.
     const auto it = std::lower_bound(samples.constBegin(), samples.constEnd(), key,
                                      [](const QCPGraphData &sample, double wanted) { return sample.key < wanted; });
     const int after = int(it - samples.constBegin());

@@ -10,12 +10,11 @@ class QKeyEvent;
 /**
  * The keyboard of one canvas. The canvas that was clicked has the focus and takes the keys.
  *
- * | Key | Effect |
- * |---|---|
- * | Left, Right | crosshair of the selected curve to the neighbouring sample; Shift: ten samples; Ctrl: to the next
- * sample of another value | | Home, End | crosshair to the first or last sample | | A | fits the axes to all curves of
- * the canvas | | Backspace, Shift+Backspace, Ctrl+C, Ctrl+Shift+S | emitted as a signal, since they concern both
- * canvases |
+ * - Left, Right: move the crosshair of the selected curve by one sample, with Shift by ten, with Ctrl to the next
+ * sample of another value.
+ * - Home, End: move the crosshair to the first or last sample.
+ * - A: fits the axes to all curves of the canvas.
+ * - Backspace, Shift+Backspace, Ctrl+C, Ctrl+Shift+S: emit a signal, since they concern both canvases.
  *
  * Keys that need a selected curve do nothing without one. Other keys, and other modifiers, pass. Main thread only.
  */

@@ -136,7 +136,7 @@ void dressLegend(QCustomPlot *plot)
     plot->plotLayout()->setRowStretchFactor(1, kLegendStretch);
     legend->setMargins(QMargins(200, 1, 10, 1));
     legend->setBorderPen(QPen(Qt::NoPen));
-    // Without entries its greatest width is that of its margins, and the axis rect above it has the same width.
+    // An empty legend would limit the column, and so the axis rect, to the width of its margins.
     legend->setSizeConstraintRect(QCPLayoutElement::scrOuterRect);
     legend->setMaximumSize(QWIDGETSIZE_MAX - 1, QWIDGETSIZE_MAX);
 }

@@ -9,7 +9,8 @@
  * The views that the user has had of some canvases, as a browser has its pages. A view is the ranges of all axes.
  *
  * A view is recorded when the ranges have been still for kSettleMilliseconds with no mouse button down, so a drag or a
- * series of wheel turns is one step. Keeps the last kMaxViews views. A view without a curve is replaced by the next one. Main thread only.
+ * series of wheel turns is one step. Keeps the last kMaxViews views. A view without a curve is replaced by the next
+ * one. Main thread only.
  */
 class ViewHistory : public QObject
 {

@@ -41,7 +41,6 @@ bool clipLine(QCPGraphData *first, QCPGraphData *second, const QCPRange &keys, c
         else if (directions[i] > 0)
             to = std::min(to, share);
     }
-    // Also where a sample is no number.
     if (!(from <= to))
         return false;
     const QCPGraphData start = *first;

@@ -99,8 +99,8 @@ bool FlightDatabase::open()
     const bool hasJournal = QFileInfo(file + QLatin1String(kJournal)).size() > 0;
     if (hasJournal || QFileInfo::exists(file + QLatin1String(kWriteAheadLog)))
         return openCopy();
-    warn(QStringLiteral(
-        "database uses a write-ahead log, but nothing can be written beside it; it is read as it lies"));
+    warn(
+        QStringLiteral("database uses a write-ahead log, but nothing can be written beside it; it is read as it lies"));
     if (!openFile(immutableName(file), QLatin1String(kImmutable)))
         return false;
     readTables();

@@ -351,7 +351,7 @@ void TestDataListDia::columnsOfManyRowsAreAsWideAsTheTableWouldMakeThem()
     const Fixture fixture;
     DataListDia dialog(nullptr);
     dialog.ensurePolished();
-    const QStringList names {"", "name", "a much longer name than the one before", "名称", "short"};
+    const QStringList names{"", "name", "a much longer name than the one before", "名称", "short"};
     for (int row = 0; row < names.size(); ++row) {
         dialog.addRow(quint8(row * 60), names[row], quint64(row) * 1234567890123U);
         const auto widths = [&dialog] {

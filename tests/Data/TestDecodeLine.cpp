@@ -354,7 +354,8 @@ void TestDecodeLine::longerBadLineIsCutWithItsLength()
     // What looks like a place marker is the line's own text.
     handler.decodeLine(QStringLiteral("%1%2").repeated(100000));
     QVERIFY(log.messages().last().startsWith("error data :%1%2%1%2"));
-    QVERIFY2(log.messages().last().endsWith("%1%2... (400000 characters)"), qPrintable(log.messages().last().right(60)));
+    QVERIFY2(log.messages().last().endsWith("%1%2... (400000 characters)"),
+             qPrintable(log.messages().last().right(60)));
 }
 
 void TestDecodeLine::bracesInABadLineStandAsTheyAre()

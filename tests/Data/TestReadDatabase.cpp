@@ -650,7 +650,8 @@ void TestReadDatabase::folderNamedAsADatabaseLogsThatTheConnectFailed()
              QStringList{"error: database connect failed!"} + kNothingSelected + endOfRead(0, 0, 0));
 }
 
-/** An ordinary user reads the first task: 0 for its one sample of 1.0, 1 when the folder could be written to, else 2. */
+/** An ordinary user reads the first task: 0 for its one sample of 1.0, 1 when the folder could be written to, else 2.
+ */
 static int readOnProtectedMedium(const QString &path)
 {
     return asOrdinaryUser([&path] {
