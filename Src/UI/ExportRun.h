@@ -15,6 +15,7 @@ class ExportRun : public QObject
     Q_OBJECT
 
 public:
+    /** What an export writes. */
     enum Format { Workbook, Text };
 
     /** The window is the parent of the message boxes and must outlive this object. */
@@ -26,7 +27,7 @@ public:
     ExportOperator *exportThread() const { return m_exportThread; }
 
     /**
-     * Writes the store beside a log, under its base name: <name>.xlsx, or text files in the folder <name>-export.
+     * Writes the store beside a log, under its base name: a workbook, or a folder of text files.
      *
      * Says so where nothing has been read. Does nothing while another export runs.
      */

@@ -562,10 +562,12 @@ void TestExcelOperator::whatCannotBeTakenOverIsSetAside()
     QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
     QVERIFY(content(path("x.xlsx.old")) == bytes);
     QCOMPARE(QDir(m_fixture->dir()).entryList(QDir::Files | QDir::Hidden), (QStringList{"x.xlsx", "x.xlsx.old"}));
-    QXlsx::Document document(path("x.xlsx"));
-    QCOMPARE(document.sheetNames(), sheetNamesOfAnExport());
-    QVERIFY(document.selectSheet("0x53-EquipmentStatus"));
-    QVERIFY(sameBits(document.read(2, 16), equipmentGraphs[15]->yvalue().at(0)));
+    {
+        QXlsx::Document document(path("x.xlsx"));
+        QCOMPARE(document.sheetNames(), sheetNamesOfAnExport());
+        QVERIFY(document.selectSheet("0x53-EquipmentStatus"));
+        QVERIFY(sameBits(document.read(2, 16), equipmentGraphs[15]->yvalue().at(0)));
+    }
     QCOMPARE(log.lines().size(), 1);
     QCOMPARE(log.lines().first().level, QStringLiteral("warning"));
     const QString start = path("x.xlsx") + " is kept as " + path("x.xlsx.old") + ": ";
