@@ -69,7 +69,8 @@ private slots:
                 + 4.5e-11 << QStringList{"1", "1.00000000001", "1.00000000002", "1.00000000003", "1.00000000004"};
         QTest::newRow("a thousand million")
             << 0.0 << 1e9 << QStringList{"0", "2e+08", "4e+08", "6e+08", "8e+08", "1e+09"};
-        QTest::newRow("a millionth") << 0.0 << 1e-6 + 1e-12 << QStringList{"0", "2e-07", "4e-07", "6e-07", "8e-07", "1e-06"};
+        QTest::newRow("a millionth") << 0.0 << 1e-6 + 1e-12
+                                     << QStringList{"0", "2e-07", "4e-07", "6e-07", "8e-07", "1e-06"};
     }
     void labelsAreAsLongAsTheyNeedToBe()
     {
