@@ -360,7 +360,7 @@ void MainWindow::contextMenuRequest_2(QPoint pos)
     popUpMenu(new CanvasMenu(m_myPlot_2.get(), CanvasMenu::Lower, this), pos);
 }
 
-void MainWindow::popUpMenu(CanvasMenu *menu, QPoint pos)
+void MainWindow::popUpMenu(CanvasMenu *menu, QPoint pos) const
 {
     connect(menu, &CanvasMenu::penSettingsRequested, this, &MainWindow::settingSlot);
     connect(menu, &CanvasMenu::fontSettingsRequested, this, &MainWindow::settingSlot_2);

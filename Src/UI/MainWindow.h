@@ -124,7 +124,7 @@ private:
     void setUpToolBar();
     void setUpMenus();
     void startUpdate();
-    void popUpMenu(CanvasMenu *menu, QPoint pos);
+    void popUpMenu(CanvasMenu *menu, QPoint pos) const;
 
     std::unique_ptr<Ui::MainWindow> m_ui;
     QString m_filePath;

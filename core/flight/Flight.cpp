@@ -18,7 +18,7 @@ const Series &Flight::samples(std::uint8_t functionCode, int row) const
     int first = 0;
     for (const frame::Layout &layout : frame::kLayouts) {
         if (layout.code == functionCode && row >= 0 && row < layout.rowCount)
-            return m_parts.series[static_cast<std::size_t>(first + row)];
+            return m_parts.series[static_cast<std::size_t>(first) + static_cast<std::size_t>(row)];
         first += layout.rowCount;
     }
     static const Series none;

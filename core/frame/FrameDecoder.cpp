@@ -52,7 +52,10 @@ void FrameDecoder::reserveForLog(qint64 bytes)
 {
     // Ten hours. A size alone is no proof of a flight, and beyond it the steps of the growth no longer count.
     constexpr qint64 kMaxSamples = 200'000;
-    const auto samples = static_cast<int>(std::min(bytes / frame::roundCharacters(), kMaxSamples));
+    constexpr qint64 kRound = frame::roundCharacters();
+    static_assert(kRound > 0);
+    // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): it does not evaluate the constant
+    const auto samples = static_cast<int>(std::min(bytes / kRound, kMaxSamples));
     for (const frame::Layout &layout : frame::kLayouts) {
         if (layout.code == frame::kDifference)
             continue; // takes over the samples of other series

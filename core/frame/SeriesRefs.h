@@ -56,7 +56,7 @@ public:
 private:
     static std::size_t indexOf(std::uint8_t code, int row)
     {
-        return static_cast<std::size_t>(frame::firstRowOf(code) + row);
+        return static_cast<std::size_t>(frame::firstRowOf(code)) + static_cast<std::size_t>(row);
     }
 
     std::array<Series *, static_cast<std::size_t>(frame::rowCount())> m_series{};
