@@ -70,8 +70,7 @@ def python_rows(folder):
 
 def octave_rows(folder):
     """A plot through the loop in which the program keeps Octave, against the time that Octave itself takes for it."""
-    source = (SCRIPTS.parent.parent / "Src" / "MatlabPlot" / "OctaveProcess.cpp").read_text(encoding="utf-8")
-    loop = source.split('R"m(')[1].split(')m"')[0]
+    loop = (SCRIPTS.parent.parent / "Src" / "MatlabPlot" / "OctaveLoop.m").read_text(encoding="utf-8")
     engine = subprocess.Popen(["octave", "--no-gui", "--quiet", "--norc", "--no-history", "--eval", loop], cwd=folder,
                               stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
 

@@ -7,6 +7,10 @@
 #include <exception>
 #include <initializer_list>
 
+#if defined(STANDIN_MSVC)
+#include <windows.h>
+#endif
+
 // As a compiled library sees them: the class has virtual functions, so the pointer follows that to the table of these.
 
 class mwArray
@@ -57,14 +61,34 @@ void noteTheFolder()
 
 error_info s_failure{1, "Undefined function 'plot3'"};
 
+/** Throws as the compiler of the library does. */
+[[noreturn]] void fail()
+{
+#if defined(STANDIN_MSVC)
+    constexpr DWORD kThrownByMsvc = 0xE06D7363;
+    RaiseException(kThrownByMsvc, EXCEPTION_NONCONTINUABLE, 0, nullptr);
+    std::abort(); // never reached
+#else
+    throw mwException(&s_failure);
+#endif
+}
+
 } // namespace
 
-STANDIN_EXPORT bool myMatlabPlotInitialize()
+#if defined(STANDIN_MSVC)
+// standin_msvc.def says what is exported.
+extern "C" bool myMatlabPlotInitialize();
+extern "C"
+#else
+STANDIN_EXPORT
+#endif
+    bool
+    myMatlabPlotInitialize()
 {
     return !told("no start");
 }
 
-#if defined(_WIN32)
+#if defined(_WIN32) && !defined(STANDIN_MSVC)
 __declspec(dllexport)
 #endif
     void myMatlabPlot(const mwArray &a1, const mwArray &a2, const mwArray &a3, const mwArray &a4, const mwArray &a5,
@@ -74,7 +98,7 @@ void myMatlabPlot(const mwArray &a1, const mwArray &a2, const mwArray &a3, const
                   const mwArray &a6, const mwArray &a7, const mwArray &a8)
 {
     if (told("no plot"))
-        throw mwException(&s_failure);
+        fail();
     std::FILE *const file = std::fopen("plots.txt", "ab");
     if (!file)
         return;

@@ -17,6 +17,7 @@
 #include <QMimeData>
 #include <QUrl>
 #include <QtTest>
+#include <algorithm>
 
 namespace
 {
@@ -521,6 +522,10 @@ void TestMainWindowExport::plotDialogsSpeakOfTheLastData()
     QString text;
     m_answer->next([&](QDialog *dialog) {
         before = log.leveledMessages().filter("warning: ");
+        // The worker that loads MATLAB's library may have reported already that there is none.
+        before.erase(std::remove_if(before.begin(), before.end(),
+                                    [](const QString &line) { return line.startsWith("warning: matlab library "); }),
+                     before.end());
         text = dialog->findChild<QLabel *>("label")->text();
     });
     m_fixture->entry("menuTrace", entry.constData())->trigger();

@@ -51,8 +51,8 @@ public:
             R"(^\[(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3})\] \[(\w+)\] \[(\S+) (\d+)\] <([^>]*)> (.*)$)"));
         QList<LogLine> result;
         QString text = QString::fromUtf8(file.readAll());
-        if (text.endsWith(QLatin1Char('\n')))
-            text.chop(1);
+        // Another thread may be writing the last entry: one without a line end does not count yet.
+        text.truncate(text.lastIndexOf(QLatin1Char('\n')));
         if (text.isEmpty())
             return {};
         for (const QString &line : text.split(QLatin1Char('\n'))) {
