@@ -59,7 +59,7 @@ void noteTheFolder()
     std::fclose(file);
 }
 
-error_info s_failure{1, "Undefined function 'plot3'"};
+[[maybe_unused]] error_info s_failure{1, "Undefined function 'plot3'"};
 
 /** Throws as the compiler of the library does. */
 [[noreturn]] void fail()
