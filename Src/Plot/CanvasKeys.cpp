@@ -139,8 +139,8 @@ int CanvasKeys::currentIndex(const QCPGraph &curve) const
 {
     const QCPItemTracer &tracer = *m_control->tracer();
     const QCustomPlot &plot = *m_control->plot();
-    // Start at the crosshair's time, even if it is on another curve. Without a crosshair, start at the last click, or at
-    // the centre of the view when the click was outside the axis rect, for example in the legend.
+    // Start at the crosshair's time, even if it is on another curve. Without a crosshair, start at the last click, or
+    // at the centre of the view when the click was outside the axis rect, for example in the legend.
     if (tracer.visible())
         return indexNear(*curve.data(), tracer.position->key());
     if (plot.axisRect()->rect().contains(m_pressed))

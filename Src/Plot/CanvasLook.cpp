@@ -184,7 +184,8 @@ void setTickLabelFont(QCustomPlot *plot, const QFont &font)
 {
     for (QCPAxis *const axis : {plot->xAxis, plot->yAxis}) {
         axis->setTickLabelFont(font);
-        // The margin is computed for this font, so a larger selected font would be cut off. The colour marks a selection.
+        // The margin is computed for this font, so a larger selected font would be cut off. The colour marks the
+        // selection.
         axis->setSelectedTickLabelFont(font);
     }
 }

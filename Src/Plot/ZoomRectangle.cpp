@@ -5,7 +5,7 @@
 namespace
 {
 
-// The pen's colour may equal the background. The translucent fill is visible in both themes and does not hide the curves.
+// The pen's colour may equal the background. The translucent fill is visible in both themes and does not hide curves.
 const QColor kFillColor(42, 125, 225, 70);
 
 } // namespace
