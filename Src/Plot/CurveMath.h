@@ -6,8 +6,8 @@
 class MyGraph;
 
 /**
- * The calculations of the canvases, without widgets. A null channel counts as empty, and indices outside a series are
- * checked. Main thread only, like the channels.
+ * The calculations of the canvases, without widgets. A null channel counts as empty, and no function reads outside a
+ * series. Main thread only, like the channels.
  */
 namespace curvemath
 {
