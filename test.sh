@@ -41,6 +41,6 @@ install_packages "${packages_build[@]}" "${packages_test[@]}"
 configure "$preset"
 build "$preset" all
 
-# The limit of time is for a test that hangs; tests that need longer set a limit of their own.
+# The timeout is for hanging tests; tests that need longer set their own.
 exec env LC_ALL=C.UTF-8 ctest --preset "$preset" --output-on-failure --no-tests=error \
     --parallel "$(nproc)" --timeout 300 "$@"

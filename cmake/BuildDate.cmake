@@ -1,9 +1,9 @@
-# date_at_link(TARGET SOURCE): compiles SOURCE as part of each link of TARGET, so that __DATE__ and __TIME__ in SOURCE are
-# the date and time of the program's build.
+# date_at_link(TARGET SOURCE): compiles SOURCE as part of each link of TARGET, so that __DATE__ and __TIME__ in SOURCE
+# are the date and time of the program's build.
 #
-# An ordinary object keeps the date of its own compilation; an incremental build does not renew it, and ccache may return
-# an older object. This object is built only by the link step, so a build without changes still does nothing. A library
-# that TARGET links may define the same symbols; the linker prefers the object.
+# An ordinary object keeps the date of its own compilation; an incremental build does not renew it, and ccache may
+# return an older object. This object is built only by the link step, so a build without changes still does nothing. A
+# library that TARGET links may define the same symbols; the linker prefers the object.
 function(date_at_link target source)
     get_filename_component(source ${source} ABSOLUTE)
     get_filename_component(name ${source} NAME)
