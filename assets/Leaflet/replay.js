@@ -1,4 +1,4 @@
-/* The panel's part that runs an aircraft along a track, sample by sample. */
+/* Panel section that moves an aircraft along a track, sample by sample. */
 (function (window) {
     'use strict';
 
@@ -15,8 +15,8 @@
     var last = 0; /* time of the last step */
 
     /*
-     * Direction of flight at a sample, in degrees from north: from it to the first later position that is clearly
-     * another one, at the end from the last earlier one. null for a track that stays in its place.
+     * Direction of flight at a sample, in degrees from north: to the first later position that is clearly different; at
+     * the end of the track, from the last earlier one. null when the track does not move.
      */
     function heading(line, i) {
         var here = line.position(i), n = line.count(), k, way;
