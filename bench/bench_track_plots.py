@@ -69,7 +69,7 @@ def python_rows(folder):
 
 
 def octave_rows(folder):
-    """A plot through the program's Octave loop, compared with the time that Octave itself measures for it."""
+    """A plot through the loop in which the program keeps Octave, against the time that Octave itself takes for it."""
     source = (SCRIPTS.parent.parent / "Src" / "MatlabPlot" / "OctaveProcess.cpp").read_text(encoding="utf-8")
     loop = source.split('R"m(')[1].split(')m"')[0]
     engine = subprocess.Popen(["octave", "--no-gui", "--quiet", "--norc", "--no-history", "--eval", loop], cwd=folder,
