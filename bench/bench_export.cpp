@@ -1,5 +1,5 @@
-// The text export of a two-hour flight, compared with QTextStream alone, and a route of 100,000 waypoints, compared with
-// a minimal dialog with libxlsxwriter.
+// The text export of a two-hour flight, compared with QTextStream alone, and a route of 100,000 waypoints, compared
+// with a minimal dialog with libxlsxwriter.
 
 #include "Bench.h"
 #include "ChannelStore.h"

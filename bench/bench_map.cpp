@@ -104,8 +104,8 @@ QWidget *viewOf(const QWidget &dialog)
 }
 
 /**
- * Whether the page shows a colour in a narrow strip in the middle, which a track that fits the view crosses. A picture of
- * the whole page would slow down the page itself.
+ * Whether the page shows a colour in a narrow strip in the middle, which a track that fits the view crosses. A picture
+ * of the whole page would slow down the page itself.
  */
 bool shows(const QWidget &dialog, QRgb colour)
 {

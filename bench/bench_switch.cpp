@@ -1,4 +1,5 @@
-// Time from a click on a switch of the data settings to the painted curve, and gaps in the switch's animation meanwhile.
+// Time from a click on a switch of the data settings to the painted curve, and gaps in the switch's animation
+// meanwhile.
 
 #include "AppConfig.h"
 #include "Bench.h"

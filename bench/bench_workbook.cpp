@@ -1,4 +1,5 @@
-// The workbook of a two-hour flight, compared with libxlsxwriter in constant-memory mode with the same cells and formats.
+// The workbook of a two-hour flight, compared with libxlsxwriter in constant-memory mode with the same cells and
+// formats.
 
 #include "Bench.h"
 #include "QXlsx.h"
