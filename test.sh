@@ -8,8 +8,7 @@ usage() {
     cat <<'USAGE'
 Usage: ./test.sh [--debug | --release | --asan | --tsan] [-- CTEST-ARGUMENT...]
 
-Installs what is missing (Debian 12), builds and runs every test. The build is that of the preset named, debug when
-none is: with assertions, without optimisation. Examples:
+Installs missing packages (Debian 12), builds and runs all tests. Builds the given preset, by default debug. Examples:
 
   ./test.sh --asan              under the address and undefined-behaviour sanitizers
   ./test.sh -- -R Store         the tests whose names contain Store

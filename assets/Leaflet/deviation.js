@@ -17,7 +17,7 @@
     var o = window.mapPage;
     var RADIAN = Math.PI / 180;
     var A = geodesic.A, E2 = geodesic.F * (2 - geodesic.F);
-    var SLICE = 40; /* milliseconds of work before the page may draw again */
+    var SLICE = 40; /* milliseconds per time slice */
     /* Blue to red, suitable for colour-blind users. */
     var COLOURS = ['#313695', '#4a90c4', '#9fd0e6', '#fdd17a', '#f26b3f', '#a50026'];
 

@@ -3,9 +3,9 @@
     'use strict';
 
     var o = window.mapPage, map = o.map, form = o.form;
-    var RATES = [1, 5, 25, 100, 500, 2500]; /* samples a second; the page is told no times */
-    var STEADY = 2; /* metres between the positions that a heading is taken from: less is the noise of a fix */
-    var SEARCH = 500; /* samples that are looked at for them */
+    var RATES = [1, 5, 25, 100, 500, 2500]; /* samples per second; the page does not get the times of samples */
+    var STEADY = 2; /* minimum distance in metres for a heading; smaller differences are GPS noise */
+    var SEARCH = 500; /* maximum number of samples to search for that distance */
     var parts = {};
     var track = null;
     var at = 0;

@@ -3,7 +3,7 @@
     'use strict';
 
     var o = window.mapPage, map = o.map, form = o.form;
-    var MAX_CONVERTED = 5000; /* points of a track that may become a route */
+    var MAX_CONVERTED = 5000; /* maximum number of points of a track that can be converted to a route */
     var rows = []; /* { line, box, name, length } in the panel, in the order of the routes */
     var removed = null;
     var parts = {};

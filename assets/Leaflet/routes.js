@@ -5,7 +5,7 @@
     /* Maximum number of points with markers, which are page elements. Longer routes show only the line. */
     var MARKED = 500;
     var LABELLED = 100; /* maximum number of points of a route with labels on its legs */
-    var ON_SVG = 500; /* points; a longer line is drawn on the canvas */
+    var ON_SVG = 500; /* maximum number of points of an SVG line; longer lines are drawn on the canvas */
 
     var o = window.mapPage, map = o.map;
     var MODE_TEXTS = {
@@ -222,7 +222,7 @@
             o.lines.push(growing);
             rubber.addTo(map);
         } else if (map.latLngToContainerPoint(growing.last()).distanceTo(map.latLngToContainerPoint(latlng)) < 4) {
-            return; /* the second half of a double click */
+            return; /* second click of a double click */
         }
         growing.add(latlng);
         rubber.setLatLngs([]);

@@ -8,8 +8,8 @@
     'use strict';
 
     var MAX_BYTES = 100 * 1024 * 1024;
-    var MAX_LINES = 200; /* in one file: each is a row of the panel */
-    var MAX_DEPTH = 20; /* of geometry collections */
+    var MAX_LINES = 200; /* lines per file; each is a row of the panel */
+    var MAX_DEPTH = 20; /* nesting of geometry collections */
 
     var o = window.mapPage;
 

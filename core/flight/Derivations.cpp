@@ -149,7 +149,7 @@ ClockReading readClock(const SeriesRefs &series, int intervalMs)
     if (i == n)
         return reading;
 
-    constexpr int kYearOfClock = 2023; // the aircraft's own year is not trusted
+    constexpr int kYearOfClock = 2023; // the year of the aircraft's clock is not used
     constexpr qint64 kDayMs = 24 * 60 * 60 * 1000;
     reading.sample = i;
     const QTime time(static_cast<int>(status(series, kHours).at(i)), static_cast<int>(status(series, kMinutes).at(i)),
@@ -179,11 +179,11 @@ std::optional<LocalFrame> findOrigin(const SeriesRefs &series)
 
 Track makeTrack(const SeriesRefs &series, const LocalFrame &frame)
 {
-    constexpr double kMinSatellites = 10.0;
+    constexpr double kSatelliteThreshold = 10.0;
     constexpr double kSidewaysLimit = 1000.0;
     const Series &satellites = attitude(series, kSatellites);
     const auto fix
-        = std::find_if(satellites.begin(), satellites.end(), [](double count) { return count > kMinSatellites; });
+        = std::find_if(satellites.begin(), satellites.end(), [](double count) { return count > kSatelliteThreshold; });
     const int start = fix != satellites.end() ? static_cast<int>(fix - satellites.begin()) : 0;
     return trackBetween(series, frame, start, attitude(series, kLng).size(), kSidewaysLimit);
 }

@@ -110,7 +110,7 @@ private:
     std::unique_ptr<QTemporaryDir> m_copy;
     QStringList m_tables; // names of ordinary tables, in lower case
     QString m_error; // why m_tables could not be read
-    QString m_queryError; // of the last query
+    QString m_queryError; // error of the last query
 };
 
 } // namespace ostravel

@@ -52,7 +52,7 @@ bool LineReader::next(QString &line)
             take(line, kMaxCharacters);
             return true;
         }
-        searched = m_text.size() - m_start; // fill() moves the started line to the front
+        searched = m_text.size() - m_start; // fill() moves the incomplete line to the front
         if (fill())
             continue;
         if (m_stream != nullptr)

@@ -40,8 +40,8 @@ private:
 
     QFile &m_file;
     QByteArray m_text; // buffer of bytes read from the file
-    qint64 m_position = 0; // of m_text in the file
-    int m_start = 0; // of the next line in m_text
+    qint64 m_position = 0; // file offset of m_text
+    int m_start = 0; // offset of the next line in m_text
     bool m_returns = false; // m_text may hold carriage returns
     std::unique_ptr<QTextStream> m_stream;
 };

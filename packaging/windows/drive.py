@@ -107,7 +107,7 @@ def select_and_read(program, name):
     window("Ostravel")
     key("ctrl+r")
     program.wait_for_log("decode data finished")
-    # The report has no title of its own.
+    # The report has the same title as the main window.
     wait_for(lambda: len(windows("Ostravel")) > 1, "the report", LIMIT)
     time.sleep(1)
     key("Escape")
