@@ -8,13 +8,13 @@ usage() {
     cat <<'USAGE'
 Usage: ./bench.sh [NAME...]
 
-Installs what is missing (Debian 12), builds the release preset, runs the benchmarks (all, or those named, as in
-./bench.sh read plot for bench_read and bench_plot) and prints one table. Run it on a machine that does nothing else.
+Installs missing packages (Debian 12), builds the release preset, runs all benchmarks or those named (./bench.sh read
+plot runs bench_read and bench_plot) and prints one table. Run it on a machine that does nothing else.
 
-A benchmark is a program build/release/bench/bench_*. On its standard output a line
+A benchmark is a program build/release/bench/bench_*. Lines of its standard output of the form
     name | floor | measured | ratio | target
-is a row of the table; everything else that it says goes to build/logs/bench.log. A benchmark that cannot be built is
-named, with the package that is missing.
+are rows of the table; all other output goes to build/logs/bench.log. Benchmarks that cannot be built are listed with
+the missing package.
 USAGE
 }
 
@@ -53,12 +53,12 @@ mkdir -p "$log_dir"
 : >"$log"
 rows=()
 failed=()
-# The program under measurement leaves a log where it runs.
+# The measured program writes its log to the working directory.
 cd "$folder"
 for program in "${programs[@]}"; do
     name=${program##*/}
     [ -x "$program" ] || fail "There is no benchmark $name." "Names are: $(find "$folder" -maxdepth 1 -type f -name 'bench_*' -printf '%f ' | sort)"
-    # On the screen only: a table in a file or a pipe stays a table.
+    # Only on a terminal, so that redirected output contains just the table.
     [ ! -t 2 ] || printf 'Running %s\n' "$name" >&2
     if ! output=$(QT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen} LC_ALL=C.UTF-8 "$program" 2>>"$log" </dev/null); then
         failed+=("$name")

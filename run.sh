@@ -8,8 +8,8 @@ usage() {
     cat <<'USAGE'
 Usage: ./run.sh [--build-only]
 
-Installs what is missing (Debian 12), builds Ostravel, makes a demo flight and starts the program. Without a display
-the program runs on a virtual screen, where it opens the demo flight, shows fifteen curves and leaves a screenshot.
+Installs missing packages (Debian 12), builds Ostravel, makes a demo flight and starts the program. Without a display
+the program runs on a virtual screen, opens the demo flight, shows fifteen curves and saves a screenshot.
 
   --build-only   stop after the build
 USAGE
@@ -53,7 +53,7 @@ flights=$root/demo-flights
 flight=$flights/demo-flight.txt
 
 make_flight() {
-    # Under another name first: a flight that was interrupted half way must not look finished.
+    # Uses a temporary name, so that an interrupted run does not leave a partial flight.
     "$generator" log --minutes 120 --seed 1 "$flights/.unfinished.txt" && mv "$flights/.unfinished.txt" "$flight"
 }
 
@@ -66,7 +66,7 @@ if [ ! -s "$tiles" ]; then
 fi
 say "Demo flight: $flight"
 
-# From the folder of the flights, since the program's file dialog opens where it was started.
+# The program's file dialog opens in the working directory.
 cd "$flights"
 if $on_screen; then
     say "Starting Ostravel: Ctrl+O selects the flight, Ctrl+R reads it, the boxes at the left show curves"

@@ -8,8 +8,7 @@ usage() {
     cat <<'USAGE'
 Usage: ./test.sh [--debug | --release | --asan | --tsan] [-- CTEST-ARGUMENT...]
 
-Installs what is missing (Debian 12), builds and runs every test. The build is that of the preset named, debug when
-none is: with assertions, without optimisation. Examples:
+Installs missing packages (Debian 12), builds and runs all tests. Builds the given preset, by default debug. Examples:
 
   ./test.sh --asan              under the address and undefined-behaviour sanitizers
   ./test.sh -- -R Store         the tests whose names contain Store
@@ -41,6 +40,6 @@ install_packages "${packages_build[@]}" "${packages_test[@]}"
 configure "$preset"
 build "$preset" all
 
-# The limit of time is for a test that hangs; tests that need longer set a limit of their own.
+# The timeout is for hanging tests; tests that need longer set their own.
 exec env LC_ALL=C.UTF-8 ctest --preset "$preset" --output-on-failure --no-tests=error \
     --parallel "$(nproc)" --timeout 300 "$@"

@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <cstdio>
 
-/** Ratios of a measured work to a floor that is timed in the same run, since machines differ and are noisy. */
+/** Compares work with a baseline ("floor") that is timed in the same run, because machines differ and are noisy. */
 namespace bench
 {
 
-/** Milliseconds, or whatever unit the row names. */
+/** In milliseconds, or in the unit of the row. */
 struct Figures {
     double floor;
     double measured;
@@ -18,7 +18,7 @@ struct Figures {
 
 inline constexpr int kRuns = 7;
 
-/** Milliseconds that one call takes. */
+/** Duration of one call in milliseconds. */
 template <typename Work>
 double milliseconds(Work &&work)
 {
@@ -31,9 +31,9 @@ double milliseconds(Work &&work)
 inline void nothing() { }
 
 /**
- * Best of seven for the floor and for the work, run in turn, so that both meet the same weather.
+ * Best of seven runs of the floor and of the work, alternating, so that both run under the same conditions.
  *
- * @param prepare runs untimed before each work
+ * @param prepare called before each run of the work; not timed
  */
 template <typename Floor, typename Work, typename Prepare = void (*)()>
 Figures bestOfSeven(Floor &&floor, Work &&work, Prepare &&prepare = nothing)
@@ -49,7 +49,7 @@ Figures bestOfSeven(Floor &&floor, Work &&work, Prepare &&prepare = nothing)
     return best;
 }
 
-/** A row of the table: the target is the greatest ratio allowed. */
+/** Prints a row of the table. @param target maximum ratio */
 inline void printRow(const char *name, const Figures &figures, double target, const char *unit = "ms")
 {
     std::printf("%s | %.1f %s | %.1f %s | %.2f | at most %.2f\n", name, figures.floor, unit, figures.measured, unit,
@@ -57,7 +57,7 @@ inline void printRow(const char *name, const Figures &figures, double target, co
     std::fflush(stdout);
 }
 
-/** A row with a plain limit instead of a floor. */
+/** Prints a row with an absolute limit instead of a floor. */
 inline void printLimit(const char *name, double measured, double limit, const char *unit = "ms")
 {
     std::printf("%s | - | %.1f %s | - | at most %.1f %s\n", name, measured, unit, limit, unit);

@@ -1,4 +1,4 @@
-// The data settings dialog against its own form with check boxes in place of the switches.
+// The data settings dialog, compared with its form with plain check boxes instead of switches.
 
 #include "AppConfig.h"
 #include "Bench.h"
@@ -13,7 +13,7 @@
 
 #include <spdlog/spdlog.h>
 
-// The form once more under other names, with a plain check box wherever it asks for a switch.
+// Includes the form a second time under other names, with QCheckBox instead of SwitchButton.
 #define SwitchButton QCheckBox
 #define Ui_GlobalSettingDialog Ui_PlainDialog
 #define GlobalSettingDialog PlainDialog
@@ -102,7 +102,7 @@ int main(int argc, char *argv[])
     QTranslator translator;
     translator.load(QStringLiteral(":/Ostravel_zh.qm"));
     QApplication::installTranslator(&translator);
-    // The table is on the standard output too.
+    // The log must not mix with the table on the standard output.
     spdlog::set_level(spdlog::level::off);
     initData();
 

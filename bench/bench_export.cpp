@@ -1,5 +1,5 @@
-// The text export of a two-hour flight against QTextStream alone, and a route of 100,000 waypoints against a bare
-// dialog with libxlsxwriter.
+// The text export of a two-hour flight, compared with QTextStream alone, and a route of 100,000 waypoints, compared
+// with a minimal dialog with libxlsxwriter.
 
 #include "Bench.h"
 #include "ChannelStore.h"
@@ -39,11 +39,11 @@ constexpr double kTextTarget = 0.5;
 constexpr double kRouteTarget = 1.3;
 constexpr int kMinutes = 120;
 constexpr int kWaypoints = 100000;
-/** The bare dialog paints its table for every row, which takes a quarter of an hour for the whole route. */
+/** The minimal dialog repaints its table for every row; the whole route would take a quarter of an hour. */
 constexpr int kBareWaypoints = 1000;
 constexpr int kColumns = 9;
 
-/** The numbers and nothing else, by the stream whose digits they have. */
+/** Writes the same text with QTextStream alone. */
 void streamNumbers(const QVector<ExportGroup> &groups, const QString &dir)
 {
     for (const ExportGroup &group : groups) {
@@ -102,7 +102,7 @@ void measureText(const QTemporaryDir &folder)
     }
 }
 
-/** The same rows, progress, events and cells as the route converter, with nothing of ours but the arithmetic. */
+/** Does the same work as the route converter, using only our geodesy functions. */
 class BareDialog : public QDialog
 {
 public:
@@ -127,7 +127,7 @@ public:
             std::exit(1);
         const QJsonArray route
             = QJsonDocument::fromJson(file.readAll()).object().value(QLatin1String("cartographic")).toArray();
-        m_bar->setRange(1, (kWaypoints + 1) * 100); // so that it is painted as seldom as for the whole route
+        m_bar->setRange(1, (kWaypoints + 1) * 100); // so that it is repainted as rarely as for the whole route
         while (m_table->rowCount() > 0)
             m_table->removeRow(m_table->rowCount() - 1);
         lxw_workbook *const workbook = workbook_new(workbookPath.constData());
@@ -174,7 +174,7 @@ private:
     QProgressBar *m_bar;
 };
 
-/** One run each, the bare dialog's on the first hundredth of the route and taken a hundred times. */
+/** One run each. The minimal dialog runs on 1 % of the route, and its time is multiplied by 100. */
 void measureRoute(const QTemporaryDir &folder)
 {
     const QString whole = folder.filePath(QStringLiteral("route.json"));

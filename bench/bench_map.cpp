@@ -1,5 +1,5 @@
-// The map for a flight of ten hours: from the click on the track button to the text that the web engine is given and on
-// to the drawn line; how long an opening takes, and what it costs in all processes of the program.
+// The map for a flight of ten hours: time from the click on the track button to the script text for the web engine and
+// to the drawn line, time to open the map, and memory of all processes of the program.
 
 #include "AppConfig.h"
 #include "Bench.h"
@@ -33,10 +33,10 @@ namespace
 constexpr int kSamples = 180000;
 constexpr double kTextTarget = 1.3;
 constexpr int kMoreOpenings = 10;
-constexpr int kPatience = 60000; // milliseconds that anything may take before the benchmark gives up
-constexpr int kGlance = 4; // milliseconds between two looks at the page
+constexpr int kTimeoutMs = 60000; // the benchmark fails when a step takes longer
+constexpr int kPollIntervalMs = 4;
 
-constexpr QRgb kGround = qRgb(0xee, 0xf1, 0xf3); // of the page, where no tile is
+constexpr QRgb kBackground = qRgb(0xee, 0xf1, 0xf3); // of the page, where there is no tile
 constexpr QRgb kTrack = qRgb(0xd8, 0x1b, 0x60);
 
 std::size_t handedOver = 0;
@@ -46,7 +46,7 @@ QVector<double> &samples(const char *name)
     return attitudeGraphs[frame::rowOf(frame::kAttitude, name)]->yvalue();
 }
 
-/** Orbits that drift, in whole 1e-7 degrees as the frames have them. */
+/** Fills the store with drifting orbits, in multiples of 1e-7 degrees as in frames. */
 void fillStore()
 {
     for (int i = 0; i < kSamples; ++i) {
@@ -55,7 +55,7 @@ void fillStore()
     }
 }
 
-/** Array, text and one trip through UTF-16, which the page calls need. */
+/** The minimum work of a page call: fill the array, convert it to text and to UTF-16. */
 void floorWork()
 {
     const QVector<double> &lat = samples("PGS_GPS_Lat");
@@ -75,7 +75,7 @@ void floorWork()
     std::_Exit(1);
 }
 
-/** In an event loop, as in the program: the engine's requests pass through it. */
+/** Waits in an event loop, because the engine's requests are processed there. */
 template <typename Probe>
 void waitFor(Probe &&probe, const char *what)
 {
@@ -86,14 +86,14 @@ void waitFor(Probe &&probe, const char *what)
     QObject::connect(&timer, &QTimer::timeout, &loop, [&] {
         if (probe())
             loop.quit();
-        else if (patience.elapsed() > kPatience)
+        else if (patience.elapsed() > kTimeoutMs)
             giveUp(what);
     });
-    timer.start(kGlance);
+    timer.start(kPollIntervalMs);
     loop.exec();
 }
 
-/** The engine's view in a dialog, or null while there is none. */
+/** The engine's view in a dialog; null when it does not exist. */
 QWidget *viewOf(const QWidget &dialog)
 {
     for (QWidget *const widget : dialog.findChildren<QWidget *>()) {
@@ -103,7 +103,10 @@ QWidget *viewOf(const QWidget &dialog)
     return nullptr;
 }
 
-/** In a strip down the middle, which a track that fits the view crosses: a whole picture takes the page's own time. */
+/**
+ * Whether the page shows a colour in a narrow strip in the middle, which a track that fits the view crosses. A picture
+ * of the whole page would slow down the page itself.
+ */
 bool shows(const QWidget &dialog, QRgb colour)
 {
     QWidget *const view = viewOf(dialog);
@@ -122,18 +125,18 @@ bool shows(const QWidget &dialog, QRgb colour)
 MapWidget *open(QWidget &window)
 {
     auto *const map = new MapWidget(&window);
-    waitFor([map] { return shows(*map, kGround); }, "the page");
+    waitFor([map] { return shows(*map, kBackground); }, "the page");
     return map;
 }
 
-/** As a user does, from the event loop: the dialog stays under the window. */
+/** Closes the dialog like a user, from the event loop. */
 void close(MapWidget &map)
 {
     QTimer::singleShot(0, &map, &MapWidget::reject);
     waitFor([&map] { return !viewOf(map); }, "the page to go");
 }
 
-/** This process and all that it started, or that those started. */
+/** This process and all its descendants. */
 QVector<int> processes()
 {
     QMap<int, QVector<int>> children;
@@ -150,7 +153,7 @@ QVector<int> processes()
     return found;
 }
 
-/** Megabytes that all of them take; what several share counts once. */
+/** Proportional memory (PSS) of all processes, in megabytes. */
 double memory()
 {
     double kilobytes = 0;
@@ -166,7 +169,7 @@ double memory()
     return kilobytes * 1024 / 1e6;
 }
 
-/** The same, once it stands still for a second. */
+/** The same, after it has been stable for a second. */
 double settledMemory()
 {
     double last = 0;
@@ -182,9 +185,9 @@ double settledMemory()
     return now;
 }
 
-// ---- Work of processes of their own: the engine starts once in each ----
+// ---- Functions that run in separate processes, because the engine starts only once per process ----
 
-/** Prints the milliseconds of the first opening, of the second, and from the click to the line. */
+/** Prints milliseconds: first opening, second opening, click to drawn line. */
 int showTimes(QWidget &window)
 {
     MapWidget *map = nullptr;
@@ -245,7 +248,7 @@ QByteArray outputOfSelf(const char *what)
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process.start(QCoreApplication::applicationFilePath(), {QString::fromLatin1(what)});
-    if (!process.waitForFinished(20 * kPatience) || process.exitCode() != 0)
+    if (!process.waitForFinished(20 * kTimeoutMs) || process.exitCode() != 0)
         giveUp(what);
     return process.readAllStandardOutput();
 }
@@ -266,7 +269,7 @@ void benchTimes()
 
 int main(int argc, char *argv[])
 {
-    // A map as large as on a user's screen.
+    // A map of realistic size.
     if (qEnvironmentVariableIsEmpty("DISPLAY")) {
         qputenv("QT_QPA_PLATFORM", "xcb");
         char screen[] = "-screen 0 1920x1080x24";
@@ -275,7 +278,7 @@ int main(int argc, char *argv[])
         giveUp("xvfb-run");
     }
     QApplication application(argc, argv);
-    // The table is on the standard output too.
+    // The log must not mix with the table on the standard output.
     spdlog::set_level(spdlog::level::off);
     initData();
     fillStore();

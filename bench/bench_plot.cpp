@@ -15,8 +15,7 @@
 #include <spdlog/sinks/stdout_color_sinks.h>
 #include <spdlog/spdlog.h>
 
-// The floor is a QCustomPlot with the same axes, legend, curves and pens, driven by hand: what is left between the two
-// is the price of the controller.
+// The floor is a QCustomPlot with the same axes, legend, curves and pens, but without the controller.
 
 namespace
 {
@@ -26,7 +25,7 @@ constexpr int kTenHours = 180000;
 constexpr QSize kOneCanvas(1500, 700);
 constexpr qint64 kStart = 1700000000;
 
-/** A slow swing with noise of a fixed seed, as an attitude in flight. */
+/** A slow oscillation with noise of a fixed seed, similar to an attitude in flight. */
 QVector<double> flight(int samples, int seed)
 {
     QVector<double> values(samples);
@@ -44,7 +43,7 @@ QPen thin(const QColor &color, Qt::PenStyle style = Qt::SolidLine)
     return {QBrush(color), 1, style};
 }
 
-/** A canvas dressed by hand as the night theme looks. */
+/** A plain canvas styled like the night theme. */
 std::unique_ptr<QCustomPlot> bareCanvas(const QSize &size, const QCustomPlot &pattern)
 {
     auto plot = std::make_unique<QCustomPlot>();
@@ -124,7 +123,7 @@ void measureShow(MyCustomPlot &control, MyGraph *channel)
         addBareCurve(*bare, channel->graphName(), keys, values, pen)->rescaleAxes();
         bare->replot();
     };
-    // Both canvases are emptied outside of the clock.
+    // Both canvases are cleared outside the timed section.
     const auto clear = [&] { bare->clearGraphs(); };
     bench::Figures best{1e9, 1e9};
     for (int run = 0; run < bench::kRuns; ++run) {
@@ -156,7 +155,7 @@ void measureMouseMove(MyCustomPlot &control)
     select(control.plot()->graph(0));
     AppConfig::getInstance().setShowFactor(true);
 
-    // The pointer stands at the left edge, where the search for the rise runs through the whole series.
+    // The pointer is at the left edge, where the search for the rise time scans the whole series.
     const auto left = static_cast<double>(control.plot()->axisRect()->left());
     double column = left;
     const auto moveTo = [&](QCustomPlot &plot, double x) {
@@ -237,7 +236,7 @@ void measureRisingTime(MyGraph *actual)
 int main(int argc, char *argv[])
 {
     QApplication application(argc, argv);
-    // Standard output is for the table.
+    // The standard output is for the table.
     spdlog::set_default_logger(spdlog::stderr_color_mt("bench"));
     QTranslator translator;
     if (!translator.load(QStringLiteral(":/Ostravel_zh.qm")))

@@ -1,4 +1,4 @@
-// A whole read of a flight, from a text log and from a database, against what the event loop and SQLite take alone.
+// A complete read of a flight from a text log and from a database, compared with the event loop and SQLite alone.
 
 #include "AppConfig.h"
 #include "Bench.h"
@@ -50,7 +50,7 @@ void runEventLoop(int times)
         QCoreApplication::processEvents();
 }
 
-/** What the window does with the progress of a read. */
+/** Updates the dialog like the main window does. */
 void driveProgress(QProgressDialog &dialog, int now, int total)
 {
     dialog.setValue(now);
@@ -68,7 +68,7 @@ std::unique_ptr<QProgressDialog> makeProgress()
     return dialog;
 }
 
-/** Ticks the first task of the list that comes up, and confirms. */
+/** Selects the first task in the list dialog and confirms. */
 void answerTaskList()
 {
     QTimer::singleShot(0, qApp, [] {
@@ -90,7 +90,7 @@ qint64 residentBytes()
     return file.readAll().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE);
 }
 
-/** In a process of its own, which ends after it: the bytes that a read takes above the empty program. */
+/** Prints the bytes of memory that a read needs. Runs in a separate process. */
 int printMemoryOf(const QString &path)
 {
     const qint64 before = residentBytes();
@@ -104,7 +104,7 @@ double memoryOf(const QString &path)
     QProcess process;
     process.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--memory"), path});
     process.waitForFinished(-1);
-    return process.readAllStandardOutput().trimmed().split('\n').last().toDouble(); // behind the log's lines
+    return process.readAllStandardOutput().trimmed().split('\n').last().toDouble(); // after the log lines
 }
 
 double scriptSeconds(const QString &path)

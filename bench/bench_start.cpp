@@ -1,4 +1,4 @@
-// From the start of a process to its painted window, and from a click on a check box to the painted curve.
+// Time from the start of a process to its painted window, and from a click on a check box to the painted curve.
 
 #include "AppConfig.h"
 #include "Bench.h"
@@ -85,7 +85,7 @@ void benchClick()
     demo::writeTextLog(log, options);
     DataHandler().readDataSlot(log);
 
-    auto *const window = new MainWindow(nullptr); // its destructor ends the run, which this process does itself
+    auto *const window = new MainWindow(nullptr); // never deleted: its destructor would shut down the application
     window->show();
     QCoreApplication::processEvents();
     dataRead = true;

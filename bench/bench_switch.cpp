@@ -1,4 +1,5 @@
-// From a click on a switch of the data settings to the painted curve, and what the switch's own glide makes of it.
+// Time from a click on a switch of the data settings to the painted curve, and gaps in the switch's animation
+// meanwhile.
 
 #include "AppConfig.h"
 #include "Bench.h"
@@ -25,7 +26,7 @@ namespace
 constexpr double kCurveLimit = 50;
 constexpr double kTickLimit = 90;
 
-/** Counts the paintings of a widget. */
+/** Counts the paint events of a widget. */
 class PaintCount : public QObject
 {
 public:
@@ -57,7 +58,7 @@ bool glides(const SwitchButton *button)
     return button->findChild<QTimer *>()->isActive();
 }
 
-/** All switches of a tab in turn, each pressed while the one before it still glides. */
+/** Clicks all switches of a tab, each while the previous one is still animated. */
 void measure(const QList<SwitchButton *> &buttons, const QWidget *canvas, const PaintCount &paintings)
 {
     double slowestCurve = 0;
@@ -103,7 +104,7 @@ int main(int argc, char *argv[])
     demo::writeTextLog(log, options);
     DataHandler().readDataSlot(log);
 
-    auto *const window = new MainWindow(nullptr); // its destructor ends the run, which this process does itself
+    auto *const window = new MainWindow(nullptr); // never deleted: its destructor would shut down the application
     window->show();
     dataRead = true;
     GlobalSettingDialog dialog(window);

@@ -1,4 +1,4 @@
-// Tiles a second that the tile service hands out to one client, while it is held to one processor.
+// Tiles per second that the tile service delivers to one client, on one processor.
 
 #include "DemoTiles.h"
 
@@ -19,7 +19,7 @@ namespace
 constexpr int kRuns = 7;
 constexpr int kTiles = 2000;
 
-/** Read one answer. @return whether it is a whole tile */
+/** Reads one response. @return whether it is a complete tile */
 bool readTile(QTcpSocket &socket)
 {
     QByteArray answer;
@@ -37,14 +37,14 @@ bool readTile(QTcpSocket &socket)
     }
 }
 
-/** Tiles a second, or 0 when one of them did not come. */
+/** Tiles per second, or 0 when a tile was missing. */
 double run(quint16 port)
 {
     QTcpSocket socket;
     socket.connectToHost(QStringLiteral("127.0.0.1"), port);
     if (!socket.waitForConnected(5000))
         return 0;
-    // Around the middle of the demo map at a level where it has nine by nine tiles.
+    // The centre of the demo map at a zoom level with nine by nine tiles.
     constexpr int kColumn = 13376;
     constexpr int kRow = 6545;
     QElapsedTimer timer;
@@ -78,7 +78,7 @@ int main(int argc, char *argv[])
         || !demo::writeTiles(folder.filePath(QStringLiteral("tiles/demo.mbtiles"))))
         return failed("cannot prepare the tiles");
 
-    // One processor for both: what the client takes of it counts against the service.
+    // One processor for both, so the client's work counts against the service.
     cpu_set_t one;
     CPU_ZERO(&one);
     CPU_SET(0, &one);

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""Times the outside plots against their engines drawing the same arrays bare. Needs a screen; makes one when it can.
+"""Compares the Python and Octave plots with minimal scripts that draw the same arrays. Uses Xvfb without a display.
 
-bench_track_plots.py: prints rows "name | floor | measured | ratio | target". A two-hour track; best of seven, in turn.
+Prints rows "name | floor | measured | ratio | target" for a two-hour track: best of seven, alternating.
 """
 
 import math
@@ -16,7 +16,7 @@ RUNS = 7
 SAMPLES = 2 * 3600 * 5
 SCRIPTS = Path(__file__).resolve().parent.parent / "assets" / "myPlot"
 
-# What an analyst would type: import, read, draw, show. Both sides end as soon as the window is drawn.
+# A minimal script: import, read, draw, show. Both sides end as soon as the window is drawn.
 BARE = {
     "Height": "plt.plot(z)",
     "XY": "plt.plot(x, y); plt.axis('equal')",
@@ -57,7 +57,7 @@ def best(floor, work):
 def python_rows(folder):
     shell = dict(os.environ, PATH=f"{SCRIPTS / 'shell'}:{os.environ['PATH']}")
     script = folder / "pythonPlot.py"
-    # The script itself, but for its end: the wait for the user becomes the wait for the first drawing.
+    # The original script, but it ends after the first drawing instead of waiting for the user.
     text = (SCRIPTS / "pythonPlot.py").read_text(encoding="utf-8")
     script.write_text(text.replace("        plt.show()\n", "        plt.gcf().canvas.mpl_connect('draw_event', "
                                    "lambda event: __import__('os')._exit(0))\n        plt.show()\n"), encoding="utf-8")

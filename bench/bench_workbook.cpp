@@ -1,4 +1,5 @@
-// The workbook of a two-hour flight against libxlsxwriter in its constant-memory mode with the same cells and formats.
+// The workbook of a two-hour flight, compared with libxlsxwriter in constant-memory mode with the same cells and
+// formats.
 
 #include "Bench.h"
 #include "QXlsx.h"
@@ -24,7 +25,7 @@ struct Sheet {
     std::vector<std::vector<double>> values; // by column
 };
 
-/** Sheets of the export's shape with channels as recorders make them: whole numbers that wander, times a scale. */
+/** Sheets like those of the export. Channels are random walks of integers times a scale, similar to recorded data. */
 std::vector<Sheet> flight()
 {
     std::vector<Sheet> sheets{
@@ -63,7 +64,7 @@ void writeOurs(const std::vector<Sheet> &sheets, const QString &path)
     number.setHorizontalAlignment(Format::AlignHCenter);
 
     QXlsx::Document document;
-    // Theirs can do the same only by widths that the caller works out.
+    // libxlsxwriter cannot fit columns by itself; the caller has to compute the widths.
     QXlsx::Document::SheetView view;
     view.frozenRows = 1;
     view.fitColumns = true;
@@ -111,7 +112,7 @@ void writeTheirs(const std::vector<Sheet> &sheets, const QByteArray &path)
         std::exit(1);
 }
 
-/** A line of the process's own figures, in MiB. */
+/** A field of /proc/self/status in MiB. */
 double statusMiB(const char *field)
 {
     QFile status(QStringLiteral("/proc/self/status"));
@@ -122,7 +123,7 @@ double statusMiB(const char *field)
     return 0;
 }
 
-/** The most memory that a work takes above what is in use before it. */
+/** Peak memory of some work above the memory in use before it. */
 template <typename Work>
 double peakMiB(Work work)
 {

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""The decode of a text log as an analyst would script it: the standard library's struct, one list a channel.
+"""Decodes a text log with a simple Python script: struct from the standard library, one list per channel.
 
-Prints the seconds that it took. It knows the six recorded frames and nothing of repair, tracks or differences.
+Prints the duration in seconds. Decodes the six recorded frames; has no repair, tracks or differences.
 """
 import struct
 import sys

@@ -1,4 +1,4 @@
-# Everything about how our own code is compiled. Third-party headers come in as SYSTEM and are left alone.
+# Compiler settings of our own code. Third-party headers are included as SYSTEM, without warnings.
 
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -13,8 +13,8 @@ option(OSTRAVEL_WERROR "Treat warnings in our own code as errors" ${PROJECT_IS_T
 option(OSTRAVEL_LTO "Link the program and the benchmarks with link-time optimisation" OFF)
 set(OSTRAVEL_SANITIZE "" CACHE STRING "Sanitizers for everything of ours, e.g. address,undefined")
 
-# A precompiled header is only cacheable when ccache may look past its time stamps. The one source that uses the time of
-# the build is compiled past the cache (BuildDate.cmake).
+# ccache caches precompiled headers only when it may ignore time stamps. The only source that uses the build time is
+# compiled without the cache (BuildDate.cmake).
 find_program(CCACHE ccache)
 if(CCACHE)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
@@ -34,8 +34,8 @@ if(OSTRAVEL_SANITIZE)
     target_link_options(build_options INTERFACE -fsanitize=${OSTRAVEL_SANITIZE})
 endif()
 
-# Fat objects: the program is linked with link-time optimisation, the many test programs without, which keeps the
-# build quick.
+# Fat objects: only the program and the benchmarks are linked with link-time optimisation. The many test programs link
+# faster without it.
 add_library(link_time_optimisation INTERFACE)
 if(OSTRAVEL_LTO)
     target_compile_options(build_options INTERFACE -flto=auto -ffat-lto-objects)

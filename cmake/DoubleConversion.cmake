@@ -1,4 +1,4 @@
-# Debian's package ships a CMake config; elsewhere the library is looked for by its files.
+# Uses the CMake config of the package (Debian has one), otherwise searches for the files of the library.
 find_package(double-conversion QUIET)
 if(NOT TARGET double-conversion::double-conversion)
     find_path(DOUBLE_CONVERSION_INCLUDE double-conversion/double-conversion.h REQUIRED)

@@ -1,4 +1,4 @@
-# Upstream installs a CMake config; Debian leaves it out, so that the library is looked for by its files.
+# Uses upstream's CMake config. Debian does not ship it, so the files of the library are searched for.
 find_package(GeographicLib QUIET CONFIG)
 if(TARGET GeographicLib::GeographicLib)
     return()

@@ -1,7 +1,6 @@
-# Programs that run while the product is built, and folders of the machine that builds: never those of the system that it
-# is built for.
+# Programs and folders of the build machine. In a cross build they must not be taken from the target system.
 
-# Qt's own tools come with its Qt5::Core; the compiler of catalogues is no part of a cross-built Qt.
+# moc, uic and rcc come with Qt5::Core, but a cross-built Qt has no lrelease.
 find_program(LRELEASE lrelease HINTS /usr/lib/qt5/bin NO_CMAKE_FIND_ROOT_PATH REQUIRED)
 
 find_path(QDARKSTYLE_DIR dark/darkstyle.qrc REQUIRED

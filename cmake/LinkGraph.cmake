@@ -1,6 +1,6 @@
-# ostravel_link_graph(FILE FOLDER...): writes what links what, a line for each target of these folders with its name, its
-# sources, what it links, what it passes on to those who link it, and its include path, parted by tabs. tests/architecture
-# holds the includes against it.
+# ostravel_link_graph(FILE FOLDER...): writes the link graph of the targets of these folders, one line per target: name,
+# sources, linked libraries, interface libraries, and include path, separated by tabs. tests/architecture checks the
+# includes against it.
 function(ostravel_link_graph file)
     set(lines "")
     foreach(folder ${ARGN})
@@ -26,8 +26,8 @@ function(ostravel_link_graph file)
     file(GENERATE OUTPUT ${file} CONTENT "${lines}")
 endfunction()
 
-# The items of a target's list but for generator expressions, among them the private links of static libraries, which
-# concern the linker alone.
+# The items of a list property without generator expressions. This drops the private links of static libraries, which
+# matter only to the linker.
 function(ostravel_plain_items variable target property)
     get_target_property(items ${target} ${property})
     if(NOT items)

@@ -1,4 +1,4 @@
-# zlib's own zip library. Elsewhere it comes with a CMake config; Debian's is looked for by its files.
+# zlib's zip library. Uses its CMake config if there is one; Debian has none, so its files are searched for.
 find_package(unofficial-minizip QUIET CONFIG)
 add_library(ostravel_minizip INTERFACE)
 if(TARGET unofficial::minizip::minizip)

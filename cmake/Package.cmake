@@ -1,6 +1,5 @@
-# What a user gets: one folder that runs wherever it is unpacked, with everything beside the executable, as the program
-# looks for it. "cmake --install build/release --prefix FOLDER" lays it out, "ninja -C build/release package" makes the
-# tarball.
+# The installed files: one relocatable folder with everything beside the executable, where the program expects it.
+# "cmake --install build/release --prefix FOLDER" installs it, "ninja -C build/release package" makes the tarball.
 if(NOT UNIX OR APPLE)
     return()
 endif()
@@ -10,13 +9,13 @@ if(TARGET ostravel_web)
     install(TARGETS ostravel_web LIBRARY DESTINATION .)
 endif()
 install(DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/Leaflet DESTINATION .)
-# From the sources: a program that ran in the build has left its track files beside the scripts there.
+# From the source folder: the copy in the build folder may contain track files of a program run.
 install(DIRECTORY assets/myPlot DESTINATION . USE_SOURCE_PERMISSIONS
     PATTERN CMakeLists.txt EXCLUDE PATTERN __pycache__ EXCLUDE)
 install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/README.html DESTINATION . OPTIONAL)
 install(PROGRAMS assets/linux/ostravel.sh DESTINATION .)
 install(FILES assets/linux/ostravel.desktop LICENSE DESTINATION .)
-# Of others is what the program brings along: the map's page and, compiled in, the style sheets.
+# Licences of bundled third-party files: Leaflet in the map page, and the compiled-in style sheets.
 foreach(package libjs-leaflet python3-qdarkstyle)
     install(FILES /usr/share/doc/${package}/copyright DESTINATION licences RENAME ${package}.txt OPTIONAL)
 endforeach()

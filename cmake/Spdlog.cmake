@@ -1,4 +1,4 @@
-# The logging library: a compiled one with a CMake config as Debian has it, else its headers alone, with fmt's beside.
+# The logging library: compiled, with a CMake config (Debian), otherwise header-only together with fmt.
 find_package(spdlog QUIET CONFIG)
 if(NOT TARGET spdlog::spdlog)
     find_path(SPDLOG_INCLUDE spdlog/spdlog.h REQUIRED)

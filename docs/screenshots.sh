@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Takes the pictures of the manual from the running program, in both themes, on a virtual screen of its own.
+# Takes the manual's screenshots of the running program on a virtual screen, in both themes.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # shellcheck source=scripts/common.sh
@@ -9,9 +9,9 @@ usage() {
     cat <<'USAGE'
 Usage: docs/screenshots.sh [--sizes | PICTURE...]
 
-Installs what is missing (Debian 12), builds Ostravel and takes all pictures of docs/screens, or those that are named:
-docs/screenshots.sh main-curves calculators. The build that follows puts them into the manual. With --sizes it takes
-docs/screens/sizes instead: the main window at the sizes of screen that users have.
+Installs missing packages (Debian 12), builds Ostravel and takes all pictures of docs/screens, or only those named:
+docs/screenshots.sh main-curves calculators. The next build adds them to the manual. With --sizes it takes
+docs/screens/sizes instead: the main window at common screen sizes.
 USAGE
 }
 

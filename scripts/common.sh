@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What run.sh, test.sh and bench.sh share: one line a step, long output into a log, configure and build.
+# Functions shared by run.sh, test.sh and bench.sh: steps with one line of output and a log file, configure and build.
 # Sourced from the top folder of the checkout.
 
 root=$PWD
@@ -12,14 +12,14 @@ say() {
     printf '%s\n' "$*"
 }
 
-# fail WHAT HINT: the last words of a step that went wrong, and what to do about it.
+# fail WHAT HINT: prints an error and a hint, then exits.
 fail() {
     printf '\n%s\nWhat to do: %s\n' "$1" "$2" >&2
     exit 1
 }
 
-# step NAME TEXT HINT COMMAND...: says TEXT, runs the command with its output in build/logs/NAME.log.
-# On failure the end of the log is shown with its path and HINT, and the script ends.
+# step NAME TEXT HINT COMMAND...: prints TEXT and runs the command with its output in build/logs/NAME.log.
+# On failure prints the end of the log, its path and HINT, then exits.
 step() {
     local name=$1 text=$2 hint=$3 log
     shift 3
@@ -32,11 +32,11 @@ step() {
     fi
 }
 
-# configure PRESET: only when there is nothing yet, the presets changed, or other packages are installed than the last
-# time: what is not installed is left out of the build. Changes of the CMake files themselves are seen by the build.
+# configure PRESET: configures only when there is no build folder, the presets have changed, or the set of installed
+# packages has changed (parts with missing packages are not built). The build detects changes of the CMake files itself.
 configure() {
     local preset=$1 dir=$root/build/$1 missing
-    # The cache's own time does not move when a configure changes nothing, hence a stamp.
+    # A stamp, because CMake does not touch its cache file when nothing in it changes.
     local stamp=$dir/.configured
     missing=$(missing_packages "${packages_build[@]}" "${packages_test[@]}" "${packages_bench[@]}")
     if [ -f "$dir/CMakeCache.txt" ] && [ -f "$dir/build.ninja" ] && [ "$stamp" -nt CMakePresets.json ] &&
@@ -49,7 +49,7 @@ configure() {
     printf '%s\n' "$missing" >"$stamp"
 }
 
-# build PRESET TARGET...: silent when everything is up to date.
+# build PRESET TARGET...: builds; prints nothing when everything is up to date.
 build() {
     local preset=$1 dir=$root/build/$1 plan first=""
     shift

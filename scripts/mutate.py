@@ -1,9 +1,9 @@
 #!/usr/bin/python3
-"""Measures what the tests notice: changes one token of the program at a time and runs the tests of its folder.
+"""Mutation testing: changes one token of the program at a time and runs the tests of its folder.
 
-Each mutant is one seeded change of core/ or Src/ (a comparison, a constant, a removed call, two calls or two arguments
-in the other order), built in a clone of HEAD under build/mutants. A test that fails, crashes or hangs kills it. Mutants
-that cannot change the behaviour stand in tests/mutants.txt, where it exists, with their reason and count as equivalent.
+Each mutant is one randomly chosen change (by --seed) in core/ or Src/: a comparison, a constant, a removed call, or two
+swapped calls or arguments. It is built in a clone of HEAD under build/mutants. A test that fails, crashes or hangs
+kills it. Mutants that cannot change the behaviour are listed with a reason in tests/mutants.txt and count as equivalent.
 
     scripts/mutate.py --count 300 --seed 1            # everywhere
     scripts/mutate.py --count 20 Src/Plot core/frame  # in these folders
@@ -23,13 +23,13 @@ ROOT = Path(__file__).resolve().parent.parent
 WORK = ROOT / "build" / "mutants"
 TREE = WORK / "tree"
 KNOWN = ROOT / "tests" / "mutants.txt"
-TEST_LIMIT = 120  # seconds of one test program; a mutant that hangs is killed by it
+TEST_LIMIT = 120  # seconds per test program; a hanging mutant counts as killed
 
 Mutant = collections.namedtuple("Mutant", "path line kind before after lines")
 
 COMPARISONS = {"<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "==", "&&": "||", "||": "&&"}
 ARITHMETIC = {"+": "-", "-": "+", "*": "/", "/": "*", "+=": "-=", "-=": "+="}
-# With blanks on both sides, as the formatter writes binary operators; brackets of templates have none.
+# With spaces on both sides, as clang-format writes binary operators; template brackets have none.
 _COMPARISON = re.compile(r"(?<= )(<=|>=|==|!=|&&|\|\||<|>)(?= )")
 _ARITHMETIC = re.compile(r"(?<=[\w)\]] )(\+=|-=|\+|-|\*|/)(?= [\w(])")
 _CONSTANT = re.compile(r"(?<![\w.'\"])(\d+\.\d+|\d+|true|false)(?![\w.'\"])")
@@ -39,7 +39,7 @@ _ARGUMENTS = re.compile(r"(?<=\()([A-Za-z_][\w.]*), ([A-Za-z_][\w.]*)(?=\))")
 
 
 def code_of(line):
-    """The line without its string literals and its comment, at the same columns."""
+    """The line with string contents and comments replaced by spaces, so that columns do not change."""
     line = re.sub(r'"(?:\\.|[^"\\])*"', lambda found: '"' + " " * (len(found[0]) - 2) + '"', line)
     return re.sub(r"//.*", lambda found: " " * len(found[0]), line)
 
@@ -98,7 +98,7 @@ def run(command, limit=None, **options):
 
 
 def tests_of(path):
-    """The test programs of the folder that mirrors the source's."""
+    """The test programs of the folder that mirrors the source's folder."""
     folder = path.parent.relative_to("Src") if path.parts[0] == "Src" else path.parent
     return sorted(test.stem for test in (TREE / "tests" / folder).glob("Test*.cpp"))
 
@@ -114,12 +114,12 @@ def prepare(build):
                    stdout=subprocess.DEVNULL)
     if not build:
         return
-    # Built once, so that a mutant costs its own source and the links.
+    # Built once, so that each mutant only recompiles its own source and relinks.
     subprocess.run(["ninja", "-C", "build/debug", "tests/all"], cwd=TREE, check=True, stdout=subprocess.DEVNULL)
 
 
 def known_equivalents():
-    """Lines "path | code before | code after | reason"; the reason is for people."""
+    """Reads lines "path | code before | code after | reason"; the reason is only documentation."""
     if not KNOWN.exists():
         return set()
     rows = (line.split(" | ") for line in KNOWN.read_text(encoding="utf-8").splitlines() if " | " in line)
@@ -156,7 +156,7 @@ def sample(options):
     chooser = random.Random(options.seed)
     for kind in found.values():
         chooser.shuffle(kind)
-    # A kind in turn, so that constants, of which there are most, do not crowd out the others.
+    # Takes the kinds in turn, because constants are by far the most frequent.
     chosen = []
     kinds = sorted(found)
     while len(chosen) < options.count and any(found.values()):

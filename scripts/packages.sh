@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# The one place that names Debian packages. Sourced by scripts/common.sh; never run by itself.
+# All Debian packages that the scripts install. Sourced by scripts/common.sh; not run by itself.
 # shellcheck disable=SC2034  # the lists are read by the scripts that source this file
 
 packages_build=(
@@ -10,7 +10,7 @@ packages_build=(
     fonts-noto-cjk python3-matplotlib python3-numpy octave fonts-freefont-otf xdg-utils pandoc
 )
 
-# What a virtual screen needs, and the hands and eyes that work on it; xvfb-run asks for xauth, which xvfb only recommends.
+# A virtual screen and the tools that operate on it. xvfb-run needs xauth, which xvfb only recommends.
 packages_screen=(xvfb xauth openbox xdotool at-spi2-core python3-pyatspi dbus dbus-x11 imagemagick)
 
 packages_test=(
@@ -21,16 +21,16 @@ packages_test=(
 # The track plots are measured on a virtual screen.
 packages_bench=(xvfb xauth libxlsxwriter-dev python3-xlsxwriter python3-openpyxl)
 
-# The Windows package is built with these, on top of the others, and driven under Wine with the rest.
+# In addition to the others: packages_windows to build the Windows package, packages_wine to test it under Wine.
 packages_windows=(g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev libz-mingw-w64-dev dpkg-dev tcl zip)
 packages_wine=("${packages_screen[@]}" wine wine64 libwine fonts-wine fonts-noto-cjk locales xclip unzip)
 
 packages_deeper=(clang gcovr valgrind)
 
-# missing_packages NAME...: prints those that are not installed, one a line.
+# missing_packages NAME...: prints the packages that are not installed, one per line.
 missing_packages() {
     local installed name
-    # dpkg-query fails when it knows one of the names not at all; what it does know is printed all the same.
+    # dpkg-query fails when a name is unknown, but still prints the known ones.
     installed=$(dpkg-query -W -f='${db:Status-Status} ${Package}\n' "$@" 2>/dev/null || true)
     for name in "$@"; do
         case $'\n'$installed$'\n' in
@@ -40,7 +40,7 @@ missing_packages() {
     done
 }
 
-# install_packages NAME...: installs what is missing and nothing else.
+# install_packages NAME...: installs the missing packages.
 install_packages() {
     local missing=() as_root=()
     if ! command -v dpkg-query >/dev/null; then
@@ -54,7 +54,7 @@ install_packages() {
     if [ "$(id -u)" -ne 0 ]; then
         local hint="As root: apt-get update && apt-get install --no-install-recommends ${missing[*]}"
         command -v sudo >/dev/null || fail "${#missing[@]} Debian packages are missing and there is no sudo." "$hint"
-        # Once in the open, where sudo can ask for the password; the steps below have no terminal.
+        # Lets sudo ask for the password here, because the steps below have no terminal.
         sudo true || fail "${#missing[@]} Debian packages are missing and sudo does not let you install them." "$hint"
         as_root=(sudo)
     fi

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Drives the program on a virtual screen: opens a flight, shows fifteen curves, leaves a screenshot and quits."""
+"""Runs the program on a virtual screen: opens a flight, shows fifteen curves, takes a screenshot and quits."""
 
 import argparse
 import re
@@ -31,7 +31,7 @@ def show(app, desktop, flight, screenshot):
     for box in boxes:
         box.click()
         wait_for(lambda box=box: box.checked, f"{box} to be ticked")
-    # A click answers when its curve is drawn; a further round trip says that the last one is on the screen too.
+    # A click returns when its curve is drawn; one more round trip makes sure that the last curve is on the screen.
     desktop.move(*boxes[-1].centre)
     app.find(role="status bar")
     desktop.screenshot(screenshot)

@@ -1,8 +1,8 @@
 #!/usr/bin/python3
-"""Takes pictures of the main window at the sizes of screen that users have, in both themes.
+"""Takes screenshots of the main window at common screen sizes, in both themes.
 
-A two-hour demo flight on a screen of 1366x768, of 1920x1080, and of 2732x1536 at scale factor 2: the window as it
-starts, the fifteen curves, the same far zoomed in, and the rectangle of the touch mode.
+A two-hour demo flight on screens of 1366x768, 1920x1080, and 2732x1536 with scale factor 2: the window after the start,
+fifteen curves, the same zoomed in, and the zoom rectangle of touch mode.
 """
 
 import argparse
@@ -22,7 +22,7 @@ SIZES = {"1366x768": ((1366, 768), 1), "1920x1080": ((1920, 1080), 1), "scale-2"
 
 
 class SizePhotographer(Photographer):
-    """A walk in which nothing depends on the size of the screen. The accessibility bus gives places before scaling."""
+    """A Photographer that does not depend on the screen size. Accessibility positions are unscaled."""
 
     def __init__(self, scale, *arguments):
         super().__init__(*arguments)
@@ -45,7 +45,7 @@ class SizePhotographer(Photographer):
                 wait_for(lambda box=box: box.checked, f"{box} to be ticked")
 
     def touch_mode(self):
-        """The configuration only ticks the box of the dialog; a change of the box switches the mode."""
+        """Switches touch mode on in the dialog; a value in config.ini only ticks the box."""
         self.tool_bar("ViewSetting", "显示设置")
         box = self.app.find("触摸模式", role="check box")
         self.click(box)
@@ -104,7 +104,7 @@ def run(theme, size, touch, options):
     folder = Path(tempfile.mkdtemp(prefix="ostravel-sizes-"))
     try:
         program = install_copy(options.bin / "Ostravel", folder / "bin")
-        # The name of the file stands in the status bar.
+        # A fixed folder, because the status bar shows the path.
         work = Path(tempfile.gettempdir()) / "ostravel-flights"
         shutil.rmtree(work, ignore_errors=True)
         work.mkdir()
@@ -139,7 +139,7 @@ def main():
     if options.theme and options.size:
         run(options.theme, options.size, options.touch, options)
         return 0
-    # A process has one screen in its life, since the accessibility library stays with the first bus that it meets.
+    # One process per screen, because the accessibility library stays connected to its first bus.
     for theme in [options.theme] if options.theme else THEMES:
         for size in [options.size] if options.size else SIZES:
             for touch in ([], ["--touch"]):

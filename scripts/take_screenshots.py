@@ -1,8 +1,8 @@
 #!/usr/bin/python3
-"""Takes the manual's pictures: the real program on a virtual screen, each of its windows in both themes.
+"""Takes the manual's screenshots: the real program on a virtual screen, all windows in both themes.
 
-The same demo flight, the same sizes and the same clicks each time. What differs between two runs is what differs in the
-program: the random colour of a channel without a partner, the date of the build.
+Each run uses the same demo flight, sizes and clicks. Two runs differ only in the random colours of some channels and
+the build date.
 """
 
 import argparse
@@ -23,7 +23,7 @@ from harness import Desktop, Picture, Rect, WaitFailed, install_copy, tool, wait
 
 SCREEN = 1600, 1000
 READ_LIMIT = 300.0  # seconds
-ENGINE_LIMIT = 120.0  # seconds for GNU Octave to come up on a machine that never had it
+ENGINE_LIMIT = 120.0  # seconds for the first start of GNU Octave on a machine
 THEMES = {"day": "lightTheme", "night": "darkTheme"}
 MENUS = {"file": "文件(F)", "view": "视图(V)", "setting": "设置(S)", "trace": "轨迹(T)", "other": "其他(O)",
          "help": "帮助(H)"}
@@ -34,12 +34,13 @@ ROLL, ROLL_COLOUR = "横滚", (255, 255, 0)
 ROLL_DIFF, ROLL_DIFF_COLOUR = "横滚差值", (255, 0, 0)
 SELECTED = (80, 80, 255)  # the plot library's pen of a selected curve
 COLOURS, FREQUENT = 256, 64
-RECORDED = 1689670865  # when the demo flights were recorded, as the file dialog shows it
+RECORDED = 1689670865  # time stamp of the demo flights in the file dialog
 
 
 def few_colours(data):
-    """The same in as many colours as a palette has: the most frequent, so that plain surfaces stay exact, then the one
-    that is worst off, again and again, so that thin curves and small icons keep theirs. The others take the nearest."""
+    """Reduces a picture to a palette. The most frequent colours come first, so that plain areas stay exact; then
+    repeatedly the colour with the largest weighted error, so that thin curves and small icons keep their colours. All
+    other colours are replaced by the nearest."""
     packed = data.reshape(-1, 3).astype(numpy.int32) @ numpy.array([65536, 256, 1])
     values, place, counts = numpy.unique(packed, return_inverse=True, return_counts=True)
     parts = numpy.stack([values >> 16, values >> 8 & 255, values & 255], axis=1)
@@ -64,12 +65,12 @@ class Photographer:
         self.theme = theme
         self.folder = folder
         self.wanted = wanted
-        self.raw = raw  # the screen as it was last
+        self.raw = raw  # file of the last screenshot
 
     # ---- pictures ----
 
     def take(self, name, rect=None):
-        """The screen, or a part of it, once it does not change any more; the walk goes on from there."""
+        """Waits until the screen does not change any more, then saves it or a part of it."""
         last = [None]
 
         def settled():
@@ -81,7 +82,7 @@ class Photographer:
         self.keep(name, rect)
 
     def keep(self, name, rect=None):
-        """As a picture with a palette, which is a third of the size."""
+        """Saves the last screenshot with a palette, which makes it about a third of the size."""
         if self.wanted and name not in self.wanted:
             return
         data = few_colours(Picture(self.raw).part(rect))
@@ -92,11 +93,11 @@ class Photographer:
         print(target.name, flush=True)
 
     def frame(self):
-        """The place of the window that has the focus, with what the window manager draws around it."""
+        """The geometry of the focused window, including its decorations."""
         window = self.desktop.xdotool("getactivewindow").strip()
         shell = self.desktop.xdotool("getwindowgeometry", "--shell", window)
         values = dict(line.split("=") for line in shell.split())
-        # A title above, a narrow border elsewhere, those of the window manager's own theme. The tool counts them twice.
+        # Title bar and borders of the window manager's default theme; xdotool counts them twice.
         return Rect(int(values["X"]) - 2, int(values["Y"]) - 40, int(values["WIDTH"]) + 2, int(values["HEIGHT"]) + 21)
 
     def take_window(self, name):
@@ -106,10 +107,10 @@ class Photographer:
     def aside(self):
         self.desktop.move(SCREEN[0] - 2, SCREEN[1] - 2)
 
-    # ---- ways through the program ----
+    # ---- actions ----
 
     def window(self, title):
-        """Waits for a window with that title to have the focus."""
+        """Waits until a window with this title has the focus."""
         def active():
             window = self.desktop.xdotool("getactivewindow", check=False).strip()
             return window and self.desktop.xdotool("getwindowname", window, check=False).strip() == title
@@ -172,7 +173,7 @@ class Photographer:
                     canvas.width * 8 // 10, canvas.height * 8 // 10)
 
     def click_curve(self, name, colour, canvas):
-        """Selects a curve by a click on a point of it, as near to the canvas's middle as can be. The point."""
+        """Selects a curve by a click near the middle of the canvas. Returns the point."""
         picture = self.desktop.screenshot(self.raw)
         middle = canvas.x + canvas.width // 2
         points = sorted(picture.pixels(colour, self.drawing(canvas), 5), key=lambda point: abs(point[0] - middle))
@@ -186,8 +187,8 @@ class Photographer:
                 continue  # another curve crosses here
         raise WaitFailed(f"no point of {name} can be clicked")
 
-    def give_up_selection(self, canvas):
-        """Clicks beside the curves until none is drawn with the pen of a selected one."""
+    def clear_selection(self, canvas):
+        """Clicks beside the curves until no curve has the pen of a selected one."""
         area = self.drawing(canvas)
         for share in (0.1, 0.9, 0.3, 0.7, 0.5):
             self.desktop.click(area.x + area.width // 3, area.y + int(area.height * share))
@@ -197,9 +198,9 @@ class Photographer:
                 return
             except WaitFailed:
                 continue  # there was a curve
-        raise WaitFailed("the selection cannot be given up")
+        raise WaitFailed("the selection cannot be cleared")
 
-    # ---- the pictures, in the order of a walk through the program ----
+    # ---- the pictures, in the order in which they are taken ----
 
     def before_a_read(self):
         self.window("Ostravel")
@@ -264,7 +265,7 @@ class Photographer:
 
         self.clear()
         self.tick("横滚", "目标横滚", "横滚差值")
-        # Turn by turn of the wheel, into the middle of the flight.
+        # Zooms into the middle of the flight with the wheel.
         x, y = first.x + first.width // 2, first.y + first.height // 2
         self.desktop.move(x, y)
         for _ in range(9):
@@ -289,7 +290,7 @@ class Photographer:
         self.take_window("pen")
         self.close("设置")
 
-        self.give_up_selection(first)
+        self.clear_selection(first)
         x, y = first.x + first.width // 3, first.y + first.height // 3
         self.desktop.move(x - 30, y)
         self.desktop.move(x, y)
@@ -300,13 +301,13 @@ class Photographer:
         self.desktop.click(*at, button=3)
         self.take("menu-curve-second", Rect(at[0] - 240, at[1] - 320, 640, 400))
         self.desktop.key("Escape")
-        self.give_up_selection(second)
+        self.clear_selection(second)
         self.axis_menu(first)
         self.legend()
         self.clear()
 
     def axis_menu(self, canvas):
-        # The line of the value axis stands at the left of the drawing.
+        # The line of the value axis is at the left of the plot.
         picture = self.desktop.screenshot(self.raw)
         line = (255, 255, 255) if self.theme == "night" else (0, 0, 0)
         columns = {}
@@ -322,7 +323,7 @@ class Photographer:
         self.window("设置")
         self.take_window("font")
         self.close("设置")
-        self.give_up_selection(canvas)
+        self.clear_selection(canvas)
 
     def legend(self):
         first, _ = self.canvases()
@@ -331,10 +332,10 @@ class Photographer:
         self.window("修改标签")
         self.take_window("rename")
         self.close("修改标签")
-        self.give_up_selection(first)
+        self.clear_selection(first)
 
     def legend_entry(self, canvas):
-        """A point of the first line that the legend shows."""
+        """A point of the first entry of the legend."""
         strip = Rect(canvas.x + canvas.width // 10, canvas.y + canvas.height - 30, canvas.width * 8 // 10, 28)
         data = self.desktop.screenshot(self.raw).part(strip).astype(int)
         there = numpy.abs(data - data[0, 0]).max(axis=2) > 60
@@ -348,13 +349,13 @@ class Photographer:
         self.desktop.click(label.x + label.width + 60, label.y + label.height // 2)
         self.close("曲线设置")
         first, _ = self.canvases()
-        # Its colour is random, but it is the only curve: whatever is in the legend selects it.
+        # The curve's colour is random, but it is the only curve, so any legend entry selects it.
         self.desktop.click(*self.legend_entry(first))
         self.desktop.move(first.x + first.width // 2 - 30, first.y + first.height // 2)
         self.desktop.move(first.x + first.width // 2, first.y + first.height // 2)
         wait_for(self.app.tool_tip, "the read-out")
         self.take("read-out-mode", Rect(first.x + first.width // 2 - 420, first.y, 840, first.height))
-        self.give_up_selection(first)
+        self.clear_selection(first)
 
     def settings(self):
         self.tool_bar("GolbalSetting", "曲线设置")
@@ -406,7 +407,7 @@ class Photographer:
         area = Rect(0, 22, start.rect.x - 20, SCREEN[1] - 22)
 
         def tiles_shown():
-            # Without tiles most of the map is plain.
+            # Without tiles most of the map has one colour.
             packed = self.desktop.screenshot(self.raw).part(area).reshape(-1, 3) @ numpy.array([65536, 256, 1])
             return numpy.unique(packed, return_counts=True)[1].max() < 0.4 * len(packed)
 
@@ -458,7 +459,7 @@ class Photographer:
 
     def calculate(self):
         def fill(label, value, number=0):
-            """Types into the edit to the right of a label."""
+            """Types into the edit on the right of a label."""
             place = sorted((found.rect for found in self.app.find_all(label, role="label")),
                            key=lambda rect: rect.y)[number]
             edit = min((edit.rect for edit in self.app.find_all(role="text")
@@ -554,7 +555,7 @@ def walk(theme, program, demo, out, wanted, work):
 
 
 def run(theme, options):
-    # The file dialog shows it, so its name is the same each time.
+    # A fixed folder, because the file dialog shows the path.
     folder = Path(tempfile.gettempdir()) / "ostravel-screenshots"
     folder.mkdir()
     try:
@@ -580,7 +581,7 @@ def main():
     if options.theme:
         run(options.theme, options)
         return 0
-    # A process has one screen in its life, since the accessibility library stays with the first bus that it meets.
+    # One process per screen, because the accessibility library stays connected to its first bus.
     for theme in THEMES:
         if subprocess.run([sys.executable, "-W", "ignore", *sys.argv, "--theme", theme]).returncode != 0:
             return 1

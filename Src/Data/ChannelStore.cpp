@@ -37,7 +37,7 @@ QColor targetColor(Qt::red);
 namespace
 {
 
-/** What findGraphByCode takes for the equipment group as well. */
+/** Alternative code of the equipment group in findGraphByCode(). */
 constexpr quint8 kEquipmentAlias = 0x10;
 
 template <std::size_t Count>
@@ -54,7 +54,7 @@ constexpr std::array kGroups{
     ChannelGroup{frame::kBackup, &backupGraph, 1},
 };
 
-/** Made with the channels, so that a line of a log looks up nothing. */
+/** Filled by initData(), so that decoding a line needs no lookup. */
 ostravel::SeriesRefs seriesOfChannels;
 
 MyGraph *findInGroup(const ChannelGroup &group, const QString &graphName)
@@ -74,7 +74,7 @@ const std::array<ChannelGroup, 9> &channelGroups()
 
 const ChannelGroup *channelGroup(quint8 functionCode)
 {
-    // NOLINTNEXTLINE(readability-qualified-auto): a pointer with this library only
+    // NOLINTNEXTLINE(readability-qualified-auto): the iterator is a pointer only in some standard libraries
     const auto found = std::find_if(kGroups.begin(), kGroups.end(),
                                     [functionCode](const ChannelGroup &group) { return group.code == functionCode; });
     return found != kGroups.end() ? &*found : nullptr;

@@ -11,11 +11,11 @@
 
 /**
  * @file
- * The program's one body of telemetry: a channel for each row of the field tables, and what belongs to the flight as a
- * whole. There is one flight in memory at a time.
+ * The telemetry of the current flight: one channel for each row of the field tables, and the values of the whole
+ * flight. Only one flight is in memory at a time.
  *
- * A sample is known by its index; its time is startDateTime in whole seconds plus index * interval / 1000.
- * All of it is written on the main thread only, with no lock.
+ * The time of a sample is startDateTime in whole seconds plus index * interval / 1000.
+ * Written on the main thread only, without a lock.
  */
 
 /** The channels by function code, in the row order of the tables. Valid between initData and clearData. */
@@ -36,16 +36,16 @@ extern MyGraph *equipmentGraphs[16];
 extern bool selectedPlaneEnabled;
 extern quint8 selectedPlaneId;
 ///@}
-/** The user has set startDateTime, so a log does not. */
+/** Whether the user has set startDateTime. A read then does not change it. */
 extern bool startTimeFromUser;
 /** Time of sample 0 of every channel. */
 extern QDateTime startDateTime;
 /** Interval of a new channel, in milliseconds. */
 extern int sampleInterval;
-/** A decode has finished and the store may be shown. */
+/** Whether a read has finished and the channels may be shown. */
 extern bool dataRead;
 
-/** The local track frame: its origin in degrees, and the factor that shortens a difference of longitude. */
+/** The local track frame: its origin in degrees, and the scale factor of longitude differences. */
 ///@{
 extern float originLat;
 extern float originLng;
@@ -58,9 +58,9 @@ extern std::vector<double> trackX, trackY, trackZ;
 extern std::vector<double> attackTrackX, attackTrackY, attackTrackZ;
 ///@}
 
-/** Pen of the empty placeholder curve and of the selection rectangle. */
+/** Pen colour of the empty placeholder curve and of the selection rectangle. */
 extern QColor defaultColor;
-/** Pen of the channels that open on the second canvas. */
+/** Pen colour of the channels that open on the second canvas. */
 extern QColor targetColor;
 
 /** The channels of one function code. */
@@ -69,34 +69,34 @@ struct ChannelGroup {
     quint8 code;
     /** One of the arrays above. */
     MyGraph **channels;
-    /** Channels in it. */
+    /** Number of channels. */
     int count;
 
-    /** For a loop over the channels. */
+    /** For range-based for loops over the channels. */
     ///@{
     MyGraph **begin() const { return channels; }
     MyGraph **end() const { return channels + count; }
     ///@}
-    /** Samples held by the first channel. */
+    /** Number of samples of the first channel. */
     int length() const { return channels[0]->yvalue().size(); }
 };
 
-/** All nine groups, in the order in which channels are made and deleted. */
+/** All nine groups, in the order in which channels are created and deleted. */
 const std::array<ChannelGroup, 9> &channelGroups();
 
-/** The group of a function code, or null. */
+/** The group of a function code; null for an unknown code. */
 const ChannelGroup *channelGroup(quint8 functionCode);
 
 /** The samples of all channels, for the core's decoder and derivations. Valid between initData and clearData. */
 const ostravel::SeriesRefs &channelSeries();
 
-/** Makes all channels anew. Does not look at what the arrays held: call clearData before. */
+/** Creates all channels. Overwrites the arrays without deleting old channels: call clearData() first. */
 void initData();
 
 /** Deletes all channels. The arrays hold stale pointers until initData runs. */
 void clearData();
 
-/** A new channel for a row (from 0) of a function code's table; null when there is none. The caller owns it. */
+/** Creates a channel for a row (from 0) of a function code's table; null for an unknown code. The caller owns it. */
 MyGraph *createGraph(quint16 code, int row);
 
 /** The channel with this label, or null. */
@@ -105,6 +105,6 @@ MyGraph *findGraph(const QString &graphName);
 /**
  * The channel with this label in the group of a function code, or null. 0x10 means 0x53.
  *
- * A code outside the nine leaves a line in the debug output.
+ * An unknown code writes a line to the debug output.
  */
 MyGraph *findGraphByCode(const QString &graphName, quint8 functionCode);

@@ -22,18 +22,18 @@ using ostravel::FrameKind;
 namespace
 {
 
-/** The low 32 bits, as progress is counted. */
+/** The low 32 bits; process() reports 32-bit numbers. */
 int low32(qint64 value)
 {
     return static_cast<int>(static_cast<quint32>(value));
 }
 
-/** What a database says goes to the log, and the window repaints during a long copy. */
+/** Writes a database's messages to the log, and processes events during a long copy. */
 ostravel::SourceHost logHost()
 {
     return {[](const QString &line) { logToBoth(warn, "{}", line); },
             [](const QString &line) { logToBoth(error, "{}", line); },
-            // No order of the user's, which could start a second read.
+            // Without user input, which could start a second read.
             [] { QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents); }};
 }
 
@@ -116,10 +116,10 @@ void DataHandler::readDataSlot(QString filePath)
 
 void DataHandler::writeTracks()
 {
-    // A database read has no file operator of its own; here one is needed for its report alone.
-    TxtOperator stranger;
-    connect(&stranger, &TxtOperator::statusFeedbackSignal, this, &DataHandler::statusFeedbackSignal);
-    TxtOperator &writer = m_fileOperator != nullptr ? *m_fileOperator : stranger;
+    // A database read has no file operator, so it uses this one to write the tracks.
+    TxtOperator fallbackWriter;
+    connect(&fallbackWriter, &TxtOperator::statusFeedbackSignal, this, &DataHandler::statusFeedbackSignal);
+    TxtOperator &writer = m_fileOperator != nullptr ? *m_fileOperator : fallbackWriter;
     AppConfig &config = AppConfig::getInstance();
     writer.writeTrack(config.getDataPath(), trackX, trackY, trackZ);
     writer.writeTrack(config.getAttackDataPath(), attackTrackX, attackTrackY, attackTrackZ);
@@ -170,7 +170,7 @@ void DataHandler::handleDb(const QString &filePath)
     const QString connectionName = QStringLiteral("qt_sql_default_connection");
     QSqlDatabase connection;
     if (QSqlDatabase::contains(connectionName)) {
-        // The connection keeps the first file of the run, whatever is asked for.
+        // Once created, the connection always uses the first file of this process and ignores filePath.
         connection = QSqlDatabase::database(connectionName, false);
     } else {
         connection = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));

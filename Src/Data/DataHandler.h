@@ -12,29 +12,30 @@ class MyGraph;
 class TxtOperator;
 
 /**
- * Turns one recorded flight into the channel store: a text log or a flight database, all in one call of readDataSlot.
+ * Reads one recorded flight, a text log or a flight database, into the channel store. One call of readDataSlot() does
+ * the whole read.
  *
- * Serves a single read, on the main thread. The event loop runs once a line, so that the interface stays alive.
+ * Use one handler for one read, on the main thread. Processes events once per line, so the interface stays responsive.
  */
 class DataHandler : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Reads nothing yet; connect the signals first. */
+    /** Does not read; connect the signals, then call readDataSlot(). */
     explicit DataHandler(QObject *parent = nullptr);
     ~DataHandler() override;
 
-    /** Forwards to the function of the channel store. */
+    /** Forwards to the function of the same name of the channel store. */
     ///@{
     static void initData();
     static void clearData();
     static MyGraph *createGraph(quint16 code, int row);
     ///@}
 
-    /** Reads a text log; reports an unreadable file by its signals. */
+    /** Reads a text log; emits signals when the file cannot be opened. */
     void handleTxt(const QString &filePath);
-    /** Reads the tasks of a flight database that the user ticks. */
+    /** Shows the tasks of a flight database and reads those that the user selects. */
     void handleDb(const QString &filePath);
     /** Decodes every line of the open text log. @return always true */
     bool decodeData();
@@ -43,15 +44,15 @@ public:
      * Decodes one frame.
      *
      * @param line hexadecimal text of the frame
-     * @return false when its header was wrong or the plane filter dropped it
+     * @return false when the header is wrong or the plane filter drops the frame
      */
     bool decodeLine(const QString &line);
     /** Appends to a channel a copy of its last sample, or 0.0 when it is empty. */
     void repeatLast(int row, MyGraph **group);
-    /** Evens the series once more after the last line. */
+    /** Aligns the lengths of the series after the last line; see ostravel::FrameDecoder::evenTail(). */
     void evenTail();
 
-    /** Forwards to the function of postprocess. */
+    /** Forwards to the function of the same name of postprocess. */
     ///@{
     void calStartTime();
     void calOrigin();
@@ -62,15 +63,15 @@ public:
     void dataProcess();
     ///@}
 
-    /** Holds the text log; null before one is read. */
+    /** The operator that reads the text log; null before handleTxt(). Owned by this handler. */
     TxtOperator *fileOperator() const { return m_fileOperator.get(); }
-    /** The whole, as process() tells it: bytes of a text log, records of a database. */
+    /** Total for process(): bytes of a text log, records of a database. */
     qint64 total() const { return m_total; }
     /** For a caller of decodeLine() that shows progress. */
     void setTotal(qint64 total) { m_total = total; }
-    /** Frame bytes decoded so far, whatever total() counts. */
+    /** Frame bytes decoded so far, also when total() counts records. */
     qint64 processed() const { return m_processed; }
-    /** Lines, wrong headers, and frames of the selected plane. They wrap at 65536, also for the user. */
+    /** Numbers of lines, of wrong headers, and of frames of the selected plane. They wrap at 65536. */
     ///@{
     quint16 frameTotal() const { return m_frameTotal; }
     quint16 frameError() const { return m_frameError; }
@@ -80,23 +81,23 @@ public:
 signals:
     /** A text for the status bar. */
     void statusFeedbackSignal(QString _sMessage);
-    /** The log is chosen: progress may be shown. */
+    /** Reading starts; progress may be shown. */
     void doHandleReady();
-    /** processed() against total(), of which the low 32 bits are told. */
+    /** Progress: the low 32 bits of processed() and total(). */
     void process(int now, int total);
-    /** The store holds the flight. */
+    /** The channel store holds the flight. */
     void readDataFinishedSinal(ushort frameTotal, ushort frameError, ushort frameSelectedId);
 
 public slots:
     /**
-     * Reads a flight and derives all that follows from it; the suffix of the path says which kind it is. Returns when
-     * all is done.
+     * Reads a flight and computes the derived values; the suffix of the path selects the kind of source. Returns when
+     * the read is complete.
      */
     void readDataSlot(QString filePath);
 
 private:
     void writeTracks();
-    /** decodeLine() of a QString or a QLatin1String. */
+    /** decodeLine() for a QString or a QLatin1String. */
     template <typename Text>
     bool decodeText(const Text &line);
     void resetCounters();

@@ -15,7 +15,7 @@ QTableWidgetItem *paddedItem(const QString &text)
     return new QTableWidgetItem(QLatin1Char(' ') + text + QLatin1Char(' '));
 }
 
-/** Gives a column the width of one more cell. */
+/** Widens a column so that it fits one more cell. */
 void widen(QTableWidget &table, int row, int column)
 {
     QStyleOptionViewItem option;
@@ -53,7 +53,7 @@ void DataListDia::addRow(quint8 id, const QString &name, quint64 ctime)
     auto *const tick = new QTableWidgetItem;
     tick->setCheckState(Qt::Unchecked);
     table->setItem(row, TickColumn, tick);
-    // As wide as the contents, without measuring all the rows again for each.
+    // Fits the columns to their contents without measuring all rows again for each new row.
     if (row == 0)
         table->resizeColumnsToContents();
     for (int column = IdColumn; column <= TickColumn; ++column)
@@ -68,7 +68,7 @@ void DataListDia::onCellChanged(int row, int column)
     if (idItem == nullptr || changed == nullptr)
         return;
     const auto id = static_cast<quint8>(idItem->text().toUInt());
-    // A text cell has no check state and reads as unchecked, so editing one takes its task off the list.
+    // A text cell counts as unchecked, so editing one removes its task from the selection.
     if (changed->checkState() == Qt::Checked)
         m_selectedIds.append(id);
     else

@@ -9,17 +9,17 @@ namespace Ui
 class DataListDia;
 }
 
-/** Lists the flight tasks of a database for the user to tick. */
+/** Lists the flight tasks of a database; the user ticks those to read. */
 class DataListDia : public QDialog
 {
     Q_OBJECT
 
 public:
-    /** An empty list; addRow() fills it. */
+    /** Starts with an empty list. */
     explicit DataListDia(QWidget *parent);
     ~DataListDia() override;
 
-    /** @param ctime creation time in milliseconds since the epoch */
+    /** Appends a task. @param ctime creation time in milliseconds since the epoch */
     void addRow(quint8 id, const QString &name, quint64 ctime);
     /** The ticked ids, in ticking order. */
     QList<quint8> selectedIds() const { return m_selectedIds; }

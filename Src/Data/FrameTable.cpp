@@ -5,9 +5,9 @@
 namespace
 {
 
-constexpr int kMostInfos = 255;
+constexpr int kMaxInfos = 255;
 
-/** The run-time form of the tables, whose labels are QStrings. */
+/** The tables with labels as QString. */
 struct Tables {
     std::vector<std::vector<FrameField>> fields;
     std::vector<FrameInfo> infos;
@@ -44,7 +44,7 @@ const FrameInfo *const frameInfos = tables().infos.data();
 const FrameField *findFrameField(std::uint16_t code, int row)
 {
     const FrameInfo *info = tables().infos.data();
-    for (int i = 0; i < kMostInfos && info[i].name != nullptr; ++i) {
+    for (int i = 0; i < kMaxInfos && info[i].name != nullptr; ++i) {
         if (info[i].code == code)
             return info[i].fields + row;
     }

@@ -2,7 +2,7 @@
 
 /**
  * @file
- * The field tables as the program looks them up at run time. The rows themselves are the core's.
+ * The field tables for lookups at run time, made from the rows in the core.
  */
 
 #include "FieldValue.h"
@@ -23,19 +23,19 @@ struct FrameField {
     double divisor; ///< value = raw / divisor
     bool isSigned; ///< two's complement
     const char *name; ///< channel name in code and logs
-    QString label; ///< what the user sees, and the key of the channel at run time
+    QString label; ///< displayed name, and the key of the channel at run time
 };
 
 /** A field table with its function code. */
 struct FrameInfo {
     std::uint16_t code; ///< function code
-    int size; ///< a byte count that nothing reads
-    int fieldCount; ///< rows of the table plus the empty row that ends it
+    int size; ///< a byte count; unused
+    int fieldCount; ///< rows of the table, including the empty row at its end
     const FrameField *fields; ///< the rows
-    const char *name; ///< null in the row that ends frameInfos
+    const char *name; ///< code and description; null in the last row of frameInfos
 };
 
-/** Nine rows, one per function code, and an all-zero row behind them. */
+/** Nine rows, one per function code, followed by an all-zero row. */
 extern const FrameInfo *const frameInfos;
 
 /**

@@ -36,10 +36,10 @@ QString forLog(const QString &line)
         return withoutControls(line);
     int end = std::min(kMaxBytes, text.size());
     while (end > 0 && (static_cast<unsigned char>(text.at(end - 1)) & 0xC0U) == 0x80U)
-        --end; // back to the first byte of the character that the limit cuts
+        --end; // skip continuation bytes of a character that the limit splits
     if (end > 0 && static_cast<unsigned char>(text.at(end - 1)) >= 0xC0U)
         --end;
     text.truncate(end);
-    // Appended: the text may hold place markers of its own.
+    // Concatenated, because the text may contain place markers.
     return withoutControls(QString::fromUtf8(text)) + QStringLiteral("... (%1 characters)").arg(line.size());
 }

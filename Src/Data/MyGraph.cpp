@@ -10,7 +10,7 @@
 namespace
 {
 
-/** The channels that form triads of an actual, a target and a difference. Names are source texts of the catalogue. */
+/** A triad of actual, target and difference channel. Names are source texts of the catalogue. */
 struct Triad {
     const char *actual;
     const char *target;

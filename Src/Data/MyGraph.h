@@ -5,22 +5,22 @@
 #include <QVector>
 
 /**
- * One channel of the flight: its samples, and how its curve looks.
+ * One channel of the flight: its samples and the look of its curve.
  *
- * A curve on a canvas is tied to its channel by name alone. Main thread only.
+ * A curve on a canvas belongs to the channel with the same name. Main thread only.
  */
 class MyGraph
 {
 public:
-    /** Place in a triad of actual, commanded and difference; ordinary channels are in none. */
+    /** Role in a triad of actual, commanded and difference; ordinary channels belong to no triad. */
     enum Role { Actual = 0, Target = 1, Difference = 2, Ordinary = 3 };
-    /** The canvas on which the channel is shown, whoever asks for it. */
+    /** The canvas on which the channel is shown. */
     enum Position { FirstCanvas = 0, SecondCanvas = 1 };
 
     /**
-     * Role, partners, canvas and colour follow from the name and the function code.
+     * Sets role, partners, canvas and colour according to the name and the function code.
      *
-     * The partners are found by the names that the catalogue gives, so the catalogue must be installed before.
+     * Compares translated names, so the catalogue must be installed before.
      */
     MyGraph(const QString &graphName, quint8 planeId, quint8 functionCode);
 
@@ -31,7 +31,7 @@ public:
     void setYvalue(const QVector<double> &yvalue) { m_yvalue = yvalue; }
     ///@}
 
-    /** Time keys in seconds since the epoch, made when the curve is shown. */
+    /** Time keys in seconds since the epoch, computed when the curve is shown. */
     ///@{
     QVector<double> &xvalue() { return m_xvalue; }
     const QVector<double> &xvalue() const { return m_xvalue; }
@@ -43,12 +43,12 @@ public:
     int role() const { return m_role; }
     void setRole(int role) { m_role = role; }
     ///@}
-    /** The label that the user sees, by which the channel and its curve are found. */
+    /** The displayed label; channels and curves are found by it. */
     ///@{
     const QString &graphName() const { return m_graphName; }
     void setGraphName(const QString &graphName) { m_graphName = graphName; }
     ///@}
-    /** Where the samples come from: the aircraft, and the frames of one function code. */
+    /** Origin of the samples: the aircraft and the function code of the frames. */
     ///@{
     quint8 planeId() const { return m_planeId; }
     void setPlaneId(quint8 planeId) { m_planeId = planeId; }
@@ -66,9 +66,9 @@ public:
     void setGraphIndex(int graphIndex) { m_graphIndex = graphIndex; }
     /** Milliseconds between two samples. */
     int interval() const { return m_interval; }
-    /** Shows in the curve when it is shown the next time. */
+    /** Takes effect the next time the curve is shown. */
     void setInterval(int interval) { m_interval = interval; }
-    /** The pen of the curve; its width in pixels. */
+    /** Pen of the curve; width in pixels. */
     ///@{
     const QColor &color() const { return m_color; }
     void setColor(const QColor &color) { m_color = color; }
@@ -77,14 +77,13 @@ public:
     ///@}
     /** A Qt::PenStyle value. */
     int style() const { return m_style; }
-    /** A Qt::PenStyle value. */
     void setStyle(int style) { m_style = style; }
-    /** The curve stands on a canvas. */
+    /** Whether the curve is on a canvas. */
     bool shown() const { return m_shown; }
     /** Set by the canvas. */
     void setShown(bool shown) { m_shown = shown; }
 
-    /** Names of the other channels of its triad; empty where there is none. */
+    /** Names of the other channels of the triad; empty when there is none. */
     ///@{
     const QString &diffName() const { return m_diffName; }
     void setDiffName(const QString &diffName) { m_diffName = diffName; }

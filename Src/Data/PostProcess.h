@@ -1,16 +1,16 @@
 #pragma once
 
 /**
- * The core's derivations, done on the store's channels and globals when all frames of a flight are in it, with the log
- * lines and the event loop of a read. Main thread only.
+ * Runs the core's derivations on the channels and globals of the store after a read. Writes the log lines and processes
+ * events. Main thread only. See Derivations.h for the exact rules.
  */
 namespace postprocess
 {
 
-/** Takes startDateTime from the first trustworthy clock sample, wound back to sample 0. */
+/** Sets startDateTime from the first trusted clock sample, minus the time since sample 0. */
 void calStartTime();
 
-/** Sets the origin of the local track frame from the tenth heartbeat from the end. Unchanged with fewer than ten. */
+/** Sets the origin of the local track frame to the tenth heartbeat from the end. Unchanged with fewer than ten. */
 void calOrigin();
 
 /** Metres east or north of the origin, computed in double and rounded to float. */
@@ -19,19 +19,19 @@ float localX(double lng);
 float localY(double lat);
 ///@}
 
-/** The whole flight in the local frame, from the first sample with enough satellites on, glitches suppressed. */
+/** Computes the track of the whole flight, from the first sample with enough satellites on, without outliers. */
 void calTrack();
 
-/** The same points from the start of the final run of the attack sub-mode on. */
+/** Computes the track from the start of the last run of the attack sub-mode on. */
 void calAttackTrack();
 
-/** Actual minus commanded value, into the difference channels. Runs the event loop once an index. */
+/** Writes actual minus commanded value to the difference channels. Processes events once per sample. */
 void calFactors();
 
-/** Flight path angle in degrees, behind what the backup channel already holds. */
+/** Appends the flight path angle in degrees to the backup channel. */
 void calSpeedAngle();
 
-/** Brings the target channels to the length of the attitude channels, by zeros or by doubling samples. */
+/** Resizes the target channels to the length of the attitude channels, with zeros or by doubling samples. */
 void dataProcess();
 
 } // namespace postprocess

@@ -2,7 +2,7 @@
 
 #include <QObject>
 
-/** A telemetry packet as an object of its own. Nothing makes one yet; the name is kept for it. */
+/** A telemetry packet. Reserved name; unused. */
 class QDataPacket : public QObject
 {
     Q_OBJECT

@@ -19,7 +19,7 @@ MPlotDialog::MPlotDialog(QWidget *parent)
     m_thread = new QThread(nullptr);
     m_matlabPlot->moveToThread(m_thread);
     connect(m_thread, &QThread::started, m_matlabPlot, &MatlabPlot::init);
-    // Direct, since a thread may be told to quit from anywhere: so it also ends when the main loop has ended before.
+    // Direct, so that the thread also quits when the main event loop has already ended. quit() is thread-safe.
     connect(m_matlabPlot, &QObject::destroyed, m_thread, &QThread::quit, Qt::DirectConnection);
     connect(m_thread, &QThread::finished, m_thread, &QObject::deleteLater);
 
@@ -29,17 +29,17 @@ MPlotDialog::MPlotDialog(QWidget *parent)
     connect(this, &MPlotDialog::plotAttackSignal, m_matlabPlot, &MatlabPlot::plotAttackSlot);
     connect(m_matlabPlot, &MatlabPlot::initFinished, this, &MPlotDialog::initFinishedSlot);
     connect(m_matlabPlot, &MatlabPlot::matlabInitFailedSignal, this, &MPlotDialog::matlabInitFailedSlot);
-    // Started after all connections: a library that is missing fails at once. Its signal would have no receiver yet,
-    // and the title would say "init..." for ever.
+    // Started after all connections: a missing library fails immediately, and the title would stay "init..." if that
+    // signal had no receiver yet.
     m_thread->start(QThread::InheritPriority);
 }
 
 MPlotDialog::~MPlotDialog()
 {
-    // An engine that is still starting or hangs is given up; the thread is there as long as the worker is.
+    // Stops waiting for an engine that is starting or hangs. The thread exists as long as the worker.
     m_thread->requestInterruption();
-    // Clicks that wait in its queue still run; what is left of the connections would have the worker's end, on its own
-    // thread, look at a dialog that is going.
+    // Queued clicks still run. Disconnect now: otherwise the worker's destructor, on its own thread, would access the
+    // connections of a dialog that is being destroyed.
     disconnect(this, nullptr, m_matlabPlot, nullptr);
     disconnect(m_matlabPlot, nullptr, this, nullptr);
     MatlabPlot::handOver();

@@ -12,8 +12,8 @@ class MPlotDialog;
 }
 
 /**
- * Four buttons, each of which has the plot library draw the track files. The library comes up on a thread of its own
- * while the dialog is on the screen; the buttons wait for it, and a message stands in their place when it fails.
+ * Dialog with four buttons; each makes the plot library draw the track files. The library is initialised on its own
+ * thread while the dialog is visible. The buttons are disabled until then; a failure is shown in the label.
  */
 class MPlotDialog : public QDialog
 {
@@ -22,13 +22,13 @@ class MPlotDialog : public QDialog
 public:
     /** Starts the worker. */
     explicit MPlotDialog(QWidget *parent);
-    /** Does not wait for the worker: a plot under way completes, anything else is stopped. */
+    /** Does not wait for the worker: a running plot completes, everything else is interrupted. */
     ~MPlotDialog() override;
 
-    /** Says in the label whether the plots show the last run's track. Call once, before the dialog comes up. */
+    /** Shows the note of showTrackNote(). Call once, before the dialog is shown. */
     void init();
 
-    /** Kept for whoever asks; the dialog neither sets it nor looks at it. */
+    /** Stored for callers; the dialog does not use it. */
     ///@{
     bool plotReady() const { return m_plotReady; }
     void setPlotReady(bool plotReady) { m_plotReady = plotReady; }
@@ -44,7 +44,7 @@ signals:
     ///@}
 
 public slots:
-    /** What the worker has told of the library. */
+    /** Show the result of the library's initialisation. */
     ///@{
     void initFinishedSlot();
     void matlabInitFailedSlot();
@@ -60,7 +60,7 @@ private:
     void setButtonsEnabled(bool enabled);
 
     std::unique_ptr<Ui::MPlotDialog> m_ui;
-    // Both live on their own: the worker goes on its thread, and the thread after it.
+    // Not owned: the worker is deleted on its thread, and the thread deletes itself afterwards.
     MatlabPlot *m_matlabPlot = nullptr;
     QThread *m_thread = nullptr;
     bool m_plotReady = false;

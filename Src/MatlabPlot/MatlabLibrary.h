@@ -5,44 +5,44 @@
 #include <string>
 
 /**
- * The two operations of the plot library, over whatever engine this platform has for them.
+ * The two functions of the plot library, implemented with the engine of this platform.
  *
- * The engine belongs to the thread that initialises it and goes when that thread ends. Both operations block; they end
- * early when the thread's interruption is requested and the engine does not answer.
+ * The engine belongs to the thread that initialises it and is released when that thread ends. Both functions block;
+ * they return early when the thread's interruption is requested and the engine does not answer.
  */
 namespace matlab
 {
 
-/** A failure inside the library, with the engine's message. */
+/** An error in the library, with the engine's message. */
 class mwException : public std::exception
 {
 public:
-    /** @param message the engine's words, in UTF-8 */
+    /** @param message the engine's message, in UTF-8 */
     explicit mwException(std::string message)
         : m_message(std::move(message))
     {
     }
 
-    /** The engine's words, in UTF-8. */
+    /** The engine's message, in UTF-8. */
     const char *what() const noexcept override { return m_message.c_str(); }
 
 private:
     std::string m_message;
 };
 
-/** A scalar 32-bit integer of the engine. Throws mwException when the engine cannot make it. */
+/** A scalar 32-bit integer of the engine. The constructor throws mwException on failure. */
 class mwArray
 {
 public:
-    /** Implicit, as the library's own: a row of numbers is a row of arguments. */
+    /** Implicit like the library's own class, so that numbers can be passed as arguments. */
     mwArray(int value); // NOLINT(google-explicit-constructor)
     ~mwArray();
     mwArray(const mwArray &) = delete;
     mwArray &operator=(const mwArray &) = delete;
 
-    /** What a realisation keeps of it. */
+    /** Defined by each implementation. */
     struct Content;
-    /** For the realisation. */
+    /** For the implementation. */
     const Content &content() const { return *m_content; }
 
 private:
@@ -50,19 +50,19 @@ private:
 };
 
 /**
- * Brings the library up, which takes seconds.
+ * Initialises the library; takes seconds.
  *
- * @param givenUp set to true when it ended because the thread's interruption was requested, which is no failure of the
- *                library; else left alone
+ * @param interrupted set to true when the call ended because the thread's interruption was requested, which is not an
+ *                    error of the library; otherwise not changed
  * @return true only when the engine answered. Does not throw.
  */
-bool myMatlabPlotInitialize(bool &givenUp);
+bool myMatlabPlotInitialize(bool &interrupted);
 
 /**
- * Draws one plot from the track files beside the executable, in a window that stays. Throws mwException.
+ * Draws one plot of the track files beside the executable, in a window that remains open. Throws mwException.
  *
- * @param kind   0 the track from above, 1 the height, 2 the track in space
- * @param attack 0 the whole flight, 1 its last leg; the other six are constants without a known meaning
+ * @param kind   0: track from above, 1: height, 2: track in 3D
+ * @param attack 0: whole flight, 1: last leg. The meaning of the other six arguments is unknown; they are constants
  */
 void myMatlabPlot(const mwArray &first, const mwArray &second, const mwArray &third, const mwArray &kind,
                   const mwArray &fifth, const mwArray &sixth, const mwArray &seventh, const mwArray &attack);

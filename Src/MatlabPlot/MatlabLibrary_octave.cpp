@@ -9,7 +9,7 @@
 namespace
 {
 
-/** One engine a thread, gone when the thread ends. */
+/** One engine per thread, deleted when the thread ends. */
 QThreadStorage<OctaveProcess *> &engines()
 {
     static QThreadStorage<OctaveProcess *> storage;
@@ -29,14 +29,14 @@ matlab::mwArray::mwArray(int value)
 
 matlab::mwArray::~mwArray() = default;
 
-bool matlab::myMatlabPlotInitialize(bool &givenUp)
+bool matlab::myMatlabPlotInitialize(bool &interrupted)
 {
     engines().setLocalData(new OctaveProcess);
     OctaveProcess *const engine = engines().localData();
     if (engine->start(QCoreApplication::applicationDirPath() + QStringLiteral("/myPlot")))
         return true;
     if (QThread::currentThread()->isInterruptionRequested())
-        givenUp = true;
+        interrupted = true;
     return false;
 }
 

@@ -13,8 +13,8 @@
 #include <windows.h>
 #endif
 
-// What the compiled library and its runtime pass to one another. The virtual functions, and the names and the order of
-// the members, are those of the runtime's own headers.
+// The types that the compiled library and its runtime exchange. Virtual functions, and names and order of the members,
+// must match those of the runtime.
 class error_info;
 
 class mwArray
@@ -23,8 +23,8 @@ public:
     virtual ~mwArray() = default;
     virtual void validate() const { }
 
-    // A destructor takes one slot of the table with MSVC and two with GCC, so a library of the one compiler that wants
-    // validate() finds the deleting destructor of the other. Without a deletion all of the slots are harmless.
+    // A virtual destructor has one vtable slot with MSVC and two with GCC. A library built with the other compiler may
+    // therefore call the deleting destructor instead of validate(), so deletion does nothing.
     static void operator delete(void *) { } // NOLINT(misc-new-delete-overloads): objects are never on the heap
 
     void *m_array = nullptr;
@@ -33,7 +33,7 @@ public:
 class mwException : public std::exception
 {
 public:
-    // Only to be caught: the library throws it and what() is the library's own.
+    // Only caught, never thrown here; at run time what() is the library's.
     const char *what() const noexcept override { return ""; }
 
 private:
@@ -43,7 +43,7 @@ private:
 namespace
 {
 
-// The entry point with C++ arguments bears another name with each compiler that MATLAB works with. Both call it alike.
+// The mangled name of the C++ entry point depends on the compiler; the calling convention is the same.
 constexpr char kMsvcPlot[] = "?myMatlabPlot@@YAXAEBVmwArray@@0000000@Z";
 constexpr char kGccPlot[] = "_Z12myMatlabPlotRK7mwArrayS1_S1_S1_S1_S1_S1_S1_";
 
@@ -54,11 +54,11 @@ using Plot = void (*)(const ::mwArray &, const ::mwArray &, const ::mwArray &, c
                       const ::mwArray &, const ::mwArray &, const ::mwArray &);
 using Arguments = std::array<const ::mwArray *, 8>;
 
-/** The entry points, all null where the library or the runtime is not there. Resolved once; never unloaded. */
+/** The entry points; all null when the library or the runtime is missing. Resolved once; never unloaded. */
 struct EntryPoints {
     Initialize initialize = nullptr;
     Plot plot = nullptr;
-    bool plotIsForeign = false; // compiled by another compiler than this program
+    bool plotIsForeign = false; // built with another compiler than this program
     int (*getScalarInt32)(void **, int real, int imaginary, int complexity) = nullptr;
     int (*getLastError)(error_info **) = nullptr;
     int (*createError)(error_info **, const char *) = nullptr;
@@ -89,10 +89,11 @@ extern "C" __attribute__((used)) long ostravelIsExceptionOfMsvc(EXCEPTION_POINTE
 }
 
 /**
- * Calls a library that MSVC compiled.
+ * Calls a library that was built with MSVC.
  *
- * MSVC exceptions pass every catch of GCC. The handler is therefore a structured exception handler, which GCC can only
- * register through assembler directives. The directives end with .text, so the function must be in that section.
+ * GCC's catch clauses do not catch MSVC exceptions. This function therefore installs a structured exception handler,
+ * which GCC supports only by assembler directives. The directives end with .text, so the function must be in that
+ * section.
  *
  * @return false when it threw
  */
@@ -124,18 +125,17 @@ bool callForeign(Plot plot, const Arguments &arguments)
 #endif
 
 /**
- * Tells the m-function where the track files are.
+ * Sets an environment variable that tells the m-function where the track files are.
  *
- * Compiled, it lies in a folder of the runtime and knows nothing of this program. What it can read is the environment
- * of the process, so the folder is written there; the program itself reads none. The other way, a change of the working
- * folder for the time of a plot, would send the log and all other relative paths of the main thread astray.
+ * The compiled m-function runs from a folder of the runtime, so it cannot find the folder by its own path. Changing the
+ * working directory during a plot is no alternative: it would break relative paths on the main thread, such as the log.
  */
 void announcePlotFolder()
 {
     const QString folder = QDir::toNativeSeparators(QCoreApplication::applicationDirPath() + QStringLiteral("/myPlot"));
 #ifdef _WIN32
-    // Each C library keeps a copy of its own. One that is loaded later copies that of the process, which the program's
-    // own call sets as well; the one of the system, which the runtime uses, may be here already.
+    // Each C library has its own copy of the environment. One that is loaded later copies the environment of the
+    // process, which the first two calls set. The system's C library, which the runtime uses, may already be loaded.
     const std::wstring value = folder.toStdWString();
     const std::wstring name = QString::fromLatin1(kPlotFolderVariable).toStdWString();
     _wputenv_s(name.c_str(), value.c_str());
@@ -152,7 +152,7 @@ void announcePlotFolder()
 #endif
 }
 
-/** The library beside the executable, else the one that the system finds. */
+/** Loads the library beside the executable, otherwise one from the system's search path. */
 bool load(QLibrary &library, const QString &name)
 {
     library.setFileName(QCoreApplication::applicationDirPath() + QLatin1Char('/') + name);
@@ -195,7 +195,7 @@ EntryPoints loadEntryPoints()
     announcePlotFolder();
     QLibrary runtime;
     QLibrary library;
-    // The runtime first: the library needs it.
+    // The runtime first, because the library needs it.
     if (!load(runtime, QStringLiteral("mclmcrrt9_10")) || !load(library, QStringLiteral("myMatlabPlot")))
         return points;
     resolve(library, points.initialize, "myMatlabPlotInitialize");
@@ -215,23 +215,23 @@ const EntryPoints &entryPoints()
     return points;
 }
 
-/** Throws the runtime's last error, or one with the given message where it has none. */
-[[noreturn]] void throwLastError(const char *otherwise)
+/** Throws the runtime's last error, or the given message when there is none. */
+[[noreturn]] void throwLastError(const char *defaultMessage)
 {
     const EntryPoints &points = entryPoints();
     if (!points.complete())
-        throw matlab::mwException(otherwise);
+        throw matlab::mwException(defaultMessage);
     error_info *failure = nullptr;
     points.getLastError(&failure);
     if (!failure)
-        points.createError(&failure, otherwise);
+        points.createError(&failure, defaultMessage);
     if (!failure)
-        throw matlab::mwException(otherwise);
+        throw matlab::mwException(defaultMessage);
     points.addReference(failure);
     const char *const text = points.errorMessage(failure);
-    std::string message(text ? text : otherwise); // the text goes with the last reference
-    points.releaseReference(failure); // that of our own
-    points.releaseReference(failure); // that with which it came
+    std::string message(text ? text : defaultMessage); // copied: the last release frees the text
+    points.releaseReference(failure); // added above
+    points.releaseReference(failure); // the initial reference
     throw matlab::mwException(std::move(message));
 }
 
@@ -256,7 +256,7 @@ matlab::mwArray::~mwArray()
 
 bool matlab::myMatlabPlotInitialize(bool &)
 {
-    // The runtime cannot be stopped while it comes up.
+    // The runtime's start cannot be interrupted.
     return entryPoints().complete() && entryPoints().initialize();
 }
 

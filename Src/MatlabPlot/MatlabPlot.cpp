@@ -15,7 +15,7 @@ MatlabPlot::MatlabPlot(QObject *parent)
     logToBoth(info, "matlabplot constructor");
 }
 
-// One for all workers: whoever hands a worker over cannot wait until it is safe to touch it again.
+// Shared by all workers: a member of the worker could be destroyed while handOver() still uses it.
 static ThreadHandOver s_handOver;
 
 MatlabPlot::~MatlabPlot()
@@ -31,11 +31,11 @@ void MatlabPlot::handOver()
 void MatlabPlot::init()
 {
     logToBoth(info, "matlabplot thread id is {}", reinterpret_cast<quintptr>(QThread::currentThreadId()));
-    bool givenUp = false;
-    if (matlab::myMatlabPlotInitialize(givenUp)) {
+    bool interrupted = false;
+    if (matlab::myMatlabPlotInitialize(interrupted)) {
         logToBoth(info, "I initialize libdisplayInitialize!\n");
         emit initFinished();
-    } else if (!givenUp) {
+    } else if (!interrupted) {
         logToBoth(error, "Could not initialize libdisplayInitialize!");
         emit matlabInitFailedSignal();
     }

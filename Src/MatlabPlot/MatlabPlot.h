@@ -3,32 +3,32 @@
 #include <QObject>
 
 /**
- * Drives the plot library on the thread to which it has been moved; every slot blocks that thread while the library
- * works. The library's failures go to the log alone.
+ * Calls the plot library on the thread that this object was moved to; each slot blocks that thread while the library
+ * works. The library's errors are only logged.
  */
 class MatlabPlot : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Does nothing yet: init() runs on the thread that the worker was moved to. */
+    /** Does not initialise the library; call init() on the worker's thread. */
     explicit MatlabPlot(QObject *parent);
     ~MatlabPlot() override;
 
-    /** For another thread, when it has touched a worker for the last time and only its deleteLater() is to follow. */
+    /** Call from another thread after its last access to a worker, just before deleteLater(); see ThreadHandOver. */
     static void handOver();
 
 signals:
-    /** How init() ended. */
+    /** Result of init(). */
     ///@{
     void initFinished();
     void matlabInitFailedSignal();
     ///@}
 
 public slots:
-    /** Brings the library up and says by one of the signals how that ended; by none when the thread is interrupted. */
+    /** Initialises the library and emits one of the two signals; emits none when the thread is interrupted. */
     void init();
-    /** Draws one plot and returns when its window stands, or when it failed. */
+    /** Draws one plot. Returns when its window is visible or an error occurred. */
     ///@{
     void plotHeightSlot();
     void plotXYSlot();

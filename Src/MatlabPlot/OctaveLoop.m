@@ -1,12 +1,12 @@
-% What the program starts Octave with: takes a line at a time from the standard input, evaluates it and answers with one
-% line that begins with a mark.
+% The program that Octave runs: reads lines from the standard input, evaluates each and answers with one line that
+% starts with a mark.
 %
-% Reads without blocking, because Octave looks after its windows only while it pauses. A read that finds nothing sets the
-% error number; the end of the input does not, but neither does, now and then, a read just after a window closed, so only
-% several in a row count as the end. Octave's image of its variables is of no use to anyone here. The environment
-% variable keeps a folder out of the m-function that somebody else's environment names.
+% Reads are non-blocking, because Octave processes window events only in pause(). A read without data sets errno; at the
+% end of the input errno is 0. A read just after a window is closed sometimes sets no errno either, so only several such
+% reads in a row count as the end of the input. Core dumps of variables are switched off because nobody needs them.
+% OSTRAVEL_PLOT_FOLDER is overwritten so that an inherited value is not used.
 %
-% At the end of the input Octave goes on until the user has closed the last window.
+% After the end of the input Octave runs until the user has closed the last window.
 crash_dumps_octave_core(false);
 sighup_dumps_octave_core(false);
 sigterm_dumps_octave_core(false);

@@ -11,19 +11,19 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// The program that Octave is started with, OctaveLoop.m; the build makes a source of it.
+// Contents of OctaveLoop.m, embedded by the build.
 extern const char kOctaveLoop[];
 
 namespace
 {
 
-constexpr qint64 kMinute = 60000; // ms
-constexpr qint64 kLeavePatience = 5000; // ms
-constexpr int kPollStep = 50; // ms between two looks at the request for interruption
-constexpr int kMaxErrorText = 1500; // bytes of the engine's last words that are worth a log line
+constexpr qint64 kAnswerTimeoutMs = 60000;
+constexpr qint64 kExitTimeoutMs = 5000;
+constexpr int kPollIntervalMs = 50; // interval of checks for an interruption request
+constexpr int kMaxErrorText = 1500; // bytes of the engine's error output kept for the log
 constexpr int kMaxReceived = 1 << 20;
 
-// Marks an answer among whatever else is printed.
+// Start of an answer line; other output is ignored.
 constexpr char kMark[] = "plot-engine:";
 constexpr char kDone[] = "done";
 constexpr char kFailed[] = "failed ";
@@ -62,21 +62,21 @@ struct Pipe {
     }
 };
 
-/** What runs in the new process; only calls that are safe between fork and exec. Does not return. */
+/** Runs in the new process; uses only functions that are safe between fork and exec. Does not return. */
 [[noreturn]] void becomeEngine(const char *program, char *const arguments[], const char *folder, int input, int output,
                                int errors, int report)
 {
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    // An engine that stays with its windows may print after its reader has gone.
+    // An engine with open windows may still print after this program has ended.
     std::signal(SIGPIPE, SIG_IGN);
     int failure = 0;
     if (chdir(folder) != 0 || dup2(input, STDIN_FILENO) < 0 || dup2(output, STDOUT_FILENO) < 0
         || dup2(errors, STDERR_FILENO) < 0) {
         failure = errno;
     } else {
-        // Log files and pipes of the program are none of the engine's affair.
+        // The engine must not inherit open files and pipes of the program.
         const long last = sysconf(_SC_OPEN_MAX) < 4096 ? sysconf(_SC_OPEN_MAX) : 4096;
         for (int descriptor = STDERR_FILENO + 1; descriptor < last; ++descriptor) {
             if (descriptor != report)
@@ -85,43 +85,43 @@ struct Pipe {
         execv(program, arguments);
         failure = errno;
     }
-    // Nobody is left to tell when even this fails; the reader then takes the silence for a start.
+    // If this write fails, too, the parent assumes a successful start.
     if (::write(report, &failure, sizeof failure) < 0)
         _exit(126);
     _exit(127);
 }
 
 /**
- * While it lives, writing to an engine that has died is an error like others for this thread, not the end of the
- * program. The signal's treatment belongs to the whole process and stays as it is.
+ * Blocks SIGPIPE for this thread, so that writing to a dead engine fails with EPIPE instead of ending the program. The
+ * process-wide signal handler is not changed.
  */
-class BrokenPipeIsAnError
+class SigPipeBlocker
 {
 public:
-    BrokenPipeIsAnError()
+    SigPipeBlocker()
     {
         sigemptyset(&m_signal);
         sigaddset(&m_signal, SIGPIPE);
         sigset_t pending;
         sigemptyset(&pending);
         sigpending(&pending);
-        m_isOthers = sigismember(&pending, SIGPIPE) == 1;
+        m_wasPending = sigismember(&pending, SIGPIPE) == 1;
         pthread_sigmask(SIG_BLOCK, &m_signal, &m_before);
     }
-    ~BrokenPipeIsAnError()
+    ~SigPipeBlocker()
     {
-        // One of ours would be delivered by the next line.
-        const timespec atOnce{};
-        while (!m_isOthers && sigtimedwait(&m_signal, nullptr, &atOnce) < 0 && errno == EINTR) { }
+        // Discard a SIGPIPE caused by our write; unblocking would deliver it.
+        const timespec noWait{};
+        while (!m_wasPending && sigtimedwait(&m_signal, nullptr, &noWait) < 0 && errno == EINTR) { }
         pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
     }
-    BrokenPipeIsAnError(const BrokenPipeIsAnError &) = delete;
-    BrokenPipeIsAnError &operator=(const BrokenPipeIsAnError &) = delete;
+    SigPipeBlocker(const SigPipeBlocker &) = delete;
+    SigPipeBlocker &operator=(const SigPipeBlocker &) = delete;
 
 private:
     sigset_t m_signal{};
     sigset_t m_before{};
-    bool m_isOthers = false;
+    bool m_wasPending = false;
 };
 
 template <typename Call>
@@ -139,9 +139,9 @@ OctaveProcess::~OctaveProcess()
 {
     if (m_group == 0)
         return;
-    // The end of its input sends the engine to its windows, or home.
+    // At the end of its input the engine exits when its last window is closed.
     Pipe::closeEnd(m_input);
-    if (answer(Patience::Leaving))
+    if (answer(Phase::Exiting))
         closePipes();
     else
         end();
@@ -152,7 +152,7 @@ bool OctaveProcess::start(const QString &folder)
     const QString program = QStandardPaths::findExecutable(QStringLiteral("octave"));
     if (program.isEmpty() || !launch(QFile::encodeName(program), QFile::encodeName(folder)))
         return false;
-    if (send(kReadyLine) && answer(Patience::Starting) == QByteArray(kDone))
+    if (send(kReadyLine) && answer(Phase::Starting) == QByteArray(kDone))
         return true;
     end();
     return false;
@@ -163,16 +163,16 @@ std::optional<std::string> OctaveProcess::evaluate(const QByteArray &line)
     if (m_group == 0)
         return "GNU Octave does not run";
     if (send(line)) {
-        if (const std::optional<QByteArray> text = answer(Patience::Plotting)) {
+        if (const std::optional<QByteArray> text = answer(Phase::Plotting)) {
             if (*text == kDone)
                 return std::nullopt;
             return text->startsWith(kFailed) ? text->mid(static_cast<int>(sizeof kFailed) - 1).toStdString()
                                              : text->toStdString();
         }
     }
-    const std::string words = lastWords();
+    const std::string errorOutput = lastErrorOutput();
     end();
-    return "GNU Octave ended or did not answer" + (words.empty() ? words : ": " + words);
+    return "GNU Octave ended or did not answer" + (errorOutput.empty() ? errorOutput : ": " + errorOutput);
 }
 
 bool OctaveProcess::launch(const QByteArray &program, const QByteArray &folder)
@@ -190,8 +190,8 @@ bool OctaveProcess::launch(const QByteArray &program, const QByteArray &folder)
     for (std::size_t i = 0; i < words.size(); ++i)
         arguments[i + 1] = words[i].data();
 
-    // Twice, so that the engine is nobody's child: it may outlive this thread, and nobody has to wait for its end. The
-    // session of its own keeps the terminal of the program away from it and gives the group by which it is ended.
+    // Forks twice, so that the engine is not our child and nobody has to wait for it: it may outlive this program. Its
+    // own session detaches it from the program's terminal and gives it a process group that end() can kill.
     const pid_t child = fork();
     if (child == 0) {
         setsid();
@@ -220,17 +220,17 @@ bool OctaveProcess::launch(const QByteArray &program, const QByteArray &folder)
     return true;
 }
 
-// NOLINTNEXTLINE(readability-make-member-function-const): it changes the process
+// NOLINTNEXTLINE(readability-make-member-function-const): changes the state of the process
 bool OctaveProcess::send(const QByteArray &line)
 {
-    // In one piece, which a pipe passes on whole: the engine would take a part of a line for a line.
+    // One write() call, which is atomic for a pipe: the engine would treat a partial line as a line.
     const QByteArray bytes = line + '\n';
     const auto length = static_cast<std::size_t>(bytes.size());
-    const BrokenPipeIsAnError guard;
+    const SigPipeBlocker guard;
     return retried([&] { return ::write(m_input, bytes.constData(), length); }) == static_cast<ssize_t>(length);
 }
 
-std::optional<QByteArray> OctaveProcess::answer(Patience patience)
+std::optional<QByteArray> OctaveProcess::answer(Phase phase)
 {
     QElapsedTimer timer;
     timer.start();
@@ -238,25 +238,25 @@ std::optional<QByteArray> OctaveProcess::answer(Patience patience)
         const bool alive = receive();
         if (std::optional<QByteArray> text = takeAnswer())
             return text;
-        if (!alive || isOver(patience, timer))
+        if (!alive || shouldStopWaiting(phase, timer))
             return std::nullopt;
         std::array<pollfd, 2> waiting{pollfd{m_output, POLLIN, 0}, pollfd{m_errors, POLLIN, 0}};
-        poll(waiting.data(), waiting.size(), kPollStep);
+        poll(waiting.data(), waiting.size(), kPollIntervalMs);
     }
 }
 
-bool OctaveProcess::isOver(Patience patience, const QElapsedTimer &since)
+bool OctaveProcess::shouldStopWaiting(Phase phase, const QElapsedTimer &since)
 {
     const bool interrupted = QThread::currentThread()->isInterruptionRequested();
-    switch (patience) {
-    case Patience::Starting:
-        return interrupted || since.hasExpired(kMinute);
-    case Patience::Plotting:
-        return interrupted && since.hasExpired(kMinute);
-    case Patience::Leaving:
+    switch (phase) {
+    case Phase::Starting:
+        return interrupted || since.hasExpired(kAnswerTimeoutMs);
+    case Phase::Plotting:
+        return interrupted && since.hasExpired(kAnswerTimeoutMs);
+    case Phase::Exiting:
         break;
     }
-    return since.hasExpired(kLeavePatience);
+    return since.hasExpired(kExitTimeoutMs);
 }
 
 std::optional<QByteArray> OctaveProcess::takeAnswer()
@@ -307,7 +307,7 @@ void OctaveProcess::closePipes()
     m_group = 0;
 }
 
-std::string OctaveProcess::lastWords() const
+std::string OctaveProcess::lastErrorOutput() const
 {
     return m_errorText.simplified().toStdString();
 }

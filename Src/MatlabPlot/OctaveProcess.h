@@ -8,11 +8,11 @@
 #include <sys/types.h>
 
 /**
- * GNU Octave in a process of its own, which evaluates a line at a time and answers each.
+ * GNU Octave in a separate process, which evaluates lines one at a time and answers each.
  *
- * Its windows outlive this object and the whole program: without a hand on its input it goes on until the user has
- * closed the last of them, and ends at once when there is none. One that starts or does not react is ended by force.
- * For one thread; start() and evaluate() block it and look at its request for interruption.
+ * Its windows outlive this object and the program: when its input is closed, it exits after the user has closed the
+ * last window. A process that is still starting or does not react is killed. Use from one thread; start() and
+ * evaluate() block it and check its interruption request.
  */
 class OctaveProcess
 {
@@ -23,37 +23,39 @@ public:
     OctaveProcess &operator=(const OctaveProcess &) = delete;
 
     /**
-     * Starts the program "octave" of the search path and waits until it answers.
+     * Starts the program "octave" from PATH and waits until it answers.
      *
-     * @param folder working folder, which must hold myMatlabPlot.m
-     * @return false when there is none, when it fails or is silent for a minute, or when the thread is interrupted
+     * @param folder working directory, which must contain myMatlabPlot.m
+     * @return false when octave is missing, fails or does not answer for a minute, or when the thread is interrupted
      */
     bool start(const QString &folder);
 
     /**
-     * @param line one statement, at most 4 KiB, without a line end
-     * @return nothing on success, else the message of the failure in UTF-8
+     * Evaluates a line and waits for the answer.
      *
-     * An interrupted thread still waits for the plot under way, until it has had a minute.
+     * @param line one statement, at most 4 KiB, without a line end
+     * @return std::nullopt on success, otherwise the error message in UTF-8
+     *
+     * An interrupted thread still waits for the running plot, at most a minute in total.
      */
     std::optional<std::string> evaluate(const QByteArray &line);
 
 private:
-    enum class Patience { Starting, Plotting, Leaving };
+    enum class Phase { Starting, Plotting, Exiting };
 
     bool launch(const QByteArray &program, const QByteArray &folder);
     bool send(const QByteArray &line);
-    /** The next answer without its mark; nothing when the process is gone or was given up. */
-    std::optional<QByteArray> answer(Patience patience);
-    static bool isOver(Patience patience, const QElapsedTimer &since);
+    /** The next answer without its mark; std::nullopt when the process has ended or the wait timed out. */
+    std::optional<QByteArray> answer(Phase phase);
+    static bool shouldStopWaiting(Phase phase, const QElapsedTimer &since);
     std::optional<QByteArray> takeAnswer();
-    /** Takes what has come; false when both pipes are closed at the other end. */
+    /** Reads available output. @return false when the other end of both pipes is closed */
     bool receive();
     void end();
     void closePipes();
-    std::string lastWords() const;
+    std::string lastErrorOutput() const;
 
-    pid_t m_group = 0; // 0 while nothing runs
+    pid_t m_group = 0; // process group; 0 while no process runs
     int m_input = -1;
     int m_output = -1;
     int m_errors = -1;

@@ -24,7 +24,7 @@ void AlignedMargins::join(QCustomPlot *first, QCustomPlot *second)
 
 int AlignedMargins::commonMargin(QCP::MarginSide side) const
 {
-    // The other canvas uses the value of this canvas's last layout, which is what the screen shows.
+    // The other canvas uses the margin of this canvas's last layout, which matches what is visible.
     const int own = QCPMarginGroup::commonMargin(side);
     m_needed[side] = own;
     return m_other ? std::max(own, m_other->m_needed.value(side)) : own;

@@ -5,18 +5,17 @@
 #include <qcustomplot.h>
 
 /**
- * Keeps the axis rects of two canvases of the same width at the same left and right edge, so that one time stands in
- * one pixel column.
+ * Aligns the left and right edges of the axis rects of two canvases of the same width, so that a time has the same x
+ * position on both.
  *
- * A layout takes the wider of the margins that the labels of the two need. When that moves the other canvas, it is
- * replotted as well; otherwise it is left alone.
+ * Uses the larger of the margins that the two canvases need. Replots the other canvas only when its margins change.
  */
 class AlignedMargins : public QCPMarginGroup
 {
     Q_OBJECT
 
 public:
-    /** Each canvas owns its half, and may be deleted first. */
+    /** Aligns two canvases. Each canvas owns one of the two margin groups; either canvas may be deleted first. */
     static void join(QCustomPlot *first, QCustomPlot *second);
 
 protected:

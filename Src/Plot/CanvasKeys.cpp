@@ -16,11 +16,11 @@ constexpr int kLongStep = 10;
 
 bool differs(double a, double b)
 {
-    // Samples that are no number count as one value, or each of them would stop the crosshair.
+    // NaNs count as equal; otherwise the crosshair would stop at each of them.
     return a != b && !(std::isnan(a) && std::isnan(b));
 }
 
-/** The nearest sample in this direction whose value differs; index itself where there is none. O(samples). */
+/** Index of the nearest sample in this direction with a different value; index itself when none. O(samples). */
 int indexOfOtherValue(const QCPGraphDataContainer &samples, int index, int direction)
 {
     const double value = (samples.constBegin() + index)->value;
@@ -31,11 +31,11 @@ int indexOfOtherValue(const QCPGraphDataContainer &samples, int index, int direc
     return index;
 }
 
-/** Number of the sample nearest to key; of a series that is not empty. O(log n). */
+/** Index of the sample nearest to key. The series must not be empty. O(log n). */
 int indexNear(const QCPGraphDataContainer &samples, double key)
 {
-    // Do not call findBegin() of the container. It is a template, so our copy would replace the library's at link time,
-    // and an unoptimised copy does not fit the optimised library: the next replot crashes.
+    // Do not call the container's findBegin(). It is a template: our instantiation would replace the library's at link
+    // time, and an unoptimised one is incompatible with the optimised library, so the next replot crashes.
     const auto it = std::lower_bound(samples.constBegin(), samples.constEnd(), key,
                                      [](const QCPGraphData &sample, double wanted) { return sample.key < wanted; });
     const int after = int(it - samples.constBegin());
@@ -45,8 +45,8 @@ int indexNear(const QCPGraphDataContainer &samples, double key)
 }
 
 /**
- * Moves the range so that the coordinate is in its middle, where it was outside. The middle, not the edge: a key held
- * down then moves the view once in half a screen, not with each sample.
+ * Centres the range on the coordinate if the coordinate is outside. Centring instead of scrolling to the edge: a key
+ * that is held down then moves the view once per half screen, not at each sample.
  */
 void bringIntoView(QCPAxis *axis, double coordinate)
 {
@@ -139,8 +139,8 @@ int CanvasKeys::currentIndex(const QCPGraph &curve) const
 {
     const QCPItemTracer &tracer = *m_control->tracer();
     const QCustomPlot &plot = *m_control->plot();
-    // A crosshair on another curve is taken over at its time. Without one the keys start at the click that selected the
-    // curve, or in the middle of the view where that was made elsewhere, as in the legend.
+    // Start at the crosshair's time, even if it is on another curve. Without a crosshair, start at the last click, or
+    // at the centre of the view when the click was outside the axis rect, for example in the legend.
     if (tracer.visible())
         return indexNear(*curve.data(), tracer.position->key());
     if (plot.axisRect()->rect().contains(m_pressed))
@@ -164,20 +164,20 @@ void CanvasKeys::showReadOut(QCPGraph *curve, double key)
     const QString text = m_control->readOut(curve, key);
     const QPointF pixel = m_control->tracer()->position->pixelPosition();
     const QRectF rect = plot->axisRect()->rect();
-    // A sample that is no number has no place of its own.
+    // A NaN has no vertical position: use the centre.
     const QPoint at(qRound(qBound(rect.left(), pixel.x(), rect.right())),
                     std::isfinite(pixel.y()) ? qRound(qBound(rect.top(), pixel.y(), rect.bottom()))
                                              : qRound(rect.center().y()));
-    // The library moves a tip whose text stays the same only where it leaves a rectangle.
+    // Qt moves a tooltip with unchanged text only when the position leaves the given rectangle.
     QToolTip::showText(plot->mapToGlobal(at), text, plot, QRect(at, QSize(1, 1)));
-    // Queued, so that a key held down on a long series does not go on after it is released.
+    // Queued, so that replots of a long series do not continue after a held key is released.
     plot->replot(QCustomPlot::rpQueuedReplot);
 }
 
 void CanvasKeys::fitAllCurves()
 {
     QCustomPlot *const plot = m_control->plot();
-    // The time axis last: the other canvas follows it and has this one painted, the value axis included.
+    // Rescale the time axis last: changing it makes the linked canvas repaint this one, including the value axis.
     plot->yAxis->rescale();
     plot->xAxis->rescale();
     plot->replot(QCustomPlot::rpQueuedReplot);

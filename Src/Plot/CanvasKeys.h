@@ -8,7 +8,7 @@ class QCPGraph;
 class QKeyEvent;
 
 /**
- * The keyboard of one canvas. The canvas that was clicked has the focus and takes the keys.
+ * Keyboard shortcuts of one canvas. A click on a canvas gives it the keyboard focus.
  *
  * - Left, Right: move the crosshair of the selected curve by one sample, with Shift by ten, with Ctrl to the next
  * sample of another value.
@@ -16,14 +16,14 @@ class QKeyEvent;
  * - A: fits the axes to all curves of the canvas.
  * - Backspace, Shift+Backspace, Ctrl+C, Ctrl+Shift+S: emit a signal, since they concern both canvases.
  *
- * Keys that need a selected curve do nothing without one. Other keys, and other modifiers, pass. Main thread only.
+ * Keys that need a selected curve do nothing without one. Other keys and modifiers are not handled. Main thread only.
  */
 class CanvasKeys : public QObject
 {
     Q_OBJECT
 
 public:
-    /** A child of the controller, whose canvas must exist and outlive it. */
+    /** Becomes a child of the controller. The controller's canvas must exist and outlive it. */
     explicit CanvasKeys(MyCustomPlot *control);
 
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -43,5 +43,5 @@ private:
     void fitAllCurves();
 
     MyCustomPlot *m_control;
-    QPoint m_pressed{-1, -1}; // where the mouse was pressed last
+    QPoint m_pressed{-1, -1}; // position of the last mouse press
 };

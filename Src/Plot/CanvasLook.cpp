@@ -15,9 +15,9 @@ constexpr int kSmallPointSize = 8;
 constexpr int kLegendColumns = 6;
 constexpr int kLegendAlpha = 150;
 constexpr QSize kMinAxisRect(50, 10);
-constexpr QRgb kSelected = qRgb(200, 90, 0); // texts and axes; readable in both themes, and no normal colour
+constexpr QRgb kSelected = qRgb(200, 90, 0); // readable in both themes and not used for anything else
 
-/** What one theme paints differently from the other. */
+/** The colours of a theme. */
 struct ThemeLook {
     QColor background;
     QColor base;
@@ -91,8 +91,8 @@ void setLook(QCustomPlot *plot, const ThemeLook &look)
 }
 
 /**
- * Ticks are chosen before the layout, by the size that the axis rect had before. Where the layout changes that size,
- * it is done again.
+ * The library chooses the ticks before the layout, for the old size of the axis rect. Repeats the layout when the size
+ * changes.
  */
 void keepTicksFitting(QCustomPlot *plot)
 {
@@ -121,9 +121,9 @@ void dressLegend(QCustomPlot *plot)
 
     QCPLegend *const legend = plot->legend;
     legend->setFont(smallFont());
-    // So that an entry does not change its size when it is selected.
+    // Same font, so that an entry keeps its size when it is selected.
     legend->setSelectedFont(smallFont());
-    // The library's blue cannot be read on the night background.
+    // The library's default blue is not readable in the dark theme.
     legend->setSelectedTextColor(kSelected);
     legend->setMargins(QMargins());
     legend->setRowSpacing(-3);
@@ -131,7 +131,7 @@ void dressLegend(QCustomPlot *plot)
     legend->setFillOrder(QCPLayoutGrid::foColumnsFirst, true);
     legend->setWrap(kLegendColumns);
     legend->setVisible(true);
-    // Taken into a layout, an element leaves the one that it was in: here the inset of the axis rect.
+    // addElement() also removes the legend from its old layout, the inset of the axis rect.
     plot->plotLayout()->addElement(1, 0, legend);
     plot->plotLayout()->setRowStretchFactor(1, kLegendStretch);
     legend->setMargins(QMargins(200, 1, 10, 1));
@@ -148,7 +148,8 @@ void dressAxes(QCustomPlot *plot)
     keepTicksFitting(plot);
 
     plot->axisRect()->setupFullAxesBox(false);
-    // On a low canvas the axes give way: the library would shrink the legend as well and cut off its last line.
+    // On a low canvas only the axis rect shrinks. Otherwise the library also shrinks the legend and cuts off its last
+    // line.
     plot->axisRect()->setMinimumSize(kMinAxisRect);
     plot->xAxis->setRange(0, 1);
     plot->yAxis->setRange(-1, 1);
@@ -183,7 +184,8 @@ void setTickLabelFont(QCustomPlot *plot, const QFont &font)
 {
     for (QCPAxis *const axis : {plot->xAxis, plot->yAxis}) {
         axis->setTickLabelFont(font);
-        // The margin is computed for this font: a larger one would be cut off. Its colour marks a selected axis.
+        // The margin is computed for this font, so a larger selected font would be cut off. The colour marks the
+        // selection.
         axis->setSelectedTickLabelFont(font);
     }
 }

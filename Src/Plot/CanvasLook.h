@@ -13,16 +13,16 @@ namespace canvaslook
 /** A pen of width 1 with square cap and bevel join. */
 QPen linePen(const QColor &color, Qt::PenStyle style = Qt::SolidLine);
 
-/** Puts the legend under the axis rect. */
+/** Styles the legend and moves it below the axis rect. */
 void dressLegend(QCustomPlot *plot);
 
-/** Sets up tickers, ranges, fonts and pens of the axes. Ticks follow the size of the axis rect from then on. */
+/** Sets up tickers, ranges, fonts and pens of the axes. Ticks then adapt to the size of the axis rect. */
 void dressAxes(QCustomPlot *plot);
 
-/** The numbers of both axes keep this font when their axis is selected. */
+/** Sets the font of the tick labels of both axes, for the normal and the selected state. */
 void setTickLabelFont(QCustomPlot *plot, const QFont &font);
 
-/** Dresses for day or night; any other value changes nothing. */
+/** Applies the light or the dark theme; any other value is ignored. */
 void setTheme(QCustomPlot *plot, MyThemes theme);
 
 } // namespace canvaslook

@@ -8,7 +8,7 @@ namespace canvasselection
 namespace
 {
 
-/** A pair of opposite axes is selected as one. */
+/** Selects both axes of an opposite pair when one is selected. */
 void selectTogether(QCPAxis *axis, QCPAxis *opposite)
 {
     const QCPAxis::SelectableParts parts = QCPAxis::spAxis | QCPAxis::spTickLabels;

@@ -4,14 +4,14 @@
 
 class QCustomPlot;
 
-/** What a selection on a canvas means. */
+/** Selection rules of a canvas. */
 namespace canvasselection
 {
 
-/** Selects what belongs together: both axes of a pair, a curve as a whole and its legend entry. */
+/** Extends the selection: to both axes of a pair, to the whole curve, and to a curve's legend entry and vice versa. */
 void complete(QCustomPlot *plot);
 
-/** The axes that drag and wheel act on: the one whose line is selected, the time axis first, else both. */
+/** The axes that drag and wheel act on: the selected axis (the time axis if both are selected), otherwise both. */
 Qt::Orientations orientations(const QCustomPlot *plot);
 
 } // namespace canvasselection

@@ -14,7 +14,7 @@ CanvasTracer::CanvasTracer(QCustomPlot *canvas)
     setPen(canvaslook::linePen(Qt::red));
     setBrush(QBrush(Qt::red));
     setSize(kSize);
-    // A crosshair that stands on no curve would look like a pair of axes.
+    // A crosshair without a curve would look like a pair of axes.
     setVisible(false);
 }
 

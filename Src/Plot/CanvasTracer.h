@@ -3,8 +3,8 @@
 #include <qcustomplot.h>
 
 /**
- * The crosshair of the read-out, hidden at first. Its deferred deletion goes through its canvas: the canvas keeps a
- * list of its items and would delete the tracer a second time.
+ * The crosshair of the read-out; initially hidden. A deferred deletion removes it through the canvas: the canvas keeps
+ * a list of its items and would otherwise delete the tracer a second time.
  */
 class CanvasTracer : public QCPItemTracer
 {

@@ -74,14 +74,14 @@ constexpr std::array kSubFlightModes {
 template <std::size_t Count>
 QString modeText(const std::array<ModeName, Count> &modes, double value)
 {
-    // Compared as doubles, because a sample may hold what no integer can.
+    // Compared as doubles, because a sample may not fit an integer.
     const double whole = std::trunc(value);
     const auto *const found
         = std::find_if(modes.begin(), modes.end(), [whole](const ModeName &mode) { return whole == mode.value; });
     return found != modes.end() ? QString::fromUtf8(found->text) : QString();
 }
 
-/** An infinite quotient exceeds, one that is not a number does not. */
+/** Whether the quotient exceeds the limit: true for infinity, false for NaN. */
 bool exceeds(double sample, double neighbour)
 {
     return std::abs(sample / neighbour) > kSpikeQuotient;
@@ -157,12 +157,12 @@ void recalculateDifferences(QVector<double> &differences, const QVector<double> 
 
 double risingTime(const MyGraph *actual, const MyGraph *target, int index)
 {
-    constexpr double kNoGoal = -2.0;
+    constexpr double kNoTarget = -2.0;
     constexpr double kNeverReached = -1.0;
 
     const QVector<double> &goals = samplesOf(target);
     if (!contains(goals, index))
-        return kNoGoal;
+        return kNoTarget;
     const QVector<double> &samples = samplesOf(actual);
     if (!contains(samples, index))
         return kNeverReached;
@@ -177,7 +177,7 @@ double risingTime(const MyGraph *actual, const MyGraph *target, int index)
 
     const QVector<double> &keys = actual->xvalue();
     const auto at = std::distance(samples.cbegin(), reached);
-    // A channel that was never shown has samples but no keys yet.
+    // A channel that was never shown has samples but no keys.
     if (!contains(keys, at))
         return kNeverReached;
     return keys[static_cast<int>(at)] - keys[index];
@@ -187,7 +187,7 @@ double area(const MyGraph *actual, const MyGraph *target, int index)
 {
     const QVector<double> &samples = samplesOf(actual);
     const QVector<double> &goals = samplesOf(target);
-    // In 64 bits, so that no index overflows on the way to the window.
+    // 64 bits, to avoid an overflow in the window's limits.
     const qint64 at = index;
     const qint64 rest = std::min(samples.size(), goals.size()) - at;
     const qint64 from = at - std::min(at, kAreaHalfWindow);
@@ -213,7 +213,7 @@ int indexOfKey(const QVector<double> &keys, double key)
 {
     if (keys.isEmpty())
         return -1;
-    // Keys of a positive interval ascend; those of none or a negative one stand still or descend.
+    // Keys ascend only for a positive interval.
     const bool ascending = keys.constFirst() < keys.constLast();
     const auto found
         = ascending ? std::lower_bound(keys.cbegin(), keys.cend(), key) : std::find(keys.cbegin(), keys.cend(), key);
@@ -223,7 +223,7 @@ int indexOfKey(const QVector<double> &keys, double key)
 QString dateTimeText(double key)
 {
     constexpr double kTwoTo63 = 9223372036854775808.0;
-    // An axis can be dragged to where no 64-bit integer reaches; the low bits of such a key are zero.
+    // An axis can be dragged beyond the range of 64-bit integers; the low bits of such a key are zero.
     const qint64 whole = key >= -kTwoTo63 && key < kTwoTo63 ? static_cast<qint64>(key) : 0;
     const auto seconds = static_cast<quint32>(static_cast<quint64>(whole));
     return QDateTime::fromSecsSinceEpoch(seconds).toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));

@@ -6,71 +6,71 @@
 class MyGraph;
 
 /**
- * The arithmetic behind the canvases, free of any widget. A null channel counts as an empty one throughout, and nothing
- * is read past the end of a series. Main thread, since the channels are.
+ * The calculations of the canvases, without widgets. A null channel counts as empty, and no function reads outside a
+ * series. Main thread only, like the channels.
  */
 namespace curvemath
 {
 
-/** Label of a channel whose values are read out as words. */
+/** Labels of the channels whose values the read-out shows as words. */
 ///@{
 extern const QString kMainFlightModeLabel;
 extern const QString kSubFlightModeLabel;
 ///@}
 
-/** Keys in seconds since the epoch: key i is i * step + start, with intervalMs / 1000.0 as step. O(count). */
+/** Time keys in seconds since the epoch: key i is i * (intervalMs / 1000.0) + startSecond. O(count). */
 QVector<double> timeKeys(int count, qint64 startSecond, int intervalMs);
 
 /**
- * Replaces isolated spikes by a neighbour's value, in one forward pass and in place: a value already replaced is what
- * its right neighbour is compared with. A spike is more than ten times its neighbours. Fewer than two samples stay as
- * they are. O(samples).
+ * Replaces isolated spikes by a neighbour's value. A spike is more than ten times its neighbours. Works in place in one
+ * forward pass, so each sample is compared with the corrected previous one. Does nothing for fewer than two samples.
+ * O(samples).
  */
 void removeSpikes(QVector<double> &samples);
 
-/** Moves a series later in time: its first sample is repeated count times at the front. Empty stays empty. */
+/** Delays a series: inserts its first sample count times at the front. Does nothing for an empty series. */
 void repeatFirst(QVector<double> &samples, int count);
 
-/** Repeats the last sample, or 0.0 in an empty series, count times at the end. */
+/** Appends the last sample, or 0.0 in an empty series, count times. */
 void repeatLast(QVector<double> &samples, int count);
 
 /** Appends 0.0 count times. */
 void appendZeros(QVector<double> &samples, int count);
 
 /**
- * Writes minuend - subtrahend into the leading differences, as many as samples is modulo 256; the differences behind
- * them stay as they stood. Stops at the end of the shortest series.
+ * Writes minuend - subtrahend to the first (samples modulo 256) differences; later ones are not changed. Stops at the
+ * end of the shortest series.
  */
 void recalculateDifferences(QVector<double> &differences, const QVector<double> &minuend,
                             const QVector<double> &subtrahend, int samples);
 
 /**
- * Seconds from the sample at index until the actual series reaches what the target is at index.
+ * Seconds from the sample at index until the actual series reaches the target's value at index.
  *
- * -2.0 when the target has no such sample, -1.0 when the series never gets there. O(samples).
+ * @return -2.0 when the target has no sample at index, -1.0 when the value is never reached. O(samples).
  */
 double risingTime(const MyGraph *actual, const MyGraph *target, int index);
 
 /**
- * Signed area between actual and target, in value units times seconds, over the five samples before index, the sample
- * itself and the four after it, cut at the ends of the shorter series.
+ * Signed area between actual and target in value units times seconds, over the samples [index - 5, index + 5), limited
+ * to the shorter series.
  */
 double area(const MyGraph *actual, const MyGraph *target, int index);
 
-/** actual - target at index; -1.0 where either has no such sample. */
+/** actual - target at index; -1.0 when either has no sample at index. */
 double deviation(const MyGraph *actual, const MyGraph *target, int index);
 
 /**
- * First position of exactly this key, or -1.
+ * Index of the first key that equals key exactly, or -1.
  *
- * @param keys as timeKeys makes them. O(log n) where they ascend, O(n) where they do not.
+ * @param keys from timeKeys(). O(log n) when ascending, otherwise O(n).
  */
 int indexOfKey(const QVector<double> &keys, double key);
 
-/** Local date and time of a key, "yyyy-MM-dd hh:mm:ss", from the low 32 bits of its whole seconds. */
+/** Local date and time of a key as "yyyy-MM-dd hh:mm:ss". Uses the low 32 bits of the whole seconds. */
 QString dateTimeText(double key);
 
-/** The words for a flight mode; empty where the value, truncated toward zero, has none. */
+/** Name of a flight mode; empty for an unknown value. The value is truncated toward zero. */
 ///@{
 QString mainFlightModeText(double value);
 QString subFlightModeText(double value);

@@ -58,7 +58,7 @@ void MyCustomPlot::setCanvasOf(std::function<MyCustomPlot *(const MyGraph *)> ca
 
 void MyCustomPlot::createTracer()
 {
-    // The canvas may go first and takes its items along, so the last release looks whether there is still one.
+    // The canvas may be destroyed first and deletes its items, so the deleter checks whether the tracer still exists.
     QPointer<QCPItemTracer> tracer(new CanvasTracer(m_plot));
     m_tracer = std::shared_ptr<QCPItemTracer>(tracer.data(), [tracer](QCPItemTracer *) {
         if (tracer)
@@ -83,7 +83,7 @@ void MyCustomPlot::connectCanvas()
 QCPGraph *MyCustomPlot::addCurve()
 {
     QCPGraph *const curve = m_plot->addGraph();
-    // However a curve goes, the tracer must not be left with a pointer to it.
+    // The tracer must not keep a pointer to a deleted curve.
     connect(curve, &QObject::destroyed, this, &MyCustomPlot::forgetCurve);
     return curve;
 }
@@ -103,7 +103,7 @@ void MyCustomPlot::addPlaceholderIfEmpty()
     QCPGraph *const placeholder = addCurve();
     placeholder->setPen(linePen(defaultColor));
     placeholder->setName(QString());
-    // There is nothing to be seen of it, so a line in the legend would only puzzle.
+    // An invisible curve needs no legend entry.
     placeholder->removeFromLegend();
 }
 
@@ -123,7 +123,7 @@ void MyCustomPlot::fitAxesToOnlyCurve(QCPGraph *curve)
 
 QCPGraph *MyCustomPlot::curveNamed(const QString &graphName) const
 {
-    // Counted in whole integers: eight bits would never reach the end of a canvas with 256 curves.
+    // An 8-bit index would loop forever on a canvas with 256 curves.
     for (int i = 0; i < m_plot->graphCount(); ++i) {
         if (m_plot->graph(i)->name() == graphName)
             return m_plot->graph(i);
@@ -221,7 +221,7 @@ bool MyCustomPlot::myRemoveGraph(MyGraph *graph)
     }
     if (m_plot->graphCount() == 0)
         return false;
-    // The index goes on after a removal: of two neighbours with the same name the second one stays.
+    // The index also advances after a removal: of two adjacent curves with the same name, the second is kept.
     for (int i = 0; i < m_plot->graphCount(); ++i) {
         if (m_plot->graph(i)->name() != graph->graphName())
             continue;
@@ -269,7 +269,7 @@ void MyCustomPlot::removeGraphFeedback(const QString &graphName)
 {
     if (graphName == QLatin1String(kAllGraphs)) {
         for (const ChannelGroup &group : channelGroups()) {
-            // The backup channel keeps its flag.
+            // The flag of the backup channel is not reset.
             if (group.code == frame::kBackup)
                 continue;
             for (MyGraph *const channel : group) {
@@ -287,7 +287,7 @@ void MyCustomPlot::deleteErrorDataSlot()
 {
     QCPGraph *const curve = selectedCurve();
     MyGraph *const channel = selectedChannel();
-    // One sample has no neighbour to be compared with.
+    // A single sample has no neighbour to compare with.
     if (channel == nullptr || channel->yvalue().size() < 2)
         return;
     curvemath::removeSpikes(channel->yvalue());
@@ -317,13 +317,13 @@ void MyCustomPlot::addPointsSlot()
 
 void MyCustomPlot::delaySelectedCurve(int count)
 {
-    // Showing the partner anew lets others act on this canvas, so the curve may be gone when its turn comes.
+    // Showing the partner again emits graphCheckedSignal(), whose receivers may remove this curve.
     const QPointer<QCPGraph> curve = selectedCurve();
     MyGraph *const channel = selectedChannel();
     if (channel == nullptr || channel->yvalue().isEmpty())
         return;
 
-    // The differences are counted by what the curve held before it was moved.
+    // The number of differences to recalculate is the sample count before the delay.
     const int samples = channel->yvalue().size();
     const bool isActual = channel->role() == MyGraph::Actual;
     curvemath::repeatFirst(channel->yvalue(), count);
@@ -335,7 +335,7 @@ void MyCustomPlot::delaySelectedCurve(int count)
         if (difference != nullptr)
             curvemath::appendZeros(difference->yvalue(), count);
         if (partner != nullptr && partner->shown()) {
-            // A channel's own position decides its canvas: the partner may stand on the other one.
+            // The partner may be shown on the other canvas.
             MyCustomPlot *const home = m_canvasOf ? m_canvasOf(partner) : this;
             home->myRemoveGraph(partner);
             home->myAddGraph(partner);
@@ -411,7 +411,7 @@ void MyCustomPlot::resetAxisSizeSlot(const QFont &font)
 
 void MyCustomPlot::switchThemeSlot(MyThemes mode)
 {
-    // The configuration may speak before there is a canvas.
+    // AppConfig may emit the signal before initCustomPlot().
     if (m_plot == nullptr)
         return;
     if (mode == lightTheme)

@@ -18,72 +18,71 @@ class QCustomPlot;
 class QMouseEvent;
 
 /**
- * Controller of one canvas: dresses it, puts channels on it as curves, edits them, and reads out what lies under the
- * cursor.
+ * Controller of one canvas: styles it, shows channels as curves, edits them, and shows the read-out at the cursor.
  *
- * A curve and its channel are tied by name alone. A canvas always holds a curve; where there is none to show, an empty
- * one without a name stands in. The selected curve is the first of the canvas's selected graphs; slots that need one
- * do nothing without. Main thread only.
+ * A curve belongs to the channel with the same name. A canvas always holds at least one curve: when no channel is
+ * shown, an empty placeholder without a name. The selected curve is the first of the canvas's selected graphs; slots
+ * that need one do nothing without it. Main thread only.
  */
 class MyCustomPlot : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Listens to AppEvent and AppConfig from here on. */
+    /** Connects to the signals of AppEvent and AppConfig. */
     explicit MyCustomPlot(QObject *parent);
 
-    /** Dresses a canvas and takes control of it. Once, before anything else. The canvas stays with its parent. */
+    /** Sets up a canvas. Call once, before any other function. Does not take ownership. */
     void initCustomPlot(QCustomPlot *canvas);
 
-    /** Tells which controller a channel's position means; without it, this one is the only one. */
+    /** Sets the function that returns the controller of a channel's canvas. Default: this controller for all. */
     void setCanvasOf(std::function<MyCustomPlot *(const MyGraph *)> canvasOf);
 
     /** The canvas; null before initCustomPlot(). */
     QCustomPlot *plot() const { return m_plot; }
-    /** Marker of the read-out; the canvas owns it as well. */
+    /** The crosshair of the read-out; owned by the canvas, too. */
     QCPItemTracer *tracer() const { return m_tracer.get(); }
 
     /** The first of the selected curves, or null. */
     QCPGraph *selectedCurve() const;
-    /** Puts the crosshair on the curve's sample nearest to key, and gives the text of the read-out. */
+    /** Moves the crosshair to the curve's sample nearest to key. @return the text of the read-out */
     QString readOut(QCPGraph *curve, double key);
 
-    /** Takes a channel off the canvas. True also when it was not there, false for null. */
+    /** Removes a channel's curve. @return false for null; true even if the channel is not shown */
     bool myRemoveGraph(MyGraph *graph);
-    /** The same, for the channel of that name. */
+    /** Removes the curve of the channel with this name. */
     bool myRemoveGraph(const QString &graphName);
 
-    /** What the status bar says of a click on a curve; empty where the curve has no such point (any more). */
+    /** Status bar text for a click on a curve; empty when the point does not exist. */
     static QString clickedText(QCPAbstractPlottable *plottable, int dataIndex);
 
-    /** Seconds until the actual channel reaches the target's value at index; negative for never. O(samples). */
+    /** Seconds until the actual channel reaches the target's value at index; negative when never. O(samples). */
     double calRisingTime(MyGraph *g, MyGraph *t, int index);
-    /** Signed area between the two about index, in value units times seconds. */
+    /** Signed area between the two around index, in value units times seconds. */
     double calArea(MyGraph *g, MyGraph *t, int index);
 
 signals:
     /** A text for the status bar. */
     void statusShowSignal(const QString &s);
-    /** The curves have changed; the receiver may show and remove further ones inside the signal. */
+    /** The curves have changed. Receivers may add and remove curves. */
     void graphCheckedSignal();
-    /** The channel has left this canvas for the other one. */
+    /** The channel has been removed from this canvas and belongs to the other one. */
     void doSwapPosSignal(MyGraph *g);
 
 public slots:
-    /** Takes the point under the crosshair out of the curve; the channel keeps it. */
+    /** Removes the point under the crosshair from the curve, not from the channel. */
     void removeSelectedPointSlot();
     /** Shows a channel of the store by name and function code. */
     void myAddGraph(const QString &graphName, uchar functionCode);
-    /** Shows the channel, or removes it where flag is false. */
+    /** Shows the channel if flag is true, otherwise removes it. */
     void myAddGraph(MyGraph *graphSelected, bool flag);
-    /** Shows a channel and builds its time keys. O(samples). */
+    /** Shows a channel and computes its time keys. O(samples). */
     void myAddGraph(MyGraph *graphSelected);
-    /** Shows loose data, with no channel behind it, in place of everything else. */
+    /** Replaces all curves by one with the given data and no channel. */
     void myAddGraph(const QString &graphName, const QVector<double> &yvalue, const QVector<double> &xvalue);
-    /** Takes the selected curve off the canvas. */
+    /** Removes the selected curve. */
     void removeSelectedGraphSlot();
-    /** Takes every curve off the canvas. */
+    /** Removes all curves. */
     void removeAllGraphsSlot();
     /** Fits both axes to the selected curve. */
     void rescaleGraphSlot();
@@ -95,19 +94,19 @@ public slots:
     void rescaleAllYSlot();
     /** Removes the spikes of the selected curve from its channel. */
     void deleteErrorDataSlot();
-    /** Gives the selected curve a pen; the channel keeps its own. */
+    /** Sets the pen of the selected curve; the channel's pen is not changed. */
     void resetGraphSlot(const QPen &pen);
-    /** Gives the numbers of both axes a font, when one of the two is selected. */
+    /** Sets the font of the tick labels of both axes, if an axis is selected. */
     void resetAxisSizeSlot(const QFont &font);
-    /** Dresses the canvas for day or night. */
+    /** Applies the light or the dark theme. */
     void switchThemeSlot(MyThemes mode);
-    /** Touch mode: a drag zooms to a rectangle rather than moving the ranges. */
+    /** Switches touch mode: a drag zooms to a rectangle instead of moving the ranges. */
     void switchRectMode(bool flag);
-    /** Moves the selected curve later against its partner by ten samples. */
+    /** Delays the selected curve by ten samples relative to its partner. */
     void addPointsSlot();
-    /** Moves the selected curve later against its partner by one sample. */
+    /** Delays the selected curve by one sample relative to its partner. */
     void addOnePointSlot();
-    /** Sends the selected curve to the other canvas. */
+    /** Moves the selected curve to the other canvas. */
     void onSwapPosSlot();
 
 private slots:

@@ -23,7 +23,7 @@ QString factors(const MyGraph *channel, double key)
     QString deviationText;
     QString areaText;
     QString riseText;
-    // Where the curve no longer fits the channel's keys there is no sample to tell of, and the lines stay empty.
+    // When the key is not among the channel's keys (the curve is outdated), the values are empty.
     const int index = curvemath::indexOfKey(channel->xvalue(), key);
     if (index >= 0) {
         deviationText = QString::number(curvemath::deviation(channel, target, index), 'g', kPrecision);
@@ -49,7 +49,7 @@ QString sample(const QString &curveName, double key, double value)
     const QString valueText = QString::number(value, 'g', kSamplePrecision);
     const QString start = QLatin1Char('(') + curvemath::dateTimeText(key) + QLatin1String(",  ") + valueText;
 
-    // Without a channel, as after an edit of the name, the line of time and value is all there is to tell.
+    // Null when the user has edited the curve's name; then only time and value are shown.
     const MyGraph *const channel = findGraph(curveName);
     if (channel != nullptr && channel->role() == MyGraph::Actual && AppConfig::getInstance().getShowFactor())
         return start + QLatin1Char(')') + factors(channel, key);
@@ -63,11 +63,11 @@ QString sample(const QString &curveName, double key, double value)
 
 QString click(QCPAbstractPlottable *plottable, int dataIndex)
 {
-    // A point may be taken out between the press and the release of one click.
+    // The point may be removed between press and release of the click.
     const QCPPlottableInterface1D *const points = plottable->interface1D();
     if (points == nullptr || dataIndex < 0 || dataIndex >= points->dataCount())
         return {};
-    // All three at once: a curve's name is the user's to edit and may itself hold a place marker.
+    // One arg() call for all three: the user can edit the curve's name, which may contain a place marker.
     return QStringLiteral("Clicked on graph '%1' at data point #%2 with value %3.")
         .arg(plottable->name(), QString::number(dataIndex), QString::number(points->dataMainValue(dataIndex)));
 }

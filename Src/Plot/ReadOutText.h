@@ -4,20 +4,20 @@
 
 class QCPAbstractPlottable;
 
-/** The texts of the read-out under the cursor and of a click. Main thread, since the channels are. */
+/** The texts of the read-out at the cursor and of a click. Main thread only, like the channels. */
 namespace readouttext
 {
 
-/** Where the pointer is, with no curve selected. */
+/** The pointer's time and value; used when no curve is selected. */
 QString pointer(double key, double value);
 
 /**
- * A sample of the curve of this name: the factors of an actual channel, the words of a flight mode, else time and value
- * alone. A name without a channel is no failure, since the user can edit it. O(samples) with the factors.
+ * Text for a sample of the curve with this name: time and value, plus the factors of an actual channel or the name of a
+ * flight mode. Accepts names without a channel, because the user can edit them. O(samples) with factors.
  */
 QString sample(const QString &curveName, double key, double value);
 
-/** What the status bar says of a click on a curve; empty where the curve no longer has such a point. */
+/** Status bar text for a click on a curve; empty when the point no longer exists. */
 QString click(QCPAbstractPlottable *plottable, int dataIndex);
 
 } // namespace readouttext

@@ -15,11 +15,11 @@ double TimeTicker::getTickStep(const QCPRange &range)
     constexpr double kWidening = 1.25;
 
     const QFontMetrics metrics(m_axis->tickLabelFont());
-    // The gap is a line's height: months differ in length, and their labels stay apart all the same.
+    // A gap of one line height is enough even for steps of months, which differ in length.
     const int label = metrics.horizontalAdvance(QStringLiteral("2000-00-00")) + metrics.height();
     const double smallest = range.size() * label / std::max(1, m_axis->axisRect()->width());
 
-    // The library picks the step of a range from its own table. A wider range has a wider step.
+    // The library chooses the step for a range from its own table: widen the range until the step is large enough.
     double size = range.size();
     double step = QCPAxisTickerDateTime::getTickStep(range);
     for (int i = 0; i < kMaxAttempts && step < smallest; ++i) {

@@ -2,11 +2,11 @@
 
 #include <qcustomplot.h>
 
-/** Ticks of the time axis, "yyyy-MM-dd" over "hh:mm:ss": no more than the length of the axis has room for. */
+/** Ticks of the time axis, labelled "yyyy-MM-dd" above "hh:mm:ss". Labels do not overlap. */
 class TimeTicker : public QCPAxisTickerDateTime
 {
 public:
-    /** The axis is horizontal and outlives its ticker. */
+    /** @param axis horizontal; must outlive the ticker */
     explicit TimeTicker(const QCPAxis *axis);
 
 protected:

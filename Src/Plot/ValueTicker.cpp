@@ -10,11 +10,11 @@ namespace
 constexpr int kMaxDigits = 12;
 constexpr double kSteps[] = {1.0, 2.0, 2.5, 5.0, 10.0};
 constexpr double kTolerance = 1e-9;
-// The library counts the steps from zero in 64 bits.
-constexpr double kFinestStep = 1e-15;
+// Relative to the largest value. The library counts steps from zero in 64 bits, so smaller steps would overflow.
+constexpr double kMinStep = 1e-15;
 constexpr int kGap = 2; // pixels between two labels
 
-/** Exponent of the leading digit; tolerates that a power of ten falls short by a rounding error. */
+/** Decimal exponent of the leading digit; tolerates rounding errors just below a power of ten. */
 int exponentOf(double value)
 {
     return static_cast<int>(std::floor(std::log10(value) + kTolerance));
@@ -42,7 +42,7 @@ double ValueTicker::getTickStep(const QCPRange &range)
     const int label = QFontMetrics(m_axis->tickLabelFont()).height() + kGap;
     const double largest = std::max(std::abs(range.lower), std::abs(range.upper));
     m_step = std::max(
-        {QCPAxisTicker::getTickStep(range), roundUp(range.size() * label / length), roundUp(largest * kFinestStep)});
+        {QCPAxisTicker::getTickStep(range), roundUp(range.size() * label / length), roundUp(largest * kMinStep)});
     return m_step;
 }
 
@@ -52,14 +52,14 @@ QVector<QString> ValueTicker::createLabelVector(const QVector<double> &ticks, co
     double largest = m_step;
     for (const double tick : ticks)
         largest = std::max(largest, std::abs(tick));
-    // From the leading digit of the largest tick to the last digit of the step; a step of 2.5 has one more.
+    // Digits from the leading digit of the largest tick to the last digit of the step; a step of 2.5 needs one more.
     const int stepExponent = exponentOf(m_step);
     const bool hasHalf = std::abs(m_step / std::pow(10.0, stepExponent) - 2.5) < kTolerance;
     const int digits = exponentOf(largest) - stepExponent + 1 + (hasHalf ? 1 : 0);
 
     QVector<QString> labels = QCPAxisTicker::createLabelVector(ticks, locale, formatChar,
                                                                std::min(std::max(digits, precision), kMaxDigits));
-    // Beyond twelve digits neighbours can be alike: one label stands for all of them.
+    // With more than twelve digits adjacent labels can be equal: keep only the first of them.
     for (int i = labels.size() - 1; i > 0; --i) {
         if (labels[i] == labels[i - 1])
             labels[i].clear();

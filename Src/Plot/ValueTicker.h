@@ -3,13 +3,12 @@
 #include <qcustomplot.h>
 
 /**
- * Ticks of a value axis. Labels have as many digits as it takes to tell neighbours apart, up to twelve, and there are
- * no more ticks than the length of the axis has room for.
+ * Ticks of a value axis. Labels have enough digits to distinguish adjacent ticks, up to twelve, and do not overlap.
  */
 class ValueTicker : public QCPAxisTicker
 {
 public:
-    /** The axis is vertical and outlives its ticker. */
+    /** @param axis vertical; must outlive the ticker */
     explicit ValueTicker(const QCPAxis *axis);
 
 protected:

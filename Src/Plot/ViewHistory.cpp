@@ -6,7 +6,7 @@
 ViewHistory::ViewHistory(const QVector<QCustomPlot *> &canvases, QObject *parent)
     : QObject(parent)
     , m_canvases(canvases)
-    , m_views{presentView()}
+    , m_views{currentView()}
     , m_settled(new QTimer(this))
 {
     m_settled->setSingleShot(true);
@@ -18,7 +18,7 @@ ViewHistory::ViewHistory(const QVector<QCustomPlot *> &canvases, QObject *parent
     }
 }
 
-ViewHistory::View ViewHistory::presentView() const
+ViewHistory::View ViewHistory::currentView() const
 {
     View view;
     for (const QCustomPlot *canvas : m_canvases) {
@@ -40,11 +40,11 @@ void ViewHistory::recordWhenStill()
 void ViewHistory::record()
 {
     m_settled->stop();
-    const View view = presentView();
+    const View view = currentView();
     View &current = m_views[m_position];
     if (view.ranges == current.ranges)
         return;
-    // Nobody wants to go back to axes without a curve.
+    // Going back to empty axes is useless.
     if (current.empty) {
         current = view;
         return;
@@ -71,7 +71,7 @@ void ViewHistory::goForward()
 void ViewHistory::clear()
 {
     m_settled->stop();
-    m_views = {presentView()};
+    m_views = {currentView()};
     m_position = 0;
 }
 
@@ -81,7 +81,7 @@ void ViewHistory::show(int position)
         return;
     m_position = position;
     const QVector<QCPRange> ranges = m_views.at(position).ranges;
-    // The value axes first: linked time axes paint their canvases as they change.
+    // Set the value axes first: a change of a linked time axis repaints both canvases immediately.
     for (int i = 0; i < m_canvases.size(); ++i)
         m_canvases[i]->yAxis->setRange(ranges.at(2 * i + 1));
     for (int i = 0; i < m_canvases.size(); ++i)

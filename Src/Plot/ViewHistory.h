@@ -6,11 +6,11 @@
 #include <qcustomplot.h>
 
 /**
- * The views that the user has had of some canvases, as a browser has its pages. A view is the ranges of all axes.
+ * History of the views of several canvases, with back and forward as in a browser. A view is the ranges of all axes.
  *
- * A view is recorded when the ranges have been still for kSettleMilliseconds with no mouse button down, so a drag or a
- * series of wheel turns is one step. Keeps the last kMaxViews views. A view without a curve is replaced by the next
- * one. Main thread only.
+ * A view is recorded when the ranges have not changed for kSettleMilliseconds and no mouse button is down, so a drag or
+ * a series of wheel turns is one step. Keeps the last kMaxViews views. A view without samples is replaced by the next
+ * view. Main thread only.
  */
 class ViewHistory : public QObject
 {
@@ -20,30 +20,30 @@ public:
     static constexpr int kSettleMilliseconds = 300;
     static constexpr int kMaxViews = 200;
 
-    /** Starts with the present view. The canvases must outlive it or its use. */
+    /** Starts with the current view. No function may be called after a canvas is destroyed. */
     ViewHistory(const QVector<QCustomPlot *> &canvases, QObject *parent);
 
-    /** Number of views, the present one included. */
+    /** Number of views, including the current one. */
     int count() const { return m_views.size(); }
-    /** Number of views behind the present one. */
+    /** Index of the current view, from 0. */
     int position() const { return m_position; }
 
 public slots:
-    /** To the view before, or to the one after. Nothing where there is none. */
+    /** Shows the previous or the next view. Does nothing when there is none. */
     ///@{
     void goBack();
     void goForward();
     ///@}
-    /** Starts anew with the present view, as for another log. */
+    /** Drops all views and restarts with the current one, for example for another log. */
     void clear();
 
 private:
     struct View {
         QVector<QCPRange> ranges; // time and value axis of each canvas
-        bool empty = true; // no curve had a sample
+        bool empty = true; // no curve has samples
     };
 
-    View presentView() const;
+    View currentView() const;
     void record();
     void recordWhenStill();
     void show(int position);

@@ -5,9 +5,8 @@
 namespace
 {
 
-// The pen has the default curve colour, which may be that of the background. The filling shows on both themes and lets
-// grid and curves shine through.
-const QColor kFilling(42, 125, 225, 70);
+// The pen's colour may equal the background. The translucent fill is visible in both themes and does not hide curves.
+const QColor kFillColor(42, 125, 225, 70);
 
 } // namespace
 
@@ -15,8 +14,8 @@ ZoomRectangle::ZoomRectangle(QCustomPlot *canvas)
     : QCPSelectionRect(canvas)
 {
     setLayer(QStringLiteral("overlay"));
-    setBrush(kFilling);
-    // The library leaves a cancelled rectangle on the screen.
+    setBrush(kFillColor);
+    // The library does not repaint after a cancelled rectangle.
     connect(this, &QCPSelectionRect::canceled, this, [this] {
         if (layer() != nullptr)
             layer()->replot();

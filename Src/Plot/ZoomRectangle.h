@@ -3,15 +3,15 @@
 #include <qcustomplot.h>
 
 /**
- * The rectangle of touch mode. Only the left button draws it, and a context menu ends it. A release that another window
- * takes ends it at the next move of the pointer.
+ * The zoom rectangle of touch mode. Only the left button draws it; opening a context menu cancels it. When another
+ * window receives the button release, the next mouse move cancels it.
  */
 class ZoomRectangle : public QCPSelectionRect
 {
     Q_OBJECT
 
 public:
-    /** Replaces the canvas's own rectangle; the canvas takes ownership. */
+    /** Replaces the canvas's default rectangle; the canvas takes ownership. */
     static void install(QCustomPlot *canvas);
 
 protected:

@@ -3,13 +3,13 @@
 #include <QRect>
 
 /**
- * Where a figure may open beside a dialog: the largest part of the screen that lies wholly on one side of it.
+ * Finds space for a figure next to a dialog: the largest part of the screen completely on one side of the dialog.
  *
- * @param dialog    frame of the dialog
- * @param available what the screen has free; both in the same coordinates
- * @return all of available where the dialog is on another screen
+ * @param dialog    frame geometry of the dialog
+ * @param available available geometry of the screen, in the same coordinates
+ * @return available when the dialog is on another screen
  */
 QRect figureArea(const QRect &dialog, const QRect &available);
 
-/** An area of a screen in native pixels. Qt scales what lies within a screen, but not the origin of the screen. */
+/** Converts an area to native pixels. Qt scales positions within a screen, but not the screen's origin. */
 QRect nativePixels(const QRect &area, QPoint origin, qreal scale);

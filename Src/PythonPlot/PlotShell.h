@@ -5,23 +5,24 @@
 #include <QString>
 #include <memory>
 
-/** The shell in which a plot script runs: "cmd" on Windows, "sh" elsewhere. */
+/** The shell that runs the plot script: "cmd" on Windows, "sh" elsewhere. */
 namespace plotshell
 {
 
-/** The name by which the shell is started; it is looked up in the search path. */
+/** The program name of the shell; found through PATH. */
 QString program();
 
 /**
- * Makes the process of a shell, not started and without a parent.
+ * Creates the process of a shell, not yet started and without a parent.
  *
- * Its close() stops the shell at once. A script that draws by then runs on, and ends with its last window.
+ * Its close() kills the shell immediately. A script that already shows a figure continues until its last window is
+ * closed.
  *
- * @param plotDir absolute path of the folder that holds the scripts
+ * @param plotDir absolute path of the folder with the scripts
  */
 std::unique_ptr<QProcess> makeProcess(const QString &plotDir);
 
-/** A path as the shell's command line needs it: quoted where the shell would take it for more than one word. */
+/** Quotes a path for the shell's command line, if necessary. */
 QString quoted(const QString &path);
 
 } // namespace plotshell

@@ -9,15 +9,15 @@ namespace
 {
 
 /**
- * A shell at the head of a process group and a session of its own, so that neither the terminal from which the program
- * was started nor its end reaches a figure. A script leaves the group as soon as it runs.
+ * A shell in its own session and process group, so that signals of the terminal and the terminal's end do not affect
+ * figures. The script leaves the group when it starts.
  */
 class Shell : public QProcess
 {
 public:
     void close() override
     {
-        // QProcess would first wait until the shell has taken all that was written, which a hanging one never does.
+        // QProcess::close() waits until the shell has read all input, which a hanging shell never does. Kill it first.
         if (processId() > 0)
             ::kill(-static_cast<pid_t>(processId()), SIGKILL);
         QProcess::close();
@@ -37,11 +37,11 @@ QString plotshell::program()
 std::unique_ptr<QProcess> plotshell::makeProcess(const QString &plotDir)
 {
     auto process = std::make_unique<Shell>();
-    // Nobody reads the shell's output: in a pipe it would pile up in memory.
+    // The output is not read; QProcess would buffer it in memory.
     process->setStandardOutputFile(QProcess::nullDevice());
 
-    // A bare "python" is often missing, or is one without matplotlib; the one in this folder finds the right one. A
-    // colon parts the folders of the search path, so a path that holds one is written relative to the working folder.
+    // "python" is often missing or has no matplotlib; the "python" in this folder finds a suitable one. PATH is
+    // separated by colons, so a folder with a colon in its path is written relative to the working directory.
     const QString folder
         = plotDir.contains(QLatin1Char(':')) ? QStringLiteral("./shell") : plotDir + QStringLiteral("/shell");
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();

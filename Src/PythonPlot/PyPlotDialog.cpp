@@ -58,7 +58,7 @@ void PyPlotDialog::on_pushButton_5_clicked()
 void PyPlotDialog::showEvent(QShowEvent *event)
 {
     QDialog::showEvent(event);
-    // In the middle of a screen 1366 pixels wide there would be no room for a figure on either side.
+    // A dialog in the centre of a screen of 1366 pixels would leave no room for a figure on either side.
     if (!event->spontaneous()) {
         const QRect available = screen()->availableGeometry();
         move(available.left(), available.top() + (available.height() - height()) / 2);
@@ -68,6 +68,6 @@ void PyPlotDialog::showEvent(QShowEvent *event)
 void PyPlotDialog::keepButtonsFree()
 {
     const QRect area = figureArea(frameGeometry(), screen()->availableGeometry());
-    // The script counts the pixels of the screen, Qt those of its scale.
+    // The script uses native pixels, Qt uses logical ones.
     m_pythonPlot->setFigureArea(nativePixels(area, screen()->geometry().topLeft(), screen()->devicePixelRatio()));
 }

@@ -10,21 +10,21 @@ namespace Ui
 class PyPlotDialog;
 }
 
-/** Five buttons, each of which has the Python script draw one plot of the track files. Never waits for the script. */
+/** Dialog with five buttons; each makes the Python script draw one plot. Never waits for the script. */
 class PyPlotDialog : public QDialog
 {
     Q_OBJECT
 
 public:
-    /** Starts no shell: the first press of a button does. */
+    /** Does not start a shell; the first click on a button does. */
     explicit PyPlotDialog(QWidget *parent);
     ~PyPlotDialog() override;
 
-    /** Says in the label whether the plots show the last run's track. Call once, before the dialog comes up. */
+    /** Shows the note of showTrackNote(). Call once, before the dialog is shown. */
     void init();
 
 signals:
-    /** Never emitted: the buttons call the plotter. */
+    /** Never emitted: the buttons call PythonPlot directly. */
     ///@{
     void plotHeightSignal();
     void plotXYSignal();
@@ -40,7 +40,7 @@ private slots:
     void on_pushButton_5_clicked();
 
 protected:
-    /** Goes to the left edge of the screen, so that a figure has room beside the buttons. */
+    /** Moves the dialog to the left edge of the screen, so that a figure fits beside it. */
     void showEvent(QShowEvent *event) override;
 
 private:

@@ -10,18 +10,18 @@
 namespace
 {
 
-constexpr int kStartPatience = 30000; // ms
+constexpr int kStartTimeoutMs = 30000;
 
 } // namespace
 
 struct PythonPlot::Plot {
-    const char *argument; // of the script
-    const char *name; // in the log
-    bool reasonIsLogged; // of a failed writing
-    bool folderInLocalCode; // else in UTF-8
+    const char *argument; // argument of the script
+    const char *name; // name in the log
+    bool logsReason; // log the reason of a write error
+    bool usesLocalCodec; // encode the folder by the local codec, otherwise as UTF-8
 };
 
-// In the order of the shells. The differences are part of how the shells are driven.
+// Indexed by Kind. The differences between the rows are intended.
 // clang-format off
 const std::array<PythonPlot::Plot, PythonPlot::KindCount> PythonPlot::kPlots{{
     {"Height", "height", true,  false},
@@ -84,11 +84,11 @@ void PythonPlot::plot(Kind kind)
         if (!shell) {
             start(shell);
             const QString line = changeFolderLine();
-            writeLine(*shell, row.folderInLocalCode ? line.toLocal8Bit() : line.toUtf8());
+            writeLine(*shell, row.usesLocalCodec ? line.toLocal8Bit() : line.toUtf8());
         }
         writeLine(*shell, QByteArrayLiteral("python pythonPlot.py ") + row.argument + '\n');
     } catch (const std::exception &exception) {
-        if (row.reasonIsLogged)
+        if (row.logsReason)
             logToBoth(error, "pyplot {} error:{}", row.name, exception.what());
         else
             logToBoth(error, "pyplot {} error", row.name);
@@ -119,8 +119,8 @@ void PythonPlot::start(Shell &shell)
     };
     connect(process, &QProcess::readyReadStandardError, this, logErrors, Qt::DirectConnection);
     if (m_figureArea.isValid()) {
-        // The lines that are written to the shell are fixed, so the script learns of it by its environment. That is
-        // fixed when the kind's shell starts: the place of the dialog at the first click counts.
+        // The lines written to the shell are fixed, so the area is passed as an environment variable. It is set when
+        // the shell of this kind starts, so the dialog's position at the first click is used.
         QProcessEnvironment environment = process->processEnvironment();
         if (environment.isEmpty())
             environment = QProcessEnvironment::systemEnvironment();
@@ -134,6 +134,6 @@ void PythonPlot::start(Shell &shell)
     }
     process->setProgram(plotshell::program());
     process->start(QIODevice::ReadWrite);
-    // A shell that does not start goes unnoticed: what is written to it goes nowhere.
-    process->waitForStarted(kStartPatience);
+    // A failed start is ignored: later writes then have no effect.
+    process->waitForStarted(kStartTimeoutMs);
 }

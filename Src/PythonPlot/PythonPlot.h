@@ -8,28 +8,28 @@
 #include <memory>
 
 /**
- * Has the script "myPlot/pythonPlot.py" beside the executable draw the track files.
+ * Draws the track files with the script "myPlot/pythonPlot.py" beside the executable.
  *
- * Each kind of plot has a shell of its own, which starts at the first call and lives as long as this object. Nothing
- * waits for the script; what it writes to its standard error goes to the log. Main thread only.
+ * Each kind of plot has its own shell, which starts at the first call and runs as long as this object exists. Does not
+ * wait for the script; its standard error goes to the log. Main thread only.
  */
 class PythonPlot : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Starts no shell yet. */
+    /** Does not start a shell. */
     explicit PythonPlot(QObject *parent);
     ~PythonPlot() override;
 
     /** @return always true */
     bool init();
 
-    /** Where figures are to open, in the pixels of the screen. For the kinds whose shell starts later. */
+    /** Sets where figures open, in native pixels. Affects only kinds whose shell has not started yet. */
     void setFigureArea(const QRect &area) { m_figureArea = area; }
 
 public slots:
-    /** Has the script draw one plot. A shell that does not start is told in the log alone. */
+    /** Makes the script draw one plot. A write error is only logged. */
     ///@{
     void plotHeightSlot();
     void plotXYSlot();
@@ -39,7 +39,7 @@ public slots:
     ///@}
 
 protected:
-    /** Puts a line into the shell's standard input. Virtual for the tests of what happens when it throws. */
+    /** Writes a line to the shell's standard input. Virtual, so that tests can make it throw. */
     virtual void writeLine(QProcess &process, const QByteArray &line);
 
 private:
@@ -54,7 +54,6 @@ private:
     void start(Shell &shell);
 
     QString m_appDirPath;
-    QRect m_figureArea; // null: wherever the window manager puts them
-    // In this order they are closed, and in the reverse one destroyed.
+    QRect m_figureArea; // null: the window manager places figures
     std::array<Shell, KindCount> m_shells;
 };

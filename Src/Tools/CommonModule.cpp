@@ -46,7 +46,7 @@ void CommonModule::nameForAssistance()
             label->buddy()->setAccessibleName(label->text());
     }
     m_ui->lineEdit_jiaodu->setAccessibleName(m_ui->groupBox_8->title());
-    // A title above two edits names both.
+    // One title labels two edits.
     const auto nameComponents = [](const QLabel *title, QLineEdit *x, QLineEdit *y) {
         x->setAccessibleName(title->text() + QLatin1String(" x"));
         y->setAccessibleName(title->text() + QLatin1String(" y"));
@@ -59,8 +59,7 @@ void CommonModule::nameForAssistance()
 
 void CommonModule::alignColumns()
 {
-    // The groups lay themselves out alone; columns of one width in all of them make the edits line up. A narrow window
-    // scrolls rather than cut a coordinate.
+    // Each group has its own layout. Equal column widths in all groups align the edits.
     const std::array groups{m_ui->gridLayout_groupBox_2, m_ui->gridLayout_groupBox, m_ui->gridLayout_groupBox_3,
                             m_ui->gridLayout_groupBox_4};
     for (const int column : {0, 1, 2}) {
@@ -104,7 +103,7 @@ void CommonModule::on_pushButton_calDIstanc_clicked()
     m_bearing = bearingDegrees(m_bearingFunction(m_loc1, m_loc2));
     showNumber(m_ui->lineEdit_distance, m_distance);
     showNumber(m_ui->lineEdit_bear, m_bearing);
-    // Ready to be applied to a third position by the offset calculator.
+    // The offset calculator can apply it to the third position.
     m_diff = location_diff(m_loc1, m_loc2);
     showNumber(m_ui->lineEdit_OFSNorth, static_cast<double>(m_diff.x));
     showNumber(m_ui->lineEdit_OFSEast, static_cast<double>(m_diff.y));

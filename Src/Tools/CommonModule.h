@@ -16,8 +16,8 @@ class CommonModule;
 /**
  * Small calculators for positions and for vectors in a plane.
  *
- * Has no parent and may stay open beside the main window, but does not keep the program running. Text that is no
- * number counts as 0; nothing is checked and nothing reported.
+ * Has no parent and may stay open beside the main window, but does not keep the program running. Invalid numbers count
+ * as 0, without a message.
  */
 class CommonModule : public QWidget
 {
@@ -28,20 +28,19 @@ public:
     using BearingFunction = std::int32_t (*)(Location, Location);
 
     /**
-     * @param bearingFunction replaceable, because get_bearing_cd never returns the negative bearings that the slot must
-     *                        pass on
+     * @param bearingFunction replaceable for tests, because get_bearing_cd never returns a negative bearing
      */
     explicit CommonModule(BearingFunction bearingFunction = ostravel::get_bearing_cd);
     ~CommonModule() override;
 
     /** Reads the two positions. */
     void getLocation();
-    /** Degrees of a bearing in hundredths, which stays as it is: -123 is -1.23 and not 358.77. */
+    /** Converts hundredths of a degree to degrees, without normalisation: -123 is -1.23 and not 358.77. */
     static double bearingDegrees(std::int32_t hundredths);
     /** Reads the two vectors. */
     void getVector();
 
-    /** What the last press has read and computed. Distances and offsets in metres, bearing and angle in degrees. */
+    /** Inputs and results of the last calculation. Distances and offsets in metres, bearing and angle in degrees. */
     ///@{
     Location loc1() const { return m_loc1; }
     Location loc2() const { return m_loc2; }
@@ -62,7 +61,7 @@ public slots:
     void on_pushButton_calDIstanc_clicked();
     /** Shows sum, difference, products and angle of the two vectors. */
     void on_pushButton_calVector_clicked();
-    /** Shows where the offset leads from the third position. */
+    /** Shows the third position moved by the offset. */
     void on_pushButton_calDIstanc_2_clicked();
 
 private:

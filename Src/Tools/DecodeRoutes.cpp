@@ -24,9 +24,9 @@ namespace
 {
 
 constexpr int kColumns = 9;
-/** Milliseconds from one frame of the screen to the next. */
-constexpr int kFrame = 16;
-/** What the progress bar moves on for each waypoint, and for the work before the first. */
+/** Minimum interval between two repaints of the table. */
+constexpr int kFrameMs = 16;
+/** Progress per waypoint, and of the work before the first waypoint. */
 constexpr int kStep = 100;
 
 QJsonArray waypoints(QFile &file)
@@ -44,7 +44,7 @@ QString workbookPath(const QFile &routeFile)
 
 QList<QVariant> titles()
 {
-    // English also with the Chinese catalogue.
+    // Not translated.
     QList<QVariant> result;
     for (const char *const title :
          {"id", "longitude", "latitude", "height", "radius", "speed", "distance", "flyTime", "totalTime"})
@@ -54,11 +54,11 @@ QList<QVariant> titles()
 
 std::int32_t coordinate(const QString &degrees)
 {
-    // Distances come from what a float holds of the text.
+    // Parsed with float precision on purpose; the distances depend on it.
     return truncatedToLocationUnit(static_cast<double>(degrees.toFloat()) * kLocationUnitsPerDegree);
 }
 
-/** A text as the table shows it: painting one of megabytes takes minutes, and no cell of a workbook holds it. */
+/** Shortens a text to the limit of a workbook cell. Painting a text of megabytes in the table would take minutes. */
 QString shown(const QString &text)
 {
     return QXlsx::Document::cellText(text);
@@ -70,23 +70,23 @@ QString shown(double number)
 }
 
 /**
- * Runs the event loop, with the table painted at most once a frame: painting takes a thousand times as long as a row.
- * What the table holds is complete whenever events are processed.
+ * Processes events but repaints the table at most once per frame, because a repaint takes a thousand times as long as
+ * adding a row. The rows are always complete when events are processed.
  */
-class EventPasses
+class ThrottledEvents
 {
 public:
-    explicit EventPasses(QTableWidget *table)
+    explicit ThrottledEvents(QTableWidget *table)
         : m_table(table)
     {
     }
-    ~EventPasses() { hold(false); }
-    EventPasses(const EventPasses &) = delete;
-    EventPasses &operator=(const EventPasses &) = delete;
+    ~ThrottledEvents() { hold(false); }
+    ThrottledEvents(const ThrottledEvents &) = delete;
+    ThrottledEvents &operator=(const ThrottledEvents &) = delete;
 
     void run()
     {
-        const bool isDue = !m_sinceFrame.isValid() || m_sinceFrame.elapsed() >= kFrame;
+        const bool isDue = !m_sinceFrame.isValid() || m_sinceFrame.elapsed() >= kFrameMs;
         hold(!isDue);
         QCoreApplication::processEvents();
         if (isDue)
@@ -104,7 +104,7 @@ private:
     QElapsedTimer m_sinceFrame;
 };
 
-/** Progress of a route so long that it passes the progress bar's integers stays at their end. */
+/** Value of the progress bar, limited to the range of int. */
 int progress(qint64 steps)
 {
     return static_cast<int>(qMin<qint64>(steps * kStep, std::numeric_limits<int>::max()));
@@ -129,7 +129,7 @@ void DecodeRoutes::on_btn_selectFile_clicked()
 {
     m_routeFile
         = QFileDialog::getOpenFileName(this, tr("Select route file"), QStringLiteral("./"), QStringLiteral("*.json"));
-    // A conversion leaves a range that begins at 1.
+    // A conversion sets the minimum to 1.
     m_ui->progressBar->setMinimum(0);
     m_ui->progressBar->setValue(0);
 }
@@ -170,13 +170,13 @@ void DecodeRoutes::decodeRoute(QFile &file)
     excelOperator.writeTitleRow(1, kColumns, titles());
     bar->setValue(kStep);
 
-    EventPasses events(table);
+    ThrottledEvents events(table);
     const QPointer<DecodeRoutes> self(this);
     Location previous{};
     float totalTime = 0.0F;
     for (int i = 0; i < count; ++i) {
         events.run();
-        // Whoever deletes the dialog meanwhile has no use for the rest.
+        // The dialog may be deleted while events are processed.
         if (self.isNull())
             return;
         const QJsonObject waypoint = route.at(i).toObject();
@@ -196,7 +196,7 @@ void DecodeRoutes::decodeRoute(QFile &file)
         previous = location;
 
         const int id = i + 1;
-        // A second conversion may have left a table that ends before this row.
+        // A nested conversion may have left a shorter table.
         if (i <= table->rowCount()) {
             table->insertRow(i);
             int column = 0;

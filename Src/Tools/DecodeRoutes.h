@@ -12,11 +12,11 @@ class DecodeRoutes;
 }
 
 /**
- * Shows the waypoints of a route file with length and flying time of each leg, and writes them to a workbook beside
+ * Shows the waypoints of a route file with distance and flight time of each leg, and writes them to a workbook beside
  * the file.
  *
- * Works on the main thread and lets the event loop run once a waypoint, so that the user may even start a second
- * conversion inside the first: it runs to its end, and rows of the first that no longer fit the table are dropped.
+ * Works on the main thread and processes events once per waypoint. The user can therefore start a second conversion
+ * during the first: the second runs to its end, and rows of the first that do not fit the table are dropped.
  */
 class DecodeRoutes : public QDialog
 {
@@ -27,22 +27,23 @@ public:
     explicit DecodeRoutes(QWidget *parent);
     ~DecodeRoutes() override;
 
-    /** The chosen file; empty when none is. */
+    /** Path of the selected file; empty when none is selected. */
     const QString &routeFile() const { return m_routeFile; }
-    /** Chooses a file as the dialog does. */
+    /** Selects a file, like the file dialog. */
     void setRouteFile(const QString &routeFile) { m_routeFile = routeFile; }
 
     /**
-     * Converts an open route file and closes it. What is no route has no waypoints; nothing is reported.
+     * Converts an open route file and closes it. An invalid file counts as a route without waypoints; no error is
+     * reported.
      *
-     * About 0.3 ms a waypoint while the dialog is shown, most of it painting.
+     * About 0.3 ms per waypoint while the dialog is visible, mostly for painting.
      */
     void decodeRoute(QFile &file);
 
 public slots:
-    /** Lets the user choose a route file; converts nothing yet. */
+    /** Asks for a route file; does not convert it. */
     void on_btn_selectFile_clicked();
-    /** Converts the chosen file and writes the workbook beside it. */
+    /** Converts the selected file and writes the workbook beside it. */
     void on_btn_writeExcel_clicked();
 
 private:

@@ -8,7 +8,7 @@ namespace Ui
 class AboutDialog;
 }
 
-/** Names the program, its version and its build. */
+/** Shows the program's name, version and build. */
 class AboutDialog : public QDialog
 {
     Q_OBJECT

@@ -9,7 +9,7 @@
 namespace
 {
 
-/** Without a slot of the controller it asks for the pen settings. The catalogue keeps the texts with the window's. */
+/** A menu entry; a null slot requests the pen settings. The texts are in the catalogue's MainWindow context. */
 struct Entry {
     const char *text;
     const char *icon;

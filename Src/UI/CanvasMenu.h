@@ -6,8 +6,8 @@ class MyCustomPlot;
 class QCustomPlot;
 
 /**
- * The menu of a right click on a canvas: what can be done with the selected curves, else with the selected axes, else
- * with the whole canvas.
+ * The context menu of a canvas: actions for the selected curves, otherwise for the selected axes, otherwise for the
+ * whole canvas.
  *
  * Deletes itself when it closes. Main thread only.
  */
@@ -16,13 +16,13 @@ class CanvasMenu : public QMenu
     Q_OBJECT
 
 public:
-    /** The curves' entries and their order differ by canvas; samples are added on the upper one alone. */
+    /** The curve actions and their order differ by canvas; only the upper one has actions to add samples. */
     enum Place { Upper, Lower };
 
-    /** Looks at what is selected on the controller's canvas now. */
+    /** Creates the actions for the current selection of the controller's canvas. */
     CanvasMenu(MyCustomPlot *controller, Place place, QWidget *parent);
 
-    /** Shows the menu at a position of its canvas. */
+    /** Shows the menu. @param position in the canvas's coordinates */
     void popUpAt(QPoint position);
 
 signals:

@@ -35,7 +35,7 @@ MyCustomPlot *CanvasPair::controllerOf(const MyGraph *graph) const
 
 void CanvasPair::showChannel(const QString &graphName, quint8 functionCode, bool flag)
 {
-    // The catalogue keeps the texts with those of the window.
+    // The texts are in the catalogue's MainWindow context.
     if (!dataRead) {
         emit statusShowSignal(QCoreApplication::translate("MainWindow", "The data has not been read"));
         logToBoth(warn, "show {} ,but has not read data", graphName);

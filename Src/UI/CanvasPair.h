@@ -11,8 +11,8 @@ class QWidget;
 class ViewHistory;
 
 /**
- * The two canvases of the window as one: their edges in line, curves that move from one to the other, the keys, views
- * and pictures of both.
+ * Functions that concern both canvases of the window: alignment, moving curves between them, keyboard shortcuts, view
+ * history and pictures.
  *
  * Main thread only.
  */
@@ -22,17 +22,17 @@ class CanvasPair : public QObject
 
 public:
     /**
-     * The controllers must have their canvases and must outlive this object's use. The window is the parent, of file
-     * dialogs too.
+     * Call after initCustomPlot() of both controllers, which must outlive this object. The window becomes the parent of
+     * this object and of dialogs.
      */
     CanvasPair(MyCustomPlot *upper, MyCustomPlot *lower, QWidget *window);
 
-    /** The controller of the canvas that the channel's position means. */
+    /** The controller of the canvas that the channel's position selects. */
     MyCustomPlot *controllerOf(const MyGraph *graph) const;
 
     /**
-     * Shows (flag) or removes a channel on the canvas of its own position. Tells in the status bar where nothing has
-     * been read and where there is no such channel.
+     * Shows (flag is true) or removes a channel on the canvas of its position. Emits statusShowSignal() when no flight
+     * has been read or the channel does not exist.
      */
     void showChannel(const QString &graphName, quint8 functionCode, bool flag);
 
@@ -41,10 +41,10 @@ public:
     /** Asks for a font for the selected axes of both canvases. */
     void askForFont();
 
-    /** Starts the history of views anew, as views of one log show nothing of the next. */
+    /** Clears the view history; call it when another log is read. */
     void forgetViews();
 
-    /** Tells the log that a picture is named after; it may be empty. */
+    /** Sets the function that returns the path of the log; pictures are named after it. It may return an empty path. */
     void setLogPath(std::function<QString()> logPath) { m_logPath = std::move(logPath); }
 
 signals:

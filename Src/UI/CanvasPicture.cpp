@@ -21,8 +21,7 @@ namespace
 
 constexpr double kPointsPerInch = 72;
 
-/** The part of the line from first to second that lies in the ranges, by Liang and Barsky; false where there is none.
- */
+/** Clips the line from first to second to the ranges (Liang-Barsky). @return false when no part of it is inside */
 bool clipLine(QCPGraphData *first, QCPGraphData *second, const QCPRange &keys, const QCPRange &values)
 {
     const double dKey = second->key - first->key;
@@ -51,7 +50,7 @@ bool clipLine(QCPGraphData *first, QCPGraphData *second, const QCPRange &keys, c
     return true;
 }
 
-/** What of a curve is seen within its axes, with a sample that is no number where it leaves them. O(samples). */
+/** The part of a curve inside its axis ranges, with a NaN sample at each gap. O(samples). */
 QSharedPointer<QCPGraphDataContainer> visiblePart(const QCPGraph &curve)
 {
     const QCPRange keys = curve.keyAxis()->range();
@@ -79,15 +78,15 @@ QSharedPointer<QCPGraphDataContainer> visiblePart(const QCPGraph &curve)
 }
 
 /**
- * While it lives, the curves of a canvas end at their axes by their samples: an SVG of Qt 5 knows no clipping, and its
- * curves would run over the texts and over the other canvas.
+ * Temporarily replaces the samples of all curves of a canvas by their visible parts. Qt 5 does not support clipping in
+ * SVG, so the curves would be drawn over the labels and the other canvas. The destructor restores the samples.
  */
-class CutCurves
+class ClippedCurves
 {
 public:
-    explicit CutCurves(QCustomPlot *canvas)
+    explicit ClippedCurves(QCustomPlot *canvas)
     {
-        // Painted, a crosshair would look for its sample again, in what is left of the curve.
+        // When painted, a crosshair would search for its sample in the clipped curve.
         for (int i = 0; i < canvas->itemCount(); ++i) {
             auto *tracer = qobject_cast<QCPItemTracer *>(canvas->item(i));
             if (!tracer || !tracer->graph())
@@ -103,7 +102,7 @@ public:
                 curve->setSelection(QCPDataSelection(curve->data()->dataRange()));
         }
     }
-    ~CutCurves()
+    ~ClippedCurves()
     {
         for (const Whole &each : qAsConst(m_whole)) {
             each.curve->setData(each.samples);
@@ -112,7 +111,7 @@ public:
         for (const auto &each : qAsConst(m_crosshairs))
             each.first->setGraph(each.second);
     }
-    Q_DISABLE_COPY(CutCurves)
+    Q_DISABLE_COPY(ClippedCurves)
 
 private:
     struct Whole {
@@ -174,14 +173,14 @@ QByteArray CanvasPicture::svg() const
     QBuffer buffer;
     QSvgGenerator generator;
     generator.setOutputDevice(&buffer);
-    // The screen's, so that texts get the size that the layout was made for.
+    // The screen's resolution, so that texts have the size that the layout was computed for.
     generator.setResolution(m_window->logicalDpiX());
     generator.setSize(size());
     generator.setViewBox(QRect(QPoint(), size()));
     generator.setTitle(m_window->windowTitle());
-    std::vector<std::unique_ptr<CutCurves>> cut;
+    std::vector<std::unique_ptr<ClippedCurves>> clipped;
     for (QCustomPlot *canvas : m_canvases)
-        cut.push_back(std::make_unique<CutCurves>(canvas));
+        clipped.push_back(std::make_unique<ClippedCurves>(canvas));
     QCPPainter painter;
     painter.begin(&generator);
     painter.setMode(QCPPainter::pmVectorized);
@@ -236,7 +235,7 @@ void CanvasPicture::saveAs(const QString &suggestedPath)
     dialog.setNameFilters(
         {QStringLiteral("PNG (*.png)"), QStringLiteral("SVG (*.svg)"), QStringLiteral("PDF (*.pdf)")});
     dialog.setDefaultSuffix(QStringLiteral("png"));
-    // The dialog adds the suffix itself, so it asks about the very file that would be replaced.
+    // The dialog adds the suffix itself, so that it asks before replacing the file that is actually written.
     connect(&dialog, &QFileDialog::filterSelected, &dialog,
             [&dialog](const QString &filter) { dialog.setDefaultSuffix(filter.left(3).toLower()); });
     if (dialog.exec() == QDialog::Accepted)

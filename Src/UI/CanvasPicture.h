@@ -12,29 +12,28 @@ class QCustomPlot;
 class QWidget;
 
 /**
- * Pictures of some canvases, one below the other, as they are on the screen, with the crosshair and without the tool
- * tip.
+ * Pictures of several canvases, one below the other, as on the screen: with the crosshair, without the tooltip.
  *
- * A result is told by statusShowSignal and in the log. Main thread only.
+ * Reports results by statusShowSignal() and in the log. Main thread only.
  */
 class CanvasPicture : public QObject
 {
     Q_OBJECT
 
 public:
-    /** The window is the parent, of the file dialog too. The canvases must outlive this object's use. */
+    /** The window becomes the parent of this object and of the file dialog. The canvases must outlive this object. */
     CanvasPicture(const QVector<QCustomPlot *> &canvases, QWidget *window);
 
-    /** In the screen's resolution. */
+    /** The picture in the screen's resolution. */
     QImage image() const;
-    /** The bytes of a file with this suffix, "png", "svg" or "pdf"; empty for any other one. */
+    /** The picture as the contents of a "png", "svg" or "pdf" file; empty for any other suffix. */
     QByteArray encoded(const QString &suffix) const;
 
-    /** Puts the picture on the clipboard. */
+    /** Copies the picture to the clipboard. */
     void copy();
-    /** Asks for a file, starting with this path, and saves the picture in the format of the file's suffix. */
+    /** Asks for a file name, then calls save(). */
     void saveAs(const QString &suggestedPath);
-    /** Saves the picture. An existing file is replaced when the new one is complete, and kept when that fails. */
+    /** Saves the picture in the format of the file's suffix. An existing file is replaced only on success. */
     void save(const QString &path);
 
 signals:

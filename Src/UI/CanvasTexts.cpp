@@ -5,7 +5,7 @@
 #include <optional>
 #include <qcustomplot.h>
 
-// The catalogue keeps the dialogs' titles with the texts of the window.
+// The titles are in the catalogue's MainWindow context.
 
 namespace
 {

@@ -2,8 +2,8 @@
 
 /**
  * @file
- * Questions for a new text of something that stands on a canvas. Each gives true when the text has been stored; the
- * caller replots.
+ * Dialogs that ask for a new text of an element of a canvas. Each function returns true when the text was changed; the
+ * caller then replots.
  */
 
 class QCPAbstractLegendItem;
@@ -11,7 +11,7 @@ class QCPAxis;
 class QCPTextElement;
 class QWidget;
 
-/** Asks for the name of the curve of a legend entry; asks nothing, and gives false, for null and for other items. */
+/** Asks for the name of the curve of a legend entry. Returns false for null and for items without a curve. */
 bool askForCurveName(QCPAbstractLegendItem *item, QWidget *window);
 /** Asks for the label of an axis. */
 bool askForAxisLabel(QCPAxis *axis, QWidget *window);

@@ -9,7 +9,7 @@
 namespace
 {
 
-/** A check box of the main channels, known by its text. The catalogue keeps the texts with the window's. */
+/** A check box of the main channels, identified by its text. The texts are in the catalogue's MainWindow context. */
 struct BoxChannel {
     const char *text;
     quint8 functionCode;
@@ -50,7 +50,7 @@ void setUpChannelBox(QCheckBox *box)
             break;
         }
     }
-    // A laptop's screen at twice its scale has 540 pixels: the rows move together before the window leaves it.
+    // A laptop screen at 200 % scaling has 540 logical pixels. Let the rows shrink so that the window fits.
     box->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Preferred);
     box->setMinimumHeight(box->fontMetrics().height());
 }

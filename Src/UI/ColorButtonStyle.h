@@ -2,16 +2,16 @@
 
 /**
  * @file
- * A colour as the face of a button.
+ * Style sheet of buttons that show a colour.
  */
 
 #include <QColor>
 #include <QString>
 
 /**
- * Style sheet that shows a colour as the face of a push button.
+ * Style sheet that fills a push button with a colour.
  *
- * @param objectName the button's object name; the sheet applies to nothing else
- * @param color an invalid colour shows as black
+ * @param objectName the button's object name; the sheet applies only to this button
+ * @param color an invalid colour is shown as black
  */
 QString colorButtonStyle(const QString &objectName, const QColor &color);

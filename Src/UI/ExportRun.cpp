@@ -31,13 +31,13 @@ ExportRun::~ExportRun()
 void ExportRun::start(Format format, const QString &logPath)
 {
     if (!dataRead) {
-        // The catalogue keeps the texts with those of the window.
+        // The texts are in the catalogue's MainWindow context.
         inform(m_window, QCoreApplication::translate("MainWindow", "The data has not been read"));
         return;
     }
     if (m_exportThread)
         return;
-    m_exportThread = new ExportOperator; // no parent: deleted when its end is confirmed, or with this object
+    m_exportThread = new ExportOperator; // no parent: deleted in finish() or by the destructor
     m_exportThread->setExcel(format == Workbook);
     m_exportThread->setGroups(exportGroups());
     connect(m_exportThread, &ExportOperator::writeExcelFinished, this, [this, format] { finish(format); });

@@ -6,7 +6,7 @@ class ExportOperator;
 class QWidget;
 
 /**
- * The life of an export: refuses it without data, starts its thread, tells the user that it has finished.
+ * Runs an export: checks that data has been read, starts the export thread, and tells the user when it has finished.
  *
  * One export at a time, of either format. Main thread only.
  */
@@ -15,21 +15,21 @@ class ExportRun : public QObject
     Q_OBJECT
 
 public:
-    /** What an export writes. */
+    /** Output format. */
     enum Format { Workbook, Text };
 
     /** The window is the parent of the message boxes and must outlive this object. */
     explicit ExportRun(QWidget *window);
-    /** Cancels an export that runs, and waits for its thread. */
+    /** Cancels a running export and waits for its thread. */
     ~ExportRun() override;
 
-    /** The export that runs now, or null. It counts as running until the user has closed the message of its end. */
+    /** The running export, or null. An export runs until the user has closed its final message. */
     ExportOperator *exportThread() const { return m_exportThread; }
 
     /**
-     * Writes the store beside a log, under its base name: a workbook, or a folder of text files.
+     * Exports the channel store to the folder of a log, named after the log: a workbook, or a folder of text files.
      *
-     * Says so where nothing has been read. Does nothing while another export runs.
+     * Shows a message when no flight has been read. Does nothing while another export runs.
      */
     void start(Format format, const QString &logPath);
 

@@ -16,7 +16,7 @@ namespace
 // The tabs follow the order of the store's groups.
 static_assert(std::tuple_size_v<std::decay_t<decltype(channelGroups())>> == 9, "one channel tab for each group");
 
-// The application's style sheet leaves no room for the slanted edges of a triangular tab.
+// The application's style sheet has too little padding for the slanted edges of triangular tabs.
 constexpr char kTabStyle[] = "QTabBar::tab { padding-left: 10px; padding-right: 10px; }";
 
 constexpr char kGraphName[] = "graphName";
@@ -60,15 +60,14 @@ void GlobalSettingDialog::showGlobals()
     m_ui->switchButton_enableID->setAccessibleName(m_ui->label_enableID->text());
     m_ui->dateTimeEdit->setDateTime(startDateTime);
     m_ui->dateTimeEdit->setAccessibleName(m_ui->checkBox->text());
-    // The check box stays unticked even when a start time of the user's is in force: ticking it and unticking it again
-    // is how the user gives that up.
+    // The check box starts unticked even if the user has set a start time. Ticking and unticking it resets that.
 }
 
 void GlobalSettingDialog::bindRows()
 {
     for (std::size_t tab = 0; tab < kGroups; ++tab) {
         const ChannelGroup &group = channelGroups()[tab];
-        // A row belongs to a channel by position alone; its object name means nothing.
+        // Rows are matched to channels by position; their object names are not used.
         for (int i = 0; i < group.count; ++i) {
             const MyGraph *const graph = group.channels[i];
             SwitchButton *const button = m_switches[tab].at(i);
@@ -110,14 +109,13 @@ void GlobalSettingDialog::on_buttonBox_accepted()
 {
     selectedPlaneId = static_cast<quint8>(m_ui->planeId->value());
 
-    // Differences and equipment are sampled with the control status, so they take its period. The edit of the
-    // differences only shows theirs.
+    // Differences and equipment use the period of the control status. The edit of the differences is only a display.
     const std::pair<quint8, const QLineEdit *> periods[]{
         {frame::kHeartBeat, m_ui->le_01},  {frame::kControlStatus, m_ui->le_02}, {frame::kAttitude, m_ui->le_03},
         {frame::kSensor, m_ui->le_04},     {frame::kTarget, m_ui->le_05},        {frame::kPayload, m_ui->le_41},
         {frame::kDifference, m_ui->le_02}, {frame::kEquipment, m_ui->le_02}};
     for (const auto &[code, edit] : periods) {
-        // What is no number becomes 0 and is stored as such.
+        // Text that is not a number is stored as 0.
         const int interval = edit->text().toInt();
         for (MyGraph *const graph : *channelGroup(code)) {
             graph->setPlaneId(selectedPlaneId);

@@ -15,17 +15,18 @@ class GlobalSettingDialog;
 }
 
 /**
- * What the decoder filters on, the period of each function code, and a switch for every channel's curve.
+ * Settings of the plane filter, the start time and the sample period of each function code, and a switch for each
+ * channel's curve.
  *
- * Keeps nothing of its own: all values live in the channel store, which must hold its channels. The switches and the
- * manual start time act at once and survive Cancel; the plane id and the periods wait for OK. Meant for one exec().
+ * All values are stored in the channel store, which must be initialised. The switches and the manual start time take
+ * effect immediately and are not undone by Cancel; the plane id and the periods take effect on OK. Use for one exec().
  */
 class GlobalSettingDialog : public QDialog
 {
     Q_OBJECT
 
 public:
-    /** Shows what the store holds now. */
+    /** Shows the current values of the store. */
     explicit GlobalSettingDialog(QWidget *parent);
     ~GlobalSettingDialog() override;
 
@@ -37,7 +38,7 @@ signals:
 
 private slots:
     void checkChangedSlot();
-    /** Closing the window is neither OK nor Cancel. */
+    /** Closing the window is neither OK nor Cancel: it only hides the dialog. */
     void closeEvent(QCloseEvent *event) override;
     void on_buttonBox_accepted();
     void on_buttonBox_rejected();

@@ -65,7 +65,7 @@ MainWindow::~MainWindow()
 {
     m_ui.reset();
     logToBoth(info, "mainwindow destructor");
-    m_exportRun.reset(); // stops an export and waits, so that nothing is half written when the store goes
+    m_exportRun.reset(); // cancels an export and waits for it before the store is cleared
     AppConfig::getInstance().shutdown();
 }
 
@@ -236,8 +236,8 @@ void MainWindow::dropEvent(QDropEvent *event)
 
 void MainWindow::readDataSlot_1()
 {
-    // The progress dialog keeps the user away from here during a read; a queued key press can still arrive before it
-    // is up, and a second decode inside the first would pull the channels from under it.
+    // The progress dialog blocks the user during a read, but a queued key press can arrive before it is visible. A
+    // nested read would delete the channels that the first one fills.
     if (m_reading)
         return;
 
@@ -274,8 +274,8 @@ void MainWindow::readDataFinishedSlot(ushort frameTotal, ushort frameError, usho
     dataRead = true;
     checkBoxSlot();
 
-    // A log that cannot be opened, or of a few bytes only, never takes the value to the maximum. The dialog would then
-    // come up over the report and block it, and has no button of its own to be closed by.
+    // For a log that cannot be opened or is very short, the value never reaches the maximum. Without a reset the dialog
+    // would then appear above the report and block it, and the user cannot close it.
     if (m_progressDialog)
         m_progressDialog->reset();
     if (m_closed)
@@ -301,8 +301,8 @@ void MainWindow::showGraphSlot(QString graphName, bool flag, uchar functionCode,
 
 void MainWindow::checkBoxSlot()
 {
-    // No blocker: a box that changes here runs showSlot, which takes its curve off the canvas where it stands. That is
-    // how the boxes and the curves agree again after one canvas was cleared.
+    // No QSignalBlocker: a box that changes here runs showSlot(), which removes its curve. This keeps boxes and curves
+    // consistent after one canvas is cleared.
     for (QCheckBox *box : qAsConst(m_checkBoxes)) {
         if (const MyGraph *graph = channelOf(box))
             box->setCheckState(checkState(graph->shown()));
@@ -327,7 +327,7 @@ void MainWindow::followRescaleXAxisSlot_2(QCPRange newRange)
     m_ui->customPlot->replot();
 }
 
-// The three edits replot the first canvas, for the second one too: there the change shows at its next replot.
+// The next three slots replot only the first canvas; a change on the second is visible at its next replot.
 
 void MainWindow::titleDoubleClick(QMouseEvent *event)
 {
@@ -384,7 +384,7 @@ void MainWindow::moveLegend()
         return;
     bool isInt = false;
     const int alignment = action->data().toInt(&isInt);
-    // The legend stands below the axes, so that the inset layout may hold nothing.
+    // The legend is below the axes, so the inset layout may be empty.
     QCPLayoutInset *inset = m_ui->customPlot->axisRect()->insetLayout();
     if (!isInt || inset->elementCount() == 0)
         return;
@@ -460,7 +460,7 @@ void MainWindow::onCommonModuleSlot()
 
 void MainWindow::onMapClickSlot()
 {
-    // Stays a child of the window, hidden, until the window goes.
+    // After it is closed, the dialog stays a hidden child until the window is destroyed.
     (new MapWidget(this))->exec();
 }
 
@@ -484,8 +484,8 @@ void MainWindow::closeEvent(QCloseEvent *event)
         return;
     }
     event->accept();
-    // A read that is under way goes on to its end and then finds nobody to report to. The dialogs without a parent,
-    // its progress dialog among them, must not keep the process alive.
+    // A running read continues to its end but shows no report. Dialogs without a parent, such as the progress dialog,
+    // must not keep the process running.
     m_closed = true;
     const QWidgetList windows = QApplication::topLevelWidgets();
     for (QWidget *window : windows) {

@@ -24,22 +24,21 @@ class MainWindow;
 }
 
 /**
- * The one top-level window: two canvases on one time axis, the check boxes of the main channels, and the ways to
- * everything else. Decodes nothing and plots nothing itself. Main thread only.
+ * The main window: two canvases on one time axis, the check boxes of the main channels, menus and tool bar. Delegates
+ * decoding and plotting to other classes. Main thread only.
  *
- * There is one in the process: its destructor ends the run (AppConfig::shutdown), so the log and the channel store are
- * closed after it.
+ * Create only one per process: its destructor calls AppConfig::shutdown(), which closes the log and the channel store.
  */
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
 
 public:
-    /** Needs AppConfig::init() before. */
+    /** Call AppConfig::init() first. */
     explicit MainWindow(QWidget *parent = nullptr);
     ~MainWindow() override;
 
-    /** The log chosen last; empty after a cancelled file dialog. */
+    /** Path of the selected log; empty after a cancelled file dialog. */
     const QString &filePath() const { return m_filePath; }
     /** Controller of the upper canvas. */
     MyCustomPlot *myPlot() const { return m_myPlot.get(); }
@@ -49,7 +48,7 @@ public:
     const QList<QCheckBox *> &checkBoxes() const { return m_checkBoxes; }
     /** Null before the first read. */
     QProgressDialog *progressDialog() const { return m_progressDialog.get(); }
-    /** The export that runs now, or null. */
+    /** The running export, or null. */
     ExportOperator *exportThread() const { return m_exportRun->exportThread(); }
     /** Null before the first use of the update action. */
     QProcess *updaterProcess() const { return m_updater.process(); }
@@ -59,7 +58,7 @@ public:
     CommonModule *commonModule() const { return m_commonModule.get(); }
 
 signals:
-    /** Starts a read, which is over when the emission returns. */
+    /** Runs a read; it is complete when the emission returns. */
     void readDataSignal(QString filePath);
     /** Never emitted. */
     void removePointSignal(QCPGraph *graph, QCPItemPosition *position);
@@ -67,27 +66,26 @@ signals:
 public slots:
     /** Shows a text in the status bar for 2500 ms. */
     void statusShowSlot(QString s);
-    /** Sets every box to what its channel's shown flag says. */
+    /** Sets each box to its channel's shown flag. */
     void checkBoxSlot();
-    /** A tick as a bool and back; a half tick is none. */
+    /** Converts between bool and check state; Qt::PartiallyChecked converts to false. */
     ///@{
     Qt::CheckState checkState(bool state);
     bool checkState2Bool(Qt::CheckState state);
     ///@}
-    /** Dresses this window alone; the application's themes are style sheets of AppConfig. */
+    /** Applies a theme to this window only; AppConfig sets the style sheets of the application. */
     void switchThemeSlot(MyThemes theme);
-    /** Opens the store to the user and shows the report, modally. */
+    /** Sets dataRead, updates the boxes and shows the modal report. */
     void readDataFinishedSlot(ushort frameTotal, ushort frameError, ushort frameSelectedId);
-    /** Shows (flag) or removes a channel on the canvas of its own position; the last two arguments are not looked at.
-     */
+    /** Shows (flag is true) or removes a channel on the canvas of its position. position and pen are ignored. */
     void showGraphSlot(QString graphName, bool flag, uchar functionCode, uchar position = 0, uchar pen = 0);
     /** Shows or removes the channel of the check box that sent the signal. */
     void showSlot();
 
 protected:
-    /** Takes whatever is dragged as a file or an address. */
+    /** Accepts drags with URLs. */
     void dragEnterEvent(QDragEnterEvent *event) override;
-    /** Chooses the first file that was dropped; reads nothing yet. */
+    /** Selects the first dropped file; does not read it. */
     void dropEvent(QDropEvent *event) override;
 
 private slots:

@@ -11,7 +11,7 @@ void ReadProgress::follow(const DataHandler *handler)
 {
     setMinimumDuration(0);
     setFixedWidth(500);
-    // The catalogue keeps the texts with those of the window.
+    // The texts are in the catalogue's MainWindow context.
     setWindowTitle(QCoreApplication::translate("MainWindow", "Please waiting..."));
     setLabelText(QCoreApplication::translate("MainWindow", "Decoding data..."));
     setRange(1, 50);
@@ -26,6 +26,6 @@ void ReadProgress::follow(const DataHandler *handler)
 
 void ReadProgress::closeEvent(QCloseEvent *event)
 {
-    // A closed main window clears the attribute. The program ends as soon as every other window agrees to close.
+    // The main window clears the attribute when it closes. The dialog must then accept, so that the program can quit.
     event->setAccepted(!testAttribute(Qt::WA_QuitOnClose));
 }

@@ -5,20 +5,19 @@
 class DataHandler;
 
 /**
- * The progress dialog of reads, which keeps the user away from the program meanwhile. One object serves every read.
+ * The modal progress dialog of a read. One object is reused for all reads.
  *
- * It cannot be cancelled or closed: that would give the program back to the user in the middle of a read. Main thread
- * only.
+ * It cannot be cancelled or closed, because the user must not use the program during a read. Main thread only.
  */
 class ReadProgress : public QProgressDialog
 {
     Q_OBJECT
 
 public:
-    /** Without a parent and window flags. */
+    /** Has no parent and no window flags. */
     ReadProgress();
 
-    /** Starts over and shows the progress of this handler's read until the handler goes. */
+    /** Resets the dialog and shows the handler's progress until the handler is destroyed. */
     void follow(const DataHandler *handler);
 
     /** Does nothing: Escape must not close the dialog. */

@@ -11,7 +11,7 @@
 namespace
 {
 
-/** The groups that a log delivers. */
+/** The groups that are decoded from frames of their own. */
 constexpr quint8 kReportedCodes[] = {0x01, 0x02, 0x03, 0x04, 0x05, 0x41};
 
 constexpr int kPointSize = 16;
@@ -24,7 +24,7 @@ QLabel *centredLabel(const QString &text, const QFont &font, QWidget *parent)
     return label;
 }
 
-/** Appends a row of a name and a value. */
+/** Appends a row with a name and a value. */
 void addLine(QGridLayout *grid, const QString &name, int value, const QFont &font)
 {
     auto *line = new QHBoxLayout;
@@ -42,7 +42,7 @@ ReadReport::ReadReport(ushort frameTotal, ushort frameError, ushort frameSelecte
     auto *grid = new QGridLayout(this);
     QFont font;
     font.setPointSize(kPointSize);
-    // The catalogue keeps the texts with those of the window.
+    // The texts are in the catalogue's MainWindow context.
     grid->addWidget(centredLabel(QCoreApplication::translate("MainWindow", "Decode finished:"), font, this), 0, 0);
     addLine(grid, QCoreApplication::translate("MainWindow", "TotalFrame:"), frameTotal, font);
     addLine(grid, QCoreApplication::translate("MainWindow", "ErrorFrame:"), frameError, font);

@@ -3,15 +3,15 @@
 #include <QDialog>
 
 /**
- * The report of a read: the counts of frames, and how many samples each group of channels holds.
+ * The report of a read: frame counts, and the number of samples of each channel group.
  *
- * Takes the samples and the selected plane from the channel store when it is made. Main thread only.
+ * The constructor reads the sample counts and the selected plane from the channel store. Main thread only.
  */
 class ReadReport : public QDialog
 {
     Q_OBJECT
 
 public:
-    /** The counters of a read have 16 bits and wrap, so that the errors may exceed the total. */
+    /** The 16-bit counters may have wrapped, so the errors can exceed the total. */
     ReadReport(ushort frameTotal, ushort frameError, ushort frameSelectedId, QWidget *parent = nullptr);
 };

@@ -10,7 +10,7 @@
 namespace
 {
 
-/** By the index of the line style's item. A custom line keeps the pen's own pattern. */
+/** Indexed by the item of the line style box. A custom line uses the pen's default pattern. */
 constexpr std::array kStyles{Qt::SolidLine,   Qt::DashLine,       Qt::DotLine,
                              Qt::DashDotLine, Qt::DashDotDotLine, Qt::CustomDashLine};
 
@@ -37,7 +37,7 @@ void SettingDialog::showColor()
 
 void SettingDialog::on_btnColor2_clicked()
 {
-    // A cancelled choice is an invalid colour and is taken like any other.
+    // Cancel returns an invalid colour, which is used like any other.
     m_color = QColorDialog::getColor(Qt::white, nullptr, QString(), {});
     showColor();
 }

@@ -10,13 +10,13 @@ namespace Ui
 class SettingDialog;
 }
 
-/** Builds a pen for the selected curves. Starts from a solid line of width 1 in defaultColor each time. */
+/** Asks for the pen of the selected curves. Initially a solid line of width 1 in defaultColor. */
 class SettingDialog : public QDialog
 {
     Q_OBJECT
 
 public:
-    /** Knows nothing of the curves; the answer goes out by the signal. */
+    /** Does not access the curves; emits resetGraphSignal() instead. */
     explicit SettingDialog(QWidget *parent);
     ~SettingDialog() override;
 

@@ -5,7 +5,7 @@
 namespace
 {
 
-constexpr int kFirstSize = 8;
+constexpr int kInitialSize = 8;
 
 } // namespace
 
@@ -15,7 +15,7 @@ SettingDialog_2::SettingDialog_2(QWidget *parent)
 {
     m_ui->setupUi(this);
     setWindowTitle(tr("Setting"));
-    m_ui->lineThickness->setValue(kFirstSize);
+    m_ui->lineThickness->setValue(kInitialSize);
 }
 
 SettingDialog_2::~SettingDialog_2() = default;
@@ -23,7 +23,7 @@ SettingDialog_2::~SettingDialog_2() = default;
 void SettingDialog_2::on_buttonBox_accepted()
 {
     QFont font;
-    // A size of 0 leaves the font as it is; Qt says so in the debug output.
+    // For a size of 0, Qt keeps the default size and writes a warning to the debug output.
     font.setPointSize(m_ui->lineThickness->value());
     emit resetAxisSizeSignal(font);
     close();

@@ -9,13 +9,13 @@ namespace Ui
 class SettingDialog_2;
 }
 
-/** Builds a font for the selected axes. Starts from 8 points each time. */
+/** Asks for the font of the selected axes. Initially 8 points. */
 class SettingDialog_2 : public QDialog
 {
     Q_OBJECT
 
 public:
-    /** Knows nothing of the axes; the answer goes out by the signal. */
+    /** Does not access the axes; emits resetAxisSizeSignal() instead. */
     explicit SettingDialog_2(QWidget *parent);
     ~SettingDialog_2() override;
 

@@ -7,7 +7,7 @@ namespace
 {
 
 constexpr int kTickMs = 30;
-/** Moves in which a slider crosses the whole width. */
+/** Number of timer ticks for the whole width. */
 constexpr int kSteps = 10;
 
 } // namespace
@@ -63,7 +63,7 @@ void SwitchButton::drawTrack(QPainter &painter) const
     painter.save();
     painter.setPen(Qt::NoPen);
     QColor color = m_checked ? m_bgColorOn : m_bgColorOff;
-    // A translucent colour shows as such only when the switch is disabled.
+    // Translucent colours are used only for a disabled switch.
     if (isEnabled())
         color.setAlpha(255);
     painter.setBrush(QBrush(color, Qt::SolidPattern));

@@ -7,19 +7,19 @@
 #include <memory>
 
 /**
- * A pill-shaped toggle whose slider glides to the other end on a click of any mouse button.
+ * A pill-shaped toggle switch with an animated slider. Any mouse button toggles it.
  *
- * It has no size of its own; its user sets one. Lengths are in pixels. Main thread only.
+ * Has no size hint; set a size. Lengths are in pixels. Main thread only.
  */
 class SwitchButton : public QWidget
 {
     Q_OBJECT
 
 public:
-    /** Off, with the slider at the left. */
+    /** Initially off, with the slider at the left. */
     explicit SwitchButton(QWidget *parent);
 
-    /** A setting, or the place of the slider: as told beside the members. */
+    /** Settings, and the position of the slider; see the members. */
     ///@{
     int space() const { return m_space; }
     int radius() const { return m_radius; }
@@ -40,7 +40,7 @@ public:
     ///@}
 
 signals:
-    /** The user has clicked. */
+    /** Emitted when the user clicks. */
     void checkedChanged(bool checked);
 
 private slots:
@@ -53,8 +53,8 @@ public slots:
     void setRadius(int radius);
     ///@}
     /**
-     * Sets the state without a signal. On jumps to the end that the present size gives; off leaves the slider where it
-     * is until the next click.
+     * Sets the state without a signal. On moves the slider to its end for the current size, without animation; off does
+     * not move the slider until the next click.
      */
     void setChecked(bool checked);
     /** Stores a setting and repaints. */
@@ -72,23 +72,22 @@ public slots:
     ///@}
 
 protected:
-    /** Sends the slider to the other end. */
+    /** Toggles the state and moves the slider. */
     void mousePressEvent(QMouseEvent *event) override;
-    /** Draws track, slider and text. */
     void paintEvent(QPaintEvent *event) override;
 
 private:
     void drawTrack(QPainter &painter) const;
     void drawSlider(QPainter &painter) const;
-    /** Stores a setting and repaints, if it is a new one. */
+    /** Stores a setting, and repaints if it has changed. */
     template <typename T>
     void change(T &member, const T &value);
 
     int m_space = 2; // gap between the slider and the edge of the track
-    int m_radius = 5; // of a rounded shape; not painted
+    int m_radius = 5; // corner radius; unused
     bool m_checked = false;
-    bool m_showText = false; // not looked at: the text is always drawn
-    bool m_showCircle = false; // not painted
+    bool m_showText = false; // unused: the text is always drawn
+    bool m_showCircle = false; // unused
     bool m_animation = true;
     QColor m_bgColorOn{78, 150, 251};
     QColor m_bgColorOff{111, 122, 126};
@@ -98,7 +97,7 @@ private:
     QString m_textOn;
     QString m_textOff;
     std::shared_ptr<QTimer> m_timer;
-    int m_step = 0; // of the slider at each tick
-    int m_startX = 0; // where the slider is
-    int m_endX = 0; // where it is heading
+    int m_step = 0; // movement of the slider per timer tick
+    int m_startX = 0; // current position of the slider
+    int m_endX = 0; // target position of the slider
 };

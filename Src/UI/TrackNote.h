@@ -4,9 +4,9 @@ class QLabel;
 class QString;
 
 /**
- * Says in the label of a track plot dialog, and in the log, whether the plots show the track of the last run: they do
- * while no flight has been read in this one. Otherwise the label shows one blank.
+ * Shows a note in a track plot dialog, and logs it, when no flight has been read in this run of the program: the plots
+ * then show the track of an earlier run. Otherwise sets the label to one space.
  *
- * @param lastData the words for it, in the dialog's own translation
+ * @param lastData the note, translated
  */
 void showTrackNote(QLabel *label, const QString &lastData);

@@ -11,8 +11,8 @@ namespace
 
 constexpr int kStartMilliseconds = 30000;
 
-// A QProcess kills its program when it is deleted. One that still runs when its owner goes is left to the end of the
-// process, but not lost. Nobody reads this, so the compiler would leave a plain variable out.
+// Deleting a QProcess kills its program, so a running one is never deleted. This pointer makes it reachable for the
+// leak checker; volatile, because the compiler would remove a variable that is never read.
 QProcess *volatile runningUpdater = nullptr;
 
 } // namespace

@@ -3,7 +3,7 @@
 class QProcess;
 
 /**
- * The updater, a program of its own beside this one. One that has been started outlives this object and the program.
+ * Starts the separate updater program, which keeps running after this object and this program end.
  *
  * Main thread only.
  */
@@ -18,7 +18,7 @@ public:
     /** Null before the first start. */
     QProcess *process() const { return m_process; }
 
-    /** Starts the updater and waits for that, at most half a minute. A failure is told in the log alone. */
+    /** Starts the updater and waits until it runs, at most 30 s. A failure is only logged. */
     void start();
 
 private:

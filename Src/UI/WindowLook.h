@@ -5,8 +5,8 @@
 class QMainWindow;
 
 /**
- * Dresses a window in a theme by palette and menu bar. Other values than the two themes do nothing.
+ * Applies a theme to one window by its palette and menu bar; any other value is ignored.
  *
- * For a caller that wants it for this window alone; the program's themes are style sheets.
+ * The themes of the whole program are style sheets; see AppConfig.
  */
 void dressWindow(QMainWindow *window, MyThemes theme);

@@ -16,7 +16,7 @@ WindowSettingDialog::WindowSettingDialog(QWidget *parent)
     m_ui->setupUi(this);
     setWindowTitle(tr("Show Setting"));
 
-    // Each tick runs its slot, which stores the value that is stored already.
+    // setChecked() runs the slots, which store the same values again.
     AppConfig &config = AppConfig::getInstance();
     if (config.getTouchMode())
         m_ui->checkBox_touch->setChecked(true);
@@ -28,7 +28,7 @@ WindowSettingDialog::WindowSettingDialog(QWidget *parent)
     m_ui->btnTargetColor->setStyleSheet(colorButtonStyle(m_ui->btnTargetColor->objectName(), targetColor));
     m_ui->btnDefaultColor->setStyleSheet(colorButtonStyle(m_ui->btnDefaultColor->objectName(), defaultColor));
 
-    // Last, so that the ticks above reach neither: opening the dialog changes no theme and no touch mode.
+    // Connected after setChecked(), so that opening the dialog does not change the theme or the touch mode.
     connect(this, &WindowSettingDialog::touchModeSignal, &AppEvent::getInstance(), &AppEvent::touchModeSignal);
     connect(this, &WindowSettingDialog::switchThemeSignal, &config, &AppConfig::switchThemeSlot);
 }
@@ -61,7 +61,7 @@ QColor WindowSettingDialog::askForColor()
 
 void WindowSettingDialog::on_btnDefaultColor_clicked()
 {
-    // A cancelled choice is an invalid colour and is taken like any other.
+    // Cancel returns an invalid colour, which is used like any other.
     const QColor color = askForColor();
     qInfo() << color;
     m_ui->btnDefaultColor->setStyleSheet(colorButtonStyle(m_ui->btnDefaultColor->objectName(), color));

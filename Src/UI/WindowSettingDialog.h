@@ -14,29 +14,28 @@ class WindowSettingDialog;
 /**
  * View options of the whole program: factor read-out, touch mode, night mode and the two default curve colours.
  *
- * Every option takes effect as it is changed, so Cancel undoes nothing. AppConfig writes them to disk when the program
- * ends.
+ * Options take effect immediately and are not undone by Cancel. AppConfig saves them when the program exits.
  */
 class WindowSettingDialog : public QDialog
 {
     Q_OBJECT
 
 public:
-    /** Shows what AppConfig and the store hold now. */
+    /** Shows the current values of AppConfig and the store. */
     explicit WindowSettingDialog(QWidget *parent);
     ~WindowSettingDialog() override;
 
 signals:
-    /** The user has changed the option, and AppConfig knows it. */
+    /** The user has changed the option; AppConfig already has the new value. */
     ///@{
     void touchModeSignal(bool flag);
     void switchThemeSignal(MyThemes theme);
     ///@}
-    /** Never emitted: the options are written at the end of the run. */
+    /** Never emitted: the options are saved when the program exits. */
     void writeConfigSignal();
 
 protected:
-    /** Asks for a colour, starting with white; invalid when cancelled. */
+    /** Asks for a colour, initially white. Returns an invalid colour when cancelled. */
     virtual QColor askForColor();
 
 private slots:

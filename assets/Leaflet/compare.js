@@ -1,10 +1,10 @@
-/* The panel's part that compares a planned route with a flown track. */
+/* Panel section that compares a planned route with a flown track. */
 (function (window) {
     'use strict';
 
     var o = window.mapPage, map = o.map, form = o.form;
     var shown = null; /* { route, line, layer, result } on the map */
-    var running = null; /* { route, revision, track, line }, of the comparison under way */
+    var running = null; /* { route, revision, track, line } of the running comparison */
     var stopWork = null;
     var parts = {};
 
@@ -75,7 +75,7 @@
         });
     }
 
-    /* A result is that of the route and the track that are on the map; without them it goes. */
+    /* Removes the result when its route or its track is no longer on the map. */
     function fill() {
         var routes = o.routes().filter(function (line) { return line.points.length > 0; }), tracks = o.allTracks();
         form.choose(parts.route, routes, function (line) { return line.name; });
@@ -90,7 +90,7 @@
     }
     var refresh = form.soon(fill);
 
-    /* A route that is changed under a result takes it along, once the hand rests. */
+    /* Recalculates a result after its route has changed, when the user pauses. */
     var moved = null;
     function changed() {
         refresh();

@@ -1,21 +1,21 @@
 /*
- * The flown track, and what the program calls: addRoutes, clearAllLine, enableDrawLines, enableMeasureDis and
- * addOnePoint. Nothing is told back.
+ * The flown track, and the functions that the program calls: addRoutes, clearAllLine, enableDrawLines,
+ * enableMeasureDis and addOnePoint. They return nothing.
  */
 (function (window) {
     'use strict';
 
     var HOVER_PIXELS = 14;
-    /* All else that the page can do. It is loaded when it is first asked for, so that the map opens as fast without. */
+    /* The tools. Loaded at their first use, so that they do not delay the map. */
     var TOOLS = 'tools.js';
 
     var o = window.mapPage, map = o.map, document = window.document;
-    var track = null; /* of the program's flight */
+    var track = null; /* the track of the program's flight */
     var trackMarks = L.layerGroup().addTo(map);
     var hover = L.layerGroup().addTo(map);
     var points = L.layerGroup().addTo(map);
 
-    o.tracks = []; /* { name, line } from files */
+    o.tracks = []; /* { name, line } of tracks from files */
 
     /* ---- The flown track ---- */
 
@@ -39,7 +39,7 @@
         map.fitBounds(bounds, { padding: [40, 40], maxZoom: 17, animate: false });
     };
 
-    /* There is one flight in the program, so a track takes the place of the one before. */
+    /* The program has one flight, so a new track replaces the previous one. */
     function addRoutes(flat) {
         removeTrack();
         if (!flat || !flat.length)
@@ -53,7 +53,7 @@
         o.events.fire('track');
     }
 
-    /* A track of a file stands beside the program's. */
+    /* Adds a track from a file, in addition to the program's track. */
     o.addTrack = function (name, flat) {
         var item = { name: name, line: new TrackLine(flat, { renderer: o.canvas, pane: 'track', color: '#8e24aa' }) };
         if (item.line.isEmpty())
@@ -75,7 +75,7 @@
         o.events.fire('track');
     };
 
-    /* Every track on the map: the program's first. */
+    /* All tracks on the map, the program's first. */
     o.allTracks = function () {
         return (track ? [{ name: '程序中的航迹', line: track }] : []).concat(o.tracks);
     };
@@ -139,7 +139,7 @@
     new ToolButton().addTo(map);
     o.toolButton = button;
 
-    /* ---- What the program calls ---- */
+    /* ---- Functions that the program calls ---- */
 
     window.addRoutes = addRoutes;
 
@@ -165,7 +165,7 @@
             o.dot([lat, lng], 'vertex single', 12, { title: o.positionText(L.latLng(lat, lng), 6) }).addTo(points);
     };
 
-    /* For tests, which look at the map as well as at the screen. */
+    /* For tests. */
     o.state = function () {
         return {
             mode: o.mode(), lines: o.lines.map(function (line) {
@@ -176,6 +176,6 @@
         };
     };
     o.track = function () { return track; };
-    /* Not before the page is complete, pictures and all: whoever waits for it finds nothing half done. */
+    /* Set after the page and its images are loaded: the program and tests wait for it. */
     window.addEventListener('load', function () { window.ostravelMap = o; });
 }(window));

@@ -1,10 +1,10 @@
 /*
- * How far each point of a track is from a route.
+ * Distance of each point of a track from a route.
  *
  * Positions become points of the WGS 84 ellipsoid in space, at height 0. A leg from A to B is the normal section: the
  * plane through A, B and the mean of their vertical directions. With n the unit normal of that plane, a point P is
- * n . (P - A) beside the leg, and its share of the way t = (P - A) . (B - A) / |B - A|^2. For 0 <= t <= 1 the distance
- * is |n . (P - A)|, otherwise the chord to the nearer end. Both are straight lines in space; the arcs over the ground
+ * n . (P - A) beside the leg, and its position along it is t = (P - A) . (B - A) / |B - A|^2. For 0 <= t <= 1 the
+ * distance is |n . (P - A)|, otherwise the chord to the nearer end. Both are straight lines in space; the ground arcs
  * are R asin(d / R) and 2 R asin(c / 2 R), R the Gaussian radius of curvature at the leg. (Cross-track distance by
  * vectors, e.g. Gade, "A non-singular horizontal position representation", J. Navigation 63, 2010, on the normal section
  * instead of the great circle.)
@@ -17,8 +17,8 @@
     var o = window.mapPage;
     var RADIAN = Math.PI / 180;
     var A = geodesic.A, E2 = geodesic.F * (2 - geodesic.F);
-    var SLICE = 40; /* milliseconds of work before the page may draw again */
-    /* Blue to red, told apart by the colour-blind as well. */
+    var SLICE = 40; /* milliseconds per time slice */
+    /* Blue to red, suitable for colour-blind users. */
     var COLOURS = ['#313695', '#4a90c4', '#9fd0e6', '#fdd17a', '#f26b3f', '#a50026'];
 
     function vertical(lat, lng) {
@@ -37,7 +37,7 @@
         return [a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]];
     }
 
-    /* Eleven numbers a leg: A; B - A over its squared length; the normal n; its squared length; R. */
+    /* Eleven numbers per leg: A; (B - A) / |B - A|^2; the normal n; |B - A|^2; R. */
     var STRIDE = 11;
 
     function legsOf(route) {
@@ -47,7 +47,7 @@
             var a = place(p.lat, p.lng), along = minus(place(q.lat, q.lng), a), length2 = dot(along, along);
             var v = vertical(p.lat, p.lng), w = vertical(q.lat, q.lng), s = v[2];
             var n = cross(along, [v[0] + w[0], v[1] + w[1], v[2] + w[2]]), size = Math.sqrt(dot(n, n));
-            /* Two way points in one place are a point: t is 0 everywhere. */
+            /* Two way points at the same position are a point: t is always 0. */
             var isPoint = length2 < 1e-6 || size === 0;
             for (var k = 0; k < 3; ++k) {
                 legs[i * STRIDE + k] = a[k];
@@ -60,7 +60,7 @@
         return { count: count, values: legs };
     }
 
-    /* Over the ground, by the first two terms of the arcs: good for comparing legs. */
+    /* Distance over the ground by the first two terms of the arc series: accurate enough to compare legs. */
     function distanceTo(v, j, x, y, z) {
         var r2 = v[j + 10] * v[j + 10], dx = x - v[j], dy = y - v[j + 1], dz = z - v[j + 2];
         var t = dx * v[j + 3] + dy * v[j + 4] + dz * v[j + 5], length2 = v[j + 9], d;
@@ -77,7 +77,7 @@
         return d * (1 + d * d / (24 * r2));
     }
 
-    /* The same with the arcs themselves. */
+    /* The exact distance over the ground. */
     function exactly(v, j, x, y, z) {
         var r = v[j + 10], dx = x - v[j], dy = y - v[j + 1], dz = z - v[j + 2], length2 = v[j + 9];
         var t = dx * v[j + 3] + dy * v[j + 4] + dz * v[j + 5];
@@ -92,8 +92,8 @@
     }
 
     /*
-     * Goes through a track point by point. A distance changes by no more than the step between two points, so the legs
-     * that can be nearest near one point are found once for its surroundings, and the others wait.
+     * Processes a track point by point. A distance changes by at most the step between two points. So the candidates
+     * for the nearest leg are searched once for the neighbourhood of a point, and the other legs are skipped there.
      */
     function Walk(points, route) {
         this.points = points;
@@ -117,7 +117,7 @@
         this.reach = Math.max(50, best / 5);
         this.near = [];
         for (j = 0; j < all; ++j) {
-            /* Twice the reach, and a little for the curvature that the rule above leaves out. */
+            /* Twice the reach, plus a margin for the curvature, which the rule above ignores. */
             if (found[j] <= best * 1.001 + 2.01 * this.reach + 1)
                 this.near.push(j * STRIDE);
         }
@@ -126,12 +126,12 @@
         this.nearZ = z;
     };
 
-    /* Works until a time; true when all is done. */
+    /* Works until a time. Returns true when finished. */
     Walk.prototype.run = function (until) {
         var p = this.points, v = this.legs.values;
         for (; this.at < p.count; ++this.at) {
             if (this.at % 500 === 499 && Date.now() > until) {
-                /* One step on, so that this very point does not stop the next run. */
+                /* Processes one point, so that the next run does not stop here again. */
                 this.step(p, v);
                 ++this.at;
                 return this.at >= p.count;
@@ -170,14 +170,14 @@
         };
     };
 
-    /* The whole at once. points: of a TrackLine; route: positions, at least one. */
+    /* Computes everything at once. points: of a TrackLine; route: positions, at least one. */
     function compute(points, route) {
         var walk = new Walk(points, route);
         walk.run(Infinity);
         return walk.result();
     }
 
-    /* In slices; done(result) at the end. Gives a function that stops it. */
+    /* Computes in time slices and calls done(result) at the end. Returns a function that cancels it. */
     function start(points, route, progress, done) {
         var walk = new Walk(points, route), timer = 0;
         function slice() {
@@ -190,7 +190,7 @@
         return function () { window.clearTimeout(timer); };
     }
 
-    /* Steps of the colours: 1, 2 or 5 times a power of ten, so that the last but one begins below the maximum. */
+    /* Step of the colour scale: 1, 2 or 5 times a power of ten, so that the last but one colour starts below max. */
     function stepFor(max) {
         var power = Math.pow(10, Math.floor(Math.log(Math.max(max, 1e-3) / COLOURS.length) / Math.LN10));
         var factors = [1, 2, 5, 10];
@@ -201,7 +201,7 @@
         return 10 * power;
     }
 
-    /* The track once more, in colours; where it flew over itself within a pixel the first pass is seen. */
+    /* The track drawn in colours. Where it overlaps itself within a pixel, the first pass is visible. */
     var DeviationLine = TrackLine.extend({
         initialize: function (line, distance, step, options) {
             this._distance = distance;
@@ -216,7 +216,7 @@
                 return;
             var kinds = COLOURS.map(function () { return []; });
             this._parts.forEach(function (part) { kinds[part.kind].push(part); });
-            /* A dark edge keeps the light colours apart from light ground. */
+            /* A dark outline separates light colours from a light background. */
             this.options.color = '#1b1b1b';
             this.options.weight = 8;
             this._stroke(this._parts);

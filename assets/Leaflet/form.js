@@ -1,11 +1,11 @@
-/* Controls of the panel: each with a label that is seen and read out. */
+/* Controls of the panel, each with a visible and accessible label. */
 (function (window) {
     'use strict';
 
     var o = window.mapPage;
     var numbered = 0;
 
-    /* A control with its words before it; the two share a row. */
+    /* A row with a label and a control. */
     function field(words, control, parent) {
         var row = o.element('div', 'field', parent), label = o.element('label', '', row, words);
         control.id = 'control-' + (++numbered);
@@ -20,7 +20,7 @@
         return field(words, control, parent);
     }
 
-    /* words: what the button shows; more: what is read out where that is too short, as for the rows of a list. */
+    /* words: the button's text; more: a longer accessible name, for example for buttons in the rows of a list. */
     function button(words, parent, clicked, more) {
         var control = o.element('button', '', parent, words);
         control.type = 'button';
@@ -37,7 +37,7 @@
         return box;
     }
 
-    /* Fills a choice anew; what was chosen stays so when it is still there. Objects, by their place in the list. */
+    /* Replaces the items of a select; a selected item stays selected if it still exists. Items are objects. */
     function choose(select, items, nameOf) {
         var before = select.items ? select.items[select.selectedIndex] : null;
         select.items = items;
@@ -56,7 +56,7 @@
 
     function chosen(select) { return select.items && select.items[select.selectedIndex] || null; }
 
-    /* A line of words that is read out when it changes. */
+    /* A status line; screen readers announce changes. */
     function status(parent) {
         var box = o.element('p', 'status', parent);
         box.setAttribute('role', 'status');
@@ -69,7 +69,7 @@
         box.appendChild(window.document.createTextNode(words));
     }
 
-    /* A function that runs soon, once for all the calls until then. */
+    /* Returns a function that runs work after a short delay, once for all calls in that time. */
     function soon(work) {
         var timer = 0;
         return function () {

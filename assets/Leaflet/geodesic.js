@@ -7,7 +7,7 @@ var geodesic = (function () {
     var B = A * (1 - F);
     var RADIAN = Math.PI / 180;
 
-    /* On a sphere, for the few pairs of nearly opposite points where Vincenty's iteration finds no end. */
+    /* On a sphere, for nearly antipodal points, for which Vincenty's iteration does not converge. */
     function spherical(lat1, lng1, lat2, lng2) {
         var p1 = lat1 * RADIAN, p2 = lat2 * RADIAN, dl = (lng2 - lng1) * RADIAN;
         var h = Math.pow(Math.sin((p2 - p1) / 2), 2) + Math.cos(p1) * Math.cos(p2) * Math.pow(Math.sin(dl / 2), 2);
@@ -23,7 +23,7 @@ var geodesic = (function () {
         return d < 0 ? d + 360 : d;
     }
 
-    /* Degrees in; distance in metres and bearing at the first point in degrees from north, 0 <= bearing < 360. */
+    /* Arguments in degrees. Returns the distance in metres and the initial bearing in degrees, 0 <= bearing < 360. */
     function inverse(lat1, lng1, lat2, lng2) {
         if (lat1 === lat2 && lng1 === lng2)
             return { distance: 0, bearing: 0 };
@@ -62,9 +62,9 @@ var geodesic = (function () {
     }
 
     /*
-     * The length of a long line of points with an at: { lat, lng }. Steps of less than 0.05 degrees are taken by the
-     * mid-latitude formula with the radii of curvature M and N, whose error is below a millionth of the step; the
-     * iteration would take half a second for 200,000 of them.
+     * The length of a line of points { at: { lat, lng } }. Steps below 0.05 degrees use the mid-latitude formula with
+     * the radii of curvature M and N, with a relative error below 1e-6; the iteration would take half a second for
+     * 200,000 steps.
      */
     function lengthOf(points) {
         var total = 0, e2 = F * (2 - F);

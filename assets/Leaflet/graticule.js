@@ -1,4 +1,4 @@
-/* A quiet grid of latitude and longitude below the tiles. */
+/* A grid of latitude and longitude below the tiles. */
 (function (window) {
     'use strict';
 
@@ -38,7 +38,7 @@
                 ctx.lineTo(size.x, y);
             }
             ctx.stroke();
-            /* Labels of crossings to the left of the tile reach into it. */
+            /* Includes crossings on the left of the tile, whose labels extend into it. */
             for (k = 0; k < lngs.length; ++k) {
                 for (m = 0; m < lats.length; ++m) {
                     lng = lngs[k] * step;
@@ -54,6 +54,6 @@
             return tile;
         }
     });
-    /* Large tiles: each is a canvas of its own, and a label is drawn in all that it reaches into. */
+    /* Large tiles, because each is a canvas and a label is drawn in every tile that it overlaps. */
     o.graticule = new Graticule({ pane: 'grid', tileSize: 512, updateWhenZooming: false, keepBuffer: 1 }).addTo(map);
 }(window));

@@ -1,4 +1,4 @@
-# cmake -DOUT=file -DIN=first|second|... -P join.cmake: writes the files into one, in their order.
+# cmake -DOUT=file -DIN=first|second|... -P join.cmake: concatenates the files.
 string(REPLACE "|" ";" files "${IN}")
 file(WRITE ${OUT}.part "")
 foreach(name IN LISTS files)

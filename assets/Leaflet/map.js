@@ -1,13 +1,13 @@
 /*
- * The map itself, what stands still on it, and the helpers that the other files share. All of them add to mapPage.
- * ECMAScript 5 throughout: the web engine on Windows knows no later one.
+ * The map, its static elements, and helpers for the other files. All files add to mapPage.
+ * Only ECMAScript 5, because the web engine on Windows supports no later version.
  */
 (function (window) {
     'use strict';
 
-    var HOME = [33.947071, 113.91378]; /* the origin that the program has before a log is read */
-    var NARROW = 640; /* pixels of a window's width, as in demo.css */
-    /* Arrows, and plus and minus of each engine and of the number block. */
+    var HOME = [33.947071, 113.91378]; /* the program's origin before a log is read */
+    var NARROW = 640; /* window width in pixels, as in demo.css */
+    /* Key codes of the arrows, and of plus and minus in all engines and on the number pad. */
     var MOVING_KEYS = [37, 38, 39, 40, 107, 109, 171, 173, 187, 189, 61, 54];
     var SVG = 'http://www.w3.org/2000/svg';
 
@@ -15,8 +15,8 @@
     var o = window.mapPage = {};
 
     /*
-     * Day or night. The program's engine announces the program's theme, which may differ from the system's; a browser
-     * tells the user's choice. An engine that knows neither shows the day.
+     * Light or dark theme. The program's engine announces the program's theme, which may differ from the system's; a
+     * browser reports the user's preference. The default is light.
      */
     var host = window.ostravelHost || {};
     var query = window.matchMedia && window.matchMedia('(prefers-color-scheme: dark)');
@@ -37,7 +37,7 @@
         return e;
     };
 
-    /* A drawing of paths: [[class, d], ...] in a square box from -size to size. */
+    /* An SVG drawing of paths [[class, d], ...] in a square from -size to size. */
     o.drawing = function (className, size, paths) {
         var svg = document.createElementNS(SVG, 'svg');
         svg.setAttribute('class', className);
@@ -65,7 +65,7 @@
 
     o.canvas = L.canvas({ pane: 'track', padding: 0.3 });
     o.svg = L.svg({ padding: 0.5 });
-    /* News between the files: lines, track, clear, mode. */
+    /* Events between the files: lines, track, clear, mode. */
     o.events = new L.Evented();
 
     L.control.zoom({ zoomInTitle: '放大', zoomOutTitle: '缩小' }).addTo(map);
@@ -92,7 +92,7 @@
     });
     new North().addTo(map);
 
-    /* ---- Words for positions and lengths ---- */
+    /* ---- Texts of positions and lengths ---- */
 
     o.hemisphere = function (value, positive, negative, digits) {
         return (value < 0 ? negative : positive) + Math.abs(value).toFixed(digits) + '°';
@@ -116,7 +116,7 @@
 
     o.between = function (a, b) { return geodesic.inverse(a.lat, a.lng, b.lat, b.lng); };
 
-    /* Names come from files: never as markup. */
+    /* Escapes text from files, which must not be interpreted as markup. */
     o.escaped = function (text) {
         return String(text).replace(/&/g, '&amp;').replace(/</g, '&lt;').replace(/>/g, '&gt;').replace(/"/g, '&quot;');
     };
@@ -132,12 +132,12 @@
     });
     var coordinates = new Coordinates().addTo(map);
     map.on('mousemove', function (e) { coordinates.show('指针位置', e.latlng); });
-    /* Who moves the map by its keys has no pointer on it. */
+    /* When the user moves the map with keys, there may be no pointer on it. */
     var byKey = false;
     map.getContainer().addEventListener('keydown', function (e) {
         byKey = byKey || MOVING_KEYS.indexOf(e.keyCode) >= 0;
     });
-    /* A key that could not move the map says nothing of what a pointer does next. */
+    /* Resets a key press that did not move the map. */
     map.on('mousedown', function () { byKey = false; });
     map.on('moveend', function () {
         if (byKey)
@@ -145,7 +145,7 @@
         byKey = false;
     });
 
-    /* ---- Small things that are put on the map ---- */
+    /* ---- Markers ---- */
 
     o.dot = function (latlng, className, size, options) {
         options = options || {};

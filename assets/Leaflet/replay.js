@@ -1,11 +1,11 @@
-/* The panel's part that runs an aircraft along a track, sample by sample. */
+/* Panel section that moves an aircraft along a track, sample by sample. */
 (function (window) {
     'use strict';
 
     var o = window.mapPage, map = o.map, form = o.form;
-    var RATES = [1, 5, 25, 100, 500, 2500]; /* samples a second; the page is told no times */
-    var STEADY = 2; /* metres between the positions that a heading is taken from: less is the noise of a fix */
-    var SEARCH = 500; /* samples that are looked at for them */
+    var RATES = [1, 5, 25, 100, 500, 2500]; /* samples per second; the page does not get the times of samples */
+    var STEADY = 2; /* minimum distance in metres for a heading; smaller differences are GPS noise */
+    var SEARCH = 500; /* maximum number of samples to search for that distance */
     var parts = {};
     var track = null;
     var at = 0;
@@ -15,8 +15,8 @@
     var last = 0; /* time of the last step */
 
     /*
-     * Direction of flight at a sample, in degrees from north: from it to the first later position that is clearly
-     * another one, at the end from the last earlier one. null for a track that stays in its place.
+     * Direction of flight at a sample, in degrees from north: to the first later position that is clearly different; at
+     * the end of the track, from the last earlier one. null when the track does not move.
      */
     function heading(line, i) {
         var here = line.position(i), n = line.count(), k, way;

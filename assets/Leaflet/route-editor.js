@@ -1,4 +1,4 @@
-/* Editing one route: by the pointer on the map, and by fields, which the keyboard reaches as well. */
+/* Editor of one route: with the pointer on the map, or with input fields, which also work with the keyboard. */
 (function (window) {
     'use strict';
 
@@ -20,7 +20,7 @@
         });
     }
 
-    /* A small point on each leg makes a way point there; dragged, where it is let go. */
+    /* A handle in the middle of each leg: a click inserts a way point there, a drag where it is dropped. */
     function showMiddles() {
         line.points.forEach(function (point, i) {
             if (i === 0)
@@ -35,7 +35,7 @@
         });
     }
 
-    /* Where there are too many points for a marker each, the chosen one has one. */
+    /* A long route has no markers; only the selected point gets one. */
     function showLone() {
         var marker = o.dot(line.points[index].at, 'vertex chosen', 14, { draggable: true, autoPan: false }).addTo(layer);
         marker.on('dragend', function () {
@@ -51,8 +51,8 @@
     }
 
     /*
-     * The whole route by degrees. Its east-west extent keeps its length in metres: at another latitude a degree of
-     * longitude has another one.
+     * Moves the whole route by degrees. Scales longitude differences for the new latitude, so that the route keeps its
+     * east-west extent in metres.
      */
     function moveBy(dLat, dLng) {
         var centre = line.line.getBounds().getCenter(), RADIAN = Math.PI / 180;
@@ -86,7 +86,7 @@
         refresh();
     }
 
-    /* After the chosen point: half way to the next one, or after the last at the map's centre. */
+    /* Inserts a point after the selected one: half way to the next one, or after the last at the map's centre. */
     function insertAfter() {
         var next = line.points[index + 1], here = line.points[index].at;
         var at = next ? L.latLng((here.lat + next.at.lat) / 2, (here.lng + next.at.lng) / 2) : map.getCenter().wrap();
@@ -126,7 +126,7 @@
         return KEYS.filter(function (pair) { return pair[0] === key; })[0][1].replace(/（.*/, '');
     }
 
-    /* The file's own text while it is what the map shows; the converter takes anything but a text for 0. */
+    /* The text from the file if it is unchanged; the converter treats other types than text as 0. */
     function coordinateText(text, degrees) {
         return typeof text === 'string' && text.trim() !== '' && Number(text) === degrees
             ? text : o.routeFile.degreesText(degrees);
@@ -190,13 +190,13 @@
         fields.status = form.status(box);
     }
 
-    /* ---- Begin and end ---- */
+    /* ---- Start and end ---- */
 
     function start(route, parent, done) {
         stop();
         o.toggle('draw', 0);
         o.toggle('measure', 0);
-        /* The end of a mode removes a route of one point that was still being drawn. */
+        /* Ending the drawing mode removes an unfinished route of one point. */
         if (o.routes().indexOf(route) < 0)
             return done();
         line = route;
@@ -215,7 +215,7 @@
         var route = line, done = closed;
         line = null;
         route.markers.forEach(function (marker) {
-            /* A marker has no element while its route is off the map. */
+            /* A marker has no element while its route is not on the map. */
             if (marker.getElement())
                 L.DomUtil.removeClass(marker.getElement(), 'chosen');
         });

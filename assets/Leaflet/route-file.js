@@ -1,8 +1,8 @@
 /*
- * Route files: { "cartographic": [way point, ...] }, read as the program's converter reads them.
+ * Route files: { "cartographic": [way point, ...] }, with the same rules as the program's converter.
  *
- * longitude and latitude are texts in degrees; height, radius and speed are numbers. What is of another type counts as
- * empty, and so as 0, there and here. All other keys are kept and written again.
+ * longitude and latitude are strings in degrees; height, radius and speed are numbers. A value of another type counts
+ * as 0. All other keys are preserved.
  */
 (function (window) {
     'use strict';
@@ -10,12 +10,12 @@
     var NUMBER = /^\s*[+-]?(\d+\.?\d*|\.\d+)(e[+-]?\d+)?\s*$/i;
     var HEIGHTS = ['height', 'radius', 'speed'];
     var WORDS = { height: '高度', radius: '半径', speed: '速度' };
-    /* A speed of 0 gives the converter an endless flying time. */
+    /* Not 0 for the speed, because the converter would compute an infinite flight time. */
     var DEFAULTS = { height: 100, radius: 50, speed: 20 };
 
     /*
-     * Degrees of a text; null, and so 0, where the converter finds no number. It rounds to 32 bits for its distances, the
-     * map does not.
+     * Degrees of a text; null when the converter would find no number and use 0. Unlike the converter, the map does not
+     * round to 32-bit floats.
      */
     function degrees(value) {
         if (typeof value !== 'string')
@@ -30,8 +30,8 @@
     function number(way, key) { return way && typeof way[key] === 'number' ? way[key] : 0; }
 
     /*
-     * doc: the parsed document. Gives { name, points, odd }, or { error } in words. odd counts coordinates that are no
-     * texts of numbers, which the converter takes for 0.
+     * doc: the parsed document. Returns { name, points, odd }, or { error } with a message. odd counts coordinates that
+     * are not numbers in strings, which the converter treats as 0.
      */
     function read(doc, name) {
         var list = doc.cartographic, points = [], odd = 0;
@@ -57,12 +57,12 @@
 
     function shown(value) { return String(value).slice(0, 30); }
 
-    /* Seven decimals are a centimetre, and what the program's positions have. */
+    /* Seven decimals (about 1 cm), like the program's positions. */
     function degreesText(value) {
         return value.toFixed(7).replace(/(\.\d*?)0+$/, '$1').replace(/\.$/, '');
     }
 
-    /* The way point as it goes into a file: its own object, with its new place where it was moved. */
+    /* The way point for a file: its original object, with the new position if it was moved. */
     function way(point) {
         var result = point.way ? JSON.parse(JSON.stringify(point.way)) : {};
         if (point.moved || !point.way) {
@@ -76,7 +76,7 @@
         return result;
     }
 
-    /* The text of a route file. One that nobody changed is written as it was read, to the letter. */
+    /* The text of a route file. An unchanged route is written exactly as it was read. */
     function write(line) {
         if (line.source)
             return line.source.text;
@@ -88,7 +88,7 @@
         return JSON.stringify(doc, null, 2) + '\n';
     }
 
-    /* Height, radius or speed of a point, as a file of it would have it. */
+    /* Height, radius or speed that a file of the point would contain. */
     function value(point, key) { return point.way ? number(point.way, key) : DEFAULTS[key]; }
 
     function setValue(line, index, key, to) {

@@ -1,9 +1,9 @@
-/* The panel's lists: the routes, with all that can be done to one, and the tracks of files. */
+/* Lists of the panel: the routes with their actions, and the tracks from files. */
 (function (window) {
     'use strict';
 
     var o = window.mapPage, map = o.map, form = o.form;
-    var MAX_CONVERTED = 5000; /* points of a track that may become a route */
+    var MAX_CONVERTED = 5000; /* maximum number of points of a track that can be converted to a route */
     var rows = []; /* { line, box, name, length } in the panel, in the order of the routes */
     var removed = null;
     var parts = {};
@@ -37,7 +37,7 @@
         parts.area = form.field(' ', o.element('textarea'), panel);
         parts.area.readOnly = true;
         parts.area.rows = 8;
-        /* Its label holds the words that say what to do. */
+        /* The label contains the instructions. */
         parts.text = parts.area.parentNode;
         parts.text.className = 'text';
         parts.text.hidden = true;
@@ -53,7 +53,7 @@
         return rows.filter(function (row) { return row.line === line; })[0] || null;
     }
 
-    /* A button whose name holds that of its route. */
+    /* A button whose accessible name contains the route's name. */
     function named(row, words, parent, clicked, more) {
         var button = form.button(words, parent, clicked, more + ' ' + row.line.name);
         row.named.push([button, more]);
@@ -77,7 +77,7 @@
                 o.restoreRoute(back);
             form.say(parts.status, '已恢复。');
             refreshRoutes();
-            /* The button that had the focus is gone. */
+            /* The focused button no longer exists. */
             if (rowOf(back))
                 rowOf(back).edit.focus();
         }).focus();
@@ -101,7 +101,7 @@
         row.edit = named(row, '编辑', buttons, function () {
             if (o.editor.line() === line)
                 return o.editor.stop();
-            /* Before the call, which may end the editing at once. */
+            /* Before the call, because it may end the editing immediately. */
             row.edit.setAttribute('aria-expanded', 'true');
             o.editor.start(line, box, function () { row.edit.setAttribute('aria-expanded', 'false'); });
         }, '编辑');
@@ -119,7 +119,7 @@
         return row;
     }
 
-    /* The rows stay while their routes do: a row that is made anew loses the keyboard. */
+    /* Keeps the rows of existing routes, because a new row would lose the keyboard focus. */
     function refreshRoutes() {
         var routes = o.routes();
         rows = rows.filter(function (row) {
@@ -155,7 +155,7 @@
         o.addRoute(item.name, list);
     }
 
-    /* The focus goes on to the next track, or, without one, to where files are opened. */
+    /* Moves the focus to the next track or, without one, to the file input. */
     function removeTrack(item) {
         parts.focusAt = o.tracks.indexOf(item);
         o.removeTrackItem(item);
@@ -199,7 +199,7 @@
         o.events.on('lines', function () {
             var routes = o.routes(), isSame = routes.length === rows.length
                 && rows.every(function (row, i) { return row.line === routes[i]; });
-            /* A row never outlives its route; the lengths may wait while a hand drags. */
+            /* Rows are removed immediately with their routes; lengths may be updated later during a drag. */
             if (isSame)
                 soon();
             else

@@ -1,11 +1,11 @@
-/* Routes and measures: lines that are clicked point by point, or, for routes, come from a file. */
+/* Routes and measured distances: lines that the user clicks point by point; routes may also come from a file. */
 (function (window) {
     'use strict';
 
-    /* Each marker is an element of the page: a longer route shows its line alone, and the editor the chosen point. */
+    /* Maximum number of points with markers, which are page elements. Longer routes show only the line. */
     var MARKED = 500;
-    var LABELLED = 100; /* points of a route whose legs bear their lengths */
-    var ON_SVG = 500; /* points; a longer line is drawn on the canvas */
+    var LABELLED = 100; /* maximum number of points of a route with labels on its legs */
+    var ON_SVG = 500; /* maximum number of points of an SVG line; longer lines are drawn on the canvas */
 
     var o = window.mapPage, map = o.map;
     var MODE_TEXTS = {
@@ -16,22 +16,22 @@
     modeNote.setAttribute('role', 'status');
     var mode = '';
     var growing = null;
-    var held = false; /* a way point, by the pointer */
-    var dropped = false; /* one, a moment ago */
+    var held = false; /* a way point is being dragged */
+    var dropped = false; /* a way point has just been dropped */
     var numbered = 0;
     var rubber = L.polyline([], { renderer: o.svg, color: '#555', weight: 1, dashArray: '4 4', interactive: false });
 
-    o.lines = []; /* all that were drawn, the one that grows last */
+    o.lines = []; /* all lines; an unfinished line is the last */
 
     function Line(kind) {
         this.kind = kind;
         this.points = []; /* { at: position, way: the way point's object in its file, or null } */
-        this.markers = []; /* one a point, or none */
-        this.legs = []; /* the leg that begins at each point but the last: length and bearing */
-        this.signs = []; /* their labels */
+        this.markers = []; /* one per point, or none */
+        this.legs = []; /* length and bearing of the leg from each point but the last */
+        this.signs = []; /* labels of the legs */
         this.total = 0;
-        this.source = null; /* the file that it came from, while nothing is changed */
-        this.kept = null; /* the document of its file, for keys that only others read */
+        this.source = null; /* the file of an unchanged route, otherwise null */
+        this.kept = null; /* the document of its file, to preserve other keys */
         this.revision = 0;
         this.editable = kind === 'draw' && mode === 'draw';
         this.name = kind === 'draw' ? '航线 ' + (++numbered) : '';
@@ -76,12 +76,12 @@
         });
         marker.on('dragend', function () {
             held = false;
-            /* A quick hand lets go beside the point, and the browser then takes it for a click on the map. */
+            /* A fast drag may be released beside the point; the browser then also sends a click to the map. */
             dropped = true;
             window.setTimeout(function () { dropped = false; }, 0);
             o.events.fire('dropped', { line: self });
         });
-        /* The second click of a double click meets the point that the first one made. */
+        /* The second click of a double click hits the point that the first one created. */
         marker.on('dblclick', function (e) {
             L.DomEvent.stop(e);
             finish();
@@ -97,7 +97,7 @@
         return marker;
     };
 
-    /* From here on the route is no longer what its file says. */
+    /* Marks the route as changed since it was read from a file. */
     Line.prototype.touch = function () {
         this.source = null;
         ++this.revision;
@@ -109,7 +109,7 @@
 
     Line.prototype.insert = function (index, latlng) {
         var near = this.points[Math.max(0, index - 1)], way = null;
-        /* It is flown as its neighbour is, but for its place. */
+        /* A new point copies all values of its neighbour except the position. */
         if (near && near.way)
             way = JSON.parse(JSON.stringify(near.way));
         this.points.splice(index, 0, { at: latlng, way: way, moved: true });
@@ -137,7 +137,7 @@
         this.refresh(index - 1, index + 1);
     };
 
-    /* All points at once, of a file or after a move of the whole. */
+    /* Sets all points at once: from a file, or after a move of the whole route. */
     Line.prototype.setPoints = function (points) {
         this.points = points;
         this.rebuild();
@@ -168,7 +168,7 @@
         this.refresh(0, this.points.length);
     };
 
-    /* The legs that begin at the points from..to are new. */
+    /* Updates the legs that start at the points from..to. */
     Line.prototype.refresh = function (from, to) {
         var points = this.points, draws = this.kind === 'draw', i;
         if (points.length > MARKED)
@@ -209,7 +209,7 @@
         this.editable = on;
         this.markers.forEach(function (marker) {
             marker.dragging[on ? 'enable' : 'disable']();
-            /* Above a track's begin and end, which may be in the same place. */
+            /* Above the start and end markers of a track at the same position. */
             marker.setZIndexOffset(on ? 400 : 0);
         });
     };
@@ -222,13 +222,13 @@
             o.lines.push(growing);
             rubber.addTo(map);
         } else if (map.latLngToContainerPoint(growing.last()).distanceTo(map.latLngToContainerPoint(latlng)) < 4) {
-            return; /* the second half of a double click */
+            return; /* second click of a double click */
         }
         growing.add(latlng);
         rubber.setLatLngs([]);
     }
 
-    /* Ends the line that grows; the mode stays, and the next click begins another line. */
+    /* Finishes the current line. The mode stays active; the next click starts another line. */
     function finish() {
         if (growing && growing.points.length < 2) {
             growing.remove();
@@ -273,7 +273,7 @@
     o.mode = function () { return mode; };
     o.isGrowing = function (line) { return line ? growing === line : growing !== null; };
 
-    /* The page keeps the two modes apart: one that goes on ends the other. */
+    /* The two modes are exclusive: switching one on ends the other. */
     o.toggle = function (name, on) {
         if (Number(on))
             setMode(name);
@@ -285,7 +285,7 @@
         return o.lines.filter(function (line) { return line.kind === 'draw'; });
     };
 
-    /* A route with a name and points [{ at, way, moved }]; before a line that grows, which stays the last. */
+    /* Adds a route with a name and points [{ at, way, moved }], before an unfinished line, which must be the last. */
     o.addRoute = function (name, points, source) {
         var line = new Line('draw');
         if (name)

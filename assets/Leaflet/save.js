@@ -1,4 +1,4 @@
-/* Routes as files: the route file of the program, GPX and KML. */
+/* Saves routes as the program's route files, GPX or KML. */
 (function (window) {
     'use strict';
 
@@ -9,12 +9,12 @@
         kml: { words: 'KML', mime: 'application/vnd.google-earth.kml+xml' }
     };
 
-    /* Characters that XML cannot hold, escaped or not, are left out. */
+    /* Removes characters that are invalid in XML even when escaped. */
     function xml(text) { return o.escaped(String(text).replace(/[\0-\x08\x0B\x0C\x0E-\x1F\uFFFE\uFFFF]/g, '')); }
 
     /*
-     * The whole double, never with an exponent, which not every reader of XML takes: the digits of the shortest text
-     * that means the number, with the point moved to its place.
+     * A double in full precision without an exponent, which not every XML reader accepts: the digits of the shortest
+     * representation, with the decimal point moved.
      */
     function decimal(value) {
         var parts = /^(-?)(\d+)(?:\.(\d+))?e([+-]\d+)$/.exec(String(value));
@@ -40,7 +40,7 @@
             + xml(line.name) + '</name>\n' + rows.join('\n') + '\n  </rte>\n</gpx>\n';
     }
 
-    /* Without an altitude mode the line lies on the ground: what the heights refer to, a route file does not say. */
+    /* No altitude mode, so the line is clamped to the ground: a route file does not define the reference of heights. */
     function kml(line) {
         var tuples = line.points.map(function (point) {
             return '        ' + decimal(point.at.lng) + ',' + decimal(point.at.lat) + ',' + decimal(o.routeFile.value(point, 'height'));
@@ -55,7 +55,7 @@
         return type === 'gpx' ? gpx(line) : type === 'kml' ? kml(line) : o.routeFile.write(line);
     }
 
-    /* A name that every file system takes. */
+    /* A name that is valid on every file system. */
     function fileName(line, type) {
         if (type === 'json' && line.source)
             return line.source.name;
@@ -64,9 +64,9 @@
     }
 
     /*
-     * Whether a download arrives anywhere. The program's own engine says so of itself; a system's browser is known by a
-     * feature that each of them has had since 2018. The engine in node.dll is older, and whether it saves downloads is
-     * not known: there, as wherever a step is missing, the text is shown to be copied.
+     * Whether downloads work. The program's own engine announces it; a browser is detected by a feature that all
+     * browsers have had since 2018. The engine in node.dll is older, and it is unknown whether it saves downloads.
+     * There, and whenever a step fails, the page shows the text for copying.
      */
     function canDownload() {
         var host = window.ostravelHost;
@@ -83,7 +83,7 @@
         link.download = name;
         link.click();
         document.body.removeChild(link);
-        /* A save dialog may be open for long; the text itself is small. */
+        /* Late, because a save dialog may be open for a long time. The text is small. */
         window.setTimeout(function () { window.URL.revokeObjectURL(address); }, 600000);
     }
 

@@ -1,17 +1,17 @@
-/* The layers of the tile service on loopback, and the words that say when it does not answer. */
+/* The layers of the tile service on loopback, and a message when it does not answer. */
 (function (window) {
     'use strict';
 
-    /* The port of the tile service, fixed on both sides: wmts.exe listens on the same one. */
+    /* Port of the tile service; wmts.exe has the same constant. */
     var TILE_PORT = 9800;
     var TILE_SERVICE = 'http://127.0.0.1:' + TILE_PORT;
     var DEFAULT_LAYER = 'demo';
-    var ASK_AGAIN = 3000; /* milliseconds before the tile service is asked once more */
+    var ASK_AGAIN = 3000; /* milliseconds between requests to the tile service */
 
     var o = window.mapPage, map = o.map;
 
     var switcher = L.control.layers({}, { '经纬网': o.graticule }, {
-        /* Open it takes a third of a phone's map. */
+        /* Expanded, it covers a third of the map on a phone. */
         collapsed: o.narrow()
     }).addTo(map);
     switcher.getContainer().getElementsByTagName('a')[0].title = '图层';
@@ -20,7 +20,7 @@
     serviceNote.innerHTML = '瓦片服务未应答，仅显示经纬网';
     var tileLayers = [];
 
-    /* Whatever listens at the port may answer, so nothing of an answer is taken for granted. */
+    /* Any program may listen on the port, so all answers are validated. */
     function isNumber(value) { return typeof value === 'number' && isFinite(value); }
 
     function tileLayer(info) {
@@ -32,7 +32,7 @@
         var b = info.bounds;
         if (Array.isArray(b) && b.length === 4 && b.every(isNumber))
             options.bounds = L.latLngBounds([b[1], b[0]], [b[3], b[2]]);
-        /* Zoomed out below its first level a layer of small extent stays empty, and the grid shows. */
+        /* Below its minimum zoom level a layer is empty and the grid is visible. */
         return L.tileLayer(TILE_SERVICE + '/' + encodeURIComponent(info.name) + '/{z}/{x}/{y}', options);
     }
 
@@ -44,7 +44,7 @@
         tileLayers = [];
     }
 
-    /* What the service offers, in place of what it offered before; the layer that was chosen stays so. */
+    /* Replaces the list of layers by those of the service; the selected layer stays selected. */
     function showLayers(list) {
         var wanted = DEFAULT_LAYER, chosen = 0;
         tileLayers.forEach(function (layer) {
@@ -74,12 +74,12 @@
     }
 
     /*
-     * The service may be started at any time, by the button beside the map, so the page asks until it answers; and it may
-     * end at any time, so the page asks once more when a tile does not come. Most such tiles are just not in the map.
+     * The user may start the service at any time, so the page polls until it answers. The service may also end at any
+     * time, so the page polls again when a tile is missing. Most missing tiles just do not exist in the map.
      */
     var asking = false;
-    var offered = ''; /* the answer whose layers are on the map */
-    var missed = false; /* the service did not answer since: tiles that it owed are not asked for by themselves */
+    var offered = ''; /* the last answer; its layers are on the map */
+    var missed = false; /* a request has failed since then; Leaflet does not retry missing tiles by itself */
 
     function askAgain() {
         if (asking)

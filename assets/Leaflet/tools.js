@@ -1,4 +1,4 @@
-/* The panel beside the map: opens files, and holds the parts that the other files build. */
+/* The panel beside the map: opens files and contains the sections of the other files. */
 (function (window) {
     'use strict';
 
@@ -35,7 +35,7 @@
         return { words: name + '：' + words.join('，') + '。', isFault: false };
     }
 
-    /* One after the other, in the order of the choice; what one of them lacks does not keep the next one out. */
+    /* Opens files one after the other, in the selected order. An invalid file does not stop the others. */
     function openFiles(files) {
         var said = [], isFault = false, i = 0;
         function next() {
@@ -56,17 +56,17 @@
 
     function buildFiles() {
         var box = form.section('打开文件', panel);
-        /* The field lies unseen over its label, whose words are the page's and not the browser's. */
+        /* The file input is invisible above its label, so that the page's text is shown instead of the browser's. */
         var row = o.element('div', 'chooser', box), label = o.element('label', '', row, '选择航线或航迹文件…');
         file = o.element('input');
         file.type = 'file';
         file.id = label.htmlFor = 'file';
         file.multiple = true;
         row.insertBefore(file, label);
-        /* No type is asked for: a system may not know a route file's, and the content tells. */
+        /* No type filter: the system may not know the type of a route file. The content decides. */
         file.addEventListener('change', function () {
             var list = [].slice.call(file.files || []);
-            /* The same file may be chosen once more. */
+            /* Lets the user select the same file again. */
             file.value = '';
             if (list.length)
                 openFiles(list);

@@ -1,14 +1,15 @@
 /*
- * What a file holds, told by its content: a route file, or tracks and routes of GPX, KML or GeoJSON.
+ * Reads a file whose type is detected by its content: a route file, or tracks and routes of GPX, KML or GeoJSON.
  *
- * The answer is { routes: [{ name, points, ... }], tracks: [{ name, flat, dropped }], note } or { error }, in words.
+ * The result is { routes: [{ name, points, ... }], tracks: [{ name, flat, dropped }], note }, or { error } with a
+ * message.
  */
 (function (window) {
     'use strict';
 
     var MAX_BYTES = 100 * 1024 * 1024;
-    var MAX_LINES = 200; /* in one file: each is a row of the panel */
-    var MAX_DEPTH = 20; /* of geometry collections */
+    var MAX_LINES = 200; /* lines per file; each is a row of the panel */
+    var MAX_DEPTH = 20; /* nesting of geometry collections */
 
     var o = window.mapPage;
 
@@ -16,10 +17,10 @@
 
     function baseName(name) { return name.replace(/\.(json|geojson|gpx|kml|xml)$/i, ''); }
 
-    /* Number('') and Number(null) are 0: what is empty is no coordinate. */
+    /* NaN for empty text; Number('') and Number(null) would be 0. */
     function coordinate(text) { return text === null || /^\s*$/.test(text) ? NaN : Number(text); }
 
-    /* ---- Lines are gathered as [lat, lng, lat, lng, ...], with a height for each point when it is a route ---- */
+    /* ---- Collects lines as [lat, lng, lat, lng, ...]; routes also have a height per point ---- */
 
     function Gathering(name) {
         this.name = name;
@@ -72,7 +73,7 @@
 
     /* ---- XML ---- */
 
-    /* A way point's object as a route file has it; numbers that are missing or senseless are 0. */
+    /* A way point object as in a route file; missing or invalid numbers are 0. */
     function wayOf(lat, lng, values) {
         var way = { longitude: o.routeFile.degreesText(lng), latitude: o.routeFile.degreesText(lat) };
         o.routeFile.keys.forEach(function (key) {
@@ -84,7 +85,7 @@
 
     var GPX_VALUES = { ele: 'height', radius: 'radius', speed: 'speed' };
 
-    /* The segments of a track are one line, as a flight with a gap is. */
+    /* Joins the segments of a track into one line, like a flight with a gap. */
     function gpxReader(gathering) {
         var line = null, point = null;
         function place(attributes) {
@@ -124,7 +125,7 @@
         };
     }
 
-    /* A placemark may hold several lines, and name itself after them. */
+    /* A placemark may contain several lines, and its name may follow them. */
     function kmlReader(gathering) {
         var mark = { name: '', isRoute: false, lines: [] }, coords = [];
         function finish() {
@@ -268,7 +269,7 @@
     }
 
     function readText(text, name) {
-        /* A file on its own may begin with the mark of its encoding. */
+        /* A file may start with a byte order mark. */
         var begin = /[^\s\uFEFF\0]/.exec(text);
         if (!begin)
             return fail('文件是空的。');
@@ -281,7 +282,7 @@
         return fail('不是航线文件、GPX、KML 或 GeoJSON。');
     }
 
-    /* Reads a file of a file field; done(result) follows in any case. */
+    /* Reads a File object; always calls done(result). */
     function readFile(file, done) {
         if (file.size > MAX_BYTES)
             return done(fail('文件太大（' + Math.ceil(file.size / 1048576) + ' MB），最多 100 MB。'));
@@ -291,7 +292,7 @@
             try {
                 result = readText(reader.result, file.name);
             } catch (e) {
-                /* Nesting or size beyond what this engine bears. */
+                /* Too deeply nested or too large for this engine. */
                 result = fail('文件超出了本页面的处理能力。');
             }
             done(result);

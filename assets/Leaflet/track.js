@@ -1,18 +1,18 @@
 /*
  * A flown track of any length on Leaflet's canvas.
  *
- * Leaflet's own line projects, clips and simplifies all of its points at each zoom, and anew at each move. A track of
- * ten hours has 180,000 of them: here they are projected once, thinned once for each zoom level, and only the stretches
- * within reach of the view are drawn.
+ * Leaflet's own polyline projects, clips and simplifies all points at each zoom and each move. A track of ten hours has
+ * 180,000 points. This class projects them once, simplifies them once per zoom level, and draws only the sections near
+ * the view.
  */
 var TrackLine = (function () {
     'use strict';
 
-    var CHUNK = 256; /* points that share one box */
-    var FINEST = 1.5; /* pixels between two points that are drawn */
-    var CELL = 1; /* pixels: steps from one such cell to another look alike */
+    var CHUNK = 256; /* points per bounding box */
+    var FINEST = 1.5; /* minimum distance in pixels between two drawn points */
+    var CELL = 1; /* cell size in pixels; steps between the same two cells look the same */
 
-    /* An old engine has no typed arrays. */
+    /* Old engines have no typed arrays. */
     function numbers(length) {
         if (typeof Float64Array !== 'undefined')
             return new Float64Array(length);
@@ -22,7 +22,7 @@ var TrackLine = (function () {
         return list;
     }
 
-    /* [lat0, lng0, lat1, ...] without what is no position: null, outside the globe, and (0, 0) from before the fix. */
+    /* [lat0, lng0, lat1, ...] without invalid positions: null, out of range, and (0, 0) from before the GPS fix. */
     function positions(flat) {
         var n = Math.floor(flat.length / 2), lat = numbers(n), lng = numbers(n), index = numbers(n), count = 0;
         for (var i = 0; i < n; ++i) {
@@ -43,7 +43,7 @@ var TrackLine = (function () {
         return box && at.x >= box.x0 - reach && at.x <= box.x1 + reach && at.y >= box.y0 - reach && at.y <= box.y1 + reach;
     }
 
-    /* Puts a key, which is not 0, into a table; false when it was there. The table must have room. */
+    /* Inserts a non-zero key into a hash table. Returns false when it exists. The table must not be full. */
     function enter(table, slots, key) {
         for (var at = key % slots; table[at]; at = at + 1 < slots ? at + 1 : 0) {
             if (table[at] === key)
@@ -56,7 +56,7 @@ var TrackLine = (function () {
     var TrackLine = L.Polyline.extend({
         options: { interactive: false, smoothFactor: 0, color: '#d81b60', weight: 3, opacity: 1 },
 
-        /* flat: the page call's array; samples are numbered by their pair in it, from 0, as the curves' points are. */
+        /* flat: [lat0, lng0, ...]. Sample numbers are indices of the pairs, from 0, like those of the curves' points. */
         initialize: function (flat, options) {
             L.Polyline.prototype.initialize.call(this, [], options);
             if (flat instanceof TrackLine)
@@ -67,7 +67,7 @@ var TrackLine = (function () {
             var minLat = Infinity, maxLat = -Infinity, minLng = Infinity, maxLng = -Infinity;
             for (var i = 0; i < p.count; ++i) {
                 var s = Math.sin(Math.max(-max, Math.min(max, p.lat[i] * Math.PI / 180)));
-                /* In world widths: pixels are these times 256 * 2^zoom. */
+                /* In units of the world's width; multiply by 256 * 2^zoom for pixels. */
                 this._x[i] = p.lng[i] / 360 + 0.5;
                 this._y[i] = 0.5 - Math.log((1 + s) / (1 - s)) / (4 * Math.PI);
                 minLat = Math.min(minLat, p.lat[i]);
@@ -82,7 +82,7 @@ var TrackLine = (function () {
                 this._bounds = L.latLngBounds([minLat, minLng], [maxLat, maxLng]);
         },
 
-        /* The same points once more: nothing of them is copied or projected again. */
+        /* Shares the points of another line, without copying or projecting them again. */
         _share: function (other) {
             this._points = other._points;
             this._x = other._x;
@@ -94,13 +94,13 @@ var TrackLine = (function () {
         },
 
         count: function () { return this._points.count; },
-        /* Latitudes and longitudes of all points, not to be changed. */
+        /* Latitudes and longitudes of all points; do not modify. */
         coordinates: function () { return this._points; },
         position: function (i) { return L.latLng(this._points.lat[i], this._points.lng[i]); },
         sample: function (i) { return this._points.index[i]; },
         isEmpty: function () { return this._points.count === 0; },
 
-        /* The point next to a position, not farther than some pixels; -1 when there is none. */
+        /* Index of the nearest point within a number of pixels; -1 when there is none. */
         nearest: function (latlng, zoom, pixels) {
             var at = this._world(latlng), reach = pixels / this._scale(zoom), best = reach * reach, found = -1;
             if (!isNear(at, this._whole, reach))
@@ -120,7 +120,7 @@ var TrackLine = (function () {
             return found;
         },
 
-        /* Boxes of so many items each; grow(box, i) adds an item to its box. */
+        /* Bounding boxes of size items each; grow(box, i) extends a box by an item. */
         _boxesOf: function (count, size, grow) {
             var boxes = [];
             for (var first = 0; first < count; first += size) {
@@ -139,7 +139,7 @@ var TrackLine = (function () {
             box.y1 = Math.max(box.y1, this._y[i]);
         },
 
-        /* Steps of the track: those of the present zoom level, and those of them that are drawn; for tests. */
+        /* For tests: the numbers of steps at the current zoom level and of those drawn. */
         steps: function () {
             var n = 0;
             for (var i = 0; i < this._parts.length; ++i)
@@ -155,9 +155,9 @@ var TrackLine = (function () {
         _scale: function (zoom) { return 256 * Math.pow(2, zoom); },
 
         /*
-         * The steps that a zoom level draws, as pairs of indices, with the box of each chunk of them.
+         * The steps to draw at a zoom level, as pairs of indices, and the bounding box of each chunk of steps.
          *
-         * Hundreds of orbits over one place fall on the same pixels: each short step is kept once.
+         * Many orbits at the same place cover the same pixels, so equal short steps are kept only once.
          */
         _level: function (zoom) {
             var level = this._levels[zoom];
@@ -198,10 +198,10 @@ var TrackLine = (function () {
             return level;
         },
 
-        /* What the step that ends at a point looks like; a line of several colours overrides it. */
+        /* The style index of the step that ends at a point; overridden by lines with several colours. */
         _kindOf: function () { return 0; },
 
-        /* From here on it is what Leaflet asks of a line. */
+        /* Overrides of Leaflet's methods. */
 
         _project: function () {
             this._parts = [];
@@ -259,7 +259,7 @@ var TrackLine = (function () {
             this._stroke(this._parts);
         },
 
-        /* One path of tens of thousands of steps takes a canvas far longer than many short ones. */
+        /* A canvas strokes many short paths much faster than one path of tens of thousands of steps. */
         _stroke: function (parts) {
             var renderer = this._renderer, ctx = renderer._ctx, steps = 0;
             function begin() {

@@ -1,12 +1,11 @@
 /*
- * Reads XML from its begin to its end without building a document: the browser's own parser takes seconds for a track
- * of 200,000 points. Tags must be closed and attributes quoted, as there; declarations of entities are refused, so that
- * none can grow.
+ * A streaming XML parser that builds no document: the browser's parser takes seconds for a track of 200,000 points.
+ * Tags must be closed and attributes quoted. Entity declarations are rejected, to prevent entity expansion attacks.
  */
 (function (window) {
     'use strict';
 
-    /* Attributes as one text: each ' name="value"'. */
+    /* The attributes of a tag: any number of ' name="value"'. */
     var ATTRIBUTES = /^(?:\s+[^\s=<>"'\/]+\s*=\s*(?:"[^"<]*"|'[^'<]*'))*\s*$/;
     var NAME = /^[^\s<>"'=\/&]+$/;
     var NAMES = { lt: '<', gt: '>', amp: '&', quot: '"', apos: "'" };
@@ -33,7 +32,7 @@
             });
     }
 
-    /* The characters of an element, without the tags and remarks in it. */
+    /* The text content of an element, without tags and comments. */
     function content(raw) {
         if (raw.indexOf('<') < 0)
             return decoded(raw).trim();
@@ -44,7 +43,7 @@
         }).join('').trim();
     }
 
-    /* An attribute of a tag's text; null when it is not there. */
+    /* Value of an attribute in a tag's text; null when it is missing. */
     function attribute(text, name) {
         var at = text.indexOf(name);
         while (at >= 0) {
@@ -56,14 +55,14 @@
         return null;
     }
 
-    /* A tag from its begin to the > at end: its name and attributes; null when that is none. */
+    /* Name and attributes of the tag that starts at "at" and has its > at end; null when it is not a valid tag. */
     function tagOf(text, at, end) {
         var isEmpty = end > at && text.charCodeAt(end - 1) === 47, tag = text.substring(at + 1, isEmpty ? end - 1 : end);
         var space = tag.search(/\s/), name = space < 0 ? tag : tag.slice(0, space), rest = space < 0 ? '' : tag.slice(space);
         return NAME.test(name) && ATTRIBUTES.test(rest) ? { name: name, rest: rest, isEmpty: isEmpty, end: end } : null;
     }
 
-    /* Nearly every tag ends at the next >; only a quoted value may hold one more. */
+    /* Nearly every tag ends at the next >; only a quoted value may contain another one. */
     function readTag(text, at) {
         var end = text.indexOf('>', at), tag = end < 0 ? null : tagOf(text, at, end), quote = '';
         for (var i = at; !tag && end >= 0 && i < text.length; ++i) {
@@ -84,7 +83,7 @@
         return tag;
     }
 
-    /* What begins with <! or <?: gives the place after it. */
+    /* Skips markup that starts with <! or <?. Returns the position after it. */
     function skip(text, at) {
         var ends = text.substr(at, 4) === '<!--' ? '-->' : text.substr(at, 9) === '<![CDATA[' ? ']]>'
             : text.charAt(at + 1) === '?' ? '?>' : '>';
@@ -97,8 +96,8 @@
     }
 
     /*
-     * Calls open(name, attributes, path) and close(name, content function, path) for each element, names without their
-     * prefixes; path holds the names of the elements around it. Throws what is wrong as { at, words }.
+     * Calls open(name, attributes, path) and close(name, content function, path) for each element. Names have no
+     * prefixes; path holds the names of the enclosing elements. Throws errors as { at, words }.
      */
     function scan(text, open, close) {
         var path = [], names = [], begins = [], at = text.indexOf('<'), roots = 0, raw = [0, 0];

@@ -1,10 +1,9 @@
 #!/bin/sh
-# Starts Ostravel, which lies beside this script. When libraries are missing it names their Debian packages, where the
-# loader would name the first file only; when the log cannot be written it says so, where the program would end without a
-# word.
+# Starts Ostravel from the folder of this script. Names the Debian packages of all missing libraries; the loader would
+# name only the first missing file. Also reports when the log cannot be written; the program would exit silently.
 set -eu
 
-# The one place that knows which package of Debian 12 brings a library that a program of this folder is linked to.
+# The Debian 12 packages of the libraries that the programs in this folder are linked to.
 library_packages='
 libc.so.6                   libc6
 libm.so.6                   libc6
@@ -45,14 +44,14 @@ Starts Ostravel, or names the Debian packages that it lacks.
 USAGE
 }
 
-# libraries FILE: what the loader says of the libraries of FILE.
+# libraries FILE: prints the loader's list of libraries of FILE.
 libraries() {
     LC_ALL=C ldd "$1" 2>&1 || true
 }
 
 linked=$(libraries "$program")
 
-# lacking: the packages of the libraries that are not on this system, one a line, from what libraries says.
+# lacking: reads the output of libraries and prints the packages of the missing ones, one per line.
 lacking() {
     awk -v packages="$library_packages" '
         BEGIN {
@@ -63,17 +62,17 @@ lacking() {
         / => not found$/ && !seen[$1]++ { print ($1 in package) ? package[$1] : $1 }' | sort -u
 }
 
-# lacking_plugin FILE PACKAGE: PACKAGE, when it should have laid a plugin FILE of Qt on this system but is not there.
+# lacking_plugin FILE PACKAGE: prints PACKAGE when the Qt plugin FILE is missing.
 lacking_plugin() {
     core=$(printf '%s\n' "$linked" | awk '$1 == "libQt5Core.so.5" && $3 ~ /^\// { print $3 }')
     plugins=${core%/*}/qt5/plugins
-    # Another system than Debian has its plugins elsewhere, and nothing is known of them.
+    # Systems other than Debian have plugins in unknown folders, so they are not checked.
     if [ -z "$core" ] || { [ -d "$plugins" ] && [ ! -e "$plugins/$1" ]; }; then
         echo "$2"
     fi
 }
 
-# lacking_command COMMAND PACKAGE...: the packages, when there is no such command.
+# lacking_command COMMAND PACKAGE...: prints the packages when the command is missing.
 lacking_command() {
     command -v "$1" >/dev/null || { shift && printf '%s\n' "$@"; }
 }
@@ -84,7 +83,7 @@ lacking_font() {
     fi
 }
 
-# Without these the program starts, and what the user opens first does not work or cannot be read.
+# Optional packages: the program starts without them, but some functions do not work or texts are not readable.
 lacking_in_use() {
     lacking_plugin sqldrivers/libqsqlite.so libqt5sql5-sqlite
     lacking_plugin iconengines/libqsvgicon.so libqt5svg5
@@ -92,11 +91,11 @@ lacking_in_use() {
 }
 
 install_line() {
-    # shellcheck disable=SC2086  # a word a package
+    # shellcheck disable=SC2086  # one word per package
     echo "sudo apt-get install --no-install-recommends" $1
 }
 
-# tell TEXT: to the terminal, and to a window when there is no terminal.
+# tell TEXT: prints to the terminal; without a terminal, shows a window.
 tell() {
     printf '%s\n' "$1" >&2
     if [ ! -t 2 ] && [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
@@ -126,13 +125,13 @@ plots-by-Octave $(lacking_command octave octave fonts-freefont-otf | xargs)
 manual $(lacking_command xdg-open xdg-utils)
 PARTS
     if [ -n "$everything" ]; then
-        # shellcheck disable=SC2086  # a word a package
+        # shellcheck disable=SC2086  # one word per package
         install_line "$(printf '%s\n' $everything | sort -u)"
         return 1
     fi
 }
 
-# quoted TEXT: TEXT as one quoted argument of the key Exec. What the quotes escape is escaped once more by the file.
+# quoted TEXT: TEXT as one quoted argument of the Exec key, with the additional escaping of desktop files.
 quoted() {
     printf '"%s"' "$(printf %s "$1" | sed 's/[\\"`$]/\\&/g; s/\\/\\\\/g; s/%/%%/g')"
 }
@@ -141,16 +140,16 @@ install_entry() {
     mkdir -p "${desktop_entry%/*}"
     {
         grep -v -e '^Exec=' -e '^Icon=' "$here/ostravel.desktop"
-        # Desktops look for the first word before they turn %% into %, so the script is not the first.
+        # Desktops look up the first word before they replace %% by %, so the script must not be the first word.
         printf 'Exec=sh %s\n' "$(quoted "$here/ostravel.sh")"
         printf 'Icon=%s\nPath=%s\n' "$here/ostravel.svg" "$here" | sed 's/\\/\\\\/g'
     } >"$desktop_entry"
     echo "$desktop_entry"
 }
 
-# log_is_writable: whether the program can open its log, which is tried just as the program does it.
+# log_is_writable: tests whether the program can open its log, in the same way as the program.
 log_is_writable() {
-    # A process of its own: a redirection that fails would end this one.
+    # In a subshell, because a failed redirection would end this shell.
     (mkdir -p logs && : >>logs/log.txt) 2>/dev/null
 }
 

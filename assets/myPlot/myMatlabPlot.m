@@ -1,15 +1,15 @@
 function myMatlabPlot(a1, a2, a3, kind, a5, a6, a7, attack)
-% Draws the flown track into a new figure, which stays until the user closes it.
+% Draws the flown track in a new figure, which stays open until the user closes it.
 %
-% kind:   0 the track from above, 1 the height, 2 the track in space
-% attack: 0 the whole flight ("data.txt"), 1 its last leg ("data_attack.txt")
-% The other six arguments are constants of the calling program without an effect here.
+% kind:   0 = track from above, 1 = height, 2 = track in 3D
+% attack: 0 = whole flight ("data.txt"), 1 = last leg ("data_attack.txt")
+% The other six arguments are constants of the calling program and are ignored.
 %
-% Reads the track files of the folder that the environment variable OSTRAVEL_PLOT_FOLDER names. The program sets it,
-% because the compiled function lies in a folder of the runtime and cannot know where the program is. Without it, as by
-% hand, the working folder is taken, and then the folder of this file. A track file has a line for each sample with
-% metres east, metres north and metres up, parted by tabs. What cannot be drawn is said in the figure.
-% Plain enough for MATLAB and GNU Octave.
+% Reads the track files from the folder in the environment variable OSTRAVEL_PLOT_FOLDER. The program sets it, because
+% the compiled function runs from a folder of the runtime and cannot find the program's folder. Without it, for example
+% when called by hand, uses the working directory, then the folder of this file. A track file has one line per sample:
+% metres east, metres north and metres up, separated by tabs. Errors are shown in the figure.
+% Works in MATLAB and GNU Octave.
 
     kind = double(kind);
     if ~any(kind == [0 1 2])
@@ -44,7 +44,7 @@ function myMatlabPlot(a1, a2, a3, kind, a5, a6, a7, attack)
 end
 
 function look = plotLook()
-    % A name that is not there gives boxes in place of Chinese letters, so the list of fonts is asked where there is one.
+    % A missing font would show boxes instead of Chinese characters.
     look.font = 'Noto Sans CJK SC';
     if ispc()
         look.font = 'Microsoft YaHei';
@@ -87,7 +87,7 @@ function [track, notes, reason] = readTrack(name)
     fclose(file);
     text = strrep(text, char(13), '');
 
-    % A file that is being written ends in the middle of a line, and a number cut short still reads as a number.
+    % A file that is being written may end within a line. A truncated number is still a valid number, so drop that line.
     ends = find(text == char(10));
     torn = ~isempty(text) && text(end) ~= char(10);
     damaged = double(torn);
@@ -101,7 +101,7 @@ function [track, notes, reason] = readTrack(name)
     if next > length(text) && mod(numel(values), 3) == 0 && size(values, 2) == lines
         track = values';
     else
-        % Line by line, which takes longer and loses only what is damaged.
+        % Line by line: slower, but drops only damaged lines.
         rows = strsplit(text(1:end - min(1, length(text))), char(10), 'CollapseDelimiters', false);
         track = nan(numel(rows), 3);
         sound = false(numel(rows), 1);
@@ -126,7 +126,7 @@ function [track, notes, reason] = readTrack(name)
     elseif damaged > 0
         notes{end + 1} = sprintf('%d 行不完整，已略去', damaged);
     end
-    % NaN compares false with everything; whatever lies farther away than 1e9 m is damage.
+    % Comparisons with NaN are false. Values beyond 1e9 m are invalid.
     sound = all(abs(track) <= 1e9, 2);
     if ~all(sound)
         notes{end + 1} = sprintf('%d 个点不是有效数值，已略去', sum(~sound));
@@ -141,8 +141,8 @@ function [track, notes, reason] = readTrack(name)
 end
 
 function kept = thinned(track, columns)
-    % Indices of the points that the screen can tell apart. Renderers draw a line of steps below a pixel as beads, so of
-    % the points within a hundredth of the page only the first is kept, and with it the ends and extremes.
+    % Indices of the points that are distinguishable on the screen. Renderers draw steps below a pixel badly, so of the
+    % points within a hundredth of the page only the first, the ends and the extremes are kept.
     values = track(:, columns);
     values(isnan(values)) = 0;
     spans = max(max(values, [], 1) - min(values, [], 1), eps);
@@ -155,7 +155,7 @@ function kept = thinned(track, columns)
         steps = [steps, ones(size(steps)) / size(steps, 1)];
     end
     way = [0; cumsum(sqrt(sum(steps .^ 2, 2)))];
-    % A track that winds much is not drawn with more steps than a screen is wide.
+    % Limits the number of steps of a track with many turns to the width of a screen.
     pieces = floor(way / max(0.008, way(end) / 4000));
     kept = [1; find(diff(pieces) > 0) + 1; size(track, 1)];
     [~, low] = min(values, [], 1);
@@ -169,14 +169,14 @@ function distance = groundDistance(track)
 end
 
 function figureHandle = newFigure(look, name, subtitle, shape)
-    % Neither program tells what a task bar takes of the screen, nor what the title, the menu and the tools take of the
-    % window, so there is a margin for them all: left, bottom, right, top.
+    % Neither program reports the size of the task bar, title bar, menu and tool bar, so leaves a margin for all of them:
+    % left, bottom, right, top.
     margin = [8 72 8 112];
     screen = get(0, 'ScreenSize');
     room = screen(3:4) - margin(1:2) - margin(3:4);
     shape = min(shape, room);
     slack = room - shape;
-    % Several stay open at once: each a little off the one before, within the room.
+    % Shifts each new figure a little, so that several open figures are visible.
     step = min(24 * mod(numel(get(0, 'Children')), 6), slack / 2);
     corner = margin(1:2) + floor(slack / 2 + step .* [1 -1]);
     figureHandle = figure('Name', ['Ostravel - ' name], 'NumberTitle', 'off', 'Color', 'white', ...
@@ -200,7 +200,7 @@ function words = summary(track, notes)
 end
 
 function words = metres(value)
-    % The sum takes the sign from a zero.
+    % Adding 0 turns -0 into 0.
     words = sprintf('%.1f', round(value * 10) / 10 + 0);
 end
 
@@ -242,7 +242,7 @@ function limits = spread(values, margin)
 end
 
 function [east, north] = squareLimits(track, margin, slimmest)
-    % For equal scales the slim range is widened, so that a straight leg has a plane to lie in.
+    % Equal scales: widens the smaller range, so that a straight leg is not a degenerate plot.
     east = spread(track(:, 1), margin);
     north = spread(track(:, 2), margin);
     longest = max(diff(east), diff(north));
@@ -251,7 +251,7 @@ function [east, north] = squareLimits(track, margin, slimmest)
 end
 
 function setColours(figureHandle, axesHandle, look, values, words, place)
-    % A scale of our own: the built-in one moves with the shape of the axes.
+    % A custom colour bar: the built-in one changes the size of the axes.
     count = 128;
     steps = linspace(1, size(look.colours, 1), count);
     set(figureHandle, 'Colormap', interp1(1:size(look.colours, 1), look.colours, steps));
@@ -271,7 +271,7 @@ function setColours(figureHandle, axesHandle, look, values, words, place)
 end
 
 function handle = colouredLine(axesHandle, points, values)
-    % The edge of a surface without a face is the one line that takes a colour at each point in both programs.
+    % Only the edge of a surface without faces can have a colour per point in both programs.
     handle = surface([points(:, 1) points(:, 1)], [points(:, 2) points(:, 2)], [points(:, 3) points(:, 3)], ...
                      [values values], 'Parent', axesHandle, 'FaceColor', 'none', 'EdgeColor', 'interp', ...
                      'MeshStyle', 'column', 'LineWidth', 2.2);
@@ -313,7 +313,7 @@ function drawFromAbove(look, name, track, notes)
     marks = [mark(axesHandle, track(1, 1:2), 'o', look.start, 10), ...
              mark(axesHandle, track(end, 1:2), 's', look.finish, 10)];
     [east, north] = squareLimits(track, 0.06, 0);
-    % Equal scales: the range that is too short for the shape of the axes is widened.
+    % Equal scales: widens the range that is too short for the shape of the axes.
     page = get(figureHandle, 'Position');
     ratio = 0.745 * page(3) / (0.775 * page(4));
     if diff(east) > ratio * diff(north)
@@ -353,7 +353,7 @@ function drawInSpace(look, name, track, notes, attack)
         names = {'攻击段起点', '终点'};
         [whole, ~, reason] = readTrack('data.txt');
         if isempty(reason)
-            % Two lines in one place flicker through each other.
+            % Two lines at the same place would flicker.
             whole(ismember(whole, track, 'rows'), :) = NaN;
             whole = whole(thinned(whole, 1:3), :);
             outside = whole(:, 1) < east(1) | whole(:, 1) > east(2) | whole(:, 2) < north(1) | whole(:, 2) > north(2) ...
@@ -378,7 +378,7 @@ function drawInSpace(look, name, track, notes, attack)
     setColours(figureHandle, axesHandle, look, values, words, [0.895 0.2 0.02 0.55]);
     marks = [mark(axesHandle, ends(1, :), 'o', look.start, 10), mark(axesHandle, ends(2, :), 's', look.finish, 10)];
 
-    % Equal scales east and north; heights are stretched by a round factor where they would not be seen.
+    % Equal scales east and north; small heights are stretched by a round factor.
     stretch = 1;
     longest = max(diff(east), diff(north));
     if diff(up) < 0.4 * longest

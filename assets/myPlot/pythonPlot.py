@@ -1,10 +1,10 @@
 """Draws the flown track: pythonPlot.py Height|XY|XYZ|Attack|Demo1 [--save FILE].
 
-Reads "data.txt" (whole flight) and "data_attack.txt" (last leg) from the working folder: a line for each sample with
-metres east, metres north and metres up, parted by tabs. Shows a window until the user closes it, or draws into FILE
-(png, pdf, svg) without one. The window opens within the part of the screen that the environment variable
-OSTRAVEL_FIGURE_AREA names as "X Y WIDTH HEIGHT" in pixels, where there is one. What cannot be drawn is said in the
-window. Exit codes: 0 drawn, 1 no screen or no FILE, 2 wrong use.
+Reads "data.txt" (whole flight) and "data_attack.txt" (last leg) from the working directory: one line per sample with
+metres east, metres north and metres up, separated by tabs. Shows a window until the user closes it, or saves to FILE
+(png, pdf, svg) without a window. The environment variable OSTRAVEL_FIGURE_AREA ("X Y WIDTH HEIGHT" in pixels) sets the
+part of the screen for the window. Errors are shown in the window. Exit codes: 0 drawn, 1 no screen or FILE not written,
+2 invalid arguments.
 """
 
 import logging
@@ -12,7 +12,7 @@ import os
 import sys
 from pathlib import Path
 
-# The first start on a machine looks through all fonts and would say so as a warning, which is nothing to report.
+# Suppresses the harmless warning of the first start on a machine that the font cache is built.
 logging.getLogger("matplotlib.font_manager").setLevel(logging.ERROR)
 
 import matplotlib
@@ -28,24 +28,24 @@ KINDS = ("Height", "XY", "XYZ", "Attack", "Demo1")
 FONTS = ("Noto Sans CJK SC", "Noto Sans CJK JP", "Source Han Sans SC", "Source Han Sans CN", "WenQuanYi Micro Hei",
          "WenQuanYi Zen Hei", "Microsoft YaHei", "SimHei", "PingFang SC")
 
-BUCKETS = 900  # pieces of a thinned track; each keeps up to eight of its points, more than a screen can tell apart
-FARTHEST = 1e9  # metres; whatever lies beyond is damage
+BUCKETS = 900  # sections of a simplified track; each keeps up to eight points, more than a screen can show
+MAX_DISTANCE = 1e9  # metres; values beyond are invalid
 
-WINDOW_FRAME = np.array([12, 90])  # pixels that the frame, the title and the tools of a window take
-LEAST_FIGURE = np.array([480, 360])  # below that nothing can be read
+WINDOW_FRAME = np.array([12, 90])  # pixels of the window's frame, title and tool bar
+MIN_FIGURE = np.array([480, 360])  # minimum readable size
 
 INK, QUIET, FAINT = "#22303c", "#6b7a88", "#b9c4cd"
 LINE, FILL = "#1565a9", "#cfe2f3"
 START, END, TOP = "#1a9850", "#d7301f", "#f28e2b"
-COLOURS = ["#31307d", "#2166ac", "#2a9d8f", "#8ab84b", "#f2b134", "#e4572e"]  # dark enough everywhere on white
+COLOURS = ["#31307d", "#2166ac", "#2a9d8f", "#8ab84b", "#f2b134", "#e4572e"]  # all readable on white
 
 
 class CannotDraw(Exception):
-    """Says to the user why there is no plot."""
+    """Error with a message for the user."""
 
 
 class Track:
-    """Points as three arrays of equal length, with what was left out while reading."""
+    """Points as three arrays of equal length, with notes about skipped data."""
 
     def __init__(self, east, north, up, notes=()):
         self.east, self.north, self.up = east, north, up
@@ -58,13 +58,13 @@ class Track:
         return Track(self.east[chosen], self.north[chosen], self.up[chosen], self.notes)
 
     def ground_distance(self):
-        """Metres flown over ground from the first point to each."""
+        """Ground distance in metres from the first point to each point."""
         steps = np.hypot(np.diff(self.east), np.diff(self.north))
         return np.concatenate(([0.0], np.cumsum(steps)))
 
 
 def read_table(path):
-    """All lines of three numbers as rows, and the number of the others."""
+    """All lines of three numbers as rows, and the number of other lines."""
     try:
         text = path.read_text(encoding="ascii", errors="replace")
     except FileNotFoundError:
@@ -72,7 +72,7 @@ def read_table(path):
     except OSError as error:
         raise CannotDraw(f"无法打开轨迹文件 {path.name}\n\n{error.strerror}") from None
     lines = text.splitlines()
-    # A file that is being written ends in the middle of a line, and a number cut short still reads as a number.
+    # A file that is being written may end within a line. A truncated number is still a valid number, so drop that line.
     torn = bool(lines) and not text.endswith("\n")
     if torn:
         lines.pop()
@@ -102,8 +102,8 @@ def read_track(name):
     notes = []
     if damaged:
         notes.append(f"{damaged} 行不完整，已略去" if damaged > 1 or not torn else "最后一行不完整，已略去")
-    # NaN compares false with everything.
-    sound = (np.abs(table) <= FARTHEST).all(axis=1)
+    # Comparisons with NaN are false.
+    sound = (np.abs(table) <= MAX_DISTANCE).all(axis=1)
     if not sound.all():
         notes.append(f"{len(sound) - sound.sum()} 个点不是有效数值，已略去")
     table = table[sound]
@@ -118,7 +118,7 @@ def read_track(name):
 
 
 def demo_track():
-    """A spiral climb and a dive, out of nothing but arithmetic."""
+    """A computed track: a spiral climb and a dive."""
     turn = np.linspace(0.0, 8.0 * np.pi, 1600)
     radius = 900.0 - 20.0 * turn
     climb = Track(radius * np.cos(turn), radius * np.sin(turn), 400.0 * (1.0 - np.cos(turn / 8.0)) / 2.0)
@@ -129,7 +129,7 @@ def demo_track():
 
 
 def thinned(*columns):
-    """Indices of the points that the screen can tell apart: ends and extremes of each piece, in their order."""
+    """Indices of the points that are distinguishable on the screen: ends and extremes of each section, in order."""
     count = len(columns[0])
     if count <= 8 * BUCKETS:
         return np.arange(count)
@@ -150,7 +150,7 @@ def use_font():
         "font.family": "sans-serif",
         "font.sans-serif": [name for name in FONTS if name in there] + ["DejaVu Sans"],
         "font.size": 10.5, "axes.unicode_minus": False,
-        # Hinting of Chinese letters takes a third of the drawing and changes next to nothing.
+        # Hinting of Chinese characters takes a third of the drawing time and has almost no visible effect.
         "text.hinting": "none", "text.hinting_factor": 1,
         "text.color": INK, "axes.labelcolor": INK, "axes.edgecolor": QUIET, "xtick.color": QUIET, "ytick.color": QUIET,
         "xtick.labelcolor": INK, "ytick.labelcolor": INK,
@@ -170,10 +170,10 @@ def figure_area():
 
 
 def fit(figure, area):
-    """Makes a window as small as the area and puts it there."""
+    """Shrinks a window to the area and moves it there."""
     x, y, width, height = area
     ratio = getattr(figure.canvas, "device_pixel_ratio", 1.0)
-    room = np.maximum((np.array([width, height]) - WINDOW_FRAME) / ratio, LEAST_FIGURE)
+    room = np.maximum((np.array([width, height]) - WINDOW_FRAME) / ratio, MIN_FIGURE)
     size = np.minimum(figure.get_size_inches(), room / figure.dpi * ratio)
     figure.set_size_inches(size)
     slack = np.maximum(room - size * figure.dpi / ratio, 0.0) * ratio / 2.0
@@ -181,7 +181,7 @@ def fit(figure, area):
     window = getattr(figure.canvas.manager, "window", None)
     if hasattr(window, "wm_geometry"):  # Tk
         window.wm_geometry(f"+{x}+{y}")
-    elif hasattr(window, "move"):  # Qt, which counts in the pixels of its scale
+    elif hasattr(window, "move"):  # Qt, which uses logical pixels
         window.move(int(x / ratio), int(y / ratio))
 
 
@@ -204,7 +204,7 @@ def summary(track):
 
 
 def metres(value):
-    """With one decimal, and no sign before a zero."""
+    """Formats with one decimal, without a sign before zero."""
     return f"{round(value, 1) + 0.0:,.1f}"
 
 
@@ -230,14 +230,14 @@ def middles(values):
 
 
 def spread(values, margin=0.05, least=1.0):
-    """Range of values with a margin, never empty."""
+    """Range of the values with a margin; never empty."""
     low, high = float(values.min()), float(values.max())
     room = max((high - low) * margin, least / 2.0)
     return low - room, high + room
 
 
 def square_limits(track, margin=0.06, slimmest=0.45):
-    """Ranges east and north for equal scales: the slim one is widened, so that a straight leg has a plane to lie in."""
+    """Ranges east and north for equal scales; widens the smaller one, so that a straight leg is not degenerate."""
     ranges = [np.array(spread(values, margin)) for values in (track.east, track.north)]
     longest = max(high - low for low, high in ranges)
     for limits in ranges:
@@ -278,7 +278,7 @@ def draw_xy():
                                                   capstyle="round", array=middles(part.up))
     axes.add_collection(lines)
     east, north = square_limits(track)
-    # The room beside a slim track is filled with ground, so that scales stay equal and the plane is used.
+    # Extends the limits beside a narrow track, so that the scales are equal and the axes fill the figure.
     axes.set(xlim=east, ylim=north, xlabel="东向距离 (m)", ylabel="北向距离 (m)")
     axes.set_aspect("equal", adjustable="datalim")
     axes.grid(True)
@@ -293,12 +293,12 @@ def draw_xy():
 
 
 def title_pad(limits):
-    """Room in points between an axis in space and its title: longer numbers reach farther across a slanted axis."""
+    """Distance in points between a 3D axis and its title; longer numbers need more space."""
     return 7.0 + 1.6 * max(len(f"{limit:.0f}") for limit in limits)
 
 
 def space_axes(figure, track, floor, margin=0.06):
-    """Axes in space with equal scales east and north; heights are stretched where they would not be seen."""
+    """3D axes with equal scales east and north; small heights are stretched."""
     axes = figure.add_axes([-0.045, -0.01, 0.9, 0.93], projection="3d", computed_zorder=False)
     east, north = square_limits(track, margin)
     up = (floor, spread(track.up, max(margin, 0.06))[1])
@@ -306,7 +306,7 @@ def space_axes(figure, track, floor, margin=0.06):
     longest = max(spans[:2])
     stretch = 1.0
     if spans[2] < 0.4 * longest:
-        # Round factors read better on the axis: 2, 3, 5, 10 times.
+        # Round factors: 2, 3, 5, 10 times.
         wanted = 0.45 * longest / spans[2]
         unit = 10.0 ** np.floor(np.log10(wanted))
         stretch = max(step * unit for step in (1.0, 2.0, 3.0, 5.0) if step * unit <= wanted * 1.0001)
@@ -326,7 +326,7 @@ def space_axes(figure, track, floor, margin=0.06):
 
 
 def draw_in_space(axes, track, colours, markers):
-    """The track in colours with its shadow on the floor; gives what the colour scale belongs to."""
+    """Draws the track in colours with its shadow on the floor. Returns the artist for the colour bar."""
     from mpl_toolkits.mplot3d.art3d import Line3DCollection
     floor = axes.get_zlim()[0]
     kept = thinned(track.east, track.north, track.up)
@@ -360,14 +360,14 @@ def draw_attack():
     try:
         whole = read_track(TRACK)
     except CannotDraw:
-        whole = leg  # the leg alone is still worth a look
+        whole = leg  # draw only the leg
     figure = new_figure("三维航迹（末端攻击）", summary(leg), (10.5, 8.0))
     axes = space_axes(figure, leg, min(spread(leg.up, 0.03)[0], 0.0), 0.3)
     part = whole.at(thinned(whole.east, whole.north, whole.up))
     (left, right), (near, far), (low, high) = axes.get_xlim(), axes.get_ylim(), axes.get_zlim()
     inside = ((part.east >= left) & (part.east <= right) & (part.north >= near) & (part.north <= far)
               & (part.up >= low) & (part.up <= high))
-    # Axes in space cut nothing off, so the flight is broken where it leaves the box.
+    # 3D axes do not clip, so points outside the box are replaced by NaN.
     axes.plot(*(np.where(inside, values, np.nan) for values in (part.east, part.north, part.up)), color="#5f6f7d",
               linewidth=1.1, alpha=0.6, label="全程航迹", zorder=3)
     lines = draw_in_space(axes, leg, leg.up, ((0, START, "o", "攻击段起点"), (-1, END, "X", "终点")))
@@ -391,7 +391,7 @@ DRAW = {
 
 
 def wanted(words):
-    """The kind of plot and the file to save it in, or None."""
+    """The kind of plot and the file to save to or None."""
     if len(words) == 1 and words[0] in KINDS:
         return words[0], None
     if len(words) == 3 and words[0] in KINDS and words[1] == "--save":

@@ -10,7 +10,7 @@ namespace ostravel
 namespace
 {
 
-// Rows by the names of their channels.
+// Row numbers of the channels used here.
 constexpr int kHomeLng = frame::rowOf(frame::kHeartBeat, "HBS_Lng");
 constexpr int kHomeLat = frame::rowOf(frame::kHeartBeat, "HBS_Lat");
 constexpr int kYear = frame::rowOf(frame::kControlStatus, "FSS_Year");
@@ -38,7 +38,7 @@ constexpr int kTargetRoll = frame::rowOf(frame::kTarget, "FTP_TargetRoll");
 constexpr int kTargetPitch = frame::rowOf(frame::kTarget, "FTP_TargetPitch");
 constexpr int kTargetYaw = frame::rowOf(frame::kTarget, "FTP_TargetYaw");
 
-/** A difference series with the two that it is made from. */
+/** Rows of a difference series and of the two series that it is computed from. */
 struct Deviation {
     int difference;
     int actual;
@@ -78,7 +78,7 @@ Series &difference(const SeriesRefs &series, int row)
     return *series.group<frame::kDifference>()[row];
 }
 
-/** The clock of a sample could be a clock, and its month is that of the middle of the log. */
+/** Whether the clock fields of a sample are in range and its month equals that of the sample in the middle. */
 bool isTrusted(const SeriesRefs &series, int i, double middleMonth)
 {
     return !(status(series, kMonth).at(i) > 12.0 || status(series, kDate).at(i) > 31.0
@@ -87,7 +87,7 @@ bool isTrusted(const SeriesRefs &series, int i, double middleMonth)
         && status(series, kMonth).at(i) == middleMonth;
 }
 
-/** Corrects the last point from the corrected one before it. */
+/** Replaces outliers in the last point by the previous (already corrected) point. */
 void correctLast(Track &track, double sidewaysLimit)
 {
     constexpr double kHeightStep = 100.0;
@@ -105,7 +105,7 @@ void correctLast(Track &track, double sidewaysLimit)
         track.z[j] = track.z[j - 1];
 }
 
-/** The points of the attitude samples from one index up to, and not including, another. */
+/** The points of the attitude samples in [from, to). */
 Track trackBetween(const SeriesRefs &series, const LocalFrame &frame, int from, int to, double sidewaysLimit)
 {
     const Series &lng = attitude(series, kLng);
@@ -149,18 +149,18 @@ ClockReading readClock(const SeriesRefs &series, int intervalMs)
     if (i == n)
         return reading;
 
-    constexpr int kYearOfClock = 2023; // the aircraft's own year is not trusted
+    constexpr int kYearOfClock = 2023; // the year of the aircraft's clock is not used
     constexpr qint64 kDayMs = 24 * 60 * 60 * 1000;
     reading.sample = i;
     const QTime time(static_cast<int>(status(series, kHours).at(i)), static_cast<int>(status(series, kMinutes).at(i)),
                      static_cast<int>(status(series, kSeconds).at(i)), 0);
     const QDate date(kYearOfClock, static_cast<int>(status(series, kMonth).at(i)),
                      static_cast<int>(status(series, kDate).at(i)));
-    // 24 hours, 60 seconds, month 0 and 31 February are trusted and yet make no date and time. There is no start then,
-    // as when no sample is trusted: without a valid one, no curve has a place on the axis.
+    // isTrusted() accepts 24 hours, 60 seconds, month 0 and 31 February, which are no valid date or time. The start
+    // time then stays null, as when no sample is trusted: an invalid start time would make all time keys invalid.
     if (!time.isValid() || !date.isValid())
         return reading;
-    // Whole days wrap away, so the rest fits the int of addMSecs however long the log is.
+    // QTime wraps at midnight, so whole days can be dropped. The remainder fits the int that addMSecs() takes.
     const auto back = static_cast<int>(qint64{i} * intervalMs % kDayMs);
     reading.start = QDateTime(date, time.addMSecs(-back));
     return reading;
@@ -179,11 +179,11 @@ std::optional<LocalFrame> findOrigin(const SeriesRefs &series)
 
 Track makeTrack(const SeriesRefs &series, const LocalFrame &frame)
 {
-    constexpr double kEnoughSatellites = 10.0;
+    constexpr double kSatelliteThreshold = 10.0;
     constexpr double kSidewaysLimit = 1000.0;
     const Series &satellites = attitude(series, kSatellites);
     const auto fix
-        = std::find_if(satellites.begin(), satellites.end(), [](double count) { return count > kEnoughSatellites; });
+        = std::find_if(satellites.begin(), satellites.end(), [](double count) { return count > kSatelliteThreshold; });
     const int start = fix != satellites.end() ? static_cast<int>(fix - satellites.begin()) : 0;
     return trackBetween(series, frame, start, attitude(series, kLng).size(), kSidewaysLimit);
 }
@@ -195,10 +195,10 @@ Track makeAttackTrack(const SeriesRefs &series, const LocalFrame &frame)
     const int n = std::min(attitude(series, kLng).size(), status(series, kFlightMode).size());
     const Series &mode = status(series, kSubFlightMode);
     int start = n;
-    // Sample n exists only when the positions are the shorter series.
+    // Sample n exists only when the position series is shorter than the mode series.
     while (start > 0 && !(start < mode.size() && mode.at(start) == kAttackMode && mode.at(start - 1) != kAttackMode))
         --start;
-    // A leg that starts behind the last position has no point.
+    // Empty when the leg starts after the last position.
     return trackBetween(series, frame, start, n, kSidewaysLimit);
 }
 
@@ -245,21 +245,21 @@ void appendSpeedAngles(const SeriesRefs &series)
 
 bool fitTargets(const SeriesRefs &series)
 {
-    constexpr int kFewMissing = 9;
-    constexpr int kFewBehindTwice = 10;
+    constexpr int kMaxMissing = 9;
+    constexpr int kMaxMissingAfterDoubling = 10;
     const int targets = series.length<frame::kTarget>();
     const int attitudes = series.length<frame::kAttitude>();
     if (targets == attitudes)
         return false;
 
-    const bool fewMissing = targets < attitudes && targets + kFewMissing >= attitudes;
-    const bool tooFew = attitudes > 2 * targets && 2 * targets + kFewBehindTwice < attitudes;
-    const bool asTheyAre = fewMissing || targets > attitudes;
-    if (!asTheyAre && tooFew)
+    const bool fewMissing = targets < attitudes && targets + kMaxMissing >= attitudes;
+    const bool tooFew = attitudes > 2 * targets && 2 * targets + kMaxMissingAfterDoubling < attitudes;
+    const bool keepSamples = fewMissing || targets > attitudes;
+    if (!keepSamples && tooFew)
         return true;
     for (int row = 0; row < frame::layoutOf(frame::kTarget).rowCount; ++row) {
         Series &samples = series.at(frame::kTarget, row);
-        if (!asTheyAre)
+        if (!keepSamples)
             samples = doubled(samples);
         samples.resize(attitudes); // fills with 0.0
     }

@@ -18,7 +18,7 @@ Flight FlightBuilder::finish(std::optional<ReadError> brokenOff)
 {
     m_decoder.evenTail();
     m_parts.brokenOff = std::move(brokenOff);
-    // The clock winds back by the period of its own group, so that the clock sample gets its own time.
+    // Uses the period of the clock's own group, so that the clock sample gets exactly the time that it holds.
     const int clockPeriod = m_parts.periodsMs.value(frame::kControlStatus, kDefaultPeriodMs);
     m_parts.startTime = m_startTime.has_value() ? *m_startTime : readClock(m_series, clockPeriod).start;
     m_parts.origin = findOrigin(m_series).value_or(LocalFrame::initial());

@@ -8,16 +8,15 @@ namespace ostravel
 {
 
 /**
- * Makes a Flight of lines, one after another.
+ * Builds a Flight from lines, one after another.
  *
- * Neither copied nor moved, since its decoder refers to its series. One builder on one thread; any number of builders
- * at the same time. Does not throw.
+ * Not copyable or movable, because its decoder refers to its series. Use one builder from one thread; several builders
+ * may work at the same time. Does not throw.
  */
 class FlightBuilder
 {
 public:
-    /** @param options read while lines are added and in finish(); tasks and progress are the source's and not looked at
-     */
+    /** @param options the plane filter, periods and start time are copied; tasks and progress are ignored */
     explicit FlightBuilder(const ReadOptions &options);
     FlightBuilder(const FlightBuilder &) = delete;
     FlightBuilder &operator=(const FlightBuilder &) = delete;
@@ -25,7 +24,7 @@ public:
     /** See FrameDecoder::reserveForLog. */
     void reserveForLog(qint64 bytes) { m_decoder.reserveForLog(bytes); }
 
-    /** Decodes and counts one line of hexadecimal text. Every line of a source counts, an empty one too. */
+    /** Decodes and counts one line of hexadecimal text. Empty lines count, too. */
     template <typename Text>
     FrameKind add(const Text &line)
     {
@@ -35,9 +34,9 @@ public:
     }
 
     /**
-     * Evens the series, derives what follows from them and gives the flight. The builder is empty after it.
+     * Aligns the series, computes the derived values and returns the flight. The builder is empty afterwards.
      *
-     * @param brokenOff why there were no more lines, when that was not the end of the source
+     * @param brokenOff why reading stopped before the end of the source; std::nullopt after a complete read
      */
     Flight finish(std::optional<ReadError> brokenOff = std::nullopt);
 

@@ -20,10 +20,10 @@ namespace ostravel
 namespace
 {
 
-/** Results of SQLite that a file gives which must be written to before it can be read. */
+/** SQLite result codes for a file that SQLite must write to before it can read it. */
 constexpr int kReadOnly = 8;
 constexpr int kCannotOpen = 14;
-constexpr int kPrimaryCode = 0xFF; // the bits above say more, where the driver asks for them
+constexpr int kPrimaryCode = 0xFF; // mask; higher bits hold the extended result code
 
 constexpr char kReadWrite[] = "QSQLITE_BUSY_TIMEOUT=500";
 constexpr char kImmutable[] = "QSQLITE_OPEN_READONLY;QSQLITE_OPEN_URI;QSQLITE_BUSY_TIMEOUT=500";
@@ -32,16 +32,17 @@ constexpr char kJournal[] = "-journal";
 constexpr char kWriteAheadLog[] = "-wal";
 constexpr char kSharedMemory[] = "-shm";
 
-/** The name of a file by which SQLite opens it as one that nobody changes. */
+/** The URI that makes SQLite open a file as immutable. */
 QString immutableName(const QString &path)
 {
-    // Three slashes, since what stands behind two is a host: a drive has none of its own.
+    // The path of a URI must start with a slash; the text between the second and third slash is the host. A Windows
+    // path starts with a drive letter, so it needs one more slash.
     const QString slash = path.startsWith(QLatin1Char('/')) ? QString() : QStringLiteral("/");
     return QStringLiteral("file://") + slash + QString::fromLatin1(QUrl::toPercentEncoding(path, "/:"))
         + QStringLiteral("?immutable=1");
 }
 
-/** Copies a file as long as it is now. @return an empty text, or why it could not be copied */
+/** Copies the current size of a file, even if it grows meanwhile. @return an empty text, or why the copy failed */
 QString copyFile(const QString &from, const QString &to, const std::function<void()> &idle)
 {
     constexpr qint64 kBlockBytes = 1 << 20;
@@ -55,7 +56,7 @@ QString copyFile(const QString &from, const QString &to, const std::function<voi
         const QByteArray block = source.read(std::min(left, kBlockBytes));
         if (block.isEmpty())
             return source.error() != QFileDevice::NoError ? source.errorString() : QStringLiteral("it became shorter");
-        // A disk that fills up inside a block takes a part of it, which Qt does not call an error.
+        // When the disk fills up within a block, Qt writes a part of it and reports no error.
         if (target.write(block) != block.size() || !target.flush())
             return target.error() != QFileDevice::NoError ? target.errorString() : QStringLiteral("no room is left");
         left -= block.size();
@@ -82,7 +83,7 @@ FlightDatabase::~FlightDatabase()
 
 bool FlightDatabase::open()
 {
-    // A side file lies beside the file that a link leads to.
+    // Side files lie beside the target of a symbolic link, not beside the link.
     const QString file = QFileInfo(m_path).canonicalFilePath();
     bool isRegular = QFileInfo(m_path).isFile();
     for (const char *side : {kJournal, kWriteAheadLog, kSharedMemory})
@@ -131,7 +132,7 @@ bool FlightDatabase::execute(QSqlQuery &query, const QString &table, const QStri
     }
     if (m_queryError.isEmpty())
         return true;
-    // Joined, since the texts may hold place markers of their own.
+    // Concatenated, because the texts may contain place markers.
     warn(QStringLiteral("database query failed: ") + text + QStringLiteral(": ") + m_queryError);
     return false;
 }
@@ -143,7 +144,7 @@ SourceEnd FlightDatabase::endOf(const QSqlQuery &query, const QString &what, qin
     end.total = rows;
     if (!m_queryError.isEmpty())
         end.reason = m_queryError;
-    // A damaged page ends the rows of a query as their last one does, but for its error.
+    // next() also returns false at a damaged page; only lastError() distinguishes it from the end of the rows.
     if (!query.isActive() || !query.lastError().isValid())
         return end;
     end.reason = query.lastError().text();
@@ -245,8 +246,8 @@ int FlightDatabase::readTables()
     m_error.clear();
     QSqlQuery query(m_connection);
     query.setForwardOnly(true);
-    // SQLite stores a virtual table's statement as one that begins with "CREATE VIRTUAL TABLE", whatever the other
-    // columns of a forged file say.
+    // Checks the stored statement too: for a virtual table it always begins with "CREATE VIRTUAL TABLE", even if a
+    // forged file has the type 'table'.
     query.exec(
         QStringLiteral("select lower(name) from sqlite_master where type = 'table' and sql like 'create table%'"));
     while (query.next())

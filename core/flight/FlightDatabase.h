@@ -19,36 +19,36 @@ namespace ostravel
 
 /** One flight task of a database. */
 struct FlightTask {
-    std::uint8_t id; ///< low 8 bits of the number in the file, by which records are looked up
-    QString name; ///< as the file has it
+    std::uint8_t id; ///< low 8 bits of the number in the file; records are looked up by this value
+    QString name; ///< as stored in the file
     quint64 createdMs; ///< milliseconds since the epoch
 };
 
-/** What a source tells its caller while it works. Each may be empty. */
+/** Callbacks of a source while it works. Each may be empty. */
 struct SourceHost {
-    std::function<void(const QString &line)> warning; ///< something is repaired or left out
+    std::function<void(const QString &line)> warning; ///< something is repaired or skipped
     std::function<void(const QString &line)> error; ///< something cannot be read
-    std::function<void()> idle; ///< called now and then during a long copy
+    std::function<void()> idle; ///< called regularly during a long copy
 };
 
 /**
- * Opens the file of a connection for one read, so that the file and the files beside it keep their bytes.
+ * Reads a flight database without changing the file or the files beside it.
  *
- * The file is read under its own path. Two kinds of file cannot be read so, because SQLite has to write first: one
- * whose recorder was cut off in the middle of a transaction, and one with a write-ahead log where nothing can be
- * written. The first is read from a temporary copy, which SQLite repairs; the second as it lies, or from a copy if it
- * has a log.
+ * Normally the file is opened under its own path. SQLite must write before it can read two kinds of file: one with an
+ * unfinished transaction (a journal), and one in write-ahead mode in a folder that is not writable. A file with a
+ * journal or a write-ahead log is then read from a temporary copy, which SQLite repairs; a file without either is
+ * opened as immutable.
  *
- * The connection belongs to the caller, who passes it closed. It has its database name and options back once it is
- * closed again. Use from the thread of the connection; databases of different connections may be read at the same time.
- * Needs an application object, for Qt's database drivers. Does not throw.
+ * The connection belongs to the caller, who passes it closed. close() restores its database name and options. Use from
+ * the thread of the connection; databases of different connections may be read at the same time. Needs an application
+ * object, for Qt's database drivers. Does not throw.
  */
 class FlightDatabase
 {
 public:
-    /** Opens nothing yet. @param host what it may call during any other function */
+    /** Does not open the file. @param host callbacks; any other function may call them */
     explicit FlightDatabase(const QSqlDatabase &connection, SourceHost host = {});
-    /** Closes. Queries of the connection must be gone. */
+    /** Calls close(). All queries of the connection must be destroyed before. */
     ~FlightDatabase();
 
     FlightDatabase(const FlightDatabase &) = delete;
@@ -56,20 +56,20 @@ public:
 
     /** @return false when the connection could not be opened; error() says why */
     bool open();
-    /** Closes the connection and removes the copy. Harmless when closed. */
+    /** Closes the connection and removes the copy. Does nothing when closed. */
     void close();
-    /** Why open() failed, or why the tables are not known; else empty. */
+    /** Why open() failed or the list of tables could not be read; otherwise empty. */
     const QString &error() const { return m_error; }
 
-    /** All tasks, in the order of the file; none when there is no ordinary table of tasks. @param end may be null */
+    /** All tasks, in the order of the file; empty when the task table does not exist. @param end may be null */
     QVector<FlightTask> tasks(SourceEnd *end = nullptr);
     /** Records of a task; 0 when they cannot be counted. */
     qint64 countRecords(std::uint8_t task);
     /**
-     * Gives the frames of tasks as hexadecimal text, in the order that the database gives.
+     * Passes the frames of tasks to a callback as hexadecimal text, in the order of the database.
      *
      * @param tasks at least one
-     * @param take called with each frame, a const QString &; returning false cancels
+     * @param take callable that takes each frame as a const QString &; returning false cancels
      */
     template <typename Take>
     SourceEnd forEachFrame(const QVector<std::uint8_t> &tasks, const Take &take)
@@ -88,19 +88,19 @@ public:
 private:
     void warn(const QString &line) const;
     /**
-     * Runs a query on one table and warns when it gives nothing.
+     * Runs a query on one table and logs a warning when it fails.
      *
-     * Only an ordinary table is read: a view or a virtual table may give rows without an end.
+     * Fails for views and virtual tables, which could return rows without end.
      *
-     * @param table in lower case, though it may be spelled otherwise in the file
+     * @param table in lower case; the file may use any case
      */
     bool execute(QSqlQuery &query, const QString &table, const QString &text);
     bool selectFrames(QSqlQuery &query, const QVector<std::uint8_t> &tasks);
-    /** How the rows of a query ended. */
+    /** Whether the rows of a query ended normally or with an error, which is logged. */
     SourceEnd endOf(const QSqlQuery &query, const QString &what, qint64 rows);
     bool openFile(const QString &name, const QString &options);
     bool openCopy();
-    /** Reads which tables there are. @return SQLite's primary result code, 0 for success */
+    /** Reads the names of the ordinary tables. @return SQLite's primary result code, 0 for success */
     int readTables();
 
     QSqlDatabase m_connection;
@@ -108,9 +108,9 @@ private:
     const QString m_path;
     const QString m_options;
     std::unique_ptr<QTemporaryDir> m_copy;
-    QStringList m_tables; // ordinary ones, in lower case
-    QString m_error; // why m_tables is not known
-    QString m_queryError; // of the last query
+    QStringList m_tables; // names of ordinary tables, in lower case
+    QString m_error; // why m_tables could not be read
+    QString m_queryError; // error of the last query
 };
 
 } // namespace ostravel

@@ -7,18 +7,18 @@
 namespace ostravel
 {
 
-/** How many lines of a source were what. 64 bits, so that they do not wrap. */
+/** Counts of the lines of a source by kind. 64 bits, so they do not overflow. */
 struct FrameCounts {
-    /** All lines, whatever they were. */
+    /** All lines. */
     qint64 lines = 0;
-    /** Lines that are no frame. */
+    /** Lines without a valid header. */
     qint64 badHeaders = 0;
-    /** Frames of planes that the filter drops. */
+    /** Frames dropped by the plane filter. */
     qint64 otherPlanes = 0;
-    /** Accepted frames whose code brings no sample. */
+    /** Accepted frames with a code that has no samples. */
     qint64 unknownCodes = 0;
 
-    /** Frames that the header and the filter let through. */
+    /** Frames with a valid header that pass the plane filter. */
     qint64 accepted() const { return lines - badHeaders - otherPlanes; }
 
     /** Counts one line. */

@@ -11,7 +11,7 @@ namespace
 {
 
 constexpr int kBlockBytes = 1 << 16;
-constexpr int kMostCharacters = 1 << 29;
+constexpr int kMaxCharacters = 1 << 29;
 
 bool isAscii(const char *text, int size)
 {
@@ -48,18 +48,18 @@ bool LineReader::next(QString &line)
             ++m_start;
             return true;
         }
-        if (m_text.size() - m_start >= kMostCharacters) {
-            take(line, kMostCharacters);
+        if (m_text.size() - m_start >= kMaxCharacters) {
+            take(line, kMaxCharacters);
             return true;
         }
-        searched = m_text.size() - m_start; // fill() moves the started line to the front
+        searched = m_text.size() - m_start; // fill() moves the incomplete line to the front
         if (fill())
             continue;
         if (m_stream != nullptr)
             break;
         if (m_text.isEmpty())
             return false;
-        // Nothing but carriage returns behind the last line end is no line, unless it is all that the file has.
+        // Carriage returns alone after the last line end do not count as a line, unless the file has nothing else.
         const bool blank = std::all_of(m_text.cbegin(), m_text.cend(), [](char c) { return c == '\r'; });
         const bool whole = m_position == 0;
         take(line, m_text.size());
@@ -67,8 +67,8 @@ bool LineReader::next(QString &line)
     }
     if (m_stream->atEnd())
         return false;
-    // A file that ends inside a character gives one more line, which is empty.
-    m_stream->readLineInto(&line, kMostCharacters);
+    // A file that ends within a multi-byte character yields one more, empty line.
+    m_stream->readLineInto(&line, kMaxCharacters);
     return true;
 }
 
@@ -93,7 +93,7 @@ bool LineReader::nextPlain(QLatin1String &line)
     return true;
 }
 
-/** Reads on behind the started line. @return false at the end of the file, or when a stream has taken over */
+/** Appends the next block to the incomplete line. @return false at the end of the file or after switchToStream() */
 bool LineReader::fill()
 {
     m_text.remove(0, m_start);
@@ -108,17 +108,17 @@ bool LineReader::fill()
         m_returns = found || (m_returns && had > 0);
         return got > 0;
     }
-    handOver();
+    switchToStream();
     return false;
 }
 
-void LineReader::handOver()
+void LineReader::switchToStream()
 {
     m_text.clear();
     m_file.seek(m_position);
     m_file.setTextModeEnabled(true);
     m_stream = std::make_unique<QTextStream>(&m_file);
-    // A byte order mark stands at the start of a file and nowhere else.
+    // Only the start of a file may have a byte order mark.
     m_stream->setAutoDetectUnicode(m_position == 0);
 }
 

@@ -11,38 +11,37 @@ namespace ostravel
 {
 
 /**
- * Gives the lines of a text file as QTextStream::readLine does while not atEnd, in a fraction of its time where the
- * text is plain ASCII.
+ * Returns the same lines as a loop of QTextStream::readLine() until atEnd(), but much faster for plain ASCII.
  *
- * Carriage returns vanish, as from any file that is open as text. From the first block on that holds another
- * character a QTextStream takes over at the start of the line, so that byte order marks and the locale's codec mean
- * what they always do. Text without a line end is cut into lines of 512 Mi characters, so that it fits a QString.
+ * Carriage returns are removed, as Qt's text mode does. At the first block with a non-ASCII character the reader
+ * switches to a QTextStream from the start of the current line, so byte order marks and the locale's codec work as
+ * usual. Lines longer than 512 Mi characters are split, so that they fit a QString.
  */
 class LineReader
 {
 public:
-    /** @param file open for reading as text; must outlive the reader, and nobody else may read it meanwhile */
+    /** @param file open for reading as text; must outlive the reader and must not be read by others meanwhile */
     explicit LineReader(QFile &file);
 
-    /** Puts the next line into line, whose memory is used again. @return false at the end of the file */
+    /** Reads the next line into line, reusing its memory. @return false at the end of the file */
     bool next(QString &line);
 
     /**
-     * Gives the next line as it lies in memory, where it stays until the next call.
+     * Returns the next line without a copy. The text is valid until the next call of either function.
      *
-     * @return false when it does not lie there as a whole, or not as plain ASCII; next() gives it then
+     * @return false when the line is not completely in the buffer or not plain ASCII; call next() then
      */
     bool nextPlain(QLatin1String &line);
 
 private:
     bool fill();
-    void handOver();
+    void switchToStream();
     void take(QString &line, int length);
 
     QFile &m_file;
-    QByteArray m_text; // bytes read and not yet forgotten
-    qint64 m_position = 0; // of m_text in the file
-    int m_start = 0; // of the next line in m_text
+    QByteArray m_text; // buffer of bytes read from the file
+    qint64 m_position = 0; // file offset of m_text
+    int m_start = 0; // offset of the next line in m_text
     bool m_returns = false; // m_text may hold carriage returns
     std::unique_ptr<QTextStream> m_stream;
 };

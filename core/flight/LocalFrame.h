@@ -4,22 +4,22 @@ namespace ostravel
 {
 
 /**
- * The flat east-north frame around the origin of a flight, in metres, in which the tracks lie. A value; no state, safe
- * from any thread.
+ * The flat east-north coordinate system of the tracks, in metres around the origin of a flight. No state, safe from any
+ * thread.
  */
 struct LocalFrame {
-    /** Origin of the first flight of a process, until a flight gives one of its own; degrees. */
+    /** Origin that is used until a flight has one of its own, in degrees. */
     ///@{
     static constexpr float kInitialLatitude = 33.947071F;
     static constexpr float kInitialLongitude = 113.91378F;
     ///@}
 
-    /** Of the origin, in degrees. */
+    /** Position of the origin, in degrees. */
     ///@{
     float latitude;
     float longitude;
     ///@}
-    /** Length of a difference of longitude beside that of an equal difference of latitude: 0.01 to 1. */
+    /** Length of a degree of longitude relative to a degree of latitude, 0.01 to 1; see longitude_scale(). */
     double scale;
 
     /** The frame around a position in degrees. */

@@ -5,21 +5,21 @@
 namespace ostravel
 {
 
-/** Why a flight could not be read, or not to its end. */
+/** Why a flight could not be read, or only in part. */
 struct ReadError {
-    /** What kind of failure it was. */
+    /** Kind of failure. */
     enum class Code {
         UnknownSuffix, ///< neither a text log (txt) nor a flight database (db)
-        CannotOpen, ///< missing, no regular file, or not readable
+        CannotOpen, ///< missing, not a regular file, or not readable
         NotADatabase, ///< a database without the tables of flights
-        NoTask, ///< a database without a task, or without the tasks that are asked for
+        NoTask, ///< a database without tasks, or without a requested task
         BrokenOff, ///< reading stopped before the end of the source
-        Cancelled, ///< the caller's progress function said so
+        Cancelled, ///< the caller's progress function returned false
     };
 
     /** For branches and tests. */
     Code code;
-    /** One English sentence for a person, with the path and what the system says. */
+    /** One English sentence for the user, with the path and the system's error text. */
     QString message;
 };
 

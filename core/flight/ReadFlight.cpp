@@ -21,11 +21,11 @@ using Result = std::variant<Flight, ReadError>;
 
 ReadError errorOf(ReadError::Code code, const QString &path, const QString &what)
 {
-    // Joined, since a path may hold place markers of its own.
+    // Concatenated, because a path may contain place markers.
     return {code, QStringLiteral("The flight ") + path + QLatin1Char(' ') + what + QLatin1Char('.')};
 }
 
-/** Asks the caller now and then whether to go on. */
+/** Calls the caller's progress function at the start, at the end and every 1000 lines. */
 class Progress
 {
 public:
@@ -34,10 +34,10 @@ public:
     {
     }
 
-    /** Before the first line and after the last. @return false to cancel */
+    /** Reports before the first line and after the last. @return false to cancel */
     bool tell(qint64 done, qint64 total) const { return !m_tell || m_tell(done, total); }
 
-    /** After each line. @param done gives what is done; asked only when it is told */
+    /** Call after each line. @param done returns the amount done; called only when it is reported */
     template <typename Done>
     bool line(const Done &done, qint64 total)
     {
@@ -52,7 +52,7 @@ private:
     qint64 m_lines = 0;
 };
 
-/** The flight of a source that has ended. */
+/** The result for a source that has ended. */
 Result finished(FlightBuilder &builder, const SourceEnd &end, const QString &path)
 {
     if (end.cancelled)
@@ -87,7 +87,7 @@ Result readTextLog(const QString &path, const ReadOptions &options)
     return finished(builder, end, path);
 }
 
-/** A connection of this call's own, which no other thread sees. */
+/** A connection with a unique name, used by this call only. */
 class Connection
 {
 public:
@@ -100,7 +100,7 @@ public:
     }
     ~Connection()
     {
-        m_database = QSqlDatabase(); // Qt warns of a connection that is removed while somebody holds it
+        m_database = QSqlDatabase(); // Qt warns when a connection is removed while it is referenced
         QSqlDatabase::removeDatabase(m_name);
     }
     Connection(const Connection &) = delete;
@@ -113,7 +113,7 @@ private:
     QSqlDatabase m_database;
 };
 
-/** The tasks to read, each once, or why there are none. */
+/** The tasks to read without duplicates, or an error when there are none. */
 std::variant<QVector<std::uint8_t>, ReadError> chosenTasks(FlightDatabase &database, const QString &path,
                                                            const QVector<std::uint8_t> &wanted)
 {

@@ -13,15 +13,16 @@ namespace ostravel
 /**
  * Reads a whole flight: a text log of hexadecimal frames, or tasks of a flight database.
  *
- * @param path file with the suffix txt or db, in lower case as the program wants it
- * @return the flight, or why there is none. A file that breaks off gives what was read before; see Flight::brokenOff
+ * @param path file with the suffix txt or db, in lower case
+ * @return the flight, or an error. After a read error in the middle, the flight holds what was read before it; see
+ *         Flight::brokenOff
  *
- * An empty log gives a flight without a sample. Damaged lines are counted and never an error. The file keeps its bytes;
- * nothing but a regular file is opened, and of a database only ordinary tables are read.
+ * An empty log gives an empty flight. Damaged lines are counted and are not an error. The file is not changed. Only
+ * regular files are opened, and only ordinary tables of a database are read.
  *
- * Linear in the file, about 8 bytes a sample in memory. Does not throw unless memory runs out. Any number of flights
- * may be read on as many threads at once; one call stays on its thread. A database needs an application object, for
- * Qt's drivers.
+ * Linear in the file size; about 8 bytes of memory per sample. Does not throw, except when memory runs out. Several
+ * threads may call this at the same time; one call uses only its own thread. Reading a database needs an application
+ * object, for Qt's drivers.
  */
 [[nodiscard]] std::variant<Flight, ReadError> readFlight(const QString &path, const ReadOptions &options = {});
 

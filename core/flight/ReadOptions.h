@@ -10,22 +10,22 @@
 namespace ostravel
 {
 
-/** Milliseconds between two samples of a group for which nothing else is set. */
+/** Default interval between two samples of a group, in milliseconds. */
 inline constexpr int kDefaultPeriodMs = 200;
 
-/** What a reader of a flight may choose. Default: everything, as the recorder wrote it. */
+/** Options of readFlight(). The default reads everything. */
 struct ReadOptions {
-    /** Only this plane's frames; nothing: those of all planes. */
+    /** Read only this plane's frames; std::nullopt for all planes. */
     std::optional<std::uint8_t> planeId;
-    /** Of a database: the tasks to read, as one flight; empty: all. A text log has none. */
+    /** Tasks of a database to read as one flight; empty for all. Ignored for a text log. */
     QVector<std::uint8_t> tasks;
-    /** Time of sample 0 instead of the aircraft's own clock. */
+    /** Time of sample 0; replaces the aircraft's clock. */
     std::optional<QDateTime> startTime;
-    /** Milliseconds between two samples of a group, by function code; kDefaultPeriodMs where it is missing. */
+    /** Milliseconds between two samples of a group, by function code. Default: kDefaultPeriodMs. */
     QMap<std::uint8_t, int> periodsMs;
     /**
-     * Called now and then on the reading thread with what is done of the whole: bytes of a text log, records of a
-     * database. Returning false cancels the read. Must not throw.
+     * Called regularly on the reading thread with the progress: bytes of a text log or records of a database.
+     * Returning false cancels the read. Must not throw.
      */
     std::function<bool(qint64 done, qint64 total)> progress;
 };

@@ -6,11 +6,10 @@ namespace ostravel
 {
 
 /**
- * Whether a path leads to something that must not be opened as a file: a pipe blocks whoever opens it, a device may
- * never end, a folder has no bytes.
+ * Whether a path exists and is not a regular file. Opening a pipe may block, and reading a device may never end.
  *
- * A link counts as what it leads to. What does not exist is no such thing: the caller's own open() reports it, or makes
- * it. Any thread.
+ * Follows symbolic links. Returns false for a path that does not exist: the caller's open() then reports or creates it.
+ * Safe from any thread.
  */
 bool isOtherThanRegularFile(const QString &path);
 

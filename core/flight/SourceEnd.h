@@ -8,13 +8,13 @@ namespace ostravel
 
 /** How a source of lines ended. */
 struct SourceEnd {
-    /** The taker of the lines wanted no more. */
+    /** Whether the callback cancelled the read. */
     bool cancelled = false;
     /** Bytes of a text log or records of a database that were read. */
     qint64 done = 0;
-    /** Bytes or records that there are, as far as that is known. */
+    /** Bytes or records in total, as far as known. */
     qint64 total = 0;
-    /** Why the source gave no more lines; empty at its true end and when it was cancelled. */
+    /** Error that ended the read; empty at the normal end and when cancelled. */
     QString reason;
 };
 

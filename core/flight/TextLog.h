@@ -10,15 +10,14 @@ namespace ostravel
 {
 
 /**
- * The lines of a text log, each with the hexadecimal text of one frame.
+ * The lines of a text log. Each line holds the hexadecimal text of one frame.
  *
- * Nothing is skipped: an empty line is a line. Use from one thread; logs of different files may be read at the same
- * time.
+ * Empty lines are not skipped. Use from one thread; logs of different files may be read at the same time.
  */
 class TextLog
 {
 public:
-    /** @param file open for reading as text; must outlive this, and nobody else may read it meanwhile */
+    /** @param file open for reading as text; must outlive this object and must not be read by others meanwhile */
     explicit TextLog(QFile &file)
         : m_file(file)
         , m_size(file.size())
@@ -26,21 +25,21 @@ public:
     {
     }
 
-    /** Bytes of the file when it was opened. */
+    /** File size at construction, in bytes. */
     qint64 size() const { return m_size; }
-    /** Bytes read so far, some of them ahead of the line that was given last. */
+    /** Bytes read so far; may be ahead of the last line because of buffering. */
     qint64 position() const { return m_file.pos(); }
 
     /**
-     * Gives the rest of the lines.
+     * Passes all remaining lines to a callback.
      *
-     * @param take called with each line, as a QLatin1String in nearly every case and as a const QString & where the
-     * text is not plain ASCII; returning false cancels
+     * @param take callable that takes each line as a QLatin1String (the usual case) or as a const QString &; returning
+     * false cancels
      */
     template <typename Take>
     SourceEnd forEachLine(const Take &take)
     {
-        QLatin1String plain; // no need to make a string of it
+        QLatin1String plain; // avoids the conversion to QString
         QString line;
         bool more = true;
         while (more) {

@@ -4,7 +4,7 @@
 
 /**
  * @file
- * The numbers in the bytes of a frame. No state, safe from any thread.
+ * Reads numbers from the bytes of a frame. No state, safe from any thread.
  */
 
 namespace ostravel
@@ -14,7 +14,7 @@ namespace ostravel
  * Big-endian integer as a double.
  *
  * @param width bytes: 1, 2, 4 or 8
- * @return 0.0 for any other width and for null bytes
+ * @return 0.0 for any other width and when bytes is null
  */
 inline double readFieldValue(const std::uint8_t *bytes, bool isSigned, int width)
 {

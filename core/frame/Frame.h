@@ -12,31 +12,31 @@ namespace ostravel
 {
 
 /**
- * One frame of the downlink: the bytes that the tables reach, and the length that the line gave.
+ * One frame of the downlink: the bytes that the field tables use, and the length of the whole line.
  *
- * A value of fixed size, so that no line allocates, however long it is. No state, safe from any thread.
+ * A value of fixed size: decoding a line never allocates, however long the line is. Safe from any thread.
  */
 struct Frame {
-    /** Bytes from the first header byte on; zero where the line gave none. */
+    /** Bytes from the first header byte on; zero after the end of the line. */
     std::array<std::uint8_t, frame::reach()> bytes;
     /** Bytes of the whole line, which may be more than the array holds. */
     qint64 length;
 
-    /** The frame of hexadecimal text, read as decodeHex reads it. An empty text gives a frame of length 0. */
+    /** Parses hexadecimal text as decodeHex does. An empty text gives a frame of length 0. */
     ///@{
     static Frame fromHex(const QString &text);
     static Frame fromHex(QLatin1String text);
     ///@}
-    /** The frame of raw bytes. @param length bytes, 0 or more; bytes may be null when it is 0 */
+    /** Copies raw bytes. @param length bytes, 0 or more; bytes may be null when it is 0 */
     static Frame fromBytes(const std::uint8_t *bytes, qint64 length);
 
-    /** Zero where the line does not reach. */
+    /** Header fields; zero when the line is too short. */
     ///@{
     std::uint8_t planeId() const { return bytes[frame::kPlaneIdPosition]; }
     std::uint8_t functionCode() const { return bytes[frame::kFunctionCodePosition]; }
     std::uint16_t deviceState() const { return readBe16(bytes.data() + frame::kDeviceStatePosition); }
     ///@}
-    /** Both header bytes are right, and a plane id and a function code follow. */
+    /** Whether both header bytes are right, and a plane id and a function code follow. */
     bool hasHeader() const
     {
         return length >= frame::kMinBytes && bytes[0] == frame::kHeader1 && bytes[1] == frame::kHeader2;

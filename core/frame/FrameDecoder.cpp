@@ -12,8 +12,8 @@ namespace
 /**
  * Appends a value to each series of a group.
  *
- * One loop with everything in it, and not a piece of it for each row: what a caller runs between two frames, such as an
- * event loop, leaves little room in the instruction cache.
+ * One small loop, not unrolled for each row: callers may run an event loop between two frames, which evicts the
+ * instruction cache.
  */
 __attribute__((noinline, flatten)) void appendEach(Series *const *group, const double *values, std::size_t rows)
 {
@@ -21,12 +21,13 @@ __attribute__((noinline, flatten)) void appendEach(Series *const *group, const d
     for (std::size_t row = 0; row < rows; ++row) {
         Series &samples = *group[row];
         samples.append(values[row]);
-        // Every series has its own end; without a hint the first sample of each further line waits for the memory.
+        // Each series is written at its own address. Without the prefetch, the first sample in each new cache line
+        // would wait for memory.
         __builtin_prefetch(samples.constData() + samples.size() + kCacheLine, 1);
     }
 }
 
-/** Appends the value of each row to its series. The rows are constants, so that a field costs no lookup. */
+/** Appends the value of each row to its series. The rows are compile-time constants, so a field needs no lookup. */
 template <std::uint8_t Code, std::size_t... Row>
 void appendValues(Series *const *group, const Frame &frame, std::index_sequence<Row...>)
 {
@@ -50,15 +51,15 @@ void repeatLast(Series &series)
 
 void FrameDecoder::reserveForLog(qint64 bytes)
 {
-    // Ten hours. A size alone is no proof of a flight, and beyond it the steps of the growth no longer count.
+    // Ten hours. A large file is not necessarily a flight, and above this size the cost of growing no longer matters.
     constexpr qint64 kMaxSamples = 200'000;
     constexpr qint64 kRound = frame::roundCharacters();
     static_assert(kRound > 0);
-    // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): it does not evaluate the constant
+    // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): the analyzer does not evaluate the constant
     const auto samples = static_cast<int>(std::min(bytes / kRound, kMaxSamples));
     for (const frame::Layout &layout : frame::kLayouts) {
         if (layout.code == frame::kDifference)
-            continue; // takes over the samples of other series
+            continue; // shares the samples of other series
         for (int row = 0; row < layout.rowCount; ++row)
             m_series.at(layout.code, row).reserve(samples);
     }
@@ -116,7 +117,7 @@ void FrameDecoder::appendFields(const Frame &frame)
         extend<Code>();
 }
 
-/** The equipment series are the bits of the device state, from the least significant on. */
+/** The equipment series are the bits of the device state, least significant bit first. */
 void FrameDecoder::appendEquipment(const Frame &frame)
 {
     if (frame.length <= frame::layoutOf(frame::kControlStatus).gate) {
@@ -139,7 +140,7 @@ void FrameDecoder::extend()
 
 void FrameDecoder::repair()
 {
-    // A group may lead its neighbour by one sample; each pair moves by at most one sample a frame.
+    // A group may be one sample ahead of the next group. Each pair is corrected by at most one sample per frame.
     constexpr int kLead = 1;
     const int sensorLead = m_series.length<frame::kSensor>() - m_series.length<frame::kTarget>();
     if (sensorLead < 0)
@@ -159,7 +160,7 @@ void FrameDecoder::repair()
     if (attitudeLead < 0)
         extend<frame::kAttitude>();
     else if (attitudeLead > kLead)
-        extend<frame::kControlStatus>(); // alone: here the equipment series stay behind
+        extend<frame::kControlStatus>(); // on purpose without the equipment series
 }
 
 void FrameDecoder::evenTail()

@@ -10,48 +10,48 @@
 namespace ostravel
 {
 
-/** What a line was. */
+/** Result of decoding one line. */
 enum class FrameKind {
-    Decoded, ///< its samples are in the series, repeated ones where it was too short for its code
-    BadHeader, ///< no frame: a wrong header, or fewer bytes than frame::kMinBytes
-    OtherPlane, ///< of a plane that the filter drops
-    UnknownCode, ///< a frame whose code brings no sample, 0x51 and 0x53 included
+    Decoded, ///< samples were appended; the last ones are repeated when the frame is too short for its code
+    BadHeader, ///< wrong header, or fewer bytes than frame::kMinBytes
+    OtherPlane, ///< dropped by the plane filter
+    UnknownCode, ///< a code without samples, including 0x51 and 0x53
 };
 
 /**
- * Decodes frames into series and keeps the groups of the common time axis in step.
+ * Decodes frames into series and keeps the groups of the common time axis aligned.
  *
- * The codes 0x02, 0x03, 0x04 and 0x05 share one time axis. After each accepted frame a group that lost frames is
- * extended by its last samples, at most one a frame, so that no group stays behind for long.
+ * The codes 0x02, 0x03, 0x04 and 0x05 share one time axis. After each accepted frame, a group that lost frames is
+ * extended by repeating its last sample, at most once per frame.
  *
- * Knows the series and the filter and nothing else, so one decoder costs nothing to make. Does not throw. Not locked:
- * decoders of different series may run at the same time, one decoder on one thread.
+ * Holds only a reference to the series and the filter, so it is cheap to construct. Does not throw. Not locked:
+ * decoders of different series may run at the same time; use one decoder from one thread.
  */
 class FrameDecoder
 {
 public:
-    /** @param series where samples go; must outlive the decoder and refer to all series whenever it decodes */
+    /** @param series receives the samples; must outlive the decoder and refer to all series when decode() is called */
     explicit FrameDecoder(const SeriesRefs &series)
         : m_series(series)
     {
     }
 
-    /** Keeps only the frames of one plane; nothing keeps all. */
+    /** Sets the plane filter: only frames of this plane are decoded. std::nullopt accepts all planes. */
     void setPlaneId(std::optional<std::uint8_t> planeId) { m_planeId = planeId; }
-    /** The plane whose frames are kept; nothing keeps all. */
+    /** The plane filter; std::nullopt accepts all planes. */
     std::optional<std::uint8_t> planeId() const { return m_planeId; }
 
     /**
-     * Makes room for the samples of a text log, so that the series need not grow step by step.
+     * Reserves memory for the samples of a text log, to avoid repeated reallocation.
      *
-     * @param bytes size of the log; 0 and a size that no flight has do no harm
+     * @param bytes size of the log; 0 is allowed, and the reservation is limited for very large files
      */
     void reserveForLog(qint64 bytes);
 
     /**
      * Appends the samples of one line, given as a frame, as hexadecimal text or as raw bytes.
      *
-     * An empty line is a bad header. A bad header and a frame of another plane leave the series alone.
+     * An empty line counts as a bad header. Frames with a bad header or of another plane do not change the series.
      */
     ///@{
     FrameKind decode(const Frame &frame);
@@ -61,8 +61,8 @@ public:
     ///@}
 
     /**
-     * Evens the groups of the common time axis after the last line, each by one sample at most. Nothing is cut and
-     * nothing is interpolated.
+     * Aligns the lengths of the groups of the common time axis after the last line, by at most one repeated sample per
+     * group. Never removes or interpolates samples.
      */
     void evenTail();
 

@@ -1,6 +1,6 @@
 #include "FrameRows.h"
 
-// The compiler checks the tables once, here. Nothing of this file is left at run time.
+// Compile-time checks of the tables. This file adds no code to the program.
 
 namespace ostravel::frame
 {
@@ -10,7 +10,7 @@ namespace
 
 constexpr int kChannels = 143;
 
-/** Rows are numbered from 1 and lie behind one another without an overlap, inside the frame's payload. */
+/** Rows are numbered from 1, ordered by offset, do not overlap, and start after the frame's header. */
 constexpr bool packed(const Layout &layout)
 {
     int next = kDeviceStatePosition + 1;
@@ -25,7 +25,7 @@ constexpr bool packed(const Layout &layout)
     return true;
 }
 
-/** Labels are keys, so no two may be alike. */
+/** Labels are used as keys, so they must be unique. */
 constexpr bool labelsDiffer()
 {
     for (const Layout &a : kLayouts) {
@@ -43,7 +43,7 @@ constexpr bool labelsDiffer()
 
 static_assert(rowCount() == kChannels);
 static_assert(labelsDiffer());
-// The difference and equipment tables only name their channels; no frame is read through them.
+// The difference and equipment tables only name channels; no frame is decoded with them, so they are not checked.
 static_assert(packed(layoutOf(kHeartBeat)) && reach(layoutOf(kHeartBeat)) == 18);
 static_assert(packed(layoutOf(kControlStatus)) && reach(layoutOf(kControlStatus)) == 67);
 static_assert(packed(layoutOf(kAttitude)) && reach(layoutOf(kAttitude)) == 50);

@@ -7,35 +7,35 @@
 #include <string_view>
 
 /**
- * The downlink frame of the aircraft and the tables that say what each of its bytes means.
+ * The downlink frame of the aircraft and the tables of its fields.
  *
- * A frame is a run of bytes: two header bytes, the plane id, the function code, two unused bytes, then the
- * fields of the function code, big-endian. It carries no length and no checksum of its own.
+ * A frame consists of two header bytes, the plane id, the function code, two unused bytes, and the fields of the
+ * function code, big-endian. It has no length field and no checksum.
  */
 namespace ostravel::frame
 {
 
-/** The two bytes with which a frame begins. */
+/** The first two bytes of a frame. */
 ///@{
 inline constexpr std::uint8_t kHeader1 = 0xAA;
 inline constexpr std::uint8_t kHeader2 = 0xEC;
 ///@}
-/** Position of a byte of the head, counted from 0. */
+/** Positions of header bytes, counted from 0. */
 ///@{
 inline constexpr int kPlaneIdPosition = 2;
 inline constexpr int kFunctionCodePosition = 3;
 ///@}
-/** Bytes that every frame must have to be one: header, plane id and function code. */
+/** Minimum length of a frame: header, plane id and function code. */
 inline constexpr int kMinBytes = 4;
 /** Position of the device state word, whose bits are the equipment channels. */
 inline constexpr int kDeviceStatePosition = 6;
 
 /**
- * A function code.
+ * The function codes.
  *
  * Frames of 0x51 and 0x53 are ignored: the difference channels are computed after a read, and the equipment channels
- * are the bits of the device state in each frame of 0x02. Frames of 0x52 are decoded, and what is computed after a read
- * is appended behind their samples.
+ * are the bits of the device state in each 0x02 frame. Frames of 0x52 are decoded; the angles computed after a read
+ * are appended to their samples.
  */
 ///@{
 inline constexpr std::uint8_t kHeartBeat = 0x01;
@@ -49,7 +49,7 @@ inline constexpr std::uint8_t kBackup = 0x52;
 inline constexpr std::uint8_t kEquipment = 0x53;
 ///@}
 
-/** One row of a field table as the compiler reads it. */
+/** One row of a field table. */
 struct FieldRow {
     std::uint8_t index; ///< row number in its table, from 1
     std::uint16_t offset; ///< byte number of the field in the frame, counted from 1
@@ -57,11 +57,11 @@ struct FieldRow {
     double divisor; ///< value = raw / divisor
     bool isSigned; ///< two's complement
     const char *name; ///< channel name in code and logs
-    std::u16string_view label; ///< what the user sees, and the key of the channel at run time
+    std::u16string_view label; ///< displayed name, and the key of the channel at run time
 };
 
 // clang-format off
-/** The rows of a function code, in the order of its channels in the store. */
+/** The rows of each function code, in the order of the channels in the store. */
 ///@{
 inline constexpr std::array kHeartBeatRows {
     FieldRow {  1,   7, 1,        1, false, "HBS_AircraftType", u"飞行器类型"},
@@ -235,25 +235,25 @@ inline constexpr std::array kEquipmentRows {
 ///@}
 // clang-format on
 
-/** A function code with its rows, as the decoder walks them. */
+/** A function code with its field table. */
 struct Layout {
     std::uint8_t code; ///< function code
-    const char *name; ///< its code and what it carries, in words
+    const char *name; ///< code and description
     const FieldRow *rows; ///< its field table
     int rowCount; ///< rows of the table
-    int gate; ///< the fields are read only from a frame of more bytes than this
-    int size; ///< a byte count that nothing reads
+    int gate; ///< the fields are read only from frames longer than this, in bytes
+    int size; ///< a byte count; unused
 };
 
-/** Gate of a code that has none, and of the codes that are never decoded. */
+/** Gate of a code without a minimum length, and of the codes that are never decoded. */
 inline constexpr int kNoGate = -1;
 
 // clang-format off
 /**
  * All function codes, in the order of the store.
  *
- * The gates are settled numbers of the downlink and not derived from the rows: for four codes the last field ends one
- * byte behind the shortest frame that passes.
+ * The gates are fixed numbers of the downlink and not derived from the rows: for four codes the last field ends one
+ * byte after the shortest frame that passes.
  */
 inline constexpr std::array kLayouts {
     Layout {kHeartBeat,     "0x01-HeartBeat",               kHeartBeatRows.data(),     int(kHeartBeatRows.size()),     16,      18},
@@ -268,7 +268,7 @@ inline constexpr std::array kLayouts {
 };
 // clang-format on
 
-/** The layout of one of the codes above; any other does not compile as a constant. */
+/** The layout of one of the codes above. In a constant expression, any other code is a compile error. */
 constexpr const Layout &layoutOf(std::uint8_t code)
 {
     for (const Layout &layout : kLayouts) {
@@ -278,7 +278,7 @@ constexpr const Layout &layoutOf(std::uint8_t code)
     throw "no such function code";
 }
 
-/** Number of the last byte that a table reaches, counted from 1. */
+/** Number of the last byte that a table uses, counted from 1. */
 constexpr int reach(const Layout &layout)
 {
     int last = 0;
@@ -287,7 +287,7 @@ constexpr int reach(const Layout &layout)
     return last;
 }
 
-/** Bytes of a frame that any table reaches. */
+/** Number of the last byte that any table uses, counted from 1. */
 constexpr int reach()
 {
     int last = 0;
@@ -297,9 +297,9 @@ constexpr int reach()
 }
 
 /**
- * Position from 0 of a channel in its table, and so in the store's array of its function code.
+ * Index (from 0) of a channel in its table, and in the store's array of its function code.
  *
- * Meant for constants: a name that the table does not have does not compile there.
+ * Meant for constant expressions, where an unknown name is a compile error.
  */
 constexpr int rowOf(std::uint8_t code, std::string_view name)
 {
@@ -311,7 +311,7 @@ constexpr int rowOf(std::uint8_t code, std::string_view name)
     throw "no such channel";
 }
 
-/** Rows of all tables, which is the number of channels. */
+/** Number of rows of all tables, that is, of channels. */
 constexpr int rowCount()
 {
     int count = 0;
@@ -320,7 +320,7 @@ constexpr int rowCount()
     return count;
 }
 
-/** Characters that a recorder writes for one frame of each decoded code, line ends included. */
+/** Characters that a recorder writes for one frame of each decoded code, including line ends. */
 constexpr int roundCharacters()
 {
     int characters = 0;
@@ -331,7 +331,7 @@ constexpr int roundCharacters()
     return characters;
 }
 
-/** Position of a code's first row among the rows of all tables, in the order of kLayouts. */
+/** Index of a code's first row among the rows of all tables, in the order of kLayouts. */
 constexpr int firstRowOf(std::uint8_t code)
 {
     int first = 0;

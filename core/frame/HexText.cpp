@@ -33,35 +33,35 @@ constexpr std::array<std::uint8_t, 256> kDigitValues = makeDigitValues();
 template <typename Character>
 inline std::uint8_t digitValue(Character character)
 {
-    // Latin-1 has no place for the others and turns them into a question mark, which is no digit.
+    // Other characters become a question mark in toLatin1(), which is not a digit.
     return character < kDigitValues.size() ? kDigitValues[character] : kNoDigit;
 }
 
 /**
- * The plain case, digits alone and an even number of them.
+ * Fast path for text that is an even number of hexadecimal digits and nothing else.
  *
- * Written without branches and tables, so that the compiler makes vector code of both loops.
- * @return false when it is not that case
+ * Written without branches and tables, so that the compiler vectorizes both loops.
+ * @return false when the text has another form or does not fit
  */
 template <typename Character>
 bool decodePlain(const Character *text, qint64 size, std::uint8_t *bytes, int capacity)
 {
     if (size % 2 != 0 || size / 2 > capacity)
         return false;
-    // Signed and no wider than a character: so the first loop compares as many at once as a register holds.
+    // Signed and as wide as a character, so the first loop uses the full width of a vector register.
     using Signed = std::make_signed_t<Character>;
     const int characters = static_cast<int>(size);
     Signed others = 0;
     for (int i = 0; i < characters; ++i) {
         const auto decimal = static_cast<Signed>(text[i] - '0');
         const auto letter = static_cast<Signed>((text[i] | 0x20) - 'a');
-        const auto noDecimal = static_cast<Signed>(static_cast<int>(decimal < 0) | static_cast<int>(decimal > 9));
-        const auto noLetter = static_cast<Signed>(static_cast<int>(letter < 0) | static_cast<int>(letter > 5));
-        others = static_cast<Signed>(others | (noDecimal & noLetter));
+        const auto notDecimal = static_cast<Signed>(static_cast<int>(decimal < 0) | static_cast<int>(decimal > 9));
+        const auto notLetter = static_cast<Signed>(static_cast<int>(letter < 0) | static_cast<int>(letter > 5));
+        others = static_cast<Signed>(others | (notDecimal & notLetter));
     }
     if (others != 0)
         return false;
-    // A digit's low four bits are its value, a letter's are its value less nine; bit 6 tells them apart.
+    // The low four bits of a digit are its value, those of a letter its value minus nine. Only letters have bit 6 set.
     for (int i = 0; i < characters / 2; ++i) {
         const unsigned high = (text[2 * i] & 0xFU) + 9U * (static_cast<unsigned>(text[2 * i]) >> 6U);
         const unsigned low = (text[2 * i + 1] & 0xFU) + 9U * (static_cast<unsigned>(text[2 * i + 1]) >> 6U);
@@ -70,12 +70,12 @@ bool decodePlain(const Character *text, qint64 size, std::uint8_t *bytes, int ca
     return true;
 }
 
-/** Any text; stops behind the digits that fill the room. */
+/** Decodes any text; stops when the bytes are full. */
 template <typename Character>
 void decodeMixed(const Character *text, qint64 size, bool oddDigits, std::uint8_t *bytes, int capacity)
 {
     const std::uint8_t *const end = bytes + capacity;
-    bool haveHigh = oddDigits; // pairing from the end leaves the first digit alone
+    bool haveHigh = oddDigits; // digits are paired from the end, so an odd first digit is a byte of its own
     std::uint8_t high = 0;
     for (qint64 i = 0; i < size && bytes != end; ++i) {
         const std::uint8_t value = digitValue(text[i]);
@@ -106,7 +106,7 @@ qint64 decode(const Character *text, qint64 size, std::uint8_t *bytes, int capac
 
 qint64 decodeHex(const QString &text, std::uint8_t *bytes, int capacity)
 {
-    // A QChar is its number; utf16() would make sure of a zero at the end, which nobody needs here.
+    // A QChar has the layout of a ushort. utf16() would first ensure a terminating zero, which is not needed here.
     return decode(reinterpret_cast<const ushort *>(text.constData()), text.size(), bytes, capacity);
 }
 

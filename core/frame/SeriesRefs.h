@@ -10,17 +10,17 @@
 namespace ostravel
 {
 
-/** The samples of one channel, in the channel's unit. Copies share their memory until one of them is changed. */
+/** The samples of one channel, in the channel's unit. Implicitly shared. */
 using Series = QVector<double>;
 
-/** A series for each of the 143 rows, ordered as frame::kLayouts and its tables. */
+/** One series for each of the 143 rows, in the order of frame::kLayouts and its tables. */
 using SeriesArray = std::array<Series, static_cast<std::size_t>(frame::rowCount())>;
 
 /**
- * References to the series of all channels: what a decoder fills and what derivations read and write.
+ * References to the series of all channels. A decoder appends to them; derivations read and write them.
  *
- * Does not own the series, which must outlive it. So the channels of the program are filled in place, and those of a
- * Flight alike. Not locked: one thread at a time may use the series.
+ * Does not own the series, which must outlive it. This lets one decoder fill both the program's channels and those of a
+ * Flight in place. Not locked: one thread at a time may use the series.
  */
 class SeriesRefs
 {
@@ -46,7 +46,7 @@ public:
         constexpr int kFirst = frame::firstRowOf(Code);
         return m_series.data() + kFirst;
     }
-    /** Samples of the first series of a code, which stands for its group. */
+    /** Length of the first series of a code; taken as the length of the group. */
     template <std::uint8_t Code>
     int length() const
     {

@@ -14,12 +14,12 @@ namespace
 using GeographicLib::Geodesic;
 using GeographicLib::Math;
 
-constexpr double kMostLatitude = 90.0 * kLocationUnitsPerDegree;
-constexpr std::int32_t kNowhere = std::numeric_limits<std::int32_t>::min();
+constexpr double kMaxLatitude = 90.0 * kLocationUnitsPerDegree;
+constexpr std::int32_t kInvalidCoordinate = std::numeric_limits<std::int32_t>::min();
 
 bool isPosition(Location location)
 {
-    return std::abs(static_cast<double>(location.latitude)) <= kMostLatitude;
+    return std::abs(static_cast<double>(location.latitude)) <= kMaxLatitude;
 }
 
 double degrees(std::int32_t coordinate)
@@ -33,7 +33,7 @@ std::int32_t roundedToLocationUnit(double degrees)
 }
 
 struct Leg {
-    double metres; // not-a-number when an end is no position
+    double metres; // NaN when an end is an invalid position
     double azimuth; // degrees clockwise from north at the start, -180 to 180
 };
 
@@ -48,7 +48,7 @@ Leg legBetween(Location from, Location to)
     return leg;
 }
 
-// A double holds the product of two floats exactly, so that the sums below are rounded once.
+// A double holds the product of two floats exactly, so the sums below are rounded only once.
 double dot(Vector2 a, Vector2 b)
 {
     return static_cast<double>(a.x) * static_cast<double>(b.x) + static_cast<double>(a.y) * static_cast<double>(b.y);
@@ -63,10 +63,10 @@ double cross(Vector2 a, Vector2 b)
 
 std::int32_t truncatedToLocationUnit(double scaled)
 {
-    constexpr double kBelow = -2147483649.0;
-    constexpr double kAbove = 2147483648.0;
-    if (!(scaled > kBelow && scaled < kAbove))
-        return kNowhere;
+    constexpr double kTooLow = -2147483649.0;
+    constexpr double kTooHigh = 2147483648.0;
+    if (!(scaled > kTooLow && scaled < kTooHigh))
+        return kInvalidCoordinate;
     return static_cast<std::int32_t>(scaled);
 }
 
@@ -79,7 +79,7 @@ std::int32_t get_bearing_cd(Location from, Location to)
 {
     constexpr std::int32_t kFullCircle = 36000;
     const Leg leg = legBetween(from, to);
-    // A way without length has no direction, whatever the library says; neither has a way that is none.
+    // Equal points have no bearing, whatever the library returns. NaN (invalid position) has none either.
     if (!(leg.metres > 0.0))
         return 0;
     const auto hundredths = static_cast<std::int32_t>(std::lround(leg.azimuth * 100.0));
@@ -92,14 +92,14 @@ Vector2 location_diff(Location from, Location to)
     double east = 0.0;
     double north = 0.0;
     Math::sincosd(leg.azimuth, east, north);
-    // The sum takes the sign off a zero, which would be shown.
+    // Adding 0.0 turns -0.0 into 0.0; the sign would be displayed.
     return {static_cast<float>(leg.metres * north + 0.0), static_cast<float>(leg.metres * east + 0.0)};
 }
 
 void location_offset(Location *location, float north, float east)
 {
     if (!isPosition(*location) || !std::isfinite(north) || !std::isfinite(east)) {
-        *location = {kNowhere, kNowhere};
+        *location = {kInvalidCoordinate, kInvalidCoordinate};
         return;
     }
     const auto metresNorth = static_cast<double>(north);
@@ -115,8 +115,8 @@ void location_offset(Location *location, float north, float east)
 float longitude_scale(Location location)
 {
     constexpr double kRadiansPerDegree = 3.14159265358979323846 / 180.0;
-    constexpr float kLeast = 0.01F;
-    return std::max(static_cast<float>(std::cos(degrees(location.latitude) * kRadiansPerDegree)), kLeast);
+    constexpr float kMinScale = 0.01F;
+    return std::max(static_cast<float>(std::cos(degrees(location.latitude) * kRadiansPerDegree)), kMinScale);
 }
 
 Vector2 Vector2Add(Vector2 a, Vector2 b)

@@ -7,7 +7,7 @@
  * Positions on the earth, and vectors in a plane.
  *
  * Distances and directions are those of the shortest line on the WGS84 ellipsoid. A longitude may lie outside
- * [-180, 180]; a latitude beyond 90 degrees is no position. Nothing here throws; all of it is safe from any thread.
+ * [-180, 180]; a position with a latitude beyond +-90 degrees is invalid. No function throws. Safe from any thread.
  */
 
 namespace ostravel
@@ -33,43 +33,43 @@ struct Vector2 {
 inline constexpr double kLocationUnitsPerDegree = 10000000.0;
 
 /**
- * Whole part of a scaled coordinate.
+ * Integer part of a scaled coordinate.
  *
  * @param scaled a coordinate in degrees times 10000000
- * @return the value truncated toward zero; INT32_MIN for what does not fit 32 bits or is no number
+ * @return the value truncated toward zero; INT32_MIN for NaN and for values that do not fit 32 bits
  */
 std::int32_t truncatedToLocationUnit(double scaled);
 
-/** @return metres between two positions; not-a-number when one of them is none. About 1 microsecond. */
+/** @return metres between two positions; NaN when one of them is invalid. About 1 microsecond. */
 float get_distance(Location from, Location to);
 
 /**
- * Direction in which the way from one position to another sets out.
+ * Initial bearing from one position to another.
  *
- * @return hundredths of a degree, clockwise from true north, 0 to 35999; 0 for equal points and for what is no position
+ * @return hundredths of a degree, clockwise from true north, 0 to 35999; 0 for equal points and invalid positions
  */
 std::int32_t get_bearing_cd(Location from, Location to);
 
 /**
- * Offset from one position to another: the length of the way, split by the direction in which it sets out.
+ * Offset from one position to another: the distance, resolved along the initial bearing.
  *
- * @return metres north and east, by which location_offset leads from the first position to the second; not-a-number
- *         when one of them is none
+ * @return metres north and east; location_offset with these leads from the first position to the second. NaN when one
+ *         of the positions is invalid
  */
 Vector2 location_diff(Location from, Location to);
 
 /**
  * Moves a position by metres to the north and to the east.
  *
- * The longitude ends in [-180, 180]. Both fields become INT32_MIN when the position is none or an offset is not finite.
+ * The new longitude is in [-180, 180]. Both fields become INT32_MIN when the position is invalid or an offset is not
+ * finite.
  */
 void location_offset(Location *location, float north, float east);
 
 /**
- * Factor by which a difference of longitude is scaled at the latitude of a position, so that it has the length of an
- * equal difference of latitude: the cosine of the latitude.
+ * Length of a degree of longitude relative to a degree of latitude: the cosine of the position's latitude.
  *
- * @return at most 1; never below 0.01, so that nobody divides by zero at a pole
+ * @return 0.01 to 1; the minimum prevents a division by zero at a pole
  */
 float longitude_scale(Location location);
 
@@ -81,7 +81,7 @@ Vector2 Vector2Sub(Vector2 a, Vector2 b);
 float Vector2MulDot(Vector2 a, Vector2 b);
 /** @return a.x * b.y - a.y * b.x, positive when b lies to the left of a (x to the right, y up) */
 float Vector2MulCross(Vector2 a, Vector2 b);
-/** @return the angle between two vectors in degrees, 0 to 180; 0 when one of them has no length */
+/** @return the angle between two vectors in degrees, 0 to 180; 0 when one of them has length 0 */
 float Vector2Angle(Vector2 a, Vector2 b);
 
 } // namespace ostravel

@@ -10,12 +10,12 @@ usage() {
     cat <<'USAGE'
 Usage: packaging/windows/build.sh [--tests]
 
-Installs what is missing (Debian 12), builds Qt and the libraries once into a cache, builds Ostravel and packs it into
+Installs missing packages (Debian 12), builds Qt and the libraries once into a cache, builds Ostravel and packs it into
 build/windows/Ostravel-VERSION-windows-x86_64.zip: unpack it on Windows and start Ostravel.exe.
 
   --tests   build the test programs as well; packaging/windows/test.sh runs them under Wine
 
-The cache is OSTRAVEL_WINDOWS_CACHE, else ~/.cache/ostravel-windows; OSTRAVEL_JOBS says how many compilers run at once.
+The cache is OSTRAVEL_WINDOWS_CACHE (default ~/.cache/ostravel-windows); OSTRAVEL_JOBS is the number of parallel jobs.
 USAGE
 }
 
@@ -52,7 +52,7 @@ fi
 step windows-build "Building for Windows" "The first error in the log tells the file." \
     cmake --build "$build" -j "${OSTRAVEL_JOBS:-$(nproc)}" --target "${targets[@]}"
 
-# --- what goes into the zip ---
+# --- contents of the zip ---
 
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
 name=Ostravel-$version-windows-x86_64
@@ -65,8 +65,8 @@ imports() {
     $triplet-objdump -p "$1" | sed -n 's/^[[:space:]]*DLL Name: //p'
 }
 
-# carry FILE TARGET: a program, library or plug-in without its debugging symbols, with all that it imports and that is
-# not part of Windows.
+# carry FILE TARGET: copies a program, library or plug-in without debugging symbols, and recursively the DLLs that it
+# imports, except those of Windows.
 carry() {
     local library folder
     install -D -m 755 "$1" "$stage/$2"
@@ -101,7 +101,7 @@ done
 printf '[Paths]\r\nPrefix=.\r\nPlugins=plugins\r\n' >"$stage/qt.conf"
 cp -r "$bin/Leaflet" "$stage/"
 mkdir "$stage/myPlot"
-# The folder "shell" belongs to systems whose shell is sh.
+# The folder "shell" is only used with sh.
 cp "$bin/myPlot/myMatlabPlot.m" "$bin/myPlot/pythonPlot.py" "$stage/myPlot/"
 if [ -f "$bin/README.html" ]; then
     cp "$bin/README.html" "$stage/"
@@ -115,7 +115,7 @@ cp LICENSE "$licenses/Ostravel.txt"
 for package in gcc-mingw-w64-x86-64-posix-runtime mingw-w64-x86-64-dev libz-mingw-w64 libjs-leaflet python3-qdarkstyle; do
     cp "/usr/share/doc/$package/copyright" "$licenses/$package.txt"
 done
-# The texts that those of Debian's packages point to.
+# The licence texts that Debian's copyright files refer to.
 mkdir "$licenses/common"
 grep -rhoE '/usr/share/common-licenses/[A-Za-z]+-?[0-9.]*[0-9]' "$licenses" | sort -u | while read -r text; do
     if [ -f "$text" ]; then
@@ -123,7 +123,7 @@ grep -rhoE '/usr/share/common-licenses/[A-Za-z]+-?[0-9.]*[0-9]' "$licenses" | so
     fi
 done
 
-# --- what Windows itself has to bring ---
+# --- check: all other imports are DLLs of Windows ---
 
 known=$here/system-dlls.txt
 unknown=()
@@ -137,7 +137,7 @@ if [ "${#unknown[@]}" -ne 0 ]; then
         "A library of ours has to come along; one that every Windows 10 has goes into the list."
 fi
 
-# Equal bytes for equal content: names in order, the time of the last commit, no owner.
+# Reproducible zip: sorted names, time of the last commit, no owner.
 find "$stage" -exec touch -h -d "@${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct)}" {} +
 (cd "$build" && find "$name" -type f | LC_ALL=C sort | zip -X -9 -q "$name.zip" -@)
 say "Windows package: $build/$name.zip ($(du -h "$build/$name.zip" | cut -f1))"

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Builds the Windows sysroot (Qt and the libraries of Ostravel) from Debian's source packages, and prints its path.
 #
-# Each library is a stage with a folder of its own in the cache, named by a key: the text of its function below, the
-# versions of the compiler and of the sources, and the keys of the stages it builds upon. A change rebuilds what it
-# touches and nothing else; Qt alone takes a quarter of an hour on two cores.
+# Each library is a stage with its own folder in the cache. The folder name contains a hash of the stage's function
+# below, the versions of the compiler and the sources, and the hashes of the stages that it depends on. So a change
+# rebuilds only the affected stages; Qt alone takes a quarter of an hour on two cores.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 cd "$here/../.."
@@ -15,8 +15,8 @@ jobs=${OSTRAVEL_JOBS:-$(nproc)}
 triplet=x86_64-w64-mingw32
 stages=(qtbase qtsvg qcustomplot geographiclib double_conversion minizip sqlite3 logging httplib)
 
-# The Debian packages whose versions a stage takes. The source package of each is fetched in that very version, so that
-# the Windows program has the libraries that the program has on Debian.
+# The Debian packages of a stage. Their source packages are fetched in the installed version, so that the Windows
+# program uses the same library versions as on Debian.
 declare -A packages_of=(
     [qtbase]="qtbase5-dev libsqlite3-dev"
     [qtsvg]="libqt5svg5-dev"
@@ -33,10 +33,10 @@ declare -A tools_of=(
     [minizip]=libz-mingw-w64-dev
 )
 
-# Each build_STAGE runs in an empty folder with the sources under $src and leaves its files in $prefix.
+# Each build_STAGE runs in an empty folder, with the sources in $src, and installs to $prefix.
 
 build_qtbase() {
-    # Debian's Qt leaves out the SQLite that Qt brings along: made from Debian's own and put where Qt looks.
+    # Debian removes the bundled SQLite from Qt's sources. Build it from Debian's SQLite source in the same place.
     mkdir sqlite
     (cd sqlite && "$src/sqlite3/configure" --disable-tcl && make sqlite3.c sqlite3.h)
     mkdir -p "$src/qtbase-opensource-src/src/3rdparty/sqlite"
@@ -119,23 +119,22 @@ build_sqlite3() {
     pkg_config_file sqlite3 "-lsqlite3"
 }
 
-# Headers alone. They come from the installed packages and never by -I/usr/include, which holds the C library of the
-# machine that builds.
+# Header-only. Copied from the installed packages, because -I/usr/include would add the build machine's C library.
 build_logging() {
     mkdir -p "$prefix/include"
     cp -r /usr/include/spdlog /usr/include/fmt "$prefix/include/"
 }
 
-# Debian splits this library; the source is one header.
+# Debian builds this library in two parts; its source is a single header.
 build_httplib() {
     mkdir -p "$prefix/include" "$prefix/lib/pkgconfig"
     cp "$src/cpp-httplib/httplib.h" "$prefix/include/"
     pkg_config_file cpp-httplib "-lws2_32 -lcrypt32"
 }
 
-# --- what the stages share ---
+# --- shared functions ---
 
-# cross_cmake SOURCE SYSROOT OPTION...: configure, build and install into $prefix.
+# cross_cmake SOURCE SYSROOT OPTION...: configures, builds and installs to $prefix.
 cross_cmake() {
     local source=$1 sysroot=$2
     shift 2
@@ -145,13 +144,13 @@ cross_cmake() {
     cmake --install cmake-build
 }
 
-# pkg_config_file NAME LIBS: with paths that move with the folder.
+# pkg_config_file NAME LIBS: writes a relocatable .pc file.
 pkg_config_file() {
     printf '%s\n' 'prefix=${pcfiledir}/../..' "Name: $1" "Description: $1 for Windows" 'Version: 0' \
         'Cflags: -I${prefix}/include' 'Libs: -L${prefix}/lib '"$2" >"$prefix/lib/pkgconfig/$1.pc"
 }
 
-# sources_of STAGE: its source packages as NAME=VERSION, one a line.
+# sources_of STAGE: prints its source packages as NAME=VERSION, one per line.
 sources_of() {
     # shellcheck disable=SC2086  # a list of names
     dpkg-query -W -f '${source:Package}=${source:Version}\n' ${packages_of[$1]}
@@ -177,7 +176,7 @@ folder_of() {
     printf '%s/%s-%s\n' "$cache" "$1" "$(key_of "$1")"
 }
 
-# The machine's own package sources, as source entries in a private list: the machine's settings stay as they are.
+# Runs apt-get with a private list that has deb-src entries; the system's apt settings are not changed.
 apt_sources() {
     apt-get -q -o Dir::Etc::sourceparts="$cache/apt/parts" -o Dir::Etc::sourcelist=/dev/null \
         -o Dir::State::Lists="$cache/apt/lists" -o Acquire::Retries=3 -o APT::Sandbox::User="$(id -un)" "$@"
@@ -205,14 +204,14 @@ fetch_sources() {
     mkdir -p "$src"
     cd "$src"
     for source in "$@"; do
-        # The signed lists vouch for the hashes, which this checks.
+        # apt checks the hashes against the signed lists.
         apt_sources --download-only source "$source"
         dpkg-source --no-check -x "${source%%=*}"_*.dsc "${source%%=*}"
     done
 }
 
 if [ "${1:-}" = --stage ]; then
-    # A process of its own: in a function that "step" calls, the shell would not stop at the first failure.
+    # A separate process, because "set -e" has no effect in a function that "step" calls.
     stage=$2 prefix=$3
     work=$prefix.work src=$work/src
     rm -rf "$prefix" "$work"
@@ -233,7 +232,7 @@ if [ "${1:-}" = --refresh ]; then
     exit 0
 fi
 
-# Progress goes to the error stream, the path alone to the output.
+# Progress goes to the standard error, only the path to the standard output.
 exec 3>&1 1>&2
 install_packages "${packages_build[@]}" "${packages_windows[@]}"
 case $($triplet-g++ -v 2>&1) in

@@ -1,8 +1,8 @@
 #!/usr/bin/python3
-"""Drives Ostravel.exe under Wine with keys alone and checks the files that it leaves.
+"""Operates Ostravel.exe under Wine with the keyboard and checks the files that it writes.
 
-The accessibility bus does not reach into Wine: windows are known by their titles, what happens inside by the program's
-log, and a calculator's result is copied out as a user would.
+The accessibility bus does not work under Wine. Windows are identified by their titles, the program's state by its log,
+and a calculator's result is copied through the clipboard.
 """
 
 import argparse
@@ -22,8 +22,8 @@ sys.dont_write_bytecode = True
 from flight import Flight  # noqa: E402
 from harness import Picture, tool, wait_for  # noqa: E402
 
-LIMIT = 180.0  # seconds; Wine's first window takes some, on a machine that has other work too
-CODE_PAGE = "gbk"  # of the 8-bit texts on a Chinese Windows
+LIMIT = 180.0  # seconds; Wine's first window is slow, especially on a loaded machine
+CODE_PAGE = "gbk"  # encoding of 8-bit texts on a Chinese Windows
 
 BOXES = 15
 LABELS = ["飞行器类型", "地面定位状态", "原点经度", "原点纬度", "通信协议版本"]  # of the group 0x01
@@ -39,7 +39,7 @@ def xdotool(*arguments):
 def key(*names):
     for name in names:
         xdotool("key", "--clearmodifiers", name)
-        time.sleep(0.15)  # Wine drops a key that comes while it changes windows
+        time.sleep(0.15)  # Wine loses keys that arrive while it switches windows
 
 
 def type_text(text):
@@ -49,14 +49,14 @@ def type_text(text):
 def windows(title):
     def search():
         done = xdotool("search", "--onlyvisible", "--name", "^" + title + "$")
-        # Nothing found is no complaint; but the tool gives up when a window goes while it looks.
+        # xdotool fails with a message when a window closes during the search; no match gives no message.
         return None if done.stderr else [done.stdout.split()]
 
     return wait_for(search, f"a search for {title} while no window goes", LIMIT)[0]
 
 
 def window(title):
-    """Waits for a window and gives it the keys."""
+    """Waits for a window and activates it."""
     found = wait_for(lambda: windows(title), f"the window {title}", LIMIT)[-1]
     wait_for(lambda: xdotool("windowactivate", "--sync", found).returncode == 0, f"{title} to take the keys", LIMIT)
     time.sleep(0.5)
@@ -92,7 +92,7 @@ class Program:
         wait_for(probe, f"the log to say {times} times: {text}", LIMIT)
 
     def menu(self, name, item):
-        """Opens a menu by the keyboard and chooses its item of that number, from 1."""
+        """Opens a menu by the keyboard and triggers its item with this number, from 1."""
         key("alt", *["Right"] * self.MENUS.index(name), *["Down"] * item, "Return")
 
 
@@ -107,7 +107,7 @@ def select_and_read(program, name):
     window("Ostravel")
     key("ctrl+r")
     program.wait_for_log("decode data finished")
-    # The report has no title of its own.
+    # The report has the same title as the main window.
     wait_for(lambda: len(windows("Ostravel")) > 1, "the report", LIMIT)
     time.sleep(1)
     key("Escape")
@@ -161,7 +161,7 @@ def calculate(program):
         type_text(str(value))
     key("Tab", "space", "Tab", "ctrl+a", "ctrl+c")
     text = wait_for(lambda: clipboard().strip(), "a calculated distance in the clipboard", LIMIT)
-    # On a plane through both places, as wide as the earth is there.
+    # Approximation on a plane.
     north = (second[1] - first[1]) * 111318.845
     east = (second[0] - first[0]) * 111318.845 * math.cos(math.radians((first[1] + second[1]) / 2))
     check(math.isclose(float(text), math.hypot(north, east), rel_tol=0.005), f"distance {text}")
@@ -179,7 +179,7 @@ def quit_program(program):
 
 
 def sheets(workbook):
-    """Names and row counts of a workbook's sheets, read without the program's own means."""
+    """Names and row counts of a workbook's sheets, read without the program's library."""
     with zipfile.ZipFile(workbook) as archive:
         check(archive.testzip() is None, f"{workbook} is damaged")
         names = [s.get("name") for s in ElementTree.fromstring(archive.read("xl/workbook.xml")).iter(SHEET + "sheet")]

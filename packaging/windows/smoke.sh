@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Starts Ostravel from its Windows zip under Wine, drives it through a flight and checks the files that it leaves.
+# Smoke test: runs Ostravel from its Windows zip under Wine and checks the files that it writes.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 cd "$here/../.."
@@ -12,9 +12,9 @@ usage() {
     cat <<'USAGE'
 Usage: packaging/windows/smoke.sh [ZIP]
 
-Unpacks ZIP (what packaging/windows/build.sh made) into a folder with a blank and Chinese letters in its name and drives
-Ostravel.exe under Wine: select, read, fifteen curves, both exports, a route, the calculators, quit. The screen with the
-curves goes to docs/windows/curves.png. KEEP=1 leaves the folder behind.
+Unpacks ZIP (default: the zip made by packaging/windows/build.sh) into a folder with a space and Chinese characters in
+its name and operates Ostravel.exe under Wine: select, read, fifteen curves, both exports, a route, the calculators,
+quit. Saves a screenshot of the curves to docs/windows/curves.png. KEEP=1 keeps the folder.
 USAGE
 }
 
@@ -38,7 +38,7 @@ folder=("$program"/*)
 demo=build/windows/bin/ostravel-demo.exe
 [ -f "$demo" ] || fail "There is no $demo." "packaging/windows/build.sh makes it."
 make_demo() {
-    # It lies beside no library of its own: those of the package do.
+    # Uses the DLLs of the package.
     WINEPATH=$(winepath -w "${folder[0]}") wine64 "$demo" "$@"
 }
 step smoke-flight "Making a flight of ten minutes" "See the log." make_demo log "$(winepath -w "$data/flight.txt")" --minutes 10 --seed 7

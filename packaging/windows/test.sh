@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs the test programs under Wine: all but those that need a program or a call of Debian's, which their label tells.
-# Arguments go to ctest; build.sh --tests comes first.
+# Runs the test programs under Wine, except those with the label "debian", which need Linux. Run build.sh --tests first.
+# Arguments are passed to ctest.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 cd "$here/../.."

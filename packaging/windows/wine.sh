@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# A throw-away Windows for smoke.sh and test.sh: a virtual screen with a window manager, and a Wine prefix of its own.
-# Sourced after scripts/common.sh. start_wine sets $scratch, a folder that goes when the script ends.
+# A temporary Wine environment for smoke.sh and test.sh: a virtual screen with a window manager, and a new Wine prefix.
+# Sourced after scripts/common.sh. start_wine sets $scratch, a folder that is removed when the script ends.
 
 start_wine() {
     local tries
@@ -9,15 +9,15 @@ start_wine() {
     trap stop_wine EXIT
     mkdir "$scratch/home" "$scratch/run"
     chmod 700 "$scratch/run"
-    # The loader of 64-bit programs lies beside Wine's libraries.
+    # wine64 is in the folder of Wine's libraries.
     PATH=$PATH:/usr/lib/wine
     export HOME=$scratch/home XDG_RUNTIME_DIR=$scratch/run WINEPREFIX=$scratch/prefix WINEARCH=win64 WINEDEBUG=-all
-    # A Chinese user's system: the code page of 8-bit texts follows the locale, which is made here alone.
+    # A Chinese locale, compiled into the scratch folder: Wine derives the code page from it.
     mkdir "$scratch/locale"
     localedef -i zh_CN -f UTF-8 "$scratch/locale/zh_CN.UTF-8" || [ -d "$scratch/locale/zh_CN.UTF-8" ]
-    # The shell itself looks for locales elsewhere and complains.
+    # Hides bash's warning: it does not search the new locale in LOCPATH.
     { export LOCPATH=$scratch/locale LC_ALL=zh_CN.UTF-8; } 2>/dev/null
-    # No debugger that would swallow a crash, and none of the parts that ask to be downloaded.
+    # No debugger, which would hide a crash, and no components that ask for a download.
     export WINEDLLOVERRIDES="mscoree=;mshtml=;winemenubuilder.exe=;winedbg.exe="
     unset WINEPATH QT_PLUGIN_PATH QT_QPA_PLATFORM_PLUGIN_PATH QT_QPA_PLATFORM WAYLAND_DISPLAY
 
@@ -43,7 +43,7 @@ make_prefix() {
     local font="Noto Sans CJK SC" name
     timeout 600 wineboot -i && wineserver -w || return 1
     {
-        # Fonts that exist here in place of those that every Windows has.
+        # Replacements for fonts of Windows.
         printf '%s\r\n' REGEDIT4 '' '[HKEY_CURRENT_USER\Software\Wine\Fonts\Replacements]'
         for name in "Microsoft YaHei" "Segoe UI" Tahoma "MS Shell Dlg" "MS Shell Dlg 2" "Adobe Devanagari"; do
             printf '"%s"="%s"\r\n' "$name" "$font"

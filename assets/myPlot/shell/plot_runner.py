@@ -1,8 +1,8 @@
 """Runs a plot script for a plot shell: plot_runner.py SCRIPT [ARGUMENT...].
 
-A dialog that closes ends its shell and all that is in the shell's process group. The script leaves that group, so that
-its windows stay until the user closes them, also when the program has gone. In return one that shows no window must
-not stay behind: without a shell it ends when it has had its time.
+When a dialog is closed, it kills its shell and the shell's process group. The script leaves that group, so that its
+windows stay open until the user closes them, even after the program has ended. A script without a window must not keep
+running: when its shell has ended, it exits after a timeout.
 """
 
 import os
@@ -11,18 +11,18 @@ import sys
 import threading
 import time
 
-PATIENCE = 30.0  # seconds in which a plot is drawn, also on a slow machine
+TIMEOUT = 30.0  # seconds; enough to draw a plot on a slow machine
 
 
 def has_window():
     pyplot = sys.modules.get("matplotlib.pyplot")
-    numbers = getattr(pyplot, "get_fignums", None)  # absent while the module is being imported
+    numbers = getattr(pyplot, "get_fignums", None)  # missing while the module is being imported
     return bool(numbers and numbers())
 
 
 def end_without_window(shell, start):
     while not has_window():
-        if os.getppid() != shell and time.monotonic() - start > PATIENCE:
+        if os.getppid() != shell and time.monotonic() - start > TIMEOUT:
             os._exit(1)
         time.sleep(0.5)
 
