@@ -95,7 +95,7 @@ private slots:
     void clearLeavesStalePointersUntilInit();
     void clearSkipsNullChannels();
     void initEmptiesChannelsAndKeepsTheStartTime();
-    void perChannelSettingsDoNotSurviveADecode();
+    void decodeResetsPerChannelSettings();
     void createGraphReturnsNullForAnUnknownCode();
     void createGraphDoesNotChangeTheStore();
     void findGraphFindsEveryChannel();
@@ -288,7 +288,7 @@ void TestChannelStore::initEmptiesChannelsAndKeepsTheStartTime()
     QCOMPARE(startDateTime, start);
 }
 
-void TestChannelStore::perChannelSettingsDoNotSurviveADecode()
+void TestChannelStore::decodeResetsPerChannelSettings()
 {
     const Fixture fixture;
     attitudeGraphs[0]->setInterval(40);
@@ -334,9 +334,9 @@ void TestChannelStore::findGraphReturnsNullForAnUnknownLabel_data()
 {
     QTest::addColumn<QString>("label");
     QTest::newRow("empty") << QString();
-    QTest::newRow("name in place of label") << QStringLiteral("PGS_Roll");
+    QTest::newRow("name instead of label") << QStringLiteral("PGS_Roll");
     QTest::newRow("source text") << QStringLiteral("Roll");
-    QTest::newRow("blank behind") << QStringLiteral("横滚 ");
+    QTest::newRow("trailing blank") << QStringLiteral("横滚 ");
     QTest::newRow("beginning of a label") << QStringLiteral("横");
 }
 

@@ -134,12 +134,12 @@ private slots:
     void errorAndSelectedCountersWrapAt65536();
     void repeatLastCopiesOrStartsWithZero();
     void threeAttitudeFramesExtendTheOtherGroups();
-    void repairExtendsSensorsBehindTargets();
-    void repairExtendsTargetsTwoBehindSensors();
-    void repairExtendsControlStatusWithEquipmentBehindSensors();
-    void repairExtendsSensorsTwoBehindControlStatus();
-    void repairExtendsAttitudeBehindControlStatus();
-    void repairLeavesEquipmentBehindAttitude();
+    void repairExtendsSensorsShorterThanTargets();
+    void repairExtendsTargetsTwoShorterThanSensors();
+    void repairExtendsControlStatusAndEquipmentShorterThanSensors();
+    void repairExtendsSensorsTwoShorterThanControlStatus();
+    void repairExtendsAttitudeShorterThanControlStatus();
+    void repairDoesNotExtendEquipmentToAttitude();
     void repairIgnoresALeadOfOne();
     void repairIgnoresHeartBeatAndPayload();
     void evenTailExtendsTheChainFromTheTop();
@@ -216,7 +216,7 @@ void TestDecodeLine::reportsProgressBeforeAnyCheck_data()
     QTest::addColumn<QString>("line");
     QTest::addColumn<int>("now");
     QTest::newRow("good") << FrameText(0x03).text() << 10;
-    QTest::newRow("longer than it need be") << FrameText(0x03).resize(100).text() << 60;
+    QTest::newRow("longer than the fields") << FrameText(0x03).resize(100).text() << 60;
     QTest::newRow("wrong header") << QStringLiteral("BBEC0103") << -36;
     QTest::newRow("of another plane") << FrameText(0x01, 2).text() << -22;
     QTest::newRow("empty") << QString() << -40;
@@ -378,8 +378,8 @@ void TestDecodeLine::controlCharactersOfABadLineAreLoggedEscaped_data()
     QTest::newRow("delete") << "~" + QString(QChar(0x7F)) << R"(~\x7f)";
     QTest::newRow("those of Latin-1") << QString(QChar(0x80)) + QChar(0x9B) + QChar(0x9F) << R"(\x80\x9b\x9f)";
     QTest::newRow("tab and the characters around") << QStringLiteral("\t ~\u00A0飞\\x1b") << "\t ~\u00A0飞\\x1b";
-    QTest::newRow("at the cut of a long line") << QString(kBadLineLimit - 1, 'x') + "\x1By"
-                                               << QString(kBadLineLimit - 1, 'x') + R"(\x1b... (65537 characters))";
+    QTest::newRow("at the truncation of a long line") << QString(kBadLineLimit - 1, 'x')
+            + "\x1By" << QString(kBadLineLimit - 1, 'x') + R"(\x1b... (65537 characters))";
 }
 
 void TestDecodeLine::controlCharactersOfABadLineAreLoggedEscaped()
@@ -780,7 +780,7 @@ void TestDecodeLine::threeAttitudeFramesExtendTheOtherGroups()
     QCOMPARE(samples("FSS_Year"), QVector<double>(3, 0.0));
 }
 
-void TestDecodeLine::repairExtendsSensorsBehindTargets()
+void TestDecodeLine::repairExtendsSensorsShorterThanTargets()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -789,7 +789,7 @@ void TestDecodeLine::repairExtendsSensorsBehindTargets()
     QCOMPARE(lengths(), (QVector<int>{1, 1, 1, 1, 1}));
 }
 
-void TestDecodeLine::repairExtendsTargetsTwoBehindSensors()
+void TestDecodeLine::repairExtendsTargetsTwoShorterThanSensors()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -800,7 +800,7 @@ void TestDecodeLine::repairExtendsTargetsTwoBehindSensors()
     QCOMPARE(lengths(), (QVector<int>{2, 2, 2, 2, 1}));
 }
 
-void TestDecodeLine::repairExtendsControlStatusWithEquipmentBehindSensors()
+void TestDecodeLine::repairExtendsControlStatusAndEquipmentShorterThanSensors()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -812,7 +812,7 @@ void TestDecodeLine::repairExtendsControlStatusWithEquipmentBehindSensors()
     QCOMPARE(samples("DS_Top"), (QVector<double>{1.0, 1.0}));
 }
 
-void TestDecodeLine::repairExtendsSensorsTwoBehindControlStatus()
+void TestDecodeLine::repairExtendsSensorsTwoShorterThanControlStatus()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -827,7 +827,7 @@ void TestDecodeLine::repairExtendsSensorsTwoBehindControlStatus()
     QCOMPARE(lengths(), (QVector<int>{4, 4, 4, 3, 1}));
 }
 
-void TestDecodeLine::repairExtendsAttitudeBehindControlStatus()
+void TestDecodeLine::repairExtendsAttitudeShorterThanControlStatus()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -839,7 +839,7 @@ void TestDecodeLine::repairExtendsAttitudeBehindControlStatus()
     QCOMPARE(samples("PGS_Roll"), (QVector<double>{4.25, 4.25}));
 }
 
-void TestDecodeLine::repairLeavesEquipmentBehindAttitude()
+void TestDecodeLine::repairDoesNotExtendEquipmentToAttitude()
 {
     const Fixture fixture;
     DataHandler handler;

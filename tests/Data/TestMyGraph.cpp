@@ -63,7 +63,7 @@ private slots:
     void defaultColourIsUnusedInTheStore();
     void samplesAreReturnedByReference();
     void everyFieldHasItsSetter();
-    void isAPlainClass();
+    void isNoQObject();
 };
 
 void TestMyGraph::startsEmptyAndHidden()
@@ -165,8 +165,8 @@ void TestMyGraph::otherNamesAreOrdinary_data()
 {
     QTest::addColumn<QString>("name");
     QTest::newRow("empty") << QString();
-    QTest::newRow("a label of no triad") << QStringLiteral("地速");
-    QTest::newRow("a label with a blank behind") << QStringLiteral("横滚 ");
+    QTest::newRow("a label without a triad") << QStringLiteral("地速");
+    QTest::newRow("a label with a trailing blank") << QStringLiteral("横滚 ");
     QTest::newRow("the true airspeed") << QStringLiteral("真空速");
 }
 
@@ -292,7 +292,7 @@ void TestMyGraph::everyFieldHasItsSetter()
     QCOMPARE(graph.actualName(), QStringLiteral("a"));
 }
 
-void TestMyGraph::isAPlainClass()
+void TestMyGraph::isNoQObject()
 {
     QVERIFY(!std::is_polymorphic<MyGraph>::value);
     QVERIFY(!(std::is_base_of<QObject, MyGraph>::value));

@@ -610,8 +610,8 @@ void TestPostProcess::attackTrackIsEmptyWithoutData_data()
     QTest::addColumn<int>("positions");
     QTest::addColumn<int>("modes");
     QTest::newRow("nothing") << 0 << 0;
-    QTest::newRow("positions alone") << 3 << 0;
-    QTest::newRow("modes alone") << 0 << 3;
+    QTest::newRow("only positions") << 3 << 0;
+    QTest::newRow("only modes") << 0 << 3;
 }
 
 void TestPostProcess::attackTrackIsEmptyWithoutData()
@@ -634,10 +634,10 @@ void TestPostProcess::attackTrackStartsAtTheLastRunOfSubMode26_data()
     QTest::newRow("run that ends before") << Samples{5, 26, 26, 5, 5} << 1;
     QTest::newRow("the last of two runs") << Samples{5, 26, 5, 26, 5} << 3;
     QTest::newRow("one sample at the end") << Samples{5, 5, 5, 5, 26} << 4;
-    QTest::newRow("26 from the start has no start of its own") << Samples{26, 26, 26, 5, 5} << 0;
+    QTest::newRow("26 from the first sample is no run start") << Samples{26, 26, 26, 5, 5} << 0;
     QTest::newRow("26 throughout") << Samples{26, 26, 26, 26, 26} << 0;
     QTest::newRow("never 26: the whole flight") << Samples{5, 5, 5, 5, 5} << 0;
-    QTest::newRow("25 and 27 are others") << Samples{5, 25, 27, 25, 27} << 0;
+    QTest::newRow("25 and 27 do not match") << Samples{5, 25, 27, 25, 27} << 0;
 }
 
 void TestPostProcess::attackTrackStartsAtTheLastRunOfSubMode26()
@@ -881,7 +881,7 @@ void TestPostProcess::dataProcessFitsTargetsToTheLengthOfAttitude_data()
     QTest::newRow("exactly twice") << 20 << 40 << 2 << 40 << true;
     QTest::newRow("one more than twice: doubled and filled") << 20 << 41 << 2 << 41 << true;
     QTest::newRow("ten more than twice") << 20 << 50 << 2 << 50 << true;
-    QTest::newRow("eleven more than twice: left alone") << 20 << 51 << 1 << 20 << true;
+    QTest::newRow("eleven more than twice: unchanged") << 20 << 51 << 1 << 20 << true;
     QTest::newRow("far too few") << 20 << 500 << 1 << 20 << true;
     QTest::newRow("too many: cut") << 20 << 7 << 1 << 7 << true;
     QTest::newRow("no attitude at all") << 20 << 0 << 1 << 0 << true;

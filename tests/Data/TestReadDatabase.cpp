@@ -668,7 +668,7 @@ static int readOnProtectedMedium(const QString &path)
 void TestReadDatabase::unreadableDatabaseGivesAnEmptyList()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const Fixture fixture;
     const QString path = fixture.path("flight.db");
     {
@@ -698,7 +698,7 @@ void TestReadDatabase::unreadableDatabaseGivesAnEmptyList()
 void TestReadDatabase::databaseInAReadOnlyFolderIsRead()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const Fixture fixture;
     QVERIFY(QDir().mkdir(fixture.path("dvd")));
     const QString path = fixture.path("dvd/flight.db");
@@ -720,7 +720,7 @@ void TestReadDatabase::databaseInAReadOnlyFolderIsRead()
 void TestReadDatabase::writeAheadLogInAReadOnlyFolderIsRead()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const Fixture fixture;
     QVERIFY(QDir().mkdir(fixture.path("dvd")));
     const QString path = fixture.path("dvd/flight.db");
@@ -755,7 +755,7 @@ void TestReadDatabase::closedWriteAheadDatabaseInAReadOnlyFolderIsRead_data()
 void TestReadDatabase::closedWriteAheadDatabaseInAReadOnlyFolderIsRead()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const Fixture fixture;
     QFETCH(QString, folder);
     const QString medium = fixture.path(folder);
@@ -783,7 +783,7 @@ void TestReadDatabase::closedWriteAheadDatabaseInAReadOnlyFolderIsRead()
 void TestReadDatabase::writeAheadLogWithoutItsIndexInAReadOnlyFolderIsRead()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const Fixture fixture;
     QVERIFY(QDir().mkdir(fixture.path("dvd")));
     QVERIFY(QDir().mkdir(fixture.path("tmp")));
@@ -965,7 +965,7 @@ void TestReadDatabase::pipeIsNotOpened()
 void TestReadDatabase::linkedDatabaseIsRead()
 {
     if (!hasFifos())
-        QSKIP("QFile::link() makes a shortcut, which needs a name of its own");
+        QSKIP("QFile::link() creates a shortcut, which needs another name");
     const Fixture fixture;
     {
         Writer writer(fixture.path("original.db"));
@@ -1119,7 +1119,7 @@ static int readWithoutCopy(const QString &path, const QString &temporaryFolder, 
 void TestReadDatabase::failedCopyLogsThatTheConnectFailed()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const Fixture fixture;
     const QString path = fixture.path("flight.db");
     writeUnfinished(path, fixture.path("work"));

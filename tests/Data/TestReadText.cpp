@@ -311,7 +311,7 @@ void TestReadText::linkedLogIsRead()
 void TestReadText::unreadableFileFinishesTwiceWithZeros()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const Fixture fixture;
     const QString path = fixture.path("flight.txt");
     writeLines(path, {FrameText(0x52).text()});
@@ -586,9 +586,9 @@ void TestReadText::damagedFilesAreCounted_data()
     const QByteArray good = FrameText(0x52).text().toLatin1();
     QTest::newRow("CR LF line ends") << good + "\r\n" + good + "\r\n" << 2 << 0 << 2;
     QTest::newRow("mixed line ends") << good + "\n" + good + "\r\n" + good << 3 << 0 << 3;
-    QTest::newRow("no line end behind the last line") << good + "\n" + good << 2 << 0 << 2;
+    QTest::newRow("no line break after the last line") << good + "\n" + good << 2 << 0 << 2;
     QTest::newRow("truncated last line") << good + "\nAAEC01" << 2 << 1 << 1;
-    QTest::newRow("last line cut inside its fields") << good + "\n" + good.left(20) << 2 << 0 << 2;
+    QTest::newRow("last line truncated inside its fields") << good + "\n" + good.left(20) << 2 << 0 << 2;
     QTest::newRow("blank lines") << QByteArray("\n\n\n\n\n") << 5 << 5 << 0;
     QTest::newRow("blank lines with CR LF") << QByteArray("\r\n\r\n\r\n") << 3 << 3 << 0;
     QTest::newRow("blank lines between") << good + "\n\n" + good + "\n\n" << 4 << 2 << 2;
@@ -611,7 +611,7 @@ void TestReadText::damagedFilesAreCounted()
     QFETCH(int, wrong);
     QFETCH(int, backups);
     if (bytes.contains('\xFF') && !localeIsUtf8())
-        QSKIP("another codec takes line ends for halves of characters");
+        QSKIP("another codec decodes line breaks as parts of characters");
     writeBytes(fixture.path("flight.txt"), bytes);
     DataHandler handler;
     const QSignalSpy spy(&handler, &DataHandler::readDataFinishedSinal);
@@ -639,7 +639,7 @@ void TestReadText::utf16LogWithByteOrderMarkIsDecoded()
 void TestReadText::randomBytesAreCountedAsErrors()
 {
     if (!localeIsUtf8())
-        QSKIP("another codec takes line ends for halves of characters");
+        QSKIP("another codec decodes line breaks as parts of characters");
     const Fixture fixture;
     QByteArray noise;
     quint32 state = 12345;
@@ -663,13 +663,13 @@ void TestReadText::lineOf200MegabytesUsesLimitedMemory_data()
     QTest::newRow("of hexadecimal digits") << QByteArray("AAEC0152") << QByteArray();
     // QTextStream then reads the line again from its start, after the reader already has all of it in memory.
     QTest::newRow("with another character at its end") << QByteArray("AAEC0152") << QByteArray("\xC3\xA9");
-    QTest::newRow("with another character at its begin") << QByteArray("\xC3\xA9 AAEC0152") << QByteArray();
+    QTest::newRow("with another character at its beginning") << QByteArray("\xC3\xA9 AAEC0152") << QByteArray();
 }
 
 void TestReadText::lineOf200MegabytesUsesLimitedMemory()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const Fixture fixture;
     QFETCH(QByteArray, begin);
     QFETCH(QByteArray, end);
@@ -709,7 +709,7 @@ void TestReadText::logTruncatedDuringTheReadIsReported_data()
     QTest::addColumn<QByteArray>("lineEnd");
     QTest::newRow("plain") << QByteArray() << QByteArray("\n");
     QTest::newRow("CR LF") << QByteArray() << QByteArray("\r\n");
-    QTest::newRow("with another character, which a text stream reads") << QByteArray("\xC3\xA9") << QByteArray("\r\n");
+    QTest::newRow("with another character, read by QTextStream") << QByteArray("\xC3\xA9") << QByteArray("\r\n");
 }
 
 void TestReadText::logTruncatedDuringTheReadIsReported()

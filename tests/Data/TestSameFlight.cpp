@@ -90,7 +90,7 @@ void TestSameFlight::textLogGivesTheSameFlight_data()
     QTest::addColumn<bool>("filter");
     QTest::addColumn<QByteArray>("lineEnd");
     QTest::newRow("twenty minutes") << 20 << false << false << QByteArray("\n");
-    QTest::newRow("lines of Windows") << 2 << false << false << QByteArray("\r\n");
+    QTest::newRow("Windows line breaks") << 2 << false << false << QByteArray("\r\n");
     QTest::newRow("with the plane filter") << 2 << false << true << QByteArray("\n");
     QTest::newRow("damaged") << 20 << true << false << QByteArray("\n");
     QTest::newRow("damaged, with the plane filter") << 5 << true << true << QByteArray("\n");

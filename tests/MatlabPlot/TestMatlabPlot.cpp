@@ -196,10 +196,10 @@ void TestMatlabPlot::engineThatDoesNotAnswerFailsTheInitialisation_data()
 {
     QTest::addColumn<QByteArray>("script");
     QTest::newRow("absent") << QByteArray();
-    QTest::newRow("dies at once") << QByteArray("exit 3");
-    QTest::newRow("dies with a word") << QByteArray("echo 'libGL is missing' >&2; exit 1");
+    QTest::newRow("ends immediately") << QByteArray("exit 3");
+    QTest::newRow("crashes with a message") << QByteArray("echo 'libGL is missing' >&2; exit 1");
     QTest::newRow("dies after reading") << QByteArray("read -r line");
-    QTest::newRow("says something else") << QByteArray("read -r line; echo ready");
+    QTest::newRow("prints something else") << QByteArray("read -r line; echo ready");
 }
 
 void TestMatlabPlot::engineThatDoesNotAnswerFailsTheInitialisation()

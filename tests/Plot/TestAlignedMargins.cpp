@@ -28,7 +28,7 @@ public:
         for (QCustomPlot *const plot : {&canvas, &below}) {
             plot->show();
             if (!QTest::qWaitForWindowExposed(plot))
-                qFatal("the canvas did not come up");
+                qFatal("the canvas does not appear");
             plot->xAxis->setRange(kStart, kStart + 600);
             plot->replot();
         }

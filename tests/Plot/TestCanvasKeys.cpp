@@ -26,7 +26,7 @@ public:
     {
         canvas.show();
         if (!QTest::qWaitForWindowExposed(&canvas))
-            qFatal("the canvas does not come up");
+            qFatal("the canvas does not appear");
         canvas.activateWindow();
         canvas.setFocus();
     }

@@ -158,9 +158,9 @@ private slots:
         QTest::newRow("none") << 0 << 0;
         QTest::newRow("few are all") << 20 << 20;
         QTest::newRow("255 are all") << 255 << 255;
-        QTest::newRow("256 are none") << 256 << 0;
+        QTest::newRow("256 wraps to 0") << 256 << 0;
         QTest::newRow("300 are 44") << 300 << 44;
-        QTest::newRow("512 are none") << 512 << 0;
+        QTest::newRow("512 wraps to 0") << 512 << 0;
     }
     void recalculatedDifferences()
     {
@@ -261,7 +261,7 @@ private slots:
         QTest::newRow("cut at the end of a shorter target") << 12 << 8 << 6 << 35.0; // 2..8
         QTest::newRow("cut at the end of a longer target") << 8 << 12 << 6 << 35.0; // 2..8
         QTest::newRow("just after the end: the rest of the five before") << 10 << 10 << 12 << 27.0; // 8..10
-        QTest::newRow("far behind the end") << 10 << 10 << 20 << 0.0;
+        QTest::newRow("far after the end") << 10 << 10 << 20 << 0.0;
         QTest::newRow("one sample") << 1 << 1 << 0 << 1.0;
         QTest::newRow("no samples") << 0 << 5 << 0 << 0.0;
         QTest::newRow("no target samples") << 5 << 0 << 0 << 0.0;

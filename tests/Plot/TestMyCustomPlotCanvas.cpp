@@ -518,7 +518,7 @@ private slots:
     void aSelectedAxisDiffersClearlyInBothThemes()
     {
         // A third of the difference between black and white.
-        constexpr double kClearly = 150;
+        constexpr double kMinDistance = 150;
         const auto distance = [](const QColor &a, const QColor &b) {
             return std::hypot(a.red() - b.red(), a.green() - b.green(), a.blue() - b.blue());
         };
@@ -526,8 +526,8 @@ private slots:
             Canvas c;
             canvaslook::setTheme(&c.canvas, theme);
             for (const QCPAxis *const axis : {c.canvas.xAxis, c.canvas.yAxis}) {
-                QVERIFY(distance(axis->selectedTickLabelColor(), axis->tickLabelColor()) > kClearly);
-                QVERIFY(distance(axis->selectedBasePen().color(), axis->basePen().color()) > kClearly);
+                QVERIFY(distance(axis->selectedTickLabelColor(), axis->tickLabelColor()) > kMinDistance);
+                QVERIFY(distance(axis->selectedBasePen().color(), axis->basePen().color()) > kMinDistance);
                 QCOMPARE(axis->selectedLabelColor(), axis->selectedTickLabelColor());
             }
         }
@@ -582,7 +582,7 @@ private slots:
         QTest::newRow("x") << int(QCPAxis::spAxis) << int(QCPAxis::spNone) << int(Qt::Horizontal);
         QTest::newRow("y") << int(QCPAxis::spNone) << int(QCPAxis::spAxis) << int(Qt::Vertical);
         QTest::newRow("both: x goes first") << int(QCPAxis::spAxis) << int(QCPAxis::spAxis) << int(Qt::Horizontal);
-        QTest::newRow("tick labels alone do not count")
+        QTest::newRow("selected tick labels are ignored")
             << int(QCPAxis::spTickLabels) << int(QCPAxis::spAxisLabel) << int(Qt::Horizontal | Qt::Vertical);
     }
     void dragAndWheelMoveTheSelectedAxis()

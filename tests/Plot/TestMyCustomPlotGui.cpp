@@ -19,7 +19,7 @@ public:
     {
         canvas.show();
         if (!QTest::qWaitForWindowExposed(&canvas))
-            qFatal("the canvas did not come up");
+            qFatal("the canvas does not appear");
         show(kActual, QVector<double>(101, 10.0));
         show(kTarget, QVector<double>(101, 30.0));
         canvas.yAxis->setRange(0, 40);
@@ -213,13 +213,13 @@ private slots:
         const QPoint to = c.at(15, 10);
         const QCPRange x(c.canvas.xAxis->pixelToCoord(from.x()), c.canvas.xAxis->pixelToCoord(to.x()));
         const QCPRange y(c.canvas.yAxis->pixelToCoord(to.y()), c.canvas.yAxis->pixelToCoord(from.y()));
-        const double secondsAPixel = c.canvas.xAxis->range().size() / c.canvas.axisRect()->width();
-        const double unitsAPixel = c.canvas.yAxis->range().size() / c.canvas.axisRect()->height();
+        const double secondsPerPixel = c.canvas.xAxis->range().size() / c.canvas.axisRect()->width();
+        const double unitsPerPixel = c.canvas.yAxis->range().size() / c.canvas.axisRect()->height();
         c.drag(from, to);
-        QVERIFY(qAbs(c.canvas.xAxis->range().lower - x.lower) < 2 * secondsAPixel);
-        QVERIFY(qAbs(c.canvas.xAxis->range().upper - x.upper) < 2 * secondsAPixel);
-        QVERIFY(qAbs(c.canvas.yAxis->range().lower - y.lower) < 2 * unitsAPixel);
-        QVERIFY(qAbs(c.canvas.yAxis->range().upper - y.upper) < 2 * unitsAPixel);
+        QVERIFY(qAbs(c.canvas.xAxis->range().lower - x.lower) < 2 * secondsPerPixel);
+        QVERIFY(qAbs(c.canvas.xAxis->range().upper - x.upper) < 2 * secondsPerPixel);
+        QVERIFY(qAbs(c.canvas.yAxis->range().lower - y.lower) < 2 * unitsPerPixel);
+        QVERIFY(qAbs(c.canvas.yAxis->range().upper - y.upper) < 2 * unitsPerPixel);
     }
     void onlyTheLeftButtonZoomsInTouchMode_data()
     {

@@ -173,7 +173,7 @@ private slots:
         QTest::newRow("nearer to the left") << 1.4 << 1;
         QTest::newRow("in the middle: the later one") << 1.5 << 2;
         QTest::newRow("nearer to the right") << 1.6 << 2;
-        QTest::newRow("behind the curve") << 50.0 << 3;
+        QTest::newRow("after the curve") << 50.0 << 3;
     }
     void theCrosshairSnapsToTheNearestSample()
     {

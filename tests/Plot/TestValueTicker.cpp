@@ -17,7 +17,7 @@ public:
         canvas.resize(size);
         canvas.show();
         if (!QTest::qWaitForWindowExposed(&canvas))
-            qFatal("the canvas did not come up");
+            qFatal("the canvas does not appear");
         canvas.yAxis->setSelectedParts(QCPAxis::spAxis);
         QFont font;
         font.setPointSize(points);

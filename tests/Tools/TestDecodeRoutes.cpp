@@ -363,7 +363,7 @@ void TestDecodeRoutes::missingFileIsReported()
 void TestDecodeRoutes::unreadableFileIsReported()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const QString file = path("secret.json");
     write(file, equatorRoute(2));
     QVERIFY(letNobodyRead(file));
@@ -658,7 +658,7 @@ void TestDecodeRoutes::invalidRouteHasNoRows_data()
     QTest::newRow("key of another case") << QByteArray("{\"Cartographic\": [{}]}");
     QTest::newRow("an object instead of an array") << QByteArray("{\"cartographic\": {\"0\": {}}}");
     QTest::newRow("a number instead of an array") << QByteArray("{\"cartographic\": 5}");
-    QTest::newRow("number that is none") << QByteArray("{\"cartographic\": [{\"speed\": nan}]}");
+    QTest::newRow("invalid number") << QByteArray("{\"cartographic\": [{\"speed\": nan}]}");
     QTest::newRow("number beyond doubles") << QByteArray("{\"cartographic\": [{\"speed\": 1e400}]}");
     QTest::newRow("nested a million deep")
         << QByteArray("{\"cartographic\": ") + QByteArray(1000000, '[') + QByteArray(1000000, ']') + '}';
@@ -811,7 +811,7 @@ void TestDecodeRoutes::unwritableWorkbookIsNotReported()
 void TestDecodeRoutes::readOnlyFolderKeepsTheOlderWorkbook()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     QVERIFY(QDir().mkdir(path("locked")));
     const QString file = path("locked/r.json");
     write(file, equatorRoute(3));
@@ -838,7 +838,7 @@ void TestDecodeRoutes::readOnlyFolderKeepsTheOlderWorkbook()
 void TestDecodeRoutes::fullDiskKeepsTheOlderWorkbook()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     constexpr int kWaypoints = 2000;
     write(path("r.json"), equatorRoute(kWaypoints));
     write(path("r.xlsx"), "older");
@@ -1031,7 +1031,7 @@ void TestDecodeRoutes::truncationKeepsSurrogatePairs_data()
     QTest::addColumn<int>("size");
     const QString pair = QString::fromUtf8("\xf0\x9f\x9b\xa9"); // an aeroplane emoji, a surrogate pair
     QTest::newRow("one too many") << QString(32768, 'a') << 32767;
-    QTest::newRow("as many as may be") << QString(32767, 'a') << 32767;
+    QTest::newRow("maximum") << QString(32767, 'a') << 32767;
     QTest::newRow("a pair across the end") << QString(32766, 'a') + pair << 32766;
     QTest::newRow("a pair at the end") << QString(32765, 'a') + pair + 'b' << 32767;
 }

@@ -780,12 +780,12 @@ void TestMainWindow::quitQuestionIsDeletedAfterEitherAnswer()
 
 void TestMainWindow::dialogsWithoutAParentDoNotKeepTheProgramAlive()
 {
-    QWidget stray(nullptr, Qt::Dialog);
-    stray.show();
+    QWidget otherWindow(nullptr, Qt::Dialog);
+    otherWindow.show();
     ModalAnswer answer;
     answer.next([](QDialog *modal) { qobject_cast<QMessageBox *>(modal)->button(QMessageBox::Yes)->click(); });
     QTimer::singleShot(0, &window(), [this] { window().close(); });
-    QTimer::singleShot(60000, &stray, [] { QCoreApplication::exit(99); });
+    QTimer::singleShot(60000, &otherWindow, [] { QCoreApplication::exit(99); });
     QCOMPARE(QApplication::exec(), 0);
     QVERIFY(answer.allAnswered());
 }

@@ -342,7 +342,7 @@ void TestMainWindowExport::finishedBoxIsShownEvenIfTheFolderIsReadOnly_data()
 void TestMainWindowExport::finishedBoxIsShownEvenIfTheFolderIsReadOnly()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     QFETCH(QByteArray, entry);
     QFETCH(QString, text);
     QFETCH(QString, logged);
@@ -350,7 +350,7 @@ void TestMainWindowExport::finishedBoxIsShownEvenIfTheFolderIsReadOnly()
     const QString folder = m_fixture->path(QStringLiteral("dvd"));
     QVERIFY(QDir().mkdir(folder));
     select(folder + QStringLiteral("/flight.txt"));
-    QVERIFY(letOthersRead(m_fixture->surroundings().dir()));
+    QVERIFY(letOthersRead(m_fixture->fixture().dir()));
     QVERIFY(letOthersRead(folder));
     const LogFile log;
     const int code = asOrdinaryUser([&] {
@@ -380,7 +380,7 @@ void TestMainWindowExport::exportAfterACancelledFileDialogUsesAnEmptyName_data()
 void TestMainWindowExport::exportAfterACancelledFileDialogUsesAnEmptyName()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     QFETCH(QByteArray, entry);
     QFETCH(QString, path);
     QFETCH(QString, text);

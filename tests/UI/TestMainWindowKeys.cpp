@@ -376,7 +376,7 @@ private slots:
     void aFailureIsReportedAndKeepsTheOldFile()
     {
         if (!hasOrdinaryUser())
-            QSKIP("root may write everywhere, and there is no other user here");
+            QSKIP("root can write everywhere, and there is no other user");
         const QString folder = m_fixture->path(QStringLiteral("closed"));
         QVERIFY(QDir().mkdir(folder));
         const QString path = folder + QStringLiteral("/a.png");

@@ -435,7 +435,7 @@ void TestArchitecture::forbiddenIncludeDoesNotCompile()
     QVERIFY2(compiler.exitCode() != 0 && missing.match(output).hasMatch(), qPrintable(output));
     QVERIFY2(!output.contains("is found"), qPrintable(output));
 #else
-    QSKIP("the compiler runs on the machine that builds");
+    QSKIP("the compiler runs only on the build machine");
 #endif
 }
 

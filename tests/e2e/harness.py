@@ -53,7 +53,7 @@ def wait_for(probe, what, timeout=LIMIT, interval=0.05):
         if result:
             return result
         if time.monotonic() > end:
-            raise WaitFailed(f"waited {timeout:g} s in vain for {what}")
+            raise WaitFailed(f"waited {timeout:g} s without success for {what}")
         time.sleep(interval)
 
 
@@ -468,7 +468,7 @@ class App:
             return None  # it just closed
 
     def wait_until_gone(self, name=None, role=None, timeout=LIMIT):
-        wait_for(lambda: not self.find_all(name, role), f"{role or 'widget'} {name!r} to go", timeout)
+        wait_for(lambda: not self.find_all(name, role), f"{role or 'widget'} {name!r} to disappear", timeout)
 
     def choose(self, entry, before):
         """Calls before(), which opens a pop-up menu, and chooses the entry with this text. Returns the menu's texts."""

@@ -62,7 +62,7 @@ class ReadOut(AnalystTest):
 
     def leave_canvas(self, app):
         self.desktop.move(5, self.desktop.size[1] // 2)
-        wait_for(lambda: app.tool_tip() is None, "the tool tip to go")
+        wait_for(lambda: app.tool_tip() is None, "the tool tip to disappear")
 
     @staticmethod
     def at(canvas, share):
@@ -166,7 +166,7 @@ class ReadOut(AnalystTest):
         y -= canvas.height // 4
         self.desktop.click(x, y)
         self.assertRegex(self.tip(app, x, y), POINTER)
-        wait_for(lambda: not self.crosshair(canvas), "the crosshair to go")
+        wait_for(lambda: not self.crosshair(canvas), "the crosshair to disappear")
 
     def show_hidden_channel(self, app, canvas, flight):
         self.leave_canvas(app)

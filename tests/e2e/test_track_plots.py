@@ -73,7 +73,7 @@ class TrackPlots(AnalystTest):
             buttons = self.desktop.place(dialog)
             return place.x >= buttons.x + buttons.width or place.x + place.width <= buttons.x
 
-        wait_for(placed, "the figure to lie on the screen beside the buttons")
+        wait_for(placed, "the figure to be on the screen beside the buttons")
 
     def engines(self):
         """Ids of the processes whose working directory is the plot folder of this test's program."""

@@ -384,7 +384,7 @@ void TestManual::everyLinkHasAHeading()
 void TestManual::pageIsBesideTheExecutableAndNeedsNoNetwork()
 {
     if (!OSTRAVEL_MANUAL_MADE)
-        QSKIP("pandoc is not installed, so that no page was made");
+        QSKIP("pandoc is not installed, so there is no page");
     const QString path = QStringLiteral(OSTRAVEL_MANUAL_PAGE);
     QVERIFY(QFileInfo::exists(path));
     const QString page = fileText(path);

@@ -23,7 +23,7 @@ public:
         : m_window(std::make_unique<MainWindow>())
     {
         if (!QTest::qWaitForWindowExposed(m_window.get()))
-            qFatal("the window does not come up");
+            qFatal("the window does not appear");
     }
 
     ~WindowFixture() { closeWindow(); }
@@ -41,7 +41,7 @@ public:
     }
 
     MainWindow &window() { return *m_window; }
-    Fixture &surroundings() { return m_fixture; }
+    Fixture &fixture() { return m_fixture; }
     QString path(const QString &name) const { return m_fixture.path(name); }
 
     QCustomPlot *canvas() const { return m_window->findChild<QCustomPlot *>(QStringLiteral("customPlot")); }

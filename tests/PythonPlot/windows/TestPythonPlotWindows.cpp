@@ -86,7 +86,7 @@ private slots:
     void shellNameIsThatOfThePlatform();
     void commandRunsInTheFolderOfTheScripts_data();
     void commandRunsInTheFolderOfTheScripts();
-    void shellTakesALaterCommandWithoutTheFolder();
+    void laterCommandNeedsNoFolder();
     void standardErrorIsLogged();
     void missingPythonIsLogged();
 
@@ -123,7 +123,7 @@ void TestPythonPlotWindows::commandRunsInTheFolderOfTheScripts()
     QVERIFY(!QFile::exists(QStringLiteral("asked.txt")));
 }
 
-void TestPythonPlotWindows::shellTakesALaterCommandWithoutTheFolder()
+void TestPythonPlotWindows::laterCommandNeedsNoFolder()
 {
     const CommandPath path(CommandPath::Python::StandIn);
     LineByLine plot(nullptr);

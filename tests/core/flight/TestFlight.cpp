@@ -71,8 +71,8 @@ void TestFlight::unknownChannelIsEmpty_data()
     QTest::addColumn<int>("row");
     QTest::newRow("unknown code") << 0x06 << 0;
     QTest::newRow("row before the first") << 0x03 << -1;
-    QTest::newRow("row behind the last") << 0x03 << 18;
-    QTest::newRow("far behind the last of all") << 0x53 << 1000;
+    QTest::newRow("row after the last one") << 0x03 << 18;
+    QTest::newRow("large row number") << 0x53 << 1000;
 }
 
 void TestFlight::unknownChannelIsEmpty()

@@ -110,9 +110,9 @@ void TestLineReader::givesTheLinesOfATextStream_data()
     QTest::newRow("line end at the end") << QByteArray("AAEC\n") << 1;
     QTest::newRow("blank lines") << QByteArray("\n\n\n") << 3;
     QTest::newRow("carriage returns") << QByteArray("AA\r\nBB\r\n") << 2;
-    QTest::newRow("carriage returns alone are no line end") << QByteArray("AA\rBB\rCC") << 1;
-    QTest::newRow("a carriage return and nothing else") << QByteArray("\r") << 1;
-    QTest::newRow("a carriage return behind the last line") << QByteArray("AA\n\r") << 1;
+    QTest::newRow("a carriage return alone is no line break") << QByteArray("AA\rBB\rCC") << 1;
+    QTest::newRow("only a carriage return") << QByteArray("\r") << 1;
+    QTest::newRow("a carriage return after the last line") << QByteArray("AA\n\r") << 1;
     QTest::newRow("text of another kind") << chinese + '\n' + chinese << 2;
     QTest::newRow("byte order mark of UTF-8") << QByteArray("\xEF\xBB\xBF"
                                                             "AA\nBB\n")
@@ -126,9 +126,9 @@ void TestLineReader::givesTheLinesOfATextStream_data()
                                                       12)
                                         << 2;
     QTest::newRow("NUL in a line") << QByteArray("A\0B\nCC", 6) << 2;
-    QTest::newRow("line end at the seam of two blocks") << filled + "BB\nCC\n" << 3;
-    QTest::newRow("other text behind the first block") << filled + "BBB" + chinese + "\nCC\n" << 3;
-    QTest::newRow("other text in a line that began before the seam")
+    QTest::newRow("line break at a block boundary") << filled + "BB\nCC\n" << 3;
+    QTest::newRow("other text after the first block") << filled + "BBB" + chinese + "\nCC\n" << 3;
+    QTest::newRow("other text in a line across a block boundary")
         << QByteArray("AA\n") + QByteArray(kBlock, 'B') + chinese + '\n' + chinese << 3;
     QTest::newRow("a mark in the middle is text") << filled
             + "AA\n\xEF\xBB\xBF"

@@ -214,7 +214,7 @@ class Tour(AnalystTest):
         self.status(app, f"^selected file is {re.escape(str(log))}$")
         app.wait_for_log(f"file selected is: {log}")
         file.terminate()
-        wait_for(lambda: not self.desktop.window("file to drag"), "the file to go")
+        wait_for(lambda: not self.desktop.window("file to drag"), "the file window to close")
         self.only(app)
 
     def read_ten_times(self, app, log):
