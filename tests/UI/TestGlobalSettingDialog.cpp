@@ -541,7 +541,7 @@ void TestGlobalSettingDialog::labelsAreNotCutOffAndDoNotOverlap()
         tabs->setCurrentIndex(i);
         QList<QWidget *> widgets;
         for (QLabel *const label : tabs->widget(i)->findChildren<QLabel *>()) {
-            // The size hint may not include the label's margins, and the label of a row is at most 150 pixels wide.
+            // A new label gives the size that the text needs; the size hint of the form's label may omit its margins.
             QLabel free(label->text(), label->parentWidget());
             free.setAlignment(label->alignment());
             free.setFont(label->font());

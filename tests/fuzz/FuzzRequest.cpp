@@ -11,7 +11,7 @@ namespace
 
 using wmts::RequestHead;
 
-/** @return number of bytes consumed. The sizes of the pieces are given by the bytes of the input. */
+/** Splits bytes into pieces; sizes gives the piece sizes modulo 64. @return number of bytes consumed */
 std::size_t takeInPieces(RequestHead &head, std::string_view bytes, std::string_view sizes)
 {
     std::size_t taken = 0;
