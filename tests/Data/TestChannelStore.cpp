@@ -18,7 +18,7 @@
 namespace
 {
 
-// The globals as they stand before any test has touched them.
+// Values of the globals before the first test.
 struct Initial {
     bool selectedPlaneEnabled;
     quint8 selectedPlaneId;
@@ -34,21 +34,21 @@ struct Initial {
     QColor targetColor;
 };
 
-/** Has a look at the store while a message is logged. */
-class Onlooker : public spdlog::sinks::base_sink<std::mutex>
+/** A log sink that calls a function for each message. */
+class CallbackSink : public spdlog::sinks::base_sink<std::mutex>
 {
 public:
-    explicit Onlooker(std::function<void()> look)
-        : m_look(std::move(look))
+    explicit CallbackSink(std::function<void()> callback)
+        : m_callback(std::move(callback))
     {
     }
 
 protected:
-    void sink_it_(const spdlog::details::log_msg &) override { m_look(); }
+    void sink_it_(const spdlog::details::log_msg &) override { m_callback(); }
     void flush_() override { }
 
 private:
-    std::function<void()> m_look;
+    std::function<void()> m_callback;
 };
 
 MyGraph *channel(int code, int row)
@@ -86,26 +86,26 @@ class TestChannelStore : public QObject
 private slots:
     void initTestCase();
     void globalsHaveTheirInitialValues();
-    void arraysHaveARoomForEveryRow();
-    void everyRowGetsItsChannelAtItsIndex();
-    void channelsCarryThePlaneSelectedAtTheirMaking();
-    void initLogsItsWords();
-    void clearLogsItsWordsAndDeletesEveryChannel();
-    void clearLogsItsWordsBeforeItDeletes();
-    void clearLeavesStalePointersThatInitReplaces();
+    void arraysHaveAnElementForEveryRow();
+    void everyChannelIsAtTheIndexOfItsRow();
+    void newChannelsStoreTheSelectedPlane();
+    void initLogsItsMessage();
+    void clearLogsItsMessageAndDeletesEveryChannel();
+    void clearLogsItsMessageBeforeDeletion();
+    void clearLeavesStalePointersUntilInit();
     void clearSkipsNullChannels();
-    void newChannelsAreEmptyAndStartTimeStays();
-    void perChannelSettingsDoNotSurviveADecode();
-    void createGraphGivesNullForAnUnknownCode();
-    void createGraphDoesNotTouchTheStore();
+    void initEmptiesChannelsAndKeepsTheStartTime();
+    void decodeResetsPerChannelSettings();
+    void createGraphReturnsNullForAnUnknownCode();
+    void createGraphDoesNotChangeTheStore();
     void findGraphFindsEveryChannel();
-    void findGraphGivesNullForAnUnknownLabel_data();
-    void findGraphGivesNullForAnUnknownLabel();
-    void findGraphByCodeFindsInItsGroupAlone();
-    void findGraphByCodeTakesTenHexForEquipment();
+    void findGraphReturnsNullForAnUnknownLabel_data();
+    void findGraphReturnsNullForAnUnknownLabel();
+    void findGraphByCodeSearchesOnlyItsGroup();
+    void findGraphByCodeUses0x10ForEquipment();
     void findGraphByCodeReportsUnknownCodes_data();
     void findGraphByCodeReportsUnknownCodes();
-    void staticMembersOfTheHandlerAreTheStoresOperations();
+    void staticMembersOfTheHandlerForwardToTheStore();
 
 private:
     Initial m_initial;
@@ -143,18 +143,18 @@ void TestChannelStore::globalsHaveTheirInitialValues()
     QCOMPARE(m_initial.defaultColor, QColor(0, 0, 0));
     QCOMPARE(m_initial.targetColor, QColor(255, 0, 0));
 
-    // The cosine of 33.9470710 degrees, the nearest whole unit below the latitude as a float holds it.
+    // cos(33.9470710°), the initial latitude truncated to 1e-7 degrees.
     QVERIFY(std::abs(m_initial.longitudeScale - 0.82955379) < 1e-7);
     QVERIFY(m_initial.longitudeScale == double(float(m_initial.longitudeScale)));
 
-    // The time of the program's start lies before this test and not long ago.
+    // The start time is the program's start, shortly before this test.
     QVERIFY(m_initial.startDateTime.isValid());
     QCOMPARE(m_initial.startDateTime.timeSpec(), Qt::LocalTime);
     QVERIFY(m_initial.startDateTime <= m_started);
     QVERIFY(m_initial.startDateTime.secsTo(m_started) < 60);
 }
 
-void TestChannelStore::arraysHaveARoomForEveryRow()
+void TestChannelStore::arraysHaveAnElementForEveryRow()
 {
     QCOMPARE(int(std::size(heartBeatGraphs)), 5);
     QCOMPARE(int(std::size(controlStatusGraphs)), 37);
@@ -166,7 +166,7 @@ void TestChannelStore::arraysHaveARoomForEveryRow()
     QCOMPARE(int(std::size(equipmentGraphs)), 16);
 }
 
-void TestChannelStore::everyRowGetsItsChannelAtItsIndex()
+void TestChannelStore::everyChannelIsAtTheIndexOfItsRow()
 {
     const Fixture fixture;
     QSet<MyGraph *> different;
@@ -182,7 +182,7 @@ void TestChannelStore::everyRowGetsItsChannelAtItsIndex()
     QCOMPARE(different.size(), 143);
 }
 
-void TestChannelStore::channelsCarryThePlaneSelectedAtTheirMaking()
+void TestChannelStore::newChannelsStoreTheSelectedPlane()
 {
     const Fixture fixture;
     selectedPlaneId = 77;
@@ -192,7 +192,7 @@ void TestChannelStore::channelsCarryThePlaneSelectedAtTheirMaking()
         QCOMPARE(int(channel(field.code, field.number - 1)->planeId()), 77);
 }
 
-void TestChannelStore::initLogsItsWords()
+void TestChannelStore::initLogsItsMessage()
 {
     const Fixture fixture;
     clearData();
@@ -201,26 +201,26 @@ void TestChannelStore::initLogsItsWords()
     QCOMPARE(log.leveledMessages(), QStringList{"info: init global data"});
 }
 
-void TestChannelStore::clearLogsItsWordsAndDeletesEveryChannel()
+void TestChannelStore::clearLogsItsMessageAndDeletesEveryChannel()
 {
     const Fixture fixture;
-    // A shared vector shows who holds it: once every channel is gone, it is ours alone.
+    // All channels share this vector. It is detached only after every channel is deleted.
     QVector<double> samples(3, 1.0);
     for (const ExpectedField &field : expectedFields())
         channel(field.code, field.number - 1)->setYvalue(samples);
     const LogFile log;
     clearData();
     const QStringList messages = log.leveledMessages();
-    const bool ours = samples.isDetached();
+    const bool detached = samples.isDetached();
     initData();
     QCOMPARE(messages, QStringList{"info: clear data;"});
-    QVERIFY(ours);
+    QVERIFY(detached);
 }
 
-void TestChannelStore::clearLogsItsWordsBeforeItDeletes()
+void TestChannelStore::clearLogsItsMessageBeforeDeletion()
 {
     const Fixture fixture;
-    // A shared vector of each channel, which is ours alone once the channel is gone.
+    // Each channel shares one vector with this list. A vector is detached after its channel is deleted.
     QVector<QVector<double>> samples;
     for (const ExpectedField &field : expectedFields()) {
         samples.append(QVector<double>(3, 1.0));
@@ -231,9 +231,9 @@ void TestChannelStore::clearLogsItsWordsBeforeItDeletes()
                              [](const QVector<double> &one) { return !one.isDetached(); });
     };
     QVector<qint64> heldAtMessages;
-    const auto onlooker = std::make_shared<Onlooker>([&] { heldAtMessages.append(held()); });
+    const auto sink = std::make_shared<CallbackSink>([&] { heldAtMessages.append(held()); });
     const std::shared_ptr<spdlog::logger> console = spdlog::default_logger();
-    spdlog::set_default_logger(std::make_shared<spdlog::logger>("onlooker", onlooker));
+    spdlog::set_default_logger(std::make_shared<spdlog::logger>("sink", sink));
     clearData();
     spdlog::set_default_logger(console);
     const qint64 left = held();
@@ -242,7 +242,7 @@ void TestChannelStore::clearLogsItsWordsBeforeItDeletes()
     QCOMPARE(left, qint64(0));
 }
 
-void TestChannelStore::clearLeavesStalePointersThatInitReplaces()
+void TestChannelStore::clearLeavesStalePointersUntilInit()
 {
     const Fixture fixture;
     QVector<const void *> before;
@@ -253,7 +253,7 @@ void TestChannelStore::clearLeavesStalePointersThatInitReplaces()
     for (const ExpectedField &field : expectedFields())
         after.append(channel(field.code, field.number - 1));
     initData();
-    // Compared as addresses only; what they point at is gone.
+    // Compares addresses only; the objects are deleted.
     QCOMPARE(after, before);
     QVERIFY(attitudeGraphs[0]->yvalue().isEmpty());
 }
@@ -271,7 +271,7 @@ void TestChannelStore::clearSkipsNullChannels()
     QVERIFY(attitudeGraphs[17]);
 }
 
-void TestChannelStore::newChannelsAreEmptyAndStartTimeStays()
+void TestChannelStore::initEmptiesChannelsAndKeepsTheStartTime()
 {
     const Fixture fixture;
     const QDateTime start(QDate(2023, 7, 4), QTime(10, 11, 12));
@@ -288,7 +288,7 @@ void TestChannelStore::newChannelsAreEmptyAndStartTimeStays()
     QCOMPARE(startDateTime, start);
 }
 
-void TestChannelStore::perChannelSettingsDoNotSurviveADecode()
+void TestChannelStore::decodeResetsPerChannelSettings()
 {
     const Fixture fixture;
     attitudeGraphs[0]->setInterval(40);
@@ -302,14 +302,14 @@ void TestChannelStore::perChannelSettingsDoNotSurviveADecode()
     QCOMPARE(attitudeGraphs[0]->shown(), false);
 }
 
-void TestChannelStore::createGraphGivesNullForAnUnknownCode()
+void TestChannelStore::createGraphReturnsNullForAnUnknownCode()
 {
     const Fixture fixture;
     for (const int code : {0x00, 0x06, 0x10, 0x54, 0x103})
         QVERIFY(!createGraph(quint16(code), 0));
 }
 
-void TestChannelStore::createGraphDoesNotTouchTheStore()
+void TestChannelStore::createGraphDoesNotChangeTheStore()
 {
     const Fixture fixture;
     MyGraph *const inStore = attitudeGraphs[2];
@@ -330,24 +330,24 @@ void TestChannelStore::findGraphFindsEveryChannel()
         QCOMPARE(findGraph(field.label), channel(field.code, field.number - 1));
 }
 
-void TestChannelStore::findGraphGivesNullForAnUnknownLabel_data()
+void TestChannelStore::findGraphReturnsNullForAnUnknownLabel_data()
 {
     QTest::addColumn<QString>("label");
     QTest::newRow("empty") << QString();
-    QTest::newRow("name in place of label") << QStringLiteral("PGS_Roll");
+    QTest::newRow("name instead of label") << QStringLiteral("PGS_Roll");
     QTest::newRow("source text") << QStringLiteral("Roll");
-    QTest::newRow("blank behind") << QStringLiteral("横滚 ");
+    QTest::newRow("trailing blank") << QStringLiteral("横滚 ");
     QTest::newRow("beginning of a label") << QStringLiteral("横");
 }
 
-void TestChannelStore::findGraphGivesNullForAnUnknownLabel()
+void TestChannelStore::findGraphReturnsNullForAnUnknownLabel()
 {
     const Fixture fixture;
     QFETCH(QString, label);
     QVERIFY(!findGraph(label));
 }
 
-void TestChannelStore::findGraphByCodeFindsInItsGroupAlone()
+void TestChannelStore::findGraphByCodeSearchesOnlyItsGroup()
 {
     const Fixture fixture;
     const DebugOutput debug;
@@ -361,7 +361,7 @@ void TestChannelStore::findGraphByCodeFindsInItsGroupAlone()
     QVERIFY(debug.entries().isEmpty());
 }
 
-void TestChannelStore::findGraphByCodeTakesTenHexForEquipment()
+void TestChannelStore::findGraphByCodeUses0x10ForEquipment()
 {
     const Fixture fixture;
     const DebugOutput debug;
@@ -389,7 +389,7 @@ void TestChannelStore::findGraphByCodeReportsUnknownCodes()
     QCOMPARE(debug.entries().first().text, QStringLiteral("功能码错误"));
 }
 
-void TestChannelStore::staticMembersOfTheHandlerAreTheStoresOperations()
+void TestChannelStore::staticMembersOfTheHandlerForwardToTheStore()
 {
     const Fixture fixture;
     MyGraph *const before = heartBeatGraphs[0];

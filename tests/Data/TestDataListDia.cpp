@@ -48,21 +48,21 @@ private slots:
     void rowShowsIdNameAndTime();
     void rowStartsUnchecked();
     void columnsFitTheirContents();
-    void tickedIdsStandInTickingOrder();
-    void untickedIdIsGone();
+    void tickedIdsAreInTickingOrder();
+    void untickedIdIsRemoved();
     void tickingAgainMovesTheIdToTheEnd();
-    void duplicatesAreNotLookedFor();
+    void duplicateIdsAreKept();
     void untickingRemovesAllOccurrences();
     void editedTextCellCountsAsUnchecked();
     void idIsReadFromTheCell();
-    void clickOnTheBoxTicks();
+    void clickOnTheCheckBoxTicks();
     void confirmSendsTheListAndCloses();
     void listIsSentWhileTheDialogIsStillOpen();
     void confirmSendsAnEmptyListToo();
     void closingTheWindowKeepsTheTicks();
     void manyRowsAreListed();
-    void columnsOfManyRowsAreAsWideAsTheTableWouldMakeThem();
-    void longListsAreQuick();
+    void columnWidthsMatchResizeColumnsToContents();
+    void addingManyRowsIsFast();
 };
 
 void TestDataListDia::initTestCase()
@@ -169,7 +169,7 @@ void TestDataListDia::columnsFitTheirContents()
     QVERIFY(table(dialog)->columnWidth(1) > narrow);
 }
 
-void TestDataListDia::tickedIdsStandInTickingOrder()
+void TestDataListDia::tickedIdsAreInTickingOrder()
 {
     const Fixture fixture;
     DataListDia dialog(nullptr);
@@ -180,7 +180,7 @@ void TestDataListDia::tickedIdsStandInTickingOrder()
     QCOMPARE(dialog.selectedIds(), (Ids{5, 3}));
 }
 
-void TestDataListDia::untickedIdIsGone()
+void TestDataListDia::untickedIdIsRemoved()
 {
     const Fixture fixture;
     DataListDia dialog(nullptr);
@@ -207,11 +207,11 @@ void TestDataListDia::tickingAgainMovesTheIdToTheEnd()
     QCOMPARE(dialog.selectedIds(), (Ids{4, 3}));
 }
 
-void TestDataListDia::duplicatesAreNotLookedFor()
+void TestDataListDia::duplicateIdsAreKept()
 {
     const Fixture fixture;
     DataListDia dialog(nullptr);
-    // 44 and 300, which is cut to 44.
+    // 44, and 300 truncated to 44.
     dialog.addRow(44, QStringLiteral("a"), 0);
     dialog.addRow(quint8(300), QStringLiteral("b"), 0);
     tick(dialog, 0);
@@ -256,7 +256,7 @@ void TestDataListDia::idIsReadFromTheCell()
     QCOMPARE(dialog.selectedIds(), (Ids{4}));
 }
 
-void TestDataListDia::clickOnTheBoxTicks()
+void TestDataListDia::clickOnTheCheckBoxTicks()
 {
     const Fixture fixture;
     DataListDia dialog(nullptr);
@@ -346,7 +346,7 @@ void TestDataListDia::manyRowsAreListed()
     QVERIFY(dialog.selectedIds().isEmpty());
 }
 
-void TestDataListDia::columnsOfManyRowsAreAsWideAsTheTableWouldMakeThem()
+void TestDataListDia::columnWidthsMatchResizeColumnsToContents()
 {
     const Fixture fixture;
     DataListDia dialog(nullptr);
@@ -366,7 +366,7 @@ void TestDataListDia::columnsOfManyRowsAreAsWideAsTheTableWouldMakeThem()
     }
 }
 
-void TestDataListDia::longListsAreQuick()
+void TestDataListDia::addingManyRowsIsFast()
 {
     const Fixture fixture;
     DataListDia dialog(nullptr);
@@ -374,7 +374,7 @@ void TestDataListDia::longListsAreQuick()
     timer.start();
     for (int i = 0; i < 5000; ++i)
         dialog.addRow(quint8(i), QStringLiteral("task %1").arg(i), quint64(i));
-    // Measuring every row again for each took a minute.
+    // Measuring all rows for each new row took one minute.
     QVERIFY2(timer.elapsed() < 10000, qPrintable(QString::number(timer.elapsed())));
     QCOMPARE(table(dialog)->rowCount(), 5000);
 }

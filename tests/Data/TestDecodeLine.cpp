@@ -16,7 +16,7 @@ namespace
 
 struct Gate {
     int code;
-    int threshold; // decoded when longer
+    int threshold; // minimum length in bytes is one more
 };
 
 constexpr Gate kGates[] = {{0x01, 16}, {0x02, 65}, {0x03, 48}, {0x04, 77}, {0x05, 33}, {0x41, 34}};
@@ -33,7 +33,7 @@ QVector<double> samples(const char *name)
     return {};
 }
 
-/** Lengths of the groups 0x02, 0x53, 0x03, 0x04, 0x05, each checked to be the same for all its channels. */
+/** Lengths of the groups 0x02, 0x53, 0x03, 0x04, 0x05. Checks that all channels of a group have the same length. */
 QVector<int> lengths()
 {
     QVector<int> result;
@@ -48,7 +48,7 @@ QVector<int> lengths()
     return result;
 }
 
-int samplesInAll()
+int totalSampleCount()
 {
     int count = 0;
     for (const ChannelGroup &group : channelGroups()) {
@@ -58,7 +58,7 @@ int samplesInAll()
     return count;
 }
 
-/** Frame whose payload is random but whose header is whole. */
+/** Frame with a valid header and random payload. */
 FrameText randomFrame(int code, int length, std::mt19937 &random, int plane = 1)
 {
     FrameText frame(code, plane);
@@ -86,70 +86,70 @@ class TestDecodeLine : public QObject
     Q_OBJECT
 
 private slots:
-    void startsWithEverythingAtZero();
+    void countersAreInitiallyZero();
     void metaObjectHasTheSignalsAndTheSlotInOrder();
-    void runsTheEventLoopFirstForEveryLine_data();
-    void runsTheEventLoopFirstForEveryLine();
-    void reportsProgressBeforeAnyTest_data();
-    void reportsProgressBeforeAnyTest();
-    void progressIsCutTo32Bits();
+    void runsTheEventLoopBeforeEveryLine_data();
+    void runsTheEventLoopBeforeEveryLine();
+    void reportsProgressBeforeAnyCheck_data();
+    void reportsProgressBeforeAnyCheck();
+    void progressIsTruncatedTo32Bits();
     void wrongHeaderIsCountedAndLogged_data();
     void wrongHeaderIsCountedAndLogged();
-    void wrongHeaderAddsNoSampleAndRepairsNothing();
+    void wrongHeaderAddsNoSampleAndSkipsTheRepair();
     void shortLineIsAWrongHeaderBeforeThePlaneFilter_data();
     void shortLineIsAWrongHeaderBeforeThePlaneFilter();
-    void badLineOf64KibStandsWholeInTheLog();
-    void longerBadLineIsCutWithItsLength();
-    void bracesInABadLineStandAsTheyAre();
-    void controlCharactersOfABadLineStandAsTheirNumbers_data();
-    void controlCharactersOfABadLineStandAsTheirNumbers();
-    void goodLineLogsNothing();
+    void badLineOf64KibIsLoggedCompletely();
+    void longerBadLineIsLoggedTruncatedWithItsLength();
+    void bracesInABadLineAreLoggedUnchanged();
+    void controlCharactersOfABadLineAreLoggedEscaped_data();
+    void controlCharactersOfABadLineAreLoggedEscaped();
+    void validLineLogsNothing();
     void decodesEveryFieldOfItsTable_data();
     void decodesEveryFieldOfItsTable();
-    void edgeValuesOfTheFields();
+    void decodesMinimumAndMaximumFieldValues();
     void deviceStateSetsTheEquipmentChannels_data();
     void deviceStateSetsTheEquipmentChannels();
     void frameAtItsThresholdRepeatsTheLastSamples_data();
     void frameAtItsThresholdRepeatsTheLastSamples();
-    void frameAboveItsThresholdIsDecodedWithZerosBehindItsEnd_data();
-    void frameAboveItsThresholdIsDecodedWithZerosBehindItsEnd();
+    void frameAboveItsThresholdReadsMissingBytesAsZero_data();
+    void frameAboveItsThresholdReadsMissingBytesAsZero();
     void shortFrameOnEmptyChannelsGivesZeros_data();
     void shortFrameOnEmptyChannelsGivesZeros();
-    void bytesOfTheLineBeforeAreNotSeen();
-    void backupFrameHasNoGate_data();
-    void backupFrameHasNoGate();
+    void bytesOfThePreviousLineAreNotUsed();
+    void backupFrameHasNoMinimumLength_data();
+    void backupFrameHasNoMinimumLength();
     void otherCodesAddNoSample_data();
     void otherCodesAddNoSample();
     void unknownCodeStillRepairs();
-    void bytesFourAndFiveAreNotRead();
-    void longerFrameDecodesNormally_data();
-    void longerFrameDecodesNormally();
-    void blanksBetweenBytesDoNoHarm();
-    void filterDropsOtherPlanesSilently();
-    void filterCountsItsPlaneWhateverTheCode_data();
-    void filterCountsItsPlaneWhateverTheCode();
+    void bytesFiveAndSixAreIgnored();
+    void bytesAfterTheFieldsAreIgnored_data();
+    void bytesAfterTheFieldsAreIgnored();
+    void blanksBetweenBytesAreIgnored();
+    void filterSkipsOtherPlanesWithoutLogging();
+    void filterCountsFramesOfItsPlaneWithAnyCode_data();
+    void filterCountsFramesOfItsPlaneWithAnyCode();
     void filterComparesUnsigned();
     void withoutFilterNothingIsSelected();
     void countersWrapAt65536();
-    void errorAndSelectedCountersWrapToo();
+    void errorAndSelectedCountersWrapAt65536();
     void repeatLastCopiesOrStartsWithZero();
-    void threeAttitudeFramesPullTheOthersAlong();
-    void repairExtendsSensorsBehindTargets();
-    void repairExtendsTargetsTwoBehindSensors();
-    void repairExtendsControlStatusWithEquipmentBehindSensors();
-    void repairExtendsSensorsTwoBehindControlStatus();
-    void repairExtendsAttitudeBehindControlStatus();
-    void repairLeavesEquipmentBehindAttitude();
-    void repairLeavesALeadOfOneAlone();
-    void heartBeatAndPayloadTakeNoPartInTheRepair();
-    void evenTailClosesTheChainFromTheTop();
+    void threeAttitudeFramesExtendTheOtherGroups();
+    void repairExtendsSensorsShorterThanTargets();
+    void repairExtendsTargetsTwoShorterThanSensors();
+    void repairExtendsControlStatusAndEquipmentShorterThanSensors();
+    void repairExtendsSensorsTwoShorterThanControlStatus();
+    void repairExtendsAttitudeShorterThanControlStatus();
+    void repairDoesNotExtendEquipmentToAttitude();
+    void repairIgnoresALeadOfOne();
+    void repairIgnoresHeartBeatAndPayload();
+    void evenTailExtendsTheChainFromTheTop();
     void evenTailExtendsByOneSampleOnly();
-    void evenTailLeavesEvenSeriesAlone();
-    void randomFlightsAgreeWithASecondDecode_data();
-    void randomFlightsAgreeWithASecondDecode();
+    void evenTailLeavesEqualLengthsUnchanged();
+    void randomFlightsMatchTheReferenceDecoder_data();
+    void randomFlightsMatchTheReferenceDecoder();
 };
 
-void TestDecodeLine::startsWithEverythingAtZero()
+void TestDecodeLine::countersAreInitiallyZero()
 {
     const DataHandler handler;
     QVERIFY(!handler.fileOperator());
@@ -180,7 +180,7 @@ void TestDecodeLine::metaObjectHasTheSignalsAndTheSlotInOrder()
                           "slot readDataSlot(QString filePath)"}));
 }
 
-void TestDecodeLine::runsTheEventLoopFirstForEveryLine_data()
+void TestDecodeLine::runsTheEventLoopBeforeEveryLine_data()
 {
     QTest::addColumn<QString>("line");
     QTest::newRow("good") << FrameText(0x03).text();
@@ -189,7 +189,7 @@ void TestDecodeLine::runsTheEventLoopFirstForEveryLine_data()
     QTest::newRow("of another plane") << FrameText(0x03, 2).text();
 }
 
-void TestDecodeLine::runsTheEventLoopFirstForEveryLine()
+void TestDecodeLine::runsTheEventLoopBeforeEveryLine()
 {
     const Fixture fixture;
     QFETCH(QString, line);
@@ -211,19 +211,19 @@ void TestDecodeLine::runsTheEventLoopFirstForEveryLine()
     QCOMPARE(seenSignals, 0);
 }
 
-void TestDecodeLine::reportsProgressBeforeAnyTest_data()
+void TestDecodeLine::reportsProgressBeforeAnyCheck_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<int>("now");
     QTest::newRow("good") << FrameText(0x03).text() << 10;
-    QTest::newRow("longer than it need be") << FrameText(0x03).resize(100).text() << 60;
+    QTest::newRow("longer than the fields") << FrameText(0x03).resize(100).text() << 60;
     QTest::newRow("wrong header") << QStringLiteral("BBEC0103") << -36;
     QTest::newRow("of another plane") << FrameText(0x01, 2).text() << -22;
     QTest::newRow("empty") << QString() << -40;
     QTest::newRow("odd number of digits") << QStringLiteral("AAE") << -38;
 }
 
-void TestDecodeLine::reportsProgressBeforeAnyTest()
+void TestDecodeLine::reportsProgressBeforeAnyCheck()
 {
     const Fixture fixture;
     QFETCH(QString, line);
@@ -240,20 +240,20 @@ void TestDecodeLine::reportsProgressBeforeAnyTest()
         QCOMPARE(int(handler.frameTotal()), 1);
         QCOMPARE(int(handler.frameError()), 0);
         QCOMPARE(int(handler.frameSelectedId()), 0);
-        QCOMPARE(samplesInAll(), 0);
+        QCOMPARE(totalSampleCount(), 0);
     });
     handler.decodeLine(line);
     QCOMPARE(calls, 1);
     QCOMPARE(handler.processed(), qint64(now) + 40);
 
-    // The next line adds to it.
+    // The next line increments it.
     handler.disconnect();
     const QSignalSpy spy(&handler, &DataHandler::process);
     handler.decodeLine(QStringLiteral("00"));
     QCOMPARE(spy.first(), (QList<QVariant>{now + 1, 12345}));
 }
 
-void TestDecodeLine::progressIsCutTo32Bits()
+void TestDecodeLine::progressIsTruncatedTo32Bits()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -292,16 +292,16 @@ void TestDecodeLine::wrongHeaderIsCountedAndLogged()
     QCOMPARE(log.leveledMessages(), QStringList{"info: error data :" + line});
 }
 
-void TestDecodeLine::wrongHeaderAddsNoSampleAndRepairsNothing()
+void TestDecodeLine::wrongHeaderAddsNoSampleAndSkipsTheRepair()
 {
     const Fixture fixture;
     DataHandler handler;
-    // Attitude leads by two, which the repair of a good frame would mend.
+    // Attitude leads by two samples, so a valid frame would trigger the repair.
     for (MyGraph *graph : attitudeGraphs)
         graph->setYvalue({1.0, 2.0});
-    const int before = samplesInAll();
+    const int before = totalSampleCount();
     handler.decodeLine(QStringLiteral("BBEC0103"));
-    QCOMPARE(samplesInAll(), before);
+    QCOMPARE(totalSampleCount(), before);
 }
 
 void TestDecodeLine::shortLineIsAWrongHeaderBeforeThePlaneFilter_data()
@@ -328,7 +328,7 @@ void TestDecodeLine::shortLineIsAWrongHeaderBeforeThePlaneFilter()
     QCOMPARE(log.messages(), QStringList{"error data :" + line});
 }
 
-void TestDecodeLine::badLineOf64KibStandsWholeInTheLog()
+void TestDecodeLine::badLineOf64KibIsLoggedCompletely()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -338,7 +338,7 @@ void TestDecodeLine::badLineOf64KibStandsWholeInTheLog()
     QCOMPARE(log.messages(), QStringList{"error data :" + line});
 }
 
-void TestDecodeLine::longerBadLineIsCutWithItsLength()
+void TestDecodeLine::longerBadLineIsLoggedTruncatedWithItsLength()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -351,14 +351,14 @@ void TestDecodeLine::longerBadLineIsCutWithItsLength()
     const int kept = message.count('x');
     QVERIFY2(kept > 1000 && kept <= kBadLineLimit, qPrintable(QString::number(kept)));
     QVERIFY(message.size() < kBadLineLimit + 200);
-    // What looks like a place marker is the line's own text.
+    // A place marker in the line is logged unchanged.
     handler.decodeLine(QStringLiteral("%1%2").repeated(100000));
     QVERIFY(log.messages().last().startsWith("error data :%1%2%1%2"));
     QVERIFY2(log.messages().last().endsWith("%1%2... (400000 characters)"),
              qPrintable(log.messages().last().right(60)));
 }
 
-void TestDecodeLine::bracesInABadLineStandAsTheyAre()
+void TestDecodeLine::bracesInABadLineAreLoggedUnchanged()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -367,7 +367,7 @@ void TestDecodeLine::bracesInABadLineStandAsTheyAre()
     QCOMPARE(log.leveledMessages(), QStringList{"info: error data :{} {0} {:d} %s %1"});
 }
 
-void TestDecodeLine::controlCharactersOfABadLineStandAsTheirNumbers_data()
+void TestDecodeLine::controlCharactersOfABadLineAreLoggedEscaped_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("logged");
@@ -378,11 +378,11 @@ void TestDecodeLine::controlCharactersOfABadLineStandAsTheirNumbers_data()
     QTest::newRow("delete") << "~" + QString(QChar(0x7F)) << R"(~\x7f)";
     QTest::newRow("those of Latin-1") << QString(QChar(0x80)) + QChar(0x9B) + QChar(0x9F) << R"(\x80\x9b\x9f)";
     QTest::newRow("tab and the characters around") << QStringLiteral("\t ~\u00A0飞\\x1b") << "\t ~\u00A0飞\\x1b";
-    QTest::newRow("at the cut of a long line") << QString(kBadLineLimit - 1, 'x') + "\x1By"
-                                               << QString(kBadLineLimit - 1, 'x') + R"(\x1b... (65537 characters))";
+    QTest::newRow("at the truncation of a long line") << QString(kBadLineLimit - 1, 'x')
+            + "\x1By" << QString(kBadLineLimit - 1, 'x') + R"(\x1b... (65537 characters))";
 }
 
-void TestDecodeLine::controlCharactersOfABadLineStandAsTheirNumbers()
+void TestDecodeLine::controlCharactersOfABadLineAreLoggedEscaped()
 {
     const Fixture fixture;
     QFETCH(QString, line);
@@ -393,7 +393,7 @@ void TestDecodeLine::controlCharactersOfABadLineStandAsTheirNumbers()
     QCOMPARE(log.messages(), QStringList{"error data :" + logged});
 }
 
-void TestDecodeLine::goodLineLogsNothing()
+void TestDecodeLine::validLineLogsNothing()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -431,7 +431,7 @@ void TestDecodeLine::decodesEveryFieldOfItsTable()
     }
 }
 
-void TestDecodeLine::edgeValuesOfTheFields()
+void TestDecodeLine::decodesMinimumAndMaximumFieldValues()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -499,12 +499,12 @@ void TestDecodeLine::frameAtItsThresholdRepeatsTheLastSamples()
     QCOMPARE(int(handler.frameError()), 0);
 }
 
-void TestDecodeLine::frameAboveItsThresholdIsDecodedWithZerosBehindItsEnd_data()
+void TestDecodeLine::frameAboveItsThresholdReadsMissingBytesAsZero_data()
 {
     frameAtItsThresholdRepeatsTheLastSamples_data();
 }
 
-void TestDecodeLine::frameAboveItsThresholdIsDecodedWithZerosBehindItsEnd()
+void TestDecodeLine::frameAboveItsThresholdReadsMissingBytesAsZero()
 {
     const Fixture fixture;
     QFETCH(int, code);
@@ -547,7 +547,7 @@ void TestDecodeLine::shortFrameOnEmptyChannelsGivesZeros()
     }
 }
 
-void TestDecodeLine::bytesOfTheLineBeforeAreNotSeen()
+void TestDecodeLine::bytesOfThePreviousLineAreNotUsed()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -559,7 +559,7 @@ void TestDecodeLine::bytesOfTheLineBeforeAreNotSeen()
     QCOMPARE(samples("HBS_Version"), (QVector<double>{65.535, 1.024}));
 }
 
-void TestDecodeLine::backupFrameHasNoGate_data()
+void TestDecodeLine::backupFrameHasNoMinimumLength_data()
 {
     QTest::addColumn<int>("length");
     QTest::addColumn<double>("value");
@@ -570,7 +570,7 @@ void TestDecodeLine::backupFrameHasNoGate_data()
     QTest::newRow("header alone") << 4 << 0.0;
 }
 
-void TestDecodeLine::backupFrameHasNoGate()
+void TestDecodeLine::backupFrameHasNoMinimumLength()
 {
     const Fixture fixture;
     QFETCH(int, length);
@@ -596,7 +596,7 @@ void TestDecodeLine::otherCodesAddNoSample()
     FrameText frame(code);
     frame.resize(90);
     QCOMPARE(handler.decodeLine(frame.text()), true);
-    QCOMPARE(samplesInAll(), 0);
+    QCOMPARE(totalSampleCount(), 0);
     QCOMPARE(int(handler.frameTotal()), 1);
     QCOMPARE(int(handler.frameError()), 0);
 }
@@ -608,11 +608,11 @@ void TestDecodeLine::unknownCodeStillRepairs()
     for (MyGraph *graph : targetGraphs)
         graph->setYvalue({4.0});
     handler.decodeLine(FrameText(0x06).text());
-    // Sensors follow targets, control status and equipment follow sensors, attitude follows control status.
+    // Sensors are extended to targets, control status and equipment to sensors, attitude to control status.
     QCOMPARE(lengths(), (QVector<int>{1, 1, 1, 1, 1}));
 }
 
-void TestDecodeLine::bytesFourAndFiveAreNotRead()
+void TestDecodeLine::bytesFiveAndSixAreIgnored()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -621,7 +621,7 @@ void TestDecodeLine::bytesFourAndFiveAreNotRead()
     QCOMPARE(samples("BU_SpeedAngle"), (QVector<double>{5.0, 5.0}));
 }
 
-void TestDecodeLine::longerFrameDecodesNormally_data()
+void TestDecodeLine::bytesAfterTheFieldsAreIgnored_data()
 {
     QTest::addColumn<int>("length");
     QTest::newRow("one byte more") << 51;
@@ -629,7 +629,7 @@ void TestDecodeLine::longerFrameDecodesNormally_data()
     QTest::newRow("a million bytes") << 1000000;
 }
 
-void TestDecodeLine::longerFrameDecodesNormally()
+void TestDecodeLine::bytesAfterTheFieldsAreIgnored()
 {
     const Fixture fixture;
     QFETCH(int, length);
@@ -644,7 +644,7 @@ void TestDecodeLine::longerFrameDecodesNormally()
     QVERIFY(log.messages().isEmpty());
 }
 
-void TestDecodeLine::blanksBetweenBytesDoNoHarm()
+void TestDecodeLine::blanksBetweenBytesAreIgnored()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -659,7 +659,7 @@ void TestDecodeLine::blanksBetweenBytesDoNoHarm()
     QCOMPARE(handler.processed(), qint64(3 * 78));
 }
 
-void TestDecodeLine::filterDropsOtherPlanesSilently()
+void TestDecodeLine::filterSkipsOtherPlanesWithoutLogging()
 {
     const Fixture fixture;
     selectedPlaneEnabled = true;
@@ -667,24 +667,24 @@ void TestDecodeLine::filterDropsOtherPlanesSilently()
     DataHandler handler;
     for (MyGraph *graph : attitudeGraphs)
         graph->setYvalue({1.0, 2.0});
-    const int before = samplesInAll();
+    const int before = totalSampleCount();
     const LogFile log;
     QCOMPARE(handler.decodeLine(FrameText(0x03, 4).text()), false);
-    QCOMPARE(samplesInAll(), before);
+    QCOMPARE(totalSampleCount(), before);
     QCOMPARE(int(handler.frameTotal()), 1);
     QCOMPARE(int(handler.frameError()), 0);
     QCOMPARE(int(handler.frameSelectedId()), 0);
     QVERIFY(log.messages().isEmpty());
 }
 
-void TestDecodeLine::filterCountsItsPlaneWhateverTheCode_data()
+void TestDecodeLine::filterCountsFramesOfItsPlaneWithAnyCode_data()
 {
     QTest::addColumn<int>("code");
     for (const int code : {0x01, 0x02, 0x03, 0x04, 0x05, 0x41, 0x51, 0x52, 0x53, 0x06, 0xFF})
         QTest::addRow("0x%02x", code) << code;
 }
 
-void TestDecodeLine::filterCountsItsPlaneWhateverTheCode()
+void TestDecodeLine::filterCountsFramesOfItsPlaneWithAnyCode()
 {
     const Fixture fixture;
     QFETCH(int, code);
@@ -733,7 +733,7 @@ void TestDecodeLine::countersWrapAt65536()
     QCOMPARE(handler.processed(), qint64(70000) * 12);
 }
 
-void TestDecodeLine::errorAndSelectedCountersWrapToo()
+void TestDecodeLine::errorAndSelectedCountersWrapAt65536()
 {
     const Fixture fixture;
     selectedPlaneEnabled = true;
@@ -764,7 +764,7 @@ void TestDecodeLine::repeatLastCopiesOrStartsWithZero()
     QCOMPARE(backupGraph->yvalue(), (QVector<double>{0.0}));
 }
 
-void TestDecodeLine::threeAttitudeFramesPullTheOthersAlong()
+void TestDecodeLine::threeAttitudeFramesExtendTheOtherGroups()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -780,16 +780,16 @@ void TestDecodeLine::threeAttitudeFramesPullTheOthersAlong()
     QCOMPARE(samples("FSS_Year"), QVector<double>(3, 0.0));
 }
 
-void TestDecodeLine::repairExtendsSensorsBehindTargets()
+void TestDecodeLine::repairExtendsSensorsShorterThanTargets()
 {
     const Fixture fixture;
     DataHandler handler;
     handler.decodeLine(FrameText(0x05).text());
-    // The new sensor sample pulls control status, and that attitude.
+    // The new sensor sample extends control status, which extends attitude.
     QCOMPARE(lengths(), (QVector<int>{1, 1, 1, 1, 1}));
 }
 
-void TestDecodeLine::repairExtendsTargetsTwoBehindSensors()
+void TestDecodeLine::repairExtendsTargetsTwoShorterThanSensors()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -800,7 +800,7 @@ void TestDecodeLine::repairExtendsTargetsTwoBehindSensors()
     QCOMPARE(lengths(), (QVector<int>{2, 2, 2, 2, 1}));
 }
 
-void TestDecodeLine::repairExtendsControlStatusWithEquipmentBehindSensors()
+void TestDecodeLine::repairExtendsControlStatusAndEquipmentShorterThanSensors()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -812,7 +812,7 @@ void TestDecodeLine::repairExtendsControlStatusWithEquipmentBehindSensors()
     QCOMPARE(samples("DS_Top"), (QVector<double>{1.0, 1.0}));
 }
 
-void TestDecodeLine::repairExtendsSensorsTwoBehindControlStatus()
+void TestDecodeLine::repairExtendsSensorsTwoShorterThanControlStatus()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -821,13 +821,13 @@ void TestDecodeLine::repairExtendsSensorsTwoBehindControlStatus()
     handler.decodeLine(FrameText(0x02).text());
     QCOMPARE(lengths(), (QVector<int>{2, 2, 2, 1, 0}));
     handler.decodeLine(FrameText(0x02).text());
-    // Sensors reach two only in the second step; targets follow with the next frame.
+    // Sensors get two samples only in the second step, so targets are extended with the next frame.
     QCOMPARE(lengths(), (QVector<int>{3, 3, 3, 2, 0}));
     handler.decodeLine(FrameText(0x02).text());
     QCOMPARE(lengths(), (QVector<int>{4, 4, 4, 3, 1}));
 }
 
-void TestDecodeLine::repairExtendsAttitudeBehindControlStatus()
+void TestDecodeLine::repairExtendsAttitudeShorterThanControlStatus()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -839,20 +839,20 @@ void TestDecodeLine::repairExtendsAttitudeBehindControlStatus()
     QCOMPARE(samples("PGS_Roll"), (QVector<double>{4.25, 4.25}));
 }
 
-void TestDecodeLine::repairLeavesEquipmentBehindAttitude()
+void TestDecodeLine::repairDoesNotExtendEquipmentToAttitude()
 {
     const Fixture fixture;
     DataHandler handler;
     handler.decodeLine(FrameText(0x02).put(7, 2, 1).set("FSS_Year", 23).text());
     for (int i = 0; i < 3; ++i)
         handler.decodeLine(FrameText(0x03).text());
-    // One from the frame, one repeated for control status alone when attitude led by two, twice.
+    // Control status: one sample from the frame, and two repeated ones because attitude led by two samples twice.
     QCOMPARE(lengths(), (QVector<int>{3, 1, 4, 1, 0}));
     QCOMPARE(samples("FSS_Year"), (QVector<double>{23.0, 23.0, 23.0}));
     QCOMPARE(samples("DS_Top"), (QVector<double>{1.0}));
 }
 
-void TestDecodeLine::repairLeavesALeadOfOneAlone()
+void TestDecodeLine::repairIgnoresALeadOfOne()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -869,7 +869,7 @@ void TestDecodeLine::repairLeavesALeadOfOneAlone()
     QCOMPARE(lengths(), (QVector<int>{7, 7, 8, 6, 5}));
 }
 
-void TestDecodeLine::heartBeatAndPayloadTakeNoPartInTheRepair()
+void TestDecodeLine::repairIgnoresHeartBeatAndPayload()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -885,7 +885,7 @@ void TestDecodeLine::heartBeatAndPayloadTakeNoPartInTheRepair()
     QCOMPARE(channelGroup(0x51)->length(), 0);
 }
 
-void TestDecodeLine::evenTailClosesTheChainFromTheTop()
+void TestDecodeLine::evenTailExtendsTheChainFromTheTop()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -914,7 +914,7 @@ void TestDecodeLine::evenTailExtendsByOneSampleOnly()
     QCOMPARE(samples("DS_Payload"), (QVector<double>{0.0, 1.0, 1.0}));
 }
 
-void TestDecodeLine::evenTailLeavesEvenSeriesAlone()
+void TestDecodeLine::evenTailLeavesEqualLengthsUnchanged()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -924,14 +924,14 @@ void TestDecodeLine::evenTailLeavesEvenSeriesAlone()
     QCOMPARE(before, (QVector<int>{1, 1, 1, 1, 1}));
     handler.evenTail();
     QCOMPARE(lengths(), before);
-    // A group that leads from below is not evened: only the order of the chain counts.
+    // evenTail() only extends along the chain, so a target group that leads extends no other group.
     for (MyGraph *graph : targetGraphs)
         graph->setYvalue({1.0, 2.0, 3.0});
     handler.evenTail();
     QCOMPARE(lengths(), (QVector<int>{1, 1, 1, 1, 3}));
 }
 
-void TestDecodeLine::randomFlightsAgreeWithASecondDecode_data()
+void TestDecodeLine::randomFlightsMatchTheReferenceDecoder_data()
 {
     QTest::addColumn<uint>("seed");
     QTest::addColumn<bool>("filter");
@@ -939,7 +939,7 @@ void TestDecodeLine::randomFlightsAgreeWithASecondDecode_data()
         QTest::addRow("flight %u", seed) << seed << (seed % 3 == 0);
 }
 
-void TestDecodeLine::randomFlightsAgreeWithASecondDecode()
+void TestDecodeLine::randomFlightsMatchTheReferenceDecoder()
 {
     const Fixture fixture;
     QFETCH(uint, seed);
@@ -951,7 +951,7 @@ void TestDecodeLine::randomFlightsAgreeWithASecondDecode()
     reference.planeSelected = filter;
     reference.plane = 2;
     std::mt19937 random(seed);
-    // Some flights lack a code almost wholly, so that the repair has much to do.
+    // Some flights have almost no frames of one code, so that the repair runs often.
     const int rare = int(random() % 4) + 2;
     for (int i = 0; i < 2000; ++i) {
         static const int codes[] = {0x01, 0x02, 0x03, 0x04, 0x05, 0x02, 0x03, 0x04, 0x05, 0x41, 0x51, 0x52, 0x53, 0x77};

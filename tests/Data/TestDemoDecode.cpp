@@ -25,17 +25,17 @@ void compareTrack(const ReferenceDecoder::Track &expected, const std::vector<dou
 
 } // namespace
 
-/** Whole flights, read by the program and by a second decode, channel by channel and bit by bit. */
+/** Compares flights read by the program with the reference decoder, bit by bit in each channel. */
 class TestDemoDecode : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void everyChannelAgrees_data();
-    void everyChannelAgrees();
+    void everyChannelMatchesTheReferenceDecoder_data();
+    void everyChannelMatchesTheReferenceDecoder();
 };
 
-void TestDemoDecode::everyChannelAgrees_data()
+void TestDemoDecode::everyChannelMatchesTheReferenceDecoder_data()
 {
     QTest::addColumn<int>("minutes");
     QTest::addColumn<quint64>("seed");
@@ -50,7 +50,7 @@ void TestDemoDecode::everyChannelAgrees_data()
     QTest::newRow("damaged, with the plane filter") << 10 << quint64(5) << true << true << true << true;
 }
 
-void TestDemoDecode::everyChannelAgrees()
+void TestDemoDecode::everyChannelMatchesTheReferenceDecoder()
 {
     QFETCH(int, minutes);
     QFETCH(quint64, seed);

@@ -13,8 +13,8 @@
 #include <initializer_list>
 #include <new>
 
-// New memory is never zero in this program, also while the tables are built before main(): a row that is not there does
-// not read as the all-zero row that should be.
+// Fills new memory with nonzero bytes, also before main(), when the tables are built. So memory after a table does not
+// look like the required all-zero end row.
 void *operator new(std::size_t size)
 {
     void *const memory = std::malloc(size > 0 ? size : 1);
@@ -68,8 +68,8 @@ class TestFrameTable : public QObject
     Q_OBJECT
 
 private slots:
-    void everyRowIsAsDescribed_data();
-    void everyRowIsAsDescribed();
+    void everyRowMatchesTheExpectedTable_data();
+    void everyRowMatchesTheExpectedTable();
     void thereAre143RowsWithDifferentLabels();
     void everyCodeHasItsDescriptor();
     void descriptorsEndWithAZeroRow();
@@ -79,7 +79,7 @@ private slots:
     void readsBigEndianIntegers();
     void readsSignedAsTwosComplement();
     void readsSixtyFourBits();
-    void sameBytesReadBySign();
+    void sameBytesDifferBySign();
     void otherWidthsReadAsZero_data();
     void otherWidthsReadAsZero();
     void nullSourceReadsAsZero();
@@ -87,7 +87,7 @@ private slots:
     void packetClassIsDeclaredAndEmpty();
 };
 
-void TestFrameTable::everyRowIsAsDescribed_data()
+void TestFrameTable::everyRowMatchesTheExpectedTable_data()
 {
     QTest::addColumn<int>("position");
     const QVector<ExpectedField> fields = expectedFields();
@@ -95,7 +95,7 @@ void TestFrameTable::everyRowIsAsDescribed_data()
         QTest::newRow(qPrintable(fields[i].name)) << i;
 }
 
-void TestFrameTable::everyRowIsAsDescribed()
+void TestFrameTable::everyRowMatchesTheExpectedTable()
 {
     QFETCH(int, position);
     const ExpectedField expected = expectedFields().at(position);
@@ -173,7 +173,7 @@ void TestFrameTable::everyTableEndsWithAnEmptyRow()
 void TestFrameTable::unknownCodeHasNoField_data()
 {
     QTest::addColumn<int>("code");
-    // The end row carries the code 0, which must not count as found.
+    // The end row has the code 0, which must not be found.
     for (const int code : {0x00, 0x06, 0x10, 0x40, 0x42, 0x50, 0x54, 0xFF, 0x101, 0xFFFF})
         QTest::addRow("0x%02x", code) << code;
 }
@@ -215,13 +215,13 @@ void TestFrameTable::readsSixtyFourBits()
     QCOMPARE(read({0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFD}, true), -3.0);
     QCOMPARE(read({0x80, 0, 0, 0, 0, 0, 0, 0}, true), -9223372036854775808.0);
     QCOMPARE(read({0x80, 0, 0, 0, 0, 0, 0, 0}, false), 9223372036854775808.0);
-    // 2^64 - 1 has no double of its own; 2^64 is the nearest.
+    // 2^64 - 1 is not representable as a double; the nearest is 2^64.
     QCOMPARE(read({0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, false), 18446744073709551616.0);
-    // 2^63 + 1025 lies a little nearer to 2^63 + 2048 than to 2^63.
+    // 2^63 + 1025 is nearer to 2^63 + 2048 than to 2^63.
     QCOMPARE(read({0x80, 0, 0, 0, 0, 0, 0x04, 0x01}, false), 9223372036854777856.0);
 }
 
-void TestFrameTable::sameBytesReadBySign()
+void TestFrameTable::sameBytesDifferBySign()
 {
     const auto value = [](int code, const char *name, std::initializer_list<std::uint8_t> bytes) {
         for (const ExpectedField &expected : expectedFields()) {

@@ -10,7 +10,7 @@
 namespace
 {
 
-// What a name of a triad makes of its channel. Written with the catalogue's texts, which are the labels of the store.
+// Expected properties of the channels of a triad. The names are the catalogue's texts, as in the store.
 struct Named {
     const char *source; // text before translation
     const char *label;
@@ -47,23 +47,23 @@ class TestMyGraph : public QObject
 
 private slots:
     void startsEmptyAndHidden();
-    void intervalIsThatOfTheStore();
-    void namesOfTriadsGiveRolePartnersAndColour_data();
-    void namesOfTriadsGiveRolePartnersAndColour();
-    void sourceTextsMatchNothingUnderTheCatalogue();
+    void intervalIsTakenFromTheStore();
+    void triadNamesSetRolePartnersAndColour_data();
+    void triadNamesSetRolePartnersAndColour();
+    void sourceTextsAreOrdinaryWithTheCatalogue();
     void labelsAreOrdinaryWithoutTheCatalogue_data();
     void labelsAreOrdinaryWithoutTheCatalogue();
-    void sourceTextsNameTheTriadsWithoutTheCatalogue_data();
-    void sourceTextsNameTheTriadsWithoutTheCatalogue();
+    void sourceTextsAreTriadNamesWithoutTheCatalogue_data();
+    void sourceTextsAreTriadNamesWithoutTheCatalogue();
     void otherNamesAreOrdinary_data();
     void otherNamesAreOrdinary();
-    void ordinaryColourIsDrawnAnewAndStaysBelow255();
-    void secondCanvasCodesTakeTargetColour_data();
-    void secondCanvasCodesTakeTargetColour();
-    void defaultColourReachesNoChannelOfTheStore();
-    void samplesAreReachedByReference();
+    void ordinaryColourIsRandomWithComponentsBelow255();
+    void secondCanvasCodesUseTargetColour_data();
+    void secondCanvasCodesUseTargetColour();
+    void defaultColourIsUnusedInTheStore();
+    void samplesAreReturnedByReference();
     void everyFieldHasItsSetter();
-    void isAPlainClass();
+    void isNoQObject();
 };
 
 void TestMyGraph::startsEmptyAndHidden()
@@ -81,7 +81,7 @@ void TestMyGraph::startsEmptyAndHidden()
     QCOMPARE(graph.shown(), false);
 }
 
-void TestMyGraph::intervalIsThatOfTheStore()
+void TestMyGraph::intervalIsTakenFromTheStore()
 {
     const Fixture fixture;
     QCOMPARE(MyGraph(QStringLiteral("x"), 0, 0x04).interval(), 200);
@@ -89,21 +89,21 @@ void TestMyGraph::intervalIsThatOfTheStore()
     QCOMPARE(MyGraph(QStringLiteral("x"), 0, 0x04).interval(), 40);
 }
 
-void TestMyGraph::namesOfTriadsGiveRolePartnersAndColour_data()
+void TestMyGraph::triadNamesSetRolePartnersAndColour_data()
 {
     QTest::addColumn<int>("position");
     for (int i = 0; i < int(std::size(kNamed)); ++i)
         QTest::newRow(kNamed[i].source) << i;
 }
 
-void TestMyGraph::namesOfTriadsGiveRolePartnersAndColour()
+void TestMyGraph::triadNamesSetRolePartnersAndColour()
 {
     const Fixture fixture;
     QFETCH(int, position);
     const Named &named = kNamed[position];
     defaultColor = QColor(1, 2, 3);
 
-    // A code of the first canvas leaves the colour of the table as it is.
+    // A code of the first canvas keeps the colour of the table.
     const MyGraph graph(QString::fromUtf8(named.label), 0, 0x03);
     QCOMPARE(graph.role(), named.role);
     QCOMPARE(graph.diffName(), QString::fromUtf8(named.diff));
@@ -113,7 +113,7 @@ void TestMyGraph::namesOfTriadsGiveRolePartnersAndColour()
     QCOMPARE(graph.position(), 0);
 }
 
-void TestMyGraph::sourceTextsMatchNothingUnderTheCatalogue()
+void TestMyGraph::sourceTextsAreOrdinaryWithTheCatalogue()
 {
     const Fixture fixture;
     for (const Named &named : kNamed) {
@@ -125,7 +125,7 @@ void TestMyGraph::sourceTextsMatchNothingUnderTheCatalogue()
 
 void TestMyGraph::labelsAreOrdinaryWithoutTheCatalogue_data()
 {
-    namesOfTriadsGiveRolePartnersAndColour_data();
+    triadNamesSetRolePartnersAndColour_data();
 }
 
 void TestMyGraph::labelsAreOrdinaryWithoutTheCatalogue()
@@ -137,12 +137,12 @@ void TestMyGraph::labelsAreOrdinaryWithoutTheCatalogue()
     QVERIFY(graph.diffName().isEmpty() && graph.targetName().isEmpty() && graph.actualName().isEmpty());
 }
 
-void TestMyGraph::sourceTextsNameTheTriadsWithoutTheCatalogue_data()
+void TestMyGraph::sourceTextsAreTriadNamesWithoutTheCatalogue_data()
 {
-    namesOfTriadsGiveRolePartnersAndColour_data();
+    triadNamesSetRolePartnersAndColour_data();
 }
 
-void TestMyGraph::sourceTextsNameTheTriadsWithoutTheCatalogue()
+void TestMyGraph::sourceTextsAreTriadNamesWithoutTheCatalogue()
 {
     const Fixture fixture(Fixture::Catalogue::Missing);
     QFETCH(int, position);
@@ -165,8 +165,8 @@ void TestMyGraph::otherNamesAreOrdinary_data()
 {
     QTest::addColumn<QString>("name");
     QTest::newRow("empty") << QString();
-    QTest::newRow("a label of no triad") << QStringLiteral("地速");
-    QTest::newRow("a label with a blank behind") << QStringLiteral("横滚 ");
+    QTest::newRow("a label without a triad") << QStringLiteral("地速");
+    QTest::newRow("a label with a trailing blank") << QStringLiteral("横滚 ");
     QTest::newRow("the true airspeed") << QStringLiteral("真空速");
 }
 
@@ -180,10 +180,11 @@ void TestMyGraph::otherNamesAreOrdinary()
     QCOMPARE(graph.color().alpha(), 255);
 }
 
-void TestMyGraph::ordinaryColourIsDrawnAnewAndStaysBelow255()
+void TestMyGraph::ordinaryColourIsRandomWithComponentsBelow255()
 {
     const Fixture fixture;
-    // 20000 draws miss one of 255 values with a chance of about 255 * exp(-78); and two alike in a row are one in 10^7.
+    // The probability that 20000 colours miss one of 255 values is about 255 * exp(-78). Two equal colours in a row
+    // have a probability of 1e-7.
     QVector<int> seen(256);
     QColor before;
     int changes = 0;
@@ -201,7 +202,7 @@ void TestMyGraph::ordinaryColourIsDrawnAnewAndStaysBelow255()
     QVERIFY(changes > 19990);
 }
 
-void TestMyGraph::secondCanvasCodesTakeTargetColour_data()
+void TestMyGraph::secondCanvasCodesUseTargetColour_data()
 {
     QTest::addColumn<int>("code");
     QTest::addColumn<int>("canvas");
@@ -211,7 +212,7 @@ void TestMyGraph::secondCanvasCodesTakeTargetColour_data()
         QTest::addRow("0x%02x", code) << code << 0;
 }
 
-void TestMyGraph::secondCanvasCodesTakeTargetColour()
+void TestMyGraph::secondCanvasCodesUseTargetColour()
 {
     const Fixture fixture;
     QFETCH(int, code);
@@ -220,14 +221,14 @@ void TestMyGraph::secondCanvasCodesTakeTargetColour()
     const MyGraph roll(QStringLiteral("横滚"), 0, quint8(code));
     QCOMPARE(roll.position(), canvas);
     QCOMPARE(roll.color(), canvas == 1 ? QColor(9, 8, 7) : QColor(255, 255, 0));
-    // The role stays that of the name.
+    // The role still depends on the name.
     QCOMPARE(roll.role(), 0);
 }
 
-void TestMyGraph::defaultColourReachesNoChannelOfTheStore()
+void TestMyGraph::defaultColourIsUnusedInTheStore()
 {
     const Fixture fixture;
-    // No random part reaches 255, and none of the fixed colours is this one.
+    // Random components are below 255, and no fixed colour has these values.
     defaultColor = QColor(255, 255, 254);
     targetColor = QColor(255, 254, 255);
     Fixture::renewStore();
@@ -241,7 +242,7 @@ void TestMyGraph::defaultColourReachesNoChannelOfTheStore()
     }
 }
 
-void TestMyGraph::samplesAreReachedByReference()
+void TestMyGraph::samplesAreReturnedByReference()
 {
     const Fixture fixture;
     MyGraph graph(QStringLiteral("x"), 0, 0x03);
@@ -249,7 +250,7 @@ void TestMyGraph::samplesAreReachedByReference()
     graph.xvalue() = {10.0, 11.0};
     QCOMPARE(graph.yvalue(), (QVector<double>{1.5}));
     QCOMPARE(graph.xvalue(), (QVector<double>{10.0, 11.0}));
-    // Reading a shared series must not copy it.
+    // Reading must not detach a shared series.
     const QVector<double> shared(1000, 2.0);
     graph.setYvalue(shared);
     QVERIFY(std::as_const(graph).yvalue().constData() == shared.constData());
@@ -291,7 +292,7 @@ void TestMyGraph::everyFieldHasItsSetter()
     QCOMPARE(graph.actualName(), QStringLiteral("a"));
 }
 
-void TestMyGraph::isAPlainClass()
+void TestMyGraph::isNoQObject()
 {
     QVERIFY(!std::is_polymorphic<MyGraph>::value);
     QVERIFY(!(std::is_base_of<QObject, MyGraph>::value));

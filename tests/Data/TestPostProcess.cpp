@@ -16,7 +16,7 @@ namespace
 using Samples = QVector<double>;
 using Series = std::vector<double>;
 
-// The labels of the channels that these tests fill.
+// Labels of the channels that the tests fill.
 constexpr char kYear[] = "年";
 constexpr char kMonth[] = "月";
 constexpr char kDate[] = "日";
@@ -41,7 +41,7 @@ Samples samples(const char *label)
     return findGraph(QString::fromUtf8(label))->yvalue();
 }
 
-/** The aircraft's clock, the same for all of a log. */
+/** Sets the aircraft's clock to the same value for all samples. */
 void setClock(int count, int month, int date, int hours, int minutes, int seconds)
 {
     setSamples(kYear, Samples(count, 99.0));
@@ -59,7 +59,7 @@ void change(const char *label, int index, double value)
     setSamples(label, changed);
 }
 
-/** Longitude that lies so many metres east of the origin, and latitude so many north. */
+/** Longitude in degrees at a distance east of the origin; latAt() is the latitude at a distance north. */
 double lngAt(double metres)
 {
     return double(originLng) + metres / (10000000.0 * 0.011131884530186653 * longitudeScale);
@@ -70,7 +70,7 @@ double latAt(double metres)
     return double(originLat) + metres / (10000000.0 * 0.011131884530186653);
 }
 
-/** A flown track, given in metres of the local frame. */
+/** Sets the positions of a track in metres of the local frame. */
 void setPath(const Samples &east, const Samples &north, const Samples &height, double satellites = 12)
 {
     Samples lng, lat;
@@ -90,7 +90,7 @@ void setModes(const Samples &subModes)
     setSamples(kSubMode, subModes);
 }
 
-/** Equal to the millimetre, which is finer than a float keeps a few thousand metres. */
+/** Equal within one millimetre, enough for float values of a few thousand metres. */
 bool nearly(const Series &got, const Samples &wanted)
 {
     if (int(got.size()) != wanted.size())
@@ -121,74 +121,74 @@ class TestPostProcess : public QObject
     Q_OBJECT
 
 private slots:
-    void startTimeStaysWithoutAClock();
-    void startTimeComesFromTheFirstTrustworthySample();
-    void startTimeIsWoundBackByTheSampleInterval();
+    void startTimeIsKeptWithoutAClock();
+    void startTimeUsesTheFirstPlausibleSample();
+    void startTimeIsReducedByTheIntervalsBeforeTheSample();
     void startTimeWrapsAtMidnightWithoutChangingTheDate();
     void startTimeIgnoresTheYear();
-    void startTimeNeedsTheMonthOfTheMiddle();
-    void startTimeStaysWhenNoSampleIsAccepted_data();
-    void startTimeStaysWhenNoSampleIsAccepted();
+    void startTimeNeedsTheMonthOfTheMiddleSample();
+    void startTimeIsKeptWhenNoSampleIsPlausible_data();
+    void startTimeIsKeptWhenNoSampleIsPlausible();
     void startTimeSkipsImpossibleClocks_data();
     void startTimeSkipsImpossibleClocks();
-    void startTimeStaysAndWarnsWhenTheSampleMakesNoTime_data();
-    void startTimeStaysAndWarnsWhenTheSampleMakesNoTime();
-    void startTimeOfALogOfDaysDoesNotOverflow();
-    void startTimeIsLocal();
+    void startTimeIsKeptWithAWarningWhenTheTimeIsInvalid_data();
+    void startTimeIsKeptWithAWarningWhenTheTimeIsInvalid();
+    void startTimeOfALongLogDoesNotOverflow();
+    void startTimeIsInLocalTime();
 
     void originIsTheTenthHeartbeatFromTheEnd();
     void originComesFromTenHeartbeats();
-    void originStaysWithFewerThanTen_data();
-    void originStaysWithFewerThanTen();
-    void originTakesItsIndexFromTheLatitude();
-    void originWithAShorterLongitudeReadsNothingBehindIt();
-    void originBeyondAllSenseIsTaken();
+    void originIsKeptWithFewerThanTenHeartbeats_data();
+    void originIsKeptWithFewerThanTenHeartbeats();
+    void originIndexUsesTheLengthOfTheLatitude();
+    void originWithAShorterLongitudeReadsNothingAfterItsEnd();
+    void implausibleOriginIsAccepted();
 
     void localFrameIsInMetres();
-    void localFrameComputesInDoubleAndLeavesAsFloat();
+    void localFrameComputesInDoubleAndReturnsFloat();
 
     void trackIsEmptyWithoutPositions();
     void trackStartsWithElevenSatellites();
     void trackStartsAtZeroWithoutSatellites();
-    void trackRepeatsThePointBeforeALateralJump();
+    void trackRepeatsThePreviousPointAtALateralJump();
     void trackKeepsAJumpOfUpToAThousandMetres();
     void trackComparesWithTheCorrectedPoint();
-    void trackAxesAreCorrectedByThemselves();
+    void trackAxesAreCorrectedIndependently();
     void trackHeightsAreCorrected_data();
     void trackHeightsAreCorrected();
-    void trackReplacesTheOneBefore();
+    void trackReplacesThePreviousTrack();
 
     void attackTrackIsEmptyWithoutData_data();
     void attackTrackIsEmptyWithoutData();
     void attackTrackStartsAtTheLastRunOfSubMode26_data();
     void attackTrackStartsAtTheLastRunOfSubMode26();
-    void attackTrackIsEmptyWhenTheRunStartsBehindThePositions();
-    void attackTrackReadsNothingBehindTheSubMode();
+    void attackTrackIsEmptyWhenTheRunStartsAfterThePositions();
+    void attackTrackReadsNothingAfterTheSubModes();
     void attackTrackEndsAtTheShorterSeries();
     void attackTrackKeepsJumpsOfUpToTenThousandMetres();
     void attackTrackHeightsAreCorrected_data();
     void attackTrackHeightsAreCorrected();
 
     void differencesAreActualMinusTarget();
-    void differencesBehindTheTargetsKeepTheActualValue();
-    void differencesBehindTheAttitudeAreNotMade();
+    void differencesAfterTheLastTargetKeepTheActualValue();
+    void differencesEndAtTheLastAttitudeSample();
     void differenceOfYawDoesNotWrap();
     void differencesRunTheEventLoopOncePerIndex();
     void differencesLogTheirStart();
-    void differencesLeaveTheActualChannelsAlone();
-    void differencesAreMadeAnew();
+    void differencesLeaveTheActualChannelsUnchanged();
+    void differencesReplaceThePreviousOnes();
 
     void speedAngleIsTheArctangentInDegrees();
-    void speedAngleHoldsWhereTheSpeedIsZero();
-    void speedAngleStopsWithoutSpeed();
+    void speedAngleKeepsItsValueAtZeroSpeed();
+    void speedAngleEndsAtTheLastSpeedSample();
     void speedAngleIsAppended();
 
-    void dataProcessBringsTargetsToTheLengthOfAttitude_data();
-    void dataProcessBringsTargetsToTheLengthOfAttitude();
-    void membersOfTheHandlerForward();
+    void dataProcessFitsTargetsToTheLengthOfAttitude_data();
+    void dataProcessFitsTargetsToTheLengthOfAttitude();
+    void handlerMembersForwardToTheDerivations();
 };
 
-void TestPostProcess::startTimeStaysWithoutAClock()
+void TestPostProcess::startTimeIsKeptWithoutAClock()
 {
     const Fixture fixture;
     startDateTime = kOld;
@@ -198,18 +198,18 @@ void TestPostProcess::startTimeStaysWithoutAClock()
     QVERIFY(log.messages().isEmpty());
 }
 
-void TestPostProcess::startTimeComesFromTheFirstTrustworthySample()
+void TestPostProcess::startTimeUsesTheFirstPlausibleSample()
 {
     const Fixture fixture;
     setClock(200, 7, 4, 10, 11, 12);
     for (int i = 0; i < 40; ++i)
         change(kMonth, i, 255.0);
     postprocess::calStartTime();
-    // Sample 40, wound back by 40 times 200 ms.
+    // The time of sample 40 minus 40 * 200 ms.
     QCOMPARE(startDateTime, QDateTime(QDate(2023, 7, 4), QTime(10, 11, 4)));
 }
 
-void TestPostProcess::startTimeIsWoundBackByTheSampleInterval()
+void TestPostProcess::startTimeIsReducedByTheIntervalsBeforeTheSample()
 {
     const Fixture fixture;
     setClock(200, 7, 4, 10, 11, 12);
@@ -244,10 +244,10 @@ void TestPostProcess::startTimeIgnoresTheYear()
     QCOMPARE(startDateTime, QDateTime(QDate(2023, 12, 31), QTime(23, 59, 59)));
 }
 
-void TestPostProcess::startTimeNeedsTheMonthOfTheMiddle()
+void TestPostProcess::startTimeNeedsTheMonthOfTheMiddleSample()
 {
     const Fixture fixture;
-    // Seven samples: the middle is index 3.
+    // Seven samples: the middle sample has index 3.
     setClock(7, 1, 4, 10, 0, 0);
     change(kMonth, 2, 8.0);
     change(kMonth, 3, 8.0);
@@ -255,14 +255,14 @@ void TestPostProcess::startTimeNeedsTheMonthOfTheMiddle()
     postprocess::calStartTime();
     QCOMPARE(startDateTime, QDateTime(QDate(2023, 8, 4), QTime(9, 59, 59, 600)));
 
-    // Six samples: still index 3.
+    // Six samples: the middle sample also has index 3.
     setClock(6, 1, 4, 10, 0, 0);
     change(kMonth, 3, 8.0);
     postprocess::calStartTime();
     QCOMPARE(startDateTime, QDateTime(QDate(2023, 8, 4), QTime(9, 59, 59, 400)));
 }
 
-void TestPostProcess::startTimeStaysWhenNoSampleIsAccepted_data()
+void TestPostProcess::startTimeIsKeptWhenNoSampleIsPlausible_data()
 {
     QTest::addColumn<int>("month");
     QTest::addColumn<int>("date");
@@ -277,7 +277,7 @@ void TestPostProcess::startTimeStaysWhenNoSampleIsAccepted_data()
     QTest::newRow("clock never set") << 255 << 255 << 255 << 255 << 255;
 }
 
-void TestPostProcess::startTimeStaysWhenNoSampleIsAccepted()
+void TestPostProcess::startTimeIsKeptWhenNoSampleIsPlausible()
 {
     const Fixture fixture;
     QFETCH(int, month);
@@ -315,7 +315,7 @@ void TestPostProcess::startTimeSkipsImpossibleClocks()
     QCOMPARE(startDateTime, QDateTime(QDate(2023, 7, 4), QTime(10, 11, 11, 600)));
 }
 
-void TestPostProcess::startTimeStaysAndWarnsWhenTheSampleMakesNoTime_data()
+void TestPostProcess::startTimeIsKeptWithAWarningWhenTheTimeIsInvalid_data()
 {
     QTest::addColumn<int>("month");
     QTest::addColumn<int>("date");
@@ -331,7 +331,7 @@ void TestPostProcess::startTimeStaysAndWarnsWhenTheSampleMakesNoTime_data()
     QTest::newRow("29 February, which 2023 lacks") << 2 << 29 << 10 << 0 << 0;
 }
 
-void TestPostProcess::startTimeStaysAndWarnsWhenTheSampleMakesNoTime()
+void TestPostProcess::startTimeIsKeptWithAWarningWhenTheTimeIsInvalid()
 {
     const Fixture fixture;
     QFETCH(int, month);
@@ -348,20 +348,20 @@ void TestPostProcess::startTimeStaysAndWarnsWhenTheSampleMakesNoTime()
     QCOMPARE(log.lines().first().level, QStringLiteral("warning"));
 }
 
-void TestPostProcess::startTimeOfALogOfDaysDoesNotOverflow()
+void TestPostProcess::startTimeOfALongLogDoesNotOverflow()
 {
     const Fixture fixture;
-    // 300 samples of 10000 s are 34 days 17:20, more milliseconds than an int holds.
+    // 300 samples of 10000 s are 34 days 17:20, whose milliseconds exceed an int.
     sampleInterval = 10000000;
     setClock(700, 7, 4, 10, 0, 0);
     for (int i = 0; i < 300; ++i)
         change(kMonth, i, 255.0);
     postprocess::calStartTime();
-    // 10:00 less 17:20, on the same date.
+    // 10:00 minus 17:20, on the same date.
     QCOMPARE(startDateTime, QDateTime(QDate(2023, 7, 4), QTime(16, 40)));
 }
 
-void TestPostProcess::startTimeIsLocal()
+void TestPostProcess::startTimeIsInLocalTime()
 {
     const Fixture fixture;
     setClock(1, 7, 4, 10, 11, 12);
@@ -399,7 +399,7 @@ void TestPostProcess::originComesFromTenHeartbeats()
     QVERIFY(longitudeScale == 0.5);
 }
 
-void TestPostProcess::originStaysWithFewerThanTen_data()
+void TestPostProcess::originIsKeptWithFewerThanTenHeartbeats_data()
 {
     QTest::addColumn<int>("count");
     QTest::newRow("none") << 0;
@@ -407,7 +407,7 @@ void TestPostProcess::originStaysWithFewerThanTen_data()
     QTest::newRow("nine") << 9;
 }
 
-void TestPostProcess::originStaysWithFewerThanTen()
+void TestPostProcess::originIsKeptWithFewerThanTenHeartbeats()
 {
     const Fixture fixture;
     QFETCH(int, count);
@@ -420,7 +420,7 @@ void TestPostProcess::originStaysWithFewerThanTen()
     QVERIFY(longitudeScale == scale);
 }
 
-void TestPostProcess::originTakesItsIndexFromTheLatitude()
+void TestPostProcess::originIndexUsesTheLengthOfTheLatitude()
 {
     const Fixture fixture;
     Samples lng;
@@ -433,7 +433,7 @@ void TestPostProcess::originTakesItsIndexFromTheLatitude()
     QVERIFY(originLat == 30.0f);
 }
 
-void TestPostProcess::originWithAShorterLongitudeReadsNothingBehindIt()
+void TestPostProcess::originWithAShorterLongitudeReadsNothingAfterItsEnd()
 {
     const Fixture fixture;
     setSamples(kHomeLng, {10.0});
@@ -442,10 +442,10 @@ void TestPostProcess::originWithAShorterLongitudeReadsNothingBehindIt()
     QVERIFY(originLng == 113.91378f || originLng == 10.0f);
 }
 
-void TestPostProcess::originBeyondAllSenseIsTaken()
+void TestPostProcess::implausibleOriginIsAccepted()
 {
     const Fixture fixture;
-    // Such values do not fit the fields of a frame, but nothing may break on them.
+    // A frame cannot contain such values, but they must not crash.
     for (const double value : {1e30, -1e30, 214.7483648, std::numeric_limits<double>::infinity(),
                                std::numeric_limits<double>::quiet_NaN()}) {
         setSamples(kHomeLng, Samples(10, value));
@@ -465,7 +465,7 @@ void TestPostProcess::localFrameIsInMetres()
     originLat = 0.0f;
     originLng = 0.0f;
     longitudeScale = 1.0;
-    // A degree of a great circle: the earth's circumference at this radius over 360.
+    // One degree of a great circle: the earth's circumference at this radius divided by 360.
     QVERIFY(postprocess::localY(1.0) == float(111318.84530186653));
     QVERIFY(postprocess::localX(1.0) == float(111318.84530186653));
     QVERIFY(postprocess::localX(-1.0) == float(-111318.84530186653));
@@ -479,7 +479,7 @@ void TestPostProcess::localFrameIsInMetres()
     QVERIFY(postprocess::localY(31.0) == float(111318.84530186653));
 }
 
-void TestPostProcess::localFrameComputesInDoubleAndLeavesAsFloat()
+void TestPostProcess::localFrameComputesInDoubleAndReturnsFloat()
 {
     const Fixture fixture;
     originLng = 113.91378f;
@@ -514,7 +514,7 @@ void TestPostProcess::trackStartsWithElevenSatellites()
     setPath({0, 1, 2, 3, 4}, {10, 11, 12, 13, 14}, {50, 51, 52, 53, 54}, 5);
     setSamples(kSatellites, {5, 10, 11, 9, 12});
     postprocess::calTrack();
-    // Ten are not enough; a later drop does not matter.
+    // Ten satellites are not enough; a later decrease is ignored.
     QVERIFY(nearly(trackX, {2, 3, 4}));
     QVERIFY(nearly(trackY, {12, 13, 14}));
     QVERIFY(trackZ == (Series{52, 53, 54}));
@@ -529,7 +529,7 @@ void TestPostProcess::trackStartsAtZeroWithoutSatellites()
     QVERIFY(nearly(trackY, {10, 11, 12}));
 }
 
-void TestPostProcess::trackRepeatsThePointBeforeALateralJump()
+void TestPostProcess::trackRepeatsThePreviousPointAtALateralJump()
 {
     const Fixture fixture;
     setPath({0, 1500, 2}, {0, 1, -1500}, {0, 0, 0});
@@ -550,13 +550,13 @@ void TestPostProcess::trackKeepsAJumpOfUpToAThousandMetres()
 void TestPostProcess::trackComparesWithTheCorrectedPoint()
 {
     const Fixture fixture;
-    // 1500 is repeated as 0; 1600 lies 100 from the raw point but 1600 from the corrected one.
+    // 1500 is replaced by 0. 1600 is 100 away from the raw point but 1600 away from the corrected point.
     setPath({0, 1500, 1600, 900}, {0, 0, 0, 0}, {0, 0, 0, 0});
     postprocess::calTrack();
     QVERIFY(nearly(trackX, {0, 0, 0, 900}));
 }
 
-void TestPostProcess::trackAxesAreCorrectedByThemselves()
+void TestPostProcess::trackAxesAreCorrectedIndependently()
 {
     const Fixture fixture;
     setPath({0, 5000, 2}, {0, 7, 8}, {0, 90, 95});
@@ -593,7 +593,7 @@ void TestPostProcess::trackHeightsAreCorrected()
     QCOMPARE(int(trackX.size()), heights.size());
 }
 
-void TestPostProcess::trackReplacesTheOneBefore()
+void TestPostProcess::trackReplacesThePreviousTrack()
 {
     const Fixture fixture;
     setPath({0, 1, 2}, {0, 0, 0}, {0, 0, 0});
@@ -610,8 +610,8 @@ void TestPostProcess::attackTrackIsEmptyWithoutData_data()
     QTest::addColumn<int>("positions");
     QTest::addColumn<int>("modes");
     QTest::newRow("nothing") << 0 << 0;
-    QTest::newRow("positions alone") << 3 << 0;
-    QTest::newRow("modes alone") << 0 << 3;
+    QTest::newRow("only positions") << 3 << 0;
+    QTest::newRow("only modes") << 0 << 3;
 }
 
 void TestPostProcess::attackTrackIsEmptyWithoutData()
@@ -634,10 +634,10 @@ void TestPostProcess::attackTrackStartsAtTheLastRunOfSubMode26_data()
     QTest::newRow("run that ends before") << Samples{5, 26, 26, 5, 5} << 1;
     QTest::newRow("the last of two runs") << Samples{5, 26, 5, 26, 5} << 3;
     QTest::newRow("one sample at the end") << Samples{5, 5, 5, 5, 26} << 4;
-    QTest::newRow("26 from the start has no start of its own") << Samples{26, 26, 26, 5, 5} << 0;
+    QTest::newRow("26 from the first sample is no run start") << Samples{26, 26, 26, 5, 5} << 0;
     QTest::newRow("26 throughout") << Samples{26, 26, 26, 26, 26} << 0;
     QTest::newRow("never 26: the whole flight") << Samples{5, 5, 5, 5, 5} << 0;
-    QTest::newRow("25 and 27 are others") << Samples{5, 25, 27, 25, 27} << 0;
+    QTest::newRow("25 and 27 do not match") << Samples{5, 25, 27, 25, 27} << 0;
 }
 
 void TestPostProcess::attackTrackStartsAtTheLastRunOfSubMode26()
@@ -653,22 +653,22 @@ void TestPostProcess::attackTrackStartsAtTheLastRunOfSubMode26()
     QVERIFY(nearly(attackTrackZ, Samples({50, 51, 52, 53, 54}).mid(start)));
 }
 
-void TestPostProcess::attackTrackIsEmptyWhenTheRunStartsBehindThePositions()
+void TestPostProcess::attackTrackIsEmptyWhenTheRunStartsAfterThePositions()
 {
     const Fixture fixture;
     attackTrackX = {1.0};
     setPath({0, 1, 2}, {0, 0, 0}, {0, 0, 0});
-    // The walk starts at sample 3, which only the modes have; the earlier run is not looked at any more.
+    // The search starts at sample 3, which only the modes have, and ignores the earlier run.
     setModes({5, 26, 5, 26, 26});
     postprocess::calAttackTrack();
     QVERIFY(attackTrackX.empty() && attackTrackY.empty() && attackTrackZ.empty());
 }
 
-void TestPostProcess::attackTrackReadsNothingBehindTheSubMode()
+void TestPostProcess::attackTrackReadsNothingAfterTheSubModes()
 {
     const Fixture fixture;
     setPath({0, 1, 2, 3, 4}, Samples(5, 0.0), Samples(5, 0.0));
-    // Three modes, five positions: sample 3 of the modes does not exist and is no hit.
+    // Three modes, five positions: sample 3 of the modes does not exist and is no match.
     setModes({5, 26, 26});
     postprocess::calAttackTrack();
     QVERIFY(nearly(attackTrackX, {1, 2}));
@@ -731,7 +731,7 @@ void TestPostProcess::differencesAreActualMinusTarget()
     QCOMPARE(samples("高度差值"), (Samples{20, -100}));
 }
 
-void TestPostProcess::differencesBehindTheTargetsKeepTheActualValue()
+void TestPostProcess::differencesAfterTheLastTargetKeepTheActualValue()
 {
     const Fixture fixture;
     for (MyGraph *graph : attitudeGraphs)
@@ -743,7 +743,7 @@ void TestPostProcess::differencesBehindTheTargetsKeepTheActualValue()
         QCOMPARE(graph->yvalue(), (Samples{9, 18, 30, 40}));
 }
 
-void TestPostProcess::differencesBehindTheAttitudeAreNotMade()
+void TestPostProcess::differencesEndAtTheLastAttitudeSample()
 {
     const Fixture fixture;
     for (MyGraph *graph : attitudeGraphs)
@@ -773,7 +773,7 @@ void TestPostProcess::differencesRunTheEventLoopOncePerIndex()
         graph->setYvalue(Samples(5, 1.0));
     for (MyGraph *graph : targetGraphs)
         graph->setYvalue(Samples(3, 1.0));
-    // Each run of the loop delivers what was posted before it, and not what its delivery posts anew.
+    // Each run of the event loop delivers earlier posted events, but not events that are posted during the run.
     int runs = 0;
     QObject receiver;
     std::function<void()> again = [&] {
@@ -795,7 +795,7 @@ void TestPostProcess::differencesLogTheirStart()
         QVERIFY(graph->yvalue().isEmpty());
 }
 
-void TestPostProcess::differencesLeaveTheActualChannelsAlone()
+void TestPostProcess::differencesLeaveTheActualChannelsUnchanged()
 {
     const Fixture fixture;
     for (MyGraph *graph : attitudeGraphs)
@@ -809,7 +809,7 @@ void TestPostProcess::differencesLeaveTheActualChannelsAlone()
         QCOMPARE(graph->yvalue(), (Samples{1, 2}));
 }
 
-void TestPostProcess::differencesAreMadeAnew()
+void TestPostProcess::differencesReplaceThePreviousOnes()
 {
     const Fixture fixture;
     for (MyGraph *graph : differenceGraphs)
@@ -832,12 +832,12 @@ void TestPostProcess::speedAngleIsTheArctangentInDegrees()
     QCOMPARE(angles[0], 45.0);
     QCOMPARE(angles[1], -45.0);
     QCOMPARE(angles[2], 0.0);
-    // The quotient alone counts, so a speed backwards gives the angle of its mirror image.
+    // Only the quotient matters, so both speeds negated give the same angle.
     QCOMPARE(angles[3], -45.0);
     QVERIFY(std::fabs(angles[4] - 30.0) < 1e-12);
 }
 
-void TestPostProcess::speedAngleHoldsWhereTheSpeedIsZero()
+void TestPostProcess::speedAngleKeepsItsValueAtZeroSpeed()
 {
     const Fixture fixture;
     setSamples(kGroundSpeed, {0, 10, 0, 0, 0.01});
@@ -846,7 +846,7 @@ void TestPostProcess::speedAngleHoldsWhereTheSpeedIsZero()
     QCOMPARE(samples("速度角度"), (Samples{0.0, 45.0, 45.0, 45.0, -45.0}));
 }
 
-void TestPostProcess::speedAngleStopsWithoutSpeed()
+void TestPostProcess::speedAngleEndsAtTheLastSpeedSample()
 {
     const Fixture fixture;
     backupGraph->setYvalue({3.0});
@@ -861,16 +861,16 @@ void TestPostProcess::speedAngleIsAppended()
     setSamples(kGroundSpeed, {0, 1});
     setSamples(kUpSpeed, {1, 1});
     postprocess::calSpeedAngle();
-    // The angle starts from zero and not from what the frames left.
+    // The angle starts at zero, not at the last value of the frames.
     QCOMPARE(backupGraph->yvalue(), (Samples{3.0, -7.0, 0.0, 45.0}));
 }
 
-void TestPostProcess::dataProcessBringsTargetsToTheLengthOfAttitude_data()
+void TestPostProcess::dataProcessFitsTargetsToTheLengthOfAttitude_data()
 {
     QTest::addColumn<int>("targets");
     QTest::addColumn<int>("attitudes");
-    QTest::addColumn<int>("copies"); // of each sample in a row
-    QTest::addColumn<int>("length"); // of a target channel afterwards; behind its samples it is zeros
+    QTest::addColumn<int>("copies"); // repetitions of each sample
+    QTest::addColumn<int>("length"); // final length of a target channel; zeros follow its samples
     QTest::addColumn<bool>("finishLogged");
 
     QTest::newRow("equal") << 20 << 20 << 1 << 20 << false;
@@ -881,7 +881,7 @@ void TestPostProcess::dataProcessBringsTargetsToTheLengthOfAttitude_data()
     QTest::newRow("exactly twice") << 20 << 40 << 2 << 40 << true;
     QTest::newRow("one more than twice: doubled and filled") << 20 << 41 << 2 << 41 << true;
     QTest::newRow("ten more than twice") << 20 << 50 << 2 << 50 << true;
-    QTest::newRow("eleven more than twice: left alone") << 20 << 51 << 1 << 20 << true;
+    QTest::newRow("eleven more than twice: unchanged") << 20 << 51 << 1 << 20 << true;
     QTest::newRow("far too few") << 20 << 500 << 1 << 20 << true;
     QTest::newRow("too many: cut") << 20 << 7 << 1 << 7 << true;
     QTest::newRow("no attitude at all") << 20 << 0 << 1 << 0 << true;
@@ -893,7 +893,7 @@ void TestPostProcess::dataProcessBringsTargetsToTheLengthOfAttitude_data()
     QTest::newRow("odd length, doubled and cut") << 21 << 41 << 2 << 41 << true;
 }
 
-void TestPostProcess::dataProcessBringsTargetsToTheLengthOfAttitude()
+void TestPostProcess::dataProcessFitsTargetsToTheLengthOfAttitude()
 {
     const Fixture fixture;
     QFETCH(int, targets);
@@ -923,7 +923,7 @@ void TestPostProcess::dataProcessBringsTargetsToTheLengthOfAttitude()
     QCOMPARE(log.leveledMessages(), messages);
 }
 
-void TestPostProcess::membersOfTheHandlerForward()
+void TestPostProcess::handlerMembersForwardToTheDerivations()
 {
     const Fixture fixture;
     DataHandler handler;

@@ -30,7 +30,7 @@ QByteArray content(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
 }
 
-/** A connection of the test's own, which writes. */
+/** A separate connection for writing. */
 class Writer
 {
 public:
@@ -58,7 +58,7 @@ public:
             qFatal("%s: %s", qPrintable(statement), qPrintable(query.lastError().text()));
     }
 
-    /** Whether SQLite was built with an option. */
+    /** Whether SQLite was built with this compile option. */
     bool has(const QString &option)
     {
         QSqlQuery query(QSqlDatabase::database("writer"));
@@ -83,7 +83,7 @@ public:
     }
 };
 
-/** A folder for temporary files that is a test's own. */
+/** Sets the folder for temporary files during a test. */
 class TemporaryFolder
 {
 public:
@@ -118,12 +118,12 @@ QTableWidget *tableOf(QDialog *dialog)
     return dialog->findChild<QTableWidget *>("tableWidget");
 }
 
-/** An answer that ticks rows in this order and confirms. */
+/** An answer that ticks the rows in this order and confirms. */
 ModalAnswer::Answer tickAndConfirm(const QList<int> &rows)
 {
     return [rows](QDialog *dialog) {
         for (const int row : rows) {
-            // Absent when the database was not read, which the test then sees.
+            // The row is missing if the database was not read; the test then fails.
             if (QTableWidgetItem *const tick = tableOf(dialog)->item(row, 3))
                 tick->setCheckState(Qt::Checked);
         }
@@ -138,7 +138,7 @@ FrameText backup(int value)
 
 const QStringList kNothingSelected{"ready", "status No data is selected!"};
 
-/** The entries without those that say in the log why a query failed, which stand at no fixed place. */
+/** Removes the log entries of failed queries, whose positions are not fixed. */
 QStringList withoutQueryWarnings(const QStringList &events)
 {
     QStringList result;
@@ -157,24 +157,24 @@ class TestReadDatabase : public QObject
 
 private slots:
     void cleanup();
-    void wholeReadOfADatabaseInItsOrder();
+    void readOfADatabaseHasTheExpectedSteps();
     void listShowsEveryTask();
-    void idsAreCutToEightBits();
-    void nothingTickedIsReportedAndTheFlowGoesOn();
+    void idsAreTruncatedToEightBits();
+    void emptySelectionIsReportedAndTheReadContinues();
     void closingTheListWithATickReadsThatTask();
     void tasksAreCountedAndReadInTickingOrder();
     void severalTasksAreOneFlight();
-    void idTickedTwiceIsCountedTwiceAndReadOnce();
+    void duplicateIdIsCountedTwiceAndReadOnce();
     void taskWithoutRecordsGivesAnEmptyFlight();
-    void seriesAreEvenedBehindTheLastRecord();
+    void seriesAreExtendedAfterTheLastRecord();
     void countsAreAddedToTheTotalAndCountersStartAtZero();
-    void framesOfEveryKindAreRead_data();
-    void framesOfEveryKindAreRead();
-    void listIsFilledWhateverTheTaskTableHolds();
-    void secondDatabaseOfARunOpensTheFirstAgain();
-    void connectionStaysButIsClosed();
-    void fileThatIsNoDatabaseGivesAnEmptyList_data();
-    void fileThatIsNoDatabaseGivesAnEmptyList();
+    void framesOfEverySqlTypeAreRead_data();
+    void framesOfEverySqlTypeAreRead();
+    void listShowsTasksWithUnusualValues();
+    void secondReadOpensTheFirstDatabaseAgain();
+    void connectionRemainsButIsClosed();
+    void invalidDatabaseFileGivesAnEmptyList_data();
+    void invalidDatabaseFileGivesAnEmptyList();
     void missingFileLogsThatTheConnectFailed();
     void folderNamedAsADatabaseLogsThatTheConnectFailed();
     void unreadableDatabaseGivesAnEmptyList();
@@ -183,31 +183,31 @@ private slots:
     void closedWriteAheadDatabaseInAReadOnlyFolderIsRead_data();
     void closedWriteAheadDatabaseInAReadOnlyFolderIsRead();
     void writeAheadLogWithoutItsIndexInAReadOnlyFolderIsRead();
-    void onlyOrdinaryTablesCount_data();
-    void onlyOrdinaryTablesCount();
-    void tableIsFoundHoweverItsNameIsSpelled_data();
-    void tableIsFoundHoweverItsNameIsSpelled();
+    void onlyOrdinaryTablesAreAccepted_data();
+    void onlyOrdinaryTablesAreAccepted();
+    void tableIsFoundWithAnySpellingOfItsName_data();
+    void tableIsFoundWithAnySpellingOfItsName();
     void pipeIsNotOpened_data();
     void pipeIsNotOpened();
-    void databaseBehindALinkIsRead();
-    void unfinishedTransactionIsLeftOutAndTheFilesStay_data();
-    void unfinishedTransactionIsLeftOutAndTheFilesStay();
-    void unfinishedTransactionIsReadAgainFromTheSameFile();
-    void copyThatCannotBeMadeLogsThatTheConnectFailed();
+    void linkedDatabaseIsRead();
+    void unfinishedTransactionIsSkippedAndTheFilesAreUnchanged_data();
+    void unfinishedTransactionIsSkippedAndTheFilesAreUnchanged();
+    void unfinishedDatabaseCanBeReadRepeatedly();
+    void failedCopyLogsThatTheConnectFailed();
     void damagedPageEndsTheReadWithAWarning();
     void writeAheadLogIsRead();
-    void lockedDatabaseGivesAnEmptyListSoon();
-    void fileIsNotChangedByARead();
-    void planeFilterHoldsForDatabasesToo();
+    void lockedDatabaseGivesAnEmptyListWithoutALongWait();
+    void readDoesNotChangeTheFile();
+    void planeFilterAppliesToDatabases();
 };
 
 void TestReadDatabase::cleanup()
 {
-    // Only the test does this; the program keeps its first connection.
+    // The program never removes its first connection; each test needs a new one.
     QSqlDatabase::removeDatabase(kDefault);
 }
 
-void TestReadDatabase::wholeReadOfADatabaseInItsOrder()
+void TestReadDatabase::readOfADatabaseHasTheExpectedSteps()
 {
     const Fixture fixture;
     const QString path = fixture.path("flight.db");
@@ -247,7 +247,7 @@ void TestReadDatabase::listShowsEveryTask()
     const QDateTime time({2023, 12, 16}, {15, 14, 20, 7});
     {
         Writer writer(path);
-        // Columns are found by name, whatever their order.
+        // Columns are found by name, in any order.
         writer.run("create table t_fly_task (ctime integer, extra text, name text, id integer)");
         writer.run("insert into t_fly_task values (?, 'x', '飞行', 3)", {time.toMSecsSinceEpoch()});
         writer.run("insert into t_fly_task values (0, 'x', 'second', 1)");
@@ -264,7 +264,7 @@ void TestReadDatabase::listShowsEveryTask()
     QCOMPARE(cells, (QStringList{" 3 ", " 飞行 ", " 1 ", " second ", " 2023-12-16 15:14:20.007 "}));
 }
 
-void TestReadDatabase::idsAreCutToEightBits()
+void TestReadDatabase::idsAreTruncatedToEightBits()
 {
     const Fixture fixture;
     const QString path = fixture.path("flight.db");
@@ -287,12 +287,12 @@ void TestReadDatabase::idsAreCutToEightBits()
     });
     handler.readDataSlot(path);
     QCOMPARE(ids, (QStringList{" 44 ", " 255 "}));
-    // The cut ids are used in the queries too.
+    // The queries also use the truncated ids.
     QCOMPARE(backupGraph->yvalue(), (QVector<double>{2.0, 3.0}));
     QCOMPARE(handler.total(), qint64(2));
 }
 
-void TestReadDatabase::nothingTickedIsReportedAndTheFlowGoesOn()
+void TestReadDatabase::emptySelectionIsReportedAndTheReadContinues()
 {
     const Fixture fixture;
     const QString path = fixture.path("flight.db");
@@ -336,7 +336,7 @@ void TestReadDatabase::tasksAreCountedAndReadInTickingOrder()
     const Fixture fixture;
     const QString path = fixture.path("flight.db");
     {
-        // Without its column "frame" the last query fails and stands in the log, where its text can be seen.
+        // The column "frame" is missing, so the last query fails and its text is logged.
         Writer writer(path);
         writer.run("create table t_fly_task (id integer, name text, ctime integer)");
         writer.run("create table t_fly_record (task_id integer)");
@@ -384,7 +384,7 @@ void TestReadDatabase::severalTasksAreOneFlight()
     QCOMPARE(sorted, (QVector<double>{0, 2, 3, 5, 6, 8}));
 }
 
-void TestReadDatabase::idTickedTwiceIsCountedTwiceAndReadOnce()
+void TestReadDatabase::duplicateIdIsCountedTwiceAndReadOnce()
 {
     const Fixture fixture;
     const QString path = fixture.path("flight.db");
@@ -422,7 +422,7 @@ void TestReadDatabase::taskWithoutRecordsGivesAnEmptyFlight()
         (QStringList{"ready", "info: start decode data", "status 开始解析数据", "process 1 0"} + endOfRead(0, 0, 0)));
 }
 
-void TestReadDatabase::seriesAreEvenedBehindTheLastRecord()
+void TestReadDatabase::seriesAreExtendedAfterTheLastRecord()
 {
     const Fixture fixture;
     const QString path = fixture.path("flight.db");
@@ -437,7 +437,7 @@ void TestReadDatabase::seriesAreEvenedBehindTheLastRecord()
     ModalAnswer answer;
     answer.next(tickAndConfirm({0}));
     handler.readDataSlot(path);
-    // The second and the third frame each give the status group a sample; the end gives one to every group behind.
+    // The second and the third frame each add a sample to the status group. evenTail() adds one to each shorter group.
     QCOMPARE(attitudeGraphs[0]->yvalue().size(), 3);
     QCOMPARE(controlStatusGraphs[0]->yvalue().size(), 3);
     QCOMPARE(equipmentGraphs[0]->yvalue().size(), 1);
@@ -476,7 +476,7 @@ void TestReadDatabase::countsAreAddedToTheTotalAndCountersStartAtZero()
               + endOfRead(102, 2, 1, 1, 1)));
 }
 
-void TestReadDatabase::framesOfEveryKindAreRead_data()
+void TestReadDatabase::framesOfEverySqlTypeAreRead_data()
 {
     QTest::addColumn<QVariant>("frame");
     QTest::addColumn<int>("errors");
@@ -492,7 +492,7 @@ void TestReadDatabase::framesOfEveryKindAreRead_data()
     QTest::newRow("real") << QVariant(1.5) << 1 << qint64(1);
 }
 
-void TestReadDatabase::framesOfEveryKindAreRead()
+void TestReadDatabase::framesOfEverySqlTypeAreRead()
 {
     const Fixture fixture;
     QFETCH(QVariant, frame);
@@ -515,7 +515,7 @@ void TestReadDatabase::framesOfEveryKindAreRead()
     QCOMPARE(backupGraph->yvalue(), errors == 0 ? QVector<double>{1.0} : QVector<double>());
 }
 
-void TestReadDatabase::listIsFilledWhateverTheTaskTableHolds()
+void TestReadDatabase::listShowsTasksWithUnusualValues()
 {
     const Fixture fixture;
     const QString path = fixture.path("flight.db");
@@ -537,7 +537,7 @@ void TestReadDatabase::listIsFilledWhateverTheTaskTableHolds()
     QCOMPARE(cells, (QStringList{" 0 ", "  ", " 0 ", " blob ", " 7 ", " 3.5 "}));
 }
 
-void TestReadDatabase::secondDatabaseOfARunOpensTheFirstAgain()
+void TestReadDatabase::secondReadOpensTheFirstDatabaseAgain()
 {
     const Fixture fixture;
     for (const int number : {1, 2}) {
@@ -564,7 +564,7 @@ void TestReadDatabase::secondDatabaseOfARunOpensTheFirstAgain()
     QCOMPARE(backupGraph->yvalue(), (QVector<double>{1.0}));
 }
 
-void TestReadDatabase::connectionStaysButIsClosed()
+void TestReadDatabase::connectionRemainsButIsClosed()
 {
     const Fixture fixture;
     const QString path = fixture.path("flight.db");
@@ -586,7 +586,7 @@ void TestReadDatabase::connectionStaysButIsClosed()
     QVERIFY(database.connectOptions().contains("QSQLITE_BUSY_TIMEOUT=500"));
 }
 
-void TestReadDatabase::fileThatIsNoDatabaseGivesAnEmptyList_data()
+void TestReadDatabase::invalidDatabaseFileGivesAnEmptyList_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::newRow("empty file") << QByteArray();
@@ -595,7 +595,7 @@ void TestReadDatabase::fileThatIsNoDatabaseGivesAnEmptyList_data()
     QTest::newRow("header and noise") << QByteArray("SQLite format 3\0", 16) + QByteArray(5000, '\x5A');
 }
 
-void TestReadDatabase::fileThatIsNoDatabaseGivesAnEmptyList()
+void TestReadDatabase::invalidDatabaseFileGivesAnEmptyList()
 {
     const Fixture fixture;
     QFETCH(QByteArray, bytes);
@@ -617,7 +617,7 @@ void TestReadDatabase::fileThatIsNoDatabaseGivesAnEmptyList()
     QVERIFY(answer.allAnswered());
     QCOMPARE(rows, 0);
     const QStringList events = recorder.events();
-    // The user's question "why is the list empty" has an answer in the log.
+    // The log says why the list is empty.
     QVERIFY(events.first().startsWith("warning: ") || events.first().startsWith("error: "));
     QCOMPARE(withoutQueryWarnings(events), kNothingSelected + endOfRead(0, 0, 0));
     QCOMPARE(content(path), bytes);
@@ -650,8 +650,8 @@ void TestReadDatabase::folderNamedAsADatabaseLogsThatTheConnectFailed()
              QStringList{"error: database connect failed!"} + kNothingSelected + endOfRead(0, 0, 0));
 }
 
-/** An ordinary user reads the first task: 0 for its one sample of 1.0, 1 when the folder could be written to, else 2.
- */
+/** Reads the first task as an ordinary user. Returns 0 if it has one sample of 1.0, 1 if the folder is writable, else
+ *  2. */
 static int readOnProtectedMedium(const QString &path)
 {
     return asOrdinaryUser([&path] {
@@ -668,7 +668,7 @@ static int readOnProtectedMedium(const QString &path)
 void TestReadDatabase::unreadableDatabaseGivesAnEmptyList()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const Fixture fixture;
     const QString path = fixture.path("flight.db");
     {
@@ -698,7 +698,7 @@ void TestReadDatabase::unreadableDatabaseGivesAnEmptyList()
 void TestReadDatabase::databaseInAReadOnlyFolderIsRead()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const Fixture fixture;
     QVERIFY(QDir().mkdir(fixture.path("dvd")));
     const QString path = fixture.path("dvd/flight.db");
@@ -716,11 +716,11 @@ void TestReadDatabase::databaseInAReadOnlyFolderIsRead()
     QCOMPARE(QDir(fixture.path("dvd")).entryList(QDir::Files), QStringList{"flight.db"});
 }
 
-/** A medium that was taken out while the recorder still wrote: its rows stand in the write-ahead log beside it. */
+/** A medium that was removed while the recorder was writing: its rows are only in the write-ahead log. */
 void TestReadDatabase::writeAheadLogInAReadOnlyFolderIsRead()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const Fixture fixture;
     QVERIFY(QDir().mkdir(fixture.path("dvd")));
     const QString path = fixture.path("dvd/flight.db");
@@ -751,11 +751,11 @@ void TestReadDatabase::closedWriteAheadDatabaseInAReadOnlyFolderIsRead_data()
     QTest::newRow("name with characters of an address") << "d v?d#1%41&=飞行";
 }
 
-/** Its side files cannot be made there, and it needs none: its writer has closed it. */
+/** SQLite cannot create side files here, but a closed database needs none. */
 void TestReadDatabase::closedWriteAheadDatabaseInAReadOnlyFolderIsRead()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const Fixture fixture;
     QFETCH(QString, folder);
     const QString medium = fixture.path(folder);
@@ -779,11 +779,11 @@ void TestReadDatabase::closedWriteAheadDatabaseInAReadOnlyFolderIsRead()
     QCOMPARE(QDir(medium).entryList(QDir::Files), QStringList{"flight.db"});
 }
 
-/** The index beside the log is often lost with a medium's copy; SQLite must make it anew. */
+/** Copies of a medium often lack the index of the write-ahead log; SQLite must rebuild it. */
 void TestReadDatabase::writeAheadLogWithoutItsIndexInAReadOnlyFolderIsRead()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const Fixture fixture;
     QVERIFY(QDir().mkdir(fixture.path("dvd")));
     QVERIFY(QDir().mkdir(fixture.path("tmp")));
@@ -814,11 +814,11 @@ void TestReadDatabase::writeAheadLogWithoutItsIndexInAReadOnlyFolderIsRead()
     QVERIFY(QDir(fixture.path("tmp")).isEmpty());
 }
 
-void TestReadDatabase::onlyOrdinaryTablesCount_data()
+void TestReadDatabase::onlyOrdinaryTablesAreAccepted_data()
 {
     QTest::addColumn<QString>("table");
     QTest::addColumn<QStringList>("statements");
-    // Rows without an end, but for a limit that ends a failing test.
+    // An endless query; the limit ends a failing test.
     const QString rows = QStringLiteral("with recursive n(i) as (select 1 union all select i + 1 from n limit 20000) ");
     const QString tasks = rows + QStringLiteral("select i as id, 'task' as name, 0 as ctime from n");
     const QString records = rows + QStringLiteral("select i as id, 5 as task_id, 'AAEC' as frame from n");
@@ -842,7 +842,7 @@ void TestReadDatabase::onlyOrdinaryTablesCount_data()
     }
 }
 
-void TestReadDatabase::onlyOrdinaryTablesCount()
+void TestReadDatabase::onlyOrdinaryTablesAreAccepted()
 {
     const Fixture fixture;
     QFETCH(QString, table);
@@ -886,7 +886,7 @@ void TestReadDatabase::onlyOrdinaryTablesCount()
     }
 }
 
-void TestReadDatabase::tableIsFoundHoweverItsNameIsSpelled_data()
+void TestReadDatabase::tableIsFoundWithAnySpellingOfItsName_data()
 {
     QTest::addColumn<QString>("task");
     QTest::newRow("upper case") << "create table T_FLY_TASK(id, name, ctime)";
@@ -903,7 +903,7 @@ void TestReadDatabase::tableIsFoundHoweverItsNameIsSpelled_data()
     QTest::newRow("computed column") << "create table t_fly_task(id, name, c, ctime as (c * 2) stored)";
 }
 
-void TestReadDatabase::tableIsFoundHoweverItsNameIsSpelled()
+void TestReadDatabase::tableIsFoundWithAnySpellingOfItsName()
 {
     const Fixture fixture;
     QFETCH(QString, task);
@@ -962,10 +962,10 @@ void TestReadDatabase::pipeIsNotOpened()
              QStringList{"error: database connect failed!"} + kNothingSelected + endOfRead(0, 0, 0));
 }
 
-void TestReadDatabase::databaseBehindALinkIsRead()
+void TestReadDatabase::linkedDatabaseIsRead()
 {
     if (!hasFifos())
-        QSKIP("QFile::link() makes a shortcut, which needs a name of its own");
+        QSKIP("QFile::link() creates a shortcut, which needs another name");
     const Fixture fixture;
     {
         Writer writer(fixture.path("original.db"));
@@ -982,8 +982,8 @@ void TestReadDatabase::databaseBehindALinkIsRead()
 }
 
 /**
- * The files of a recorder that was cut off while it wrote: three committed frames, and a journal by which the
- * transaction that it had begun can be undone.
+ * Writes the files of a recorder that lost power: three committed frames, and a journal to roll back the unfinished
+ * transaction.
  */
 static void writeUnfinished(const QString &path, const QString &workFolder)
 {
@@ -994,7 +994,7 @@ static void writeUnfinished(const QString &path, const QString &workFolder)
     writer.addTask(5);
     for (const int value : {1, 2, 3})
         writer.addFrame(5, backup(value).text());
-    // Pages that find no room in the cache go to the file before the transaction ends.
+    // A small page cache makes SQLite write pages to the file before the transaction ends.
     writer.run("pragma cache_size = 2");
     writer.run("begin");
     writer.run("update t_fly_record set frame = ?", {backup(9).text()});
@@ -1008,17 +1008,17 @@ static void writeUnfinished(const QString &path, const QString &workFolder)
     QVERIFY(content(path + "-journal").contains(backup(3).text().toUtf8()));
 }
 
-void TestReadDatabase::unfinishedTransactionIsLeftOutAndTheFilesStay_data()
+void TestReadDatabase::unfinishedTransactionIsSkippedAndTheFilesAreUnchanged_data()
 {
     QTest::addColumn<bool>("linked");
     QTest::addColumn<bool>("writable");
     QTest::newRow("in its place") << false << true;
     QTest::newRow("files without the right to write") << false << false;
-    if (hasFifos()) // else a link is a shortcut
+    if (hasFifos()) // on other platforms a link is a shortcut file
         QTest::newRow("behind a link") << true << true;
 }
 
-void TestReadDatabase::unfinishedTransactionIsLeftOutAndTheFilesStay()
+void TestReadDatabase::unfinishedTransactionIsSkippedAndTheFilesAreUnchanged()
 {
     const Fixture fixture;
     QFETCH(bool, linked);
@@ -1061,11 +1061,11 @@ void TestReadDatabase::unfinishedTransactionIsLeftOutAndTheFilesStay()
         QCOMPARE(content(file + sides[i]), before[i]);
     QCOMPARE(QDir(fixture.path("flights")).entryList(QDir::Files), names);
     QCOMPARE(QSqlDatabase::database(kDefault, false).databaseName(), path);
-    for (const QString &side : sides) // else the fixture could not remove them everywhere
+    for (const QString &side : sides) // so that the fixture can remove them on every platform
         QVERIFY(QFile::setPermissions(file + side, QFileDevice::ReadOwner | QFileDevice::WriteOwner));
 }
 
-void TestReadDatabase::unfinishedTransactionIsReadAgainFromTheSameFile()
+void TestReadDatabase::unfinishedDatabaseCanBeReadRepeatedly()
 {
     const Fixture fixture;
     const QString path = fixture.path("flight.db");
@@ -1078,7 +1078,7 @@ void TestReadDatabase::unfinishedTransactionIsReadAgainFromTheSameFile()
         handler.readDataSlot(path);
         QCOMPARE(backupGraph->yvalue(), (QVector<double>{1, 2, 3}));
     }
-    // The recorder was started again and has put its file in order.
+    // The restarted recorder rolls back the transaction.
     {
         Writer writer(path);
         writer.addFrame(5, backup(4).text());
@@ -1092,10 +1092,10 @@ void TestReadDatabase::unfinishedTransactionIsReadAgainFromTheSameFile()
 }
 
 /**
- * An ordinary user reads an unfinished database with this folder for temporary files.
+ * Reads an unfinished database as an ordinary user, with the given folder for temporary files.
  *
- * @return 0 when the log says that it cannot be copied for this reason and the read ends as that of a database which
- *         cannot be opened
+ * @return 0 if the log contains the copy error with this reason and the read ends like for a database that cannot be
+ *         opened
  */
 static int readWithoutCopy(const QString &path, const QString &temporaryFolder, const QString &reason, unsigned room)
 {
@@ -1116,10 +1116,10 @@ static int readWithoutCopy(const QString &path, const QString &temporaryFolder, 
     });
 }
 
-void TestReadDatabase::copyThatCannotBeMadeLogsThatTheConnectFailed()
+void TestReadDatabase::failedCopyLogsThatTheConnectFailed()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const Fixture fixture;
     const QString path = fixture.path("flight.db");
     writeUnfinished(path, fixture.path("work"));
@@ -1133,7 +1133,7 @@ void TestReadDatabase::copyThatCannotBeMadeLogsThatTheConnectFailed()
     QCOMPARE(readWithoutCopy(path, fixture.path("tmp"), "Permission denied", kEnough), 0);
     QCOMPARE(readWithoutCopy(path, fixture.path("full"), "no room is left", 64 * 1024), 0);
     QVERIFY(QDir(fixture.path("full")).isEmpty());
-    // Holes take no room here, but they would in the copy.
+    // The sparse part needs no disk space here, but a copy would need it.
     if (!QFile::resize(path, qint64(1) << 43))
         QSKIP("needs a file system for large files with holes");
     QCOMPARE(readWithoutCopy(path, fixture.path("full"), "bytes are free", kEnough), 0);
@@ -1158,7 +1158,7 @@ void TestReadDatabase::damagedPageEndsTheReadWithAWarning()
     }
     QByteArray bytes = content(path);
     const auto pageOf = [&](int frame) { return bytes.indexOf(backup(frame).text().toUtf8()) / kPage; };
-    // The page in the middle, and the first frame on it: those before it stand on whole pages.
+    // The page in the middle, and its first frame. The frames before it are on intact pages.
     const int damaged = pageOf(kFrames / 2);
     int first = kFrames / 2;
     while (pageOf(first - 1) == damaged)
@@ -1182,7 +1182,7 @@ void TestReadDatabase::damagedPageEndsTheReadWithAWarning()
     const QStringList events = recorder.events();
     QCOMPARE(events.filter("warning: database read broke off: ").size(), 1);
     QCOMPARE(events.filter(QString("warning: database read broke off: %1 records were read: ").arg(first)).size(), 1);
-    // The count passes the page too.
+    // The count query also reads the damaged page.
     QCOMPARE(events.filter("warning: database query failed: select count(*) ").size(), 1);
     QVERIFY(events.contains("process 1 0"));
     QCOMPARE(events.last(), QString("finished %1 0 0").arg(first));
@@ -1198,7 +1198,7 @@ void TestReadDatabase::writeAheadLogIsRead()
     writer.makeTables();
     writer.addTask(5);
     writer.addFrame(5, backup(1).text());
-    // The writer is still there, so the rows stand in the write-ahead log alone.
+    // The writer is still open, so the rows are only in the write-ahead log.
     QVERIFY(QFileInfo(path + "-wal").size() > 0);
     const QByteArray before = content(path);
     DataHandler handler;
@@ -1209,7 +1209,7 @@ void TestReadDatabase::writeAheadLogIsRead()
     QCOMPARE(content(path), before);
 }
 
-void TestReadDatabase::lockedDatabaseGivesAnEmptyListSoon()
+void TestReadDatabase::lockedDatabaseGivesAnEmptyListWithoutALongWait()
 {
     const Fixture fixture;
     const QString path = fixture.path("flight.db");
@@ -1242,7 +1242,7 @@ void TestReadDatabase::lockedDatabaseGivesAnEmptyListSoon()
     writer.run("commit");
 }
 
-void TestReadDatabase::fileIsNotChangedByARead()
+void TestReadDatabase::readDoesNotChangeTheFile()
 {
     const Fixture fixture;
     const QString path = fixture.path("flight.db");
@@ -1267,7 +1267,7 @@ void TestReadDatabase::fileIsNotChangedByARead()
     QCOMPARE(QDir(fixture.dir()).entryList(QDir::Files), QStringList{"flight.db"});
 }
 
-void TestReadDatabase::planeFilterHoldsForDatabasesToo()
+void TestReadDatabase::planeFilterAppliesToDatabases()
 {
     const Fixture fixture;
     const QString path = fixture.path("flight.db");

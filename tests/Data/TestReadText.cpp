@@ -32,7 +32,7 @@ QByteArray content(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
 }
 
-/** A short flight with everything that the derivations need: clock, twelve heartbeats, positions, commands. */
+/** A short flight with all inputs of the derivations: clock, twelve heartbeats, positions, targets. */
 QStringList shortFlight()
 {
     QStringList lines;
@@ -67,48 +67,48 @@ class TestReadText : public QObject
     Q_OBJECT
 
 private slots:
-    void emptyPathIsReportedAndNothingElseHappens();
-    void suffixGoesToTheDebugOutput_data();
-    void suffixGoesToTheDebugOutput();
-    void wholeReadOfATextLogInItsOrder();
+    void emptyPathIsOnlyReported();
+    void suffixIsWrittenToTheDebugOutput_data();
+    void suffixIsWrittenToTheDebugOutput();
+    void readOfATextLogHasTheExpectedSteps();
     void messagesAreEnglishWithoutTheCatalogue();
     void readWithThePlaneFilterLogsItsPlane();
-    void otherSuffixesOpenNothingAndFinishWithZeros_data();
-    void otherSuffixesOpenNothingAndFinishWithZeros();
-    void totalOfTheEndIsCutTo32Bits();
-    void suffixBehindTheLastDotCounts();
+    void otherSuffixesFinishWithZerosWithoutOpeningAFile_data();
+    void otherSuffixesFinishWithZerosWithoutOpeningAFile();
+    void finalTotalIsTruncatedTo32Bits();
+    void suffixStartsAfterTheLastDot();
     void missingFileFinishesTwiceWithZeros();
     void folderNamedAsALogFinishesTwiceWithZeros();
     void fileThatIsNotRegularFinishesTwiceWithZeros_data();
     void fileThatIsNotRegularFinishesTwiceWithZeros();
-    void logBehindALinkIsRead();
+    void linkedLogIsRead();
     void unreadableFileFinishesTwiceWithZeros();
-    void fileThatVanishesAtTheStartIsReported();
+    void fileDeletedAtTheStartIsReported();
     void countersStartAtZero();
-    void progressIsReadyBeforeTheCountersAreReset();
-    void failedOpenFinishesWithZerosWhateverIsCounted();
-    void frameCountIsCutTo16Bits();
+    void readySignalComesBeforeTheCountersAreReset();
+    void failedOpenFinishesWithZerosDespiteOldCounts();
+    void frameCountIsTruncatedTo16Bits();
     void derivationsRunBetweenTheirProgressSteps();
     void startTimeOfTheUserIsKept();
-    void exceptionInTheDifferencesIsLoggedAndTheReadGoesOn();
+    void exceptionInTheDifferencesIsLoggedAndTheReadContinues();
     void trackFilesAreWrittenAndReplaced();
-    void trackOfTheLastLegIsWrittenLast();
+    void attackTrackIsWrittenLast();
     void trackFilesThatCannotBeWrittenAreReportedTwice();
     void emptyLogLeavesTwoEmptyTrackFiles();
     void damagedFilesAreCounted_data();
     void damagedFilesAreCounted();
-    void utf16LogWithMarkIsDecoded();
-    void megabytesOfNoiseEndWithAReport();
-    void lineOf200MegabytesIsHeldAFewTimesOnly_data();
-    void lineOf200MegabytesIsHeldAFewTimesOnly();
-    void logThatIsCutWhileItIsReadIsReported_data();
-    void logThatIsCutWhileItIsReadIsReported();
-    void readThatFailsIsReported();
-    void fileIsClosedAfterwards();
-    void decodeDataGivesTrue();
+    void utf16LogWithByteOrderMarkIsDecoded();
+    void randomBytesAreCountedAsErrors();
+    void lineOf200MegabytesUsesLimitedMemory_data();
+    void lineOf200MegabytesUsesLimitedMemory();
+    void logTruncatedDuringTheReadIsReported_data();
+    void logTruncatedDuringTheReadIsReported();
+    void readErrorIsReported();
+    void fileIsClosedAfterTheRead();
+    void decodeDataReturnsTrue();
 };
 
-void TestReadText::emptyPathIsReportedAndNothingElseHappens()
+void TestReadText::emptyPathIsOnlyReported()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -120,7 +120,7 @@ void TestReadText::emptyPathIsReportedAndNothingElseHappens()
     QVERIFY(!QFileInfo::exists(fixture.applicationPath("myPlot/data.txt")));
 }
 
-void TestReadText::suffixGoesToTheDebugOutput_data()
+void TestReadText::suffixIsWrittenToTheDebugOutput_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("suffix");
@@ -129,7 +129,7 @@ void TestReadText::suffixGoesToTheDebugOutput_data()
     QTest::newRow("none") << QStringLiteral("flight") << QString();
 }
 
-void TestReadText::suffixGoesToTheDebugOutput()
+void TestReadText::suffixIsWrittenToTheDebugOutput()
 {
     const Fixture fixture;
     QFETCH(QString, name);
@@ -140,15 +140,15 @@ void TestReadText::suffixGoesToTheDebugOutput()
     handler.readDataSlot(fixture.path(name));
     QCOMPARE(debug.entries().size(), 1);
     QCOMPARE(debug.entries().first().type, QtDebugMsg);
-    // The stream may put quotes around a text.
+    // QDebug may put quotes around a string.
     QCOMPARE(debug.texts().first().remove('"').trimmed(), suffix);
 }
 
-void TestReadText::wholeReadOfATextLogInItsOrder()
+void TestReadText::readOfATextLogHasTheExpectedSteps()
 {
     const Fixture fixture;
     const QString path = fixture.path("flight.txt");
-    // 25 + 13 + 51 bytes of text; the frames have 12, 0 and 25 bytes.
+    // The text has 25 + 13 + 51 bytes; the frames have 12, 0 and 25 bytes.
     writeLines(path, {FrameText(0x52).text(), "recor:: zzzz", FrameText(0x06).resize(25).text()});
     QCOMPARE(QFileInfo(path).size(), qint64(89));
     DataHandler handler;
@@ -156,7 +156,7 @@ void TestReadText::wholeReadOfATextLogInItsOrder()
     handler.readDataSlot(path);
     QCOMPARE(recorder.events(),
              (QStringList{"ready", "process 1 89", "info: start decode data", "status 开始解析数据", "process -28 89",
-                          // "recor" holds the two digits e and c.
+                          // "recor" contains the digits e and c.
                           "process -27 89", "info: error data :recor:: zzzz", "process -2 89",
                           "status 文件解析成功,处理数据..."}
               + endOfRead(89, 3, 1)));
@@ -195,7 +195,7 @@ void TestReadText::readWithThePlaneFilterLogsItsPlane()
     QCOMPARE(recorder.events().mid(recorder.events().size() - end.size()), end);
 }
 
-void TestReadText::otherSuffixesOpenNothingAndFinishWithZeros_data()
+void TestReadText::otherSuffixesFinishWithZerosWithoutOpeningAFile_data()
 {
     QTest::addColumn<QString>("name");
     for (const char *name : {"flight.TXT", "flight.Txt", "flight.DB", "flight.sqlite", "flight.txt.bak", "flight",
@@ -203,7 +203,7 @@ void TestReadText::otherSuffixesOpenNothingAndFinishWithZeros_data()
         QTest::newRow(name) << QString::fromLatin1(name);
 }
 
-void TestReadText::otherSuffixesOpenNothingAndFinishWithZeros()
+void TestReadText::otherSuffixesFinishWithZerosWithoutOpeningAFile()
 {
     const Fixture fixture;
     QFETCH(QString, name);
@@ -216,7 +216,7 @@ void TestReadText::otherSuffixesOpenNothingAndFinishWithZeros()
     QVERIFY(QFileInfo::exists(fixture.applicationPath("myPlot/data.txt")));
 }
 
-void TestReadText::totalOfTheEndIsCutTo32Bits()
+void TestReadText::finalTotalIsTruncatedTo32Bits()
 {
     const Fixture fixture;
     DataHandler handler;
@@ -227,7 +227,7 @@ void TestReadText::totalOfTheEndIsCutTo32Bits()
              (QStringList{"process -21 9", "process -11 9", "process -1 9", "process 9 9"}));
 }
 
-void TestReadText::suffixBehindTheLastDotCounts()
+void TestReadText::suffixStartsAfterTheLastDot()
 {
     const Fixture fixture;
     writeLines(fixture.path("flight.db.txt"), {FrameText(0x52).text()});
@@ -295,7 +295,7 @@ void TestReadText::fileThatIsNotRegularFinishesTwiceWithZeros()
               + endOfRead(0, 0, 0)));
 }
 
-void TestReadText::logBehindALinkIsRead()
+void TestReadText::linkedLogIsRead()
 {
     if (!hasFifos())
         QSKIP("QFile::link() makes a shortcut, which needs a name of its own");
@@ -311,7 +311,7 @@ void TestReadText::logBehindALinkIsRead()
 void TestReadText::unreadableFileFinishesTwiceWithZeros()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const Fixture fixture;
     const QString path = fixture.path("flight.txt");
     writeLines(path, {FrameText(0x52).text()});
@@ -335,7 +335,7 @@ void TestReadText::unreadableFileFinishesTwiceWithZeros()
     QCOMPARE(code, 0);
 }
 
-void TestReadText::fileThatVanishesAtTheStartIsReported()
+void TestReadText::fileDeletedAtTheStartIsReported()
 {
     const Fixture fixture;
     const QString path = fixture.path("flight.txt");
@@ -370,7 +370,7 @@ void TestReadText::countersStartAtZero()
     QCOMPARE(handler.total(), qint64(27));
 }
 
-void TestReadText::progressIsReadyBeforeTheCountersAreReset()
+void TestReadText::readySignalComesBeforeTheCountersAreReset()
 {
     const Fixture fixture;
     writeLines(fixture.path("flight.txt"), {FrameText(0x52).text()});
@@ -391,7 +391,7 @@ void TestReadText::progressIsReadyBeforeTheCountersAreReset()
     QCOMPARE(int(handler.frameError()), 0);
 }
 
-void TestReadText::failedOpenFinishesWithZerosWhateverIsCounted()
+void TestReadText::failedOpenFinishesWithZerosDespiteOldCounts()
 {
     const Fixture fixture;
     selectedPlaneEnabled = true;
@@ -410,7 +410,7 @@ void TestReadText::failedOpenFinishesWithZerosWhateverIsCounted()
     QCOMPARE(recorder.events().filter("finished"), (QStringList{"finished 0 0 0", "finished 2 1 1"}));
 }
 
-void TestReadText::frameCountIsCutTo16Bits()
+void TestReadText::frameCountIsTruncatedTo16Bits()
 {
     const Fixture fixture;
     const QString path = fixture.path("flight.txt");
@@ -419,7 +419,7 @@ void TestReadText::frameCountIsCutTo16Bits()
     const QSignalSpy finished(&handler, &DataHandler::readDataFinishedSinal);
     const LogFile log;
     handler.readDataSlot(path);
-    // 70000 less 65536
+    // 70000 - 65536
     QCOMPARE(finished.count(), 1);
     QCOMPARE(int(finished.first().at(0).value<ushort>()), 4464);
     QCOMPARE(int(finished.first().at(1).value<ushort>()), 0);
@@ -441,7 +441,7 @@ void TestReadText::derivationsRunBetweenTheirProgressSteps()
 
     DataHandler handler;
     QList<int> steps;
-    // Checked inside the slot, since later steps change what earlier ones left.
+    // Checked inside the slot, because later steps change the state.
     connect(&handler, &DataHandler::process, &handler, [&](int now, int) {
         if (now < total - 30 || now == 1)
             return;
@@ -477,7 +477,7 @@ void TestReadText::startTimeOfTheUserIsKept()
     QCOMPARE(startTimeFromUser, true);
 }
 
-void TestReadText::exceptionInTheDifferencesIsLoggedAndTheReadGoesOn()
+void TestReadText::exceptionInTheDifferencesIsLoggedAndTheReadContinues()
 {
     const Fixture fixture;
     const QString path = fixture.path("flight.txt");
@@ -516,12 +516,12 @@ void TestReadText::trackFilesAreWrittenAndReplaced()
     QCOMPARE(content(data).split('\n').first().trimmed().split('\t').last(), QByteArray("50"));
 }
 
-void TestReadText::trackOfTheLastLegIsWrittenLast()
+void TestReadText::attackTrackIsWrittenLast()
 {
     const Fixture fixture;
     const QString path = fixture.path("flight.txt");
     writeLines(path, shortFlight());
-    // Both in one place, where the one that is written last stays.
+    // Both tracks use the same file, so the file contains the track that is written last.
     AppConfig &config = AppConfig::getInstance();
     config.getAttackDataPath() = config.getDataPath();
     DataHandler handler;
@@ -581,14 +581,14 @@ void TestReadText::damagedFilesAreCounted_data()
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<int>("total");
     QTest::addColumn<int>("wrong");
-    QTest::addColumn<int>("backups"); // samples of BU_SpeedAngle; 0x52 frames stand for good ones
+    QTest::addColumn<int>("backups"); // samples of BU_SpeedAngle; 0x52 frames are the valid frames
 
     const QByteArray good = FrameText(0x52).text().toLatin1();
     QTest::newRow("CR LF line ends") << good + "\r\n" + good + "\r\n" << 2 << 0 << 2;
     QTest::newRow("mixed line ends") << good + "\n" + good + "\r\n" + good << 3 << 0 << 3;
-    QTest::newRow("no line end behind the last line") << good + "\n" + good << 2 << 0 << 2;
+    QTest::newRow("no line break after the last line") << good + "\n" + good << 2 << 0 << 2;
     QTest::newRow("truncated last line") << good + "\nAAEC01" << 2 << 1 << 1;
-    QTest::newRow("last line cut inside its fields") << good + "\n" + good.left(20) << 2 << 0 << 2;
+    QTest::newRow("last line truncated inside its fields") << good + "\n" + good.left(20) << 2 << 0 << 2;
     QTest::newRow("blank lines") << QByteArray("\n\n\n\n\n") << 5 << 5 << 0;
     QTest::newRow("blank lines with CR LF") << QByteArray("\r\n\r\n\r\n") << 3 << 3 << 0;
     QTest::newRow("blank lines between") << good + "\n\n" + good + "\n\n" << 4 << 2 << 2;
@@ -611,7 +611,7 @@ void TestReadText::damagedFilesAreCounted()
     QFETCH(int, wrong);
     QFETCH(int, backups);
     if (bytes.contains('\xFF') && !localeIsUtf8())
-        QSKIP("another codec takes line ends for halves of characters");
+        QSKIP("another codec decodes line breaks as parts of characters");
     writeBytes(fixture.path("flight.txt"), bytes);
     DataHandler handler;
     const QSignalSpy spy(&handler, &DataHandler::readDataFinishedSinal);
@@ -623,7 +623,7 @@ void TestReadText::damagedFilesAreCounted()
     QCOMPARE(content(fixture.path("flight.txt")), bytes);
 }
 
-void TestReadText::utf16LogWithMarkIsDecoded()
+void TestReadText::utf16LogWithByteOrderMarkIsDecoded()
 {
     const Fixture fixture;
     const QString text = FrameText(0x52).text() + "\r\n" + FrameText(0x52).text() + "\r\nx\r\n";
@@ -636,10 +636,10 @@ void TestReadText::utf16LogWithMarkIsDecoded()
     QCOMPARE(backupGraph->yvalue().size(), 2);
 }
 
-void TestReadText::megabytesOfNoiseEndWithAReport()
+void TestReadText::randomBytesAreCountedAsErrors()
 {
     if (!localeIsUtf8())
-        QSKIP("another codec takes line ends for halves of characters");
+        QSKIP("another codec decodes line breaks as parts of characters");
     const Fixture fixture;
     QByteArray noise;
     quint32 state = 12345;
@@ -656,20 +656,20 @@ void TestReadText::megabytesOfNoiseEndWithAReport()
     QCOMPARE(handler.frameTotal(), handler.frameError());
 }
 
-void TestReadText::lineOf200MegabytesIsHeldAFewTimesOnly_data()
+void TestReadText::lineOf200MegabytesUsesLimitedMemory_data()
 {
     QTest::addColumn<QByteArray>("begin");
     QTest::addColumn<QByteArray>("end");
     QTest::newRow("of hexadecimal digits") << QByteArray("AAEC0152") << QByteArray();
-    // A text stream takes over then, from the start of the line, when all of it has been held once already.
+    // QTextStream then reads the line again from its start, after the reader already has all of it in memory.
     QTest::newRow("with another character at its end") << QByteArray("AAEC0152") << QByteArray("\xC3\xA9");
-    QTest::newRow("with another character at its begin") << QByteArray("\xC3\xA9 AAEC0152") << QByteArray();
+    QTest::newRow("with another character at its beginning") << QByteArray("\xC3\xA9 AAEC0152") << QByteArray();
 }
 
-void TestReadText::lineOf200MegabytesIsHeldAFewTimesOnly()
+void TestReadText::lineOf200MegabytesUsesLimitedMemory()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const Fixture fixture;
     QFETCH(QByteArray, begin);
     QFETCH(QByteArray, end);
@@ -687,7 +687,7 @@ void TestReadText::lineOf200MegabytesIsHeldAFewTimesOnly()
     QVERIFY(letOthersRead(fixture.dir()));
     QVERIFY(letOthersRead(path));
     QVERIFY(fixture.letOthersWriteTracks());
-    // In a process of its own, whose peak of memory is that of this read.
+    // In a separate process, so that its peak memory is that of this read.
     const int code = asOrdinaryUser([&] {
         const qint64 before = peakOfMemory();
         DataHandler handler;
@@ -703,16 +703,16 @@ void TestReadText::lineOf200MegabytesIsHeldAFewTimesOnly()
     QCOMPARE(code, 0);
 }
 
-void TestReadText::logThatIsCutWhileItIsReadIsReported_data()
+void TestReadText::logTruncatedDuringTheReadIsReported_data()
 {
     QTest::addColumn<QByteArray>("first");
     QTest::addColumn<QByteArray>("lineEnd");
     QTest::newRow("plain") << QByteArray() << QByteArray("\n");
     QTest::newRow("CR LF") << QByteArray() << QByteArray("\r\n");
-    QTest::newRow("with another character, which a text stream reads") << QByteArray("\xC3\xA9") << QByteArray("\r\n");
+    QTest::newRow("with another character, read by QTextStream") << QByteArray("\xC3\xA9") << QByteArray("\r\n");
 }
 
-void TestReadText::logThatIsCutWhileItIsReadIsReported()
+void TestReadText::logTruncatedDuringTheReadIsReported()
 {
     const Fixture fixture;
     QFETCH(QByteArray, first);
@@ -720,7 +720,7 @@ void TestReadText::logThatIsCutWhileItIsReadIsReported()
     const QString path = fixture.path("flight.txt");
     const QByteArray line = FrameText(0x52).text().toLatin1() + lineEnd;
     constexpr int kLines = 40000;
-    // Beyond all that the reader may hold when the first line is decoded, and at the end of a line.
+    // At the end of a line, and after the part that the reader has in memory when it decodes the first line.
     const qint64 cut = first.size() + 30000 * line.size();
     writeBytes(path, first + line.repeated(kLines));
     const qint64 whole = QFileInfo(path).size();
@@ -742,14 +742,14 @@ void TestReadText::logThatIsCutWhileItIsReadIsReported()
              QStringList{QString("warning: reading the log broke off at byte %1 of %2: the file became shorter")
                              .arg(cut)
                              .arg(whole)});
-    // The flow is that of a log that was read.
+    // The remaining steps are those of a successful read.
     QVERIFY(events.contains("status 文件解析成功,处理数据..."));
     QCOMPARE(events.last(), "finished 30000 0 0");
 }
 
-void TestReadText::readThatFailsIsReported()
+void TestReadText::readErrorIsReported()
 {
-    // A regular file of no length whose first byte cannot be read, not even by root.
+    // A regular file of size 0 that not even root can read.
     const QString broken = "/proc/self/mem";
     if (!hasFifos() || !QFileInfo(broken).isFile())
         QSKIP("needs a file that fails to be read");
@@ -764,7 +764,7 @@ void TestReadText::readThatFailsIsReported()
     QCOMPARE(recorder.events().last(), "finished 0 0 0");
 }
 
-void TestReadText::fileIsClosedAfterwards()
+void TestReadText::fileIsClosedAfterTheRead()
 {
     const Fixture fixture;
     writeLines(fixture.path("flight.txt"), {FrameText(0x52).text()});
@@ -776,7 +776,7 @@ void TestReadText::fileIsClosedAfterwards()
     QCOMPARE(handler.fileOperator()->fileName(), fixture.path("flight.txt"));
 }
 
-void TestReadText::decodeDataGivesTrue()
+void TestReadText::decodeDataReturnsTrue()
 {
     const Fixture fixture;
     writeLines(fixture.path("flight.txt"), {"x", FrameText(0x03).text()});
@@ -785,13 +785,13 @@ void TestReadText::decodeDataGivesTrue()
     QVERIFY(handler.fileOperator()->openFile(QIODevice::ReadOnly));
     QCOMPARE(handler.decodeData(), true);
     QCOMPARE(int(handler.frameTotal()), 4);
-    // Evened at the end of each of the two.
+    // evenTail() runs at the end of both reads.
     QCOMPARE(targetGraphs[0]->yvalue().size(), attitudeGraphs[0]->yvalue().size());
 }
 
 int main(int argc, char *argv[])
 {
-    // A test lets an exception pass through the event loop, which GLib's C code must not see.
+    // One test throws an exception through the event loop; it must not pass through GLib's C code.
     qputenv("QT_NO_GLIB", "1");
     QCoreApplication application(argc, argv);
     TestReadText test;

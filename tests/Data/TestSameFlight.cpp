@@ -26,7 +26,7 @@ bool sameBits(const QVector<double> &a, const QVector<double> &b)
         && std::memcmp(a.constData(), b.constData(), std::size_t(a.size()) * sizeof(double)) == 0;
 }
 
-/** Compares a flight with what the program has in its store, which it has read last. */
+/** Compares a flight with the program's store after its last read. */
 void compareWithStore(const Flight &flight, const DataHandler &handler)
 {
     int compared = 0;
@@ -63,40 +63,40 @@ Flight readInCore(const QString &path, const ReadOptions &options)
 
 } // namespace
 
-/** The program and the core read the same flight from the same file. */
+/** Tests that the program and the core read the same flight from a file. */
 class TestSameFlight : public QObject
 {
     Q_OBJECT
 
 private slots:
     void cleanup();
-    void textLogIsReadAlike_data();
-    void textLogIsReadAlike();
-    void databaseIsReadAlike_data();
-    void databaseIsReadAlike();
-    void damagedDatabaseIsReadAlike();
+    void textLogGivesTheSameFlight_data();
+    void textLogGivesTheSameFlight();
+    void databaseGivesTheSameFlight_data();
+    void databaseGivesTheSameFlight();
+    void damagedDatabaseGivesTheSameFlight();
 };
 
 void TestSameFlight::cleanup()
 {
-    // Only the test does this; the program keeps its first connection.
+    // The program never removes its first connection; each test needs a new one.
     QSqlDatabase::removeDatabase("qt_sql_default_connection");
 }
 
-void TestSameFlight::textLogIsReadAlike_data()
+void TestSameFlight::textLogGivesTheSameFlight_data()
 {
     QTest::addColumn<int>("minutes");
     QTest::addColumn<bool>("damaged");
     QTest::addColumn<bool>("filter");
     QTest::addColumn<QByteArray>("lineEnd");
     QTest::newRow("twenty minutes") << 20 << false << false << QByteArray("\n");
-    QTest::newRow("lines of Windows") << 2 << false << false << QByteArray("\r\n");
+    QTest::newRow("Windows line breaks") << 2 << false << false << QByteArray("\r\n");
     QTest::newRow("with the plane filter") << 2 << false << true << QByteArray("\n");
     QTest::newRow("damaged") << 20 << true << false << QByteArray("\n");
     QTest::newRow("damaged, with the plane filter") << 5 << true << true << QByteArray("\n");
 }
 
-void TestSameFlight::textLogIsReadAlike()
+void TestSameFlight::textLogGivesTheSameFlight()
 {
     QFETCH(int, minutes);
     QFETCH(bool, damaged);
@@ -130,7 +130,7 @@ void TestSameFlight::textLogIsReadAlike()
 namespace
 {
 
-/** Ticks tasks of the list in the order of these ids, and confirms. */
+/** Answers the list: ticks the tasks with these ids in this order, and confirms. */
 void tick(ModalAnswer &answer, const QVector<std::uint8_t> &ids)
 {
     answer.next([ids](QDialog *dialog) {
@@ -147,17 +147,17 @@ void tick(ModalAnswer &answer, const QVector<std::uint8_t> &ids)
 
 } // namespace
 
-void TestSameFlight::databaseIsReadAlike_data()
+void TestSameFlight::databaseGivesTheSameFlight_data()
 {
     using Ids = QVector<std::uint8_t>;
     QTest::addColumn<Ids>("asked");
     QTest::addColumn<Ids>("ticked");
     QTest::newRow("one task") << Ids{3} << Ids{3};
     QTest::newRow("two tasks, the later first") << Ids{12, 3} << Ids{12, 3};
-    QTest::newRow("all tasks") << Ids() << Ids{1, 3, 12, 44}; // 300 is cut to 44
+    QTest::newRow("all tasks") << Ids() << Ids{1, 3, 12, 44}; // 300 is truncated to 44
 }
 
-void TestSameFlight::databaseIsReadAlike()
+void TestSameFlight::databaseGivesTheSameFlight()
 {
     QFETCH(QVector<std::uint8_t>, asked);
     QFETCH(QVector<std::uint8_t>, ticked);
@@ -176,7 +176,7 @@ void TestSameFlight::databaseIsReadAlike()
     compareWithStore(readInCore(path, readOptions), handler);
 }
 
-void TestSameFlight::damagedDatabaseIsReadAlike()
+void TestSameFlight::damagedDatabaseGivesTheSameFlight()
 {
     const Fixture fixture;
     const QString path = fixture.path("flight.db");
@@ -184,7 +184,7 @@ void TestSameFlight::damagedDatabaseIsReadAlike()
     options.minutes = 5;
     QVERIFY(demo::writeDatabase(path, {demo::DemoTask{1, "task", 0, options}}));
     {
-        // A page in the middle of the records.
+        // Damages a page in the middle of the records.
         constexpr int kPage = 4096;
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadWrite));

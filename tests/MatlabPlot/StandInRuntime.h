@@ -1,6 +1,6 @@
 #pragma once
 
-// The stand-in for the plot library and its runtime writes down what is called, one line a call.
+// The fake plot library and its runtime record each call in one line.
 
 struct array_ref {
     int references;

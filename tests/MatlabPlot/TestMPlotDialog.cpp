@@ -41,7 +41,7 @@ QLabel *label(const QDialog &dialog)
     return dialog.findChild<QLabel *>("label");
 }
 
-/** Counts the threads whose objects deleteLater() takes; the dialog shows nobody its own. */
+/** Counts the QThread objects that deleteLater() deletes, because the dialog's thread is private. */
 class ThreadDeletions : public QObject
 {
 public:
@@ -74,7 +74,7 @@ private slots:
     }
     void cleanup()
     {
-        // Workers of closed dialogs end on their own.
+        // Workers of closed dialogs end asynchronously.
         QTRY_COMPARE_WITH_TIMEOUT(threadCount(), m_threads, 30000);
         m_fixture.reset();
     }
@@ -82,19 +82,19 @@ private slots:
     void declaresItsSignalsAndSlotsInOrder();
     void formIsALabelAboveFourButtons_data();
     void formIsALabelAboveFourButtons();
-    void plotReadyIsAPlainFlag();
-    void comesUpWithoutWaitingForTheEngine();
-    void buttonsWaitForTheEngine();
+    void plotReadyIsASimpleFlag();
+    void opensWithoutWaitingForTheEngine();
+    void buttonsAreDisabledUntilTheEngineIsReady();
     void missingEngineShowsTheFailedState();
-    void labelSpeaksOfTheLastData();
+    void labelMentionsTheLastDataBeforeARead();
     void labelIsBlankAfterARead();
     void failureReplacesTheLabel();
     void buttonsEmitTheirSignals();
-    void buttonsReachTheEngine_data();
-    void buttonsReachTheEngine();
-    void clicksDuringAPlotWaitTheirTurn();
+    void buttonsSendTheirPlotToTheEngine_data();
+    void buttonsSendTheirPlotToTheEngine();
+    void clicksDuringAPlotAreQueued();
     void closingDuringAPlotDoesNotWait();
-    void repeatedClosingDuringInitialisationLeavesNothing();
+    void repeatedClosingDuringInitialisationLeavesNoThreadOrProcess();
     void threadIsDeletedAfterItsEnd();
 
 private:
@@ -146,7 +146,7 @@ void TestMPlotDialog::formIsALabelAboveFourButtons()
     QCOMPARE(shown, texts);
 }
 
-void TestMPlotDialog::plotReadyIsAPlainFlag()
+void TestMPlotDialog::plotReadyIsASimpleFlag()
 {
     StandIn standIn;
     standIn.program("octave", kEngine);
@@ -158,7 +158,7 @@ void TestMPlotDialog::plotReadyIsAPlainFlag()
     QCOMPARE(dialog.plotReady(), true);
 }
 
-void TestMPlotDialog::comesUpWithoutWaitingForTheEngine()
+void TestMPlotDialog::opensWithoutWaitingForTheEngine()
 {
     StandIn standIn;
     standIn.program("octave", kSilentEngine);
@@ -175,7 +175,7 @@ void TestMPlotDialog::comesUpWithoutWaitingForTheEngine()
     QVERIFY(timer.elapsed() < 10000);
 }
 
-void TestMPlotDialog::buttonsWaitForTheEngine()
+void TestMPlotDialog::buttonsAreDisabledUntilTheEngineIsReady()
 {
     StandIn standIn;
     standIn.program("octave", "echo up > $here/up\n" + QByteArray(kUntilGo) + '\n' + kEngine);
@@ -206,7 +206,7 @@ void TestMPlotDialog::missingEngineShowsTheFailedState()
     QCOMPARE(log.leveledMessages().filter("error: "), QStringList{"error: Could not initialize libdisplayInitialize!"});
 }
 
-void TestMPlotDialog::labelSpeaksOfTheLastData()
+void TestMPlotDialog::labelMentionsTheLastDataBeforeARead()
 {
     StandIn standIn;
     standIn.program("octave", kEngine);
@@ -264,7 +264,7 @@ void TestMPlotDialog::buttonsEmitTheirSignals()
     }
 }
 
-void TestMPlotDialog::buttonsReachTheEngine_data()
+void TestMPlotDialog::buttonsSendTheirPlotToTheEngine_data()
 {
     QTest::addColumn<QString>("button");
     QTest::addColumn<int>("kind");
@@ -275,7 +275,7 @@ void TestMPlotDialog::buttonsReachTheEngine_data()
     QTest::newRow("last leg") << "btn3D_Attack" << 2 << 1;
 }
 
-void TestMPlotDialog::buttonsReachTheEngine()
+void TestMPlotDialog::buttonsSendTheirPlotToTheEngine()
 {
     QFETCH(QString, button);
     QFETCH(int, kind);
@@ -293,7 +293,7 @@ void TestMPlotDialog::buttonsReachTheEngine()
     QTRY_COMPARE(QString::fromUtf8(standIn.text("told")).section('\n', 1), line);
 }
 
-void TestMPlotDialog::clicksDuringAPlotWaitTheirTurn()
+void TestMPlotDialog::clicksDuringAPlotAreQueued()
 {
     StandIn standIn;
     standIn.program("octave",
@@ -326,13 +326,13 @@ void TestMPlotDialog::closingDuringAPlotDoesNotWait()
         QTest::mouseClick(dialog.findChild<QPushButton *>("btn2D"), Qt::LeftButton);
         QTRY_COMPARE(standIn.text("order"), QByteArray("begin\n"));
     }
-    // A dialog that waited for the plot would have met its end.
+    // The plot must still be running, so the dialog did not wait for it.
     QCOMPARE(standIn.text("order"), QByteArray("begin\n"));
     QVERIFY(QFile(standIn.path("go")).open(QIODevice::WriteOnly));
     QTRY_COMPARE(standIn.text("order"), QByteArray("begin\nend\n"));
 }
 
-void TestMPlotDialog::repeatedClosingDuringInitialisationLeavesNothing()
+void TestMPlotDialog::repeatedClosingDuringInitialisationLeavesNoThreadOrProcess()
 {
     StandIn standIn;
     standIn.program("octave", kSilentEngine);
@@ -340,7 +340,7 @@ void TestMPlotDialog::repeatedClosingDuringInitialisationLeavesNothing()
         MPlotDialog dialog(nullptr);
         dialog.init();
         dialog.show();
-        // Some close before the engine is there, some while it comes up, some while it is silent.
+        // Closes dialogs before the engine exists, during its start, and while it does not answer.
         if (opened % 3 == 1)
             QTRY_VERIFY(!standIn.text("started").isEmpty());
         else if (opened % 3 == 2)
@@ -358,7 +358,7 @@ void TestMPlotDialog::threadIsDeletedAfterItsEnd()
 {
     StandIn standIn;
     standIn.program("octave", kEngine);
-    // The thread of an earlier test may have ended without its object having gone yet.
+    // Deletes the thread object of an earlier test, if it still exists.
     QCoreApplication::processEvents();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     ThreadDeletions deletions;

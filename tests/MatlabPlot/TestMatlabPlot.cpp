@@ -12,7 +12,7 @@
 namespace
 {
 
-// Answers each line; "plot" stands for what the script does with a plot's line.
+// A script that answers each line. It runs "plot" for the line of a plot.
 QByteArray engine(const QByteArray &plot)
 {
     return "read -r line; echo \"$line\" >> $here/told; echo plot-engine:done\n"
@@ -22,26 +22,26 @@ QByteArray engine(const QByteArray &plot)
 
 constexpr char kAnswer[] = "echo plot-engine:done";
 
-/** The log lines after the two with which every worker begins. */
+/** The log messages without the first ones of a worker. */
 QStringList after(const LogFile &log, int count)
 {
     return log.leveledMessages().mid(count);
 }
 
-/** Counts on the thread of the test what a worker says on its own. */
-class Heard : public QObject
+/** Records a worker's signals in the thread of the test. */
+class SignalRecorder : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit Heard(const MatlabPlot *plot)
+    explicit SignalRecorder(const MatlabPlot *plot)
     {
-        connect(plot, &MatlabPlot::initFinished, this, &Heard::finish);
-        connect(plot, &MatlabPlot::matlabInitFailedSignal, this, &Heard::fail);
+        connect(plot, &MatlabPlot::initFinished, this, &SignalRecorder::finish);
+        connect(plot, &MatlabPlot::matlabInitFailedSignal, this, &SignalRecorder::fail);
     }
 
-    /** "finished" or "failed" for each signal, in their order. */
-    QStringList signalsHeard() const { return m_signals; }
+    /** "finished" or "failed" for each signal, in order. */
+    QStringList signalNames() const { return m_signals; }
 
 public slots:
     void finish() { m_signals.append(QStringLiteral("finished")); }
@@ -51,7 +51,7 @@ private:
     QStringList m_signals;
 };
 
-/** A worker with its thread, as the dialog has them; the engine goes with the thread. */
+/** A worker in its own thread, as in the dialog. The engine ends with the thread. */
 class Worker
 {
 public:
@@ -73,8 +73,8 @@ public:
         m_thread.wait();
     }
 
-    // By name: a functor would carry data of ours across Qt's queue, whose locking the thread sanitizer does not see.
-    /** Calls a slot on the worker's thread and waits for its end. */
+    // Calls slots by name. A functor would pass data through Qt's queue, whose locks the thread sanitizer does not see.
+    /** Calls a slot in the worker's thread and waits until it returns. */
     void call(const char *slot) { QMetaObject::invokeMethod(m_plot, slot, Qt::BlockingQueuedConnection); }
     void post(const char *slot) { QMetaObject::invokeMethod(m_plot, slot, Qt::QueuedConnection); }
 
@@ -88,7 +88,7 @@ private:
 
 } // namespace
 
-/** MatlabPlot over GNU Octave, which a stand-in in the search path plays. */
+/** Tests MatlabPlot with a fake GNU Octave in PATH. */
 class TestMatlabPlot : public QObject
 {
     Q_OBJECT
@@ -101,23 +101,23 @@ private slots:
     void constructionIsLogged();
     void engineThatAnswersFinishesTheInitialisation();
     void engineIsStartedInTheFolderOfTheTrackFiles();
-    void strangeFolderIsReached_data();
-    void strangeFolderIsReached();
+    void folderWithSpecialCharactersIsUsed_data();
+    void folderWithSpecialCharactersIsUsed();
     void engineThatDoesNotAnswerFailsTheInitialisation_data();
     void engineThatDoesNotAnswerFailsTheInitialisation();
     void missingPlotFunctionFailsTheInitialisation();
-    void plotsPassTheirEightScalars();
+    void plotsPassEightScalars();
     void failureOfAPlotIsLoggedWithItsMessage();
-    void engineThatDiesInAPlotIsLoggedWithItsLastWords();
-    void engineThatClosesItsInputIsToldAndChangesNoSignal();
-    void megabyteOnStandardErrorDoesNoHarm();
-    void noiseOnStandardOutputIsNoAnswer();
+    void engineCrashInAPlotIsLoggedWithItsLastOutput();
+    void closedEngineInputIsReportedAndKeepsTheSignalHandler();
+    void largeOutputOnStandardErrorDoesNotBlock();
+    void otherTextOnStandardOutputIsIgnored();
     void initialisationStopsWhenInterrupted();
     void idleEngineEndsWithItsThread();
-    void engineThatIgnoresTheEndOfItsInputIsEnded();
-    void enginesWithWindowsStay();
-    void plotUnderWayCompletes();
-    void logsAreLostQuietlyAfterTheLoggingClosed();
+    void engineThatIgnoresTheEndOfItsInputIsKilled();
+    void engineWithWindowsKeepsRunning();
+    void runningPlotCompletesAfterTheEnd();
+    void messagesAfterClosingTheLogAreIgnored();
 
 private:
     std::unique_ptr<Fixture> m_fixture;
@@ -143,10 +143,10 @@ void TestMatlabPlot::engineThatAnswersFinishesTheInitialisation()
     StandIn standIn;
     standIn.program("octave", engine(kAnswer));
     Worker worker;
-    const Heard heard(worker.plot());
+    const SignalRecorder recorder(worker.plot());
     const LogFile log;
     worker.call("init");
-    QTRY_COMPARE(heard.signalsHeard(), QStringList{"finished"});
+    QTRY_COMPARE(recorder.signalNames(), QStringList{"finished"});
     const QStringList lines = log.leveledMessages();
     QCOMPARE(lines.size(), 2);
     const QRegularExpression first(QStringLiteral("^info: matlabplot thread id is ([0-9]+)$"));
@@ -163,19 +163,19 @@ void TestMatlabPlot::engineIsStartedInTheFolderOfTheTrackFiles()
     Worker worker;
     worker.call("init");
     QCOMPARE(standIn.text("folder"), QFile::encodeName(AppConfig::getInstance().plotDir()) + '\n');
-    // 10 and above are the shell's own; the log file of this process is not among them.
+    // Descriptors from 10 on belong to the shell. The process must not inherit the log file.
     for (const QByteArray &descriptor : standIn.text("open").simplified().split(' '))
         QVERIFY2(descriptor.toInt() <= 2 || descriptor.toInt() >= 10, descriptor.constData());
 }
 
-void TestMatlabPlot::strangeFolderIsReached_data()
+void TestMatlabPlot::folderWithSpecialCharactersIsUsed_data()
 {
     QTest::addColumn<QString>("name");
     QTest::newRow("blanks, Chinese, a single quote") << "飞行 数据 o'neil";
     QTest::newRow("colon, dollar, star, double quote") << "a:b $HOME * \"c\"";
 }
 
-void TestMatlabPlot::strangeFolderIsReached()
+void TestMatlabPlot::folderWithSpecialCharactersIsUsed()
 {
     QFETCH(QString, name);
     const QString folder = m_fixture->path(name);
@@ -196,10 +196,10 @@ void TestMatlabPlot::engineThatDoesNotAnswerFailsTheInitialisation_data()
 {
     QTest::addColumn<QByteArray>("script");
     QTest::newRow("absent") << QByteArray();
-    QTest::newRow("dies at once") << QByteArray("exit 3");
-    QTest::newRow("dies with a word") << QByteArray("echo 'libGL is missing' >&2; exit 1");
+    QTest::newRow("ends immediately") << QByteArray("exit 3");
+    QTest::newRow("crashes with a message") << QByteArray("echo 'libGL is missing' >&2; exit 1");
     QTest::newRow("dies after reading") << QByteArray("read -r line");
-    QTest::newRow("says something else") << QByteArray("read -r line; echo ready");
+    QTest::newRow("prints something else") << QByteArray("read -r line; echo ready");
 }
 
 void TestMatlabPlot::engineThatDoesNotAnswerFailsTheInitialisation()
@@ -209,13 +209,13 @@ void TestMatlabPlot::engineThatDoesNotAnswerFailsTheInitialisation()
     if (!script.isEmpty())
         standIn.program("octave", script);
     Worker worker;
-    const Heard heard(worker.plot());
+    const SignalRecorder recorder(worker.plot());
     const LogFile log;
     worker.call("init");
-    QTRY_COMPARE(heard.signalsHeard(), QStringList{"failed"});
+    QTRY_COMPARE(recorder.signalNames(), QStringList{"failed"});
     QCOMPARE(after(log, 1), QStringList{"error: Could not initialize libdisplayInitialize!"});
     QTRY_VERIFY(standIn.processes().isEmpty());
-    // A plot that is asked for all the same is a failure like others.
+    // A later plot request fails with a log message.
     worker.call("plotHeightSlot");
     QCOMPARE(after(log, 2), QStringList{"error: matlab plotHeight mwException:GNU Octave does not run"});
 }
@@ -227,15 +227,15 @@ void TestMatlabPlot::missingPlotFunctionFailsTheInitialisation()
                     "read -r line; echo \"$line\" > $here/told\n"
                     "echo 'plot-engine:failed myMatlabPlot.m is missing'; cat > /dev/null");
     Worker worker;
-    const Heard heard(worker.plot());
+    const SignalRecorder recorder(worker.plot());
     worker.call("init");
-    QTRY_COMPARE(heard.signalsHeard(), QStringList{"failed"});
+    QTRY_COMPARE(recorder.signalNames(), QStringList{"failed"});
     QCOMPARE(standIn.text("told"),
              QByteArray("if exist('myMatlabPlot', 'file') ~= 2, error('myMatlabPlot.m is missing'), end\n"));
     QTRY_VERIFY(standIn.processes().isEmpty());
 }
 
-void TestMatlabPlot::plotsPassTheirEightScalars()
+void TestMatlabPlot::plotsPassEightScalars()
 {
     StandIn standIn;
     standIn.program("octave", engine(kAnswer));
@@ -269,7 +269,7 @@ void TestMatlabPlot::failureOfAPlotIsLoggedWithItsMessage()
                           "error: matlab plot attack mwException:'plot3' undefined {}"}));
 }
 
-void TestMatlabPlot::engineThatDiesInAPlotIsLoggedWithItsLastWords()
+void TestMatlabPlot::engineCrashInAPlotIsLoggedWithItsLastOutput()
 {
     StandIn standIn;
     standIn.program("octave", engine("echo 'X error of failed request' >&2; kill -9 $$"));
@@ -284,11 +284,11 @@ void TestMatlabPlot::engineThatDiesInAPlotIsLoggedWithItsLastWords()
                           "error: matlab plotXY mwException:GNU Octave does not run"}));
 }
 
-void TestMatlabPlot::engineThatClosesItsInputIsToldAndChangesNoSignal()
+void TestMatlabPlot::closedEngineInputIsReportedAndKeepsTheSignalHandler()
 {
     StandIn standIn;
     standIn.program("octave", "read -r line; exec <&-; echo plot-engine:done; exec sleep 1000");
-    // As a process begins; Qt ignores it once a QProcess was written to.
+    // The default action of a new process; QProcess ignores the signal after its first write.
     const auto before = std::signal(SIGPIPE, SIG_DFL);
     Worker worker;
     worker.call("init");
@@ -299,7 +299,7 @@ void TestMatlabPlot::engineThatClosesItsInputIsToldAndChangesNoSignal()
     QVERIFY(after == SIG_DFL);
 }
 
-void TestMatlabPlot::megabyteOnStandardErrorDoesNoHarm()
+void TestMatlabPlot::largeOutputOnStandardErrorDoesNotBlock()
 {
     StandIn standIn;
     standIn.program("octave", engine("head -c 1048576 /dev/zero | tr '\\0' 'w' >&2; echo plot-engine:done"));
@@ -312,7 +312,7 @@ void TestMatlabPlot::megabyteOnStandardErrorDoesNoHarm()
     QCOMPARE(standIn.text("told").count("myMatlabPlot("), 2);
 }
 
-void TestMatlabPlot::noiseOnStandardOutputIsNoAnswer()
+void TestMatlabPlot::otherTextOnStandardOutputIsIgnored()
 {
     StandIn standIn;
     standIn.program("octave",
@@ -331,7 +331,7 @@ void TestMatlabPlot::initialisationStopsWhenInterrupted()
     standIn.program("octave", "echo up > $here/up; trap '' TERM HUP; while :; do sleep 1000; done");
     const LogFile log;
     Worker worker;
-    const Heard heard(worker.plot());
+    const SignalRecorder recorder(worker.plot());
     worker.post("init");
     QTRY_COMPARE(standIn.text("up"), QByteArray("up\n"));
     QElapsedTimer timer;
@@ -339,9 +339,9 @@ void TestMatlabPlot::initialisationStopsWhenInterrupted()
     worker.end();
     QVERIFY(timer.elapsed() < 5000);
     QTRY_VERIFY(standIn.processes().isEmpty());
-    // The user has closed the dialog: nothing failed, and nobody is there to be told.
+    // Closing the dialog is not a failure, so no signal is emitted.
     QCoreApplication::processEvents();
-    QCOMPARE(heard.signalsHeard(), QStringList());
+    QCOMPARE(recorder.signalNames(), QStringList());
     QCOMPARE(log.leveledMessages().filter("error"), QStringList());
     QVERIFY(log.messages().last().startsWith("matlabplot thread id is "));
 }
@@ -357,7 +357,7 @@ void TestMatlabPlot::idleEngineEndsWithItsThread()
     QTRY_VERIFY(standIn.processes().isEmpty());
 }
 
-void TestMatlabPlot::engineThatIgnoresTheEndOfItsInputIsEnded()
+void TestMatlabPlot::engineThatIgnoresTheEndOfItsInputIsKilled()
 {
     StandIn standIn;
     standIn.program("octave", "read -r line; echo plot-engine:done; trap '' TERM HUP; while :; do sleep 1000; done");
@@ -367,7 +367,7 @@ void TestMatlabPlot::engineThatIgnoresTheEndOfItsInputIsEnded()
     QTRY_VERIFY(standIn.processes().isEmpty());
 }
 
-void TestMatlabPlot::enginesWithWindowsStay()
+void TestMatlabPlot::engineWithWindowsKeepsRunning()
 {
     StandIn standIn;
     standIn.program("octave",
@@ -377,16 +377,16 @@ void TestMatlabPlot::enginesWithWindowsStay()
         Worker worker;
         worker.call("init");
     }
-    // Its reader is gone when it prints.
+    // The reader of its output is already closed.
     QVERIFY(QFile(standIn.path("go")).open(QIODevice::WriteOnly));
     QTRY_VERIFY(standIn.text("left").endsWith('\n'));
-    const int staying = standIn.text("left").trimmed().toInt();
-    QVERIFY(staying > 1);
-    QCOMPARE(::kill(staying, 0), 0);
-    ::kill(staying, SIGKILL);
+    const int remaining = standIn.text("left").trimmed().toInt();
+    QVERIFY(remaining > 1);
+    QCOMPARE(::kill(remaining, 0), 0);
+    ::kill(remaining, SIGKILL);
 }
 
-void TestMatlabPlot::plotUnderWayCompletes()
+void TestMatlabPlot::runningPlotCompletesAfterTheEnd()
 {
     StandIn standIn;
     standIn.program("octave",
@@ -405,7 +405,7 @@ void TestMatlabPlot::plotUnderWayCompletes()
     QVERIFY(log.leveledMessages().filter("error").isEmpty());
 }
 
-void TestMatlabPlot::logsAreLostQuietlyAfterTheLoggingClosed()
+void TestMatlabPlot::messagesAfterClosingTheLogAreIgnored()
 {
     StandIn standIn;
     standIn.program("octave", engine("echo plot-engine:failed late"));
@@ -418,17 +418,17 @@ void TestMatlabPlot::logsAreLostQuietlyAfterTheLoggingClosed()
     QCOMPARE(log.messages(), QStringList{"close logger"});
 }
 
-/** The part of the program in a folder of another name: draws once. Its exit code tells whether the engine came up. */
+/** Runs in a copy of the program in another folder: draws once. The exit code says whether the engine started. */
 static int draw(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
-    spdlog::drop_all(); // nobody reads what this process would log
+    spdlog::drop_all(); // the log of this process is not needed
     Worker worker;
-    const Heard heard(worker.plot());
+    const SignalRecorder recorder(worker.plot());
     worker.call("init");
     worker.call("plotHeightSlot");
     QCoreApplication::processEvents();
-    return heard.signalsHeard() == QStringList{"finished"} ? 0 : 1;
+    return recorder.signalNames() == QStringList{"finished"} ? 0 : 1;
 }
 
 int main(int argc, char *argv[])

@@ -10,7 +10,7 @@
 #include <QTest>
 #include <cstring>
 
-/** MatlabPlot over the MATLAB library itself, which a stand-in beside this program plays. */
+/** Tests MatlabPlot with a fake MATLAB library beside the test program. */
 class TestMatlabRuntime : public QObject
 {
     Q_OBJECT
@@ -23,16 +23,16 @@ private slots:
         m_fixture.reset();
     }
 
-    void libraryThatComesUpFinishesTheInitialisation();
-    void libraryThatDoesNotComeUpFailsTheInitialisation();
-    void plotsPassTheirEightScalars();
-    void libraryIsToldThePlotFolderAndTheWorkingFolderStays();
-    void plotFolderOfAnyNameIsTold();
+    void loadedLibraryFinishesTheInitialisation();
+    void libraryThatDoesNotStartFailsTheInitialisation();
+    void plotsPassEightScalars();
+    void libraryGetsThePlotFolderAndTheWorkingDirectoryIsUnchanged();
+    void libraryGetsPlotFoldersWithSpecialCharacters();
     void failureOfAPlotIsLoggedWithItsMessage();
     void failureOfAScalarIsLogged_data();
     void failureOfAScalarIsLogged();
     void withoutTheLibraryTheInitialisationFails();
-    void whatIsMissingIsNamedInTheLog();
+    void missingLibraryIsNamedInTheLog();
 
 private:
     static int alive()
@@ -42,8 +42,8 @@ private:
         return count ? count() : -1;
     }
 
-    /** What the stand-in wrote down; it is in 16-bit letters on Windows. */
-    static QString toldFolder(const QString &name)
+    /** The folder that the fake library recorded, as 16-bit characters on Windows. */
+    static QString recordedFolder(const QString &name)
     {
         QFile file(name);
         if (!file.open(QIODevice::ReadOnly))
@@ -59,7 +59,7 @@ private:
     std::unique_ptr<Fixture> m_fixture;
 };
 
-void TestMatlabRuntime::libraryThatComesUpFinishesTheInitialisation()
+void TestMatlabRuntime::loadedLibraryFinishesTheInitialisation()
 {
     MatlabPlot plot(nullptr);
     const QSignalSpy finished(&plot, &MatlabPlot::initFinished);
@@ -71,7 +71,7 @@ void TestMatlabRuntime::libraryThatComesUpFinishesTheInitialisation()
     QCOMPARE(log.leveledMessages().last(), QStringLiteral("info: I initialize libdisplayInitialize!\n"));
 }
 
-void TestMatlabRuntime::libraryThatDoesNotComeUpFailsTheInitialisation()
+void TestMatlabRuntime::libraryThatDoesNotStartFailsTheInitialisation()
 {
     qputenv("STANDIN_RUNTIME", "no start");
     MatlabPlot plot(nullptr);
@@ -84,7 +84,7 @@ void TestMatlabRuntime::libraryThatDoesNotComeUpFailsTheInitialisation()
     QCOMPARE(log.leveledMessages().last(), QStringLiteral("error: Could not initialize libdisplayInitialize!"));
 }
 
-void TestMatlabRuntime::plotsPassTheirEightScalars()
+void TestMatlabRuntime::plotsPassEightScalars()
 {
     MatlabPlot plot(nullptr);
     plot.init();
@@ -104,16 +104,16 @@ void TestMatlabRuntime::plotsPassTheirEightScalars()
     QCOMPARE(alive(), 0);
 }
 
-void TestMatlabRuntime::libraryIsToldThePlotFolderAndTheWorkingFolderStays()
+void TestMatlabRuntime::libraryGetsThePlotFolderAndTheWorkingDirectoryIsUnchanged()
 {
     MatlabPlot plot(nullptr);
     plot.init();
     plot.plotXYSlot();
-    QCOMPARE(toldFolder("folder.txt"), AppConfig::getInstance().plotDir());
+    QCOMPARE(recordedFolder("folder.txt"), AppConfig::getInstance().plotDir());
     QCOMPARE(QFileInfo(QDir::currentPath()).canonicalFilePath(), QFileInfo(m_fixture->dir()).canonicalFilePath());
 }
 
-void TestMatlabRuntime::plotFolderOfAnyNameIsTold()
+void TestMatlabRuntime::libraryGetsPlotFoldersWithSpecialCharacters()
 {
     const QString folder = m_fixture->path(QStringLiteral("飞行 Ω o'neil"));
     QVERIFY(QDir().mkpath(folder));
@@ -124,7 +124,7 @@ void TestMatlabRuntime::plotFolderOfAnyNameIsTold()
     child.start(folder + '/' + QFileInfo(QCoreApplication::applicationFilePath()).fileName(), {"--alone"});
     QVERIFY(child.waitForFinished(60000));
     QCOMPARE(child.readAllStandardOutput().trimmed(), QByteArray("not failed"));
-    QCOMPARE(toldFolder("folder.txt"), folder + "/myPlot");
+    QCOMPARE(recordedFolder("folder.txt"), folder + "/myPlot");
 }
 
 void TestMatlabRuntime::failureOfAPlotIsLoggedWithItsMessage()
@@ -168,7 +168,7 @@ void TestMatlabRuntime::failureOfAScalarIsLogged()
 
 void TestMatlabRuntime::withoutTheLibraryTheInitialisationFails()
 {
-    // The library is looked for once a process, so the case has a process of its own, in a folder without it.
+    // Each process searches the library only once, so this test starts a new process in a folder without the library.
     const QString program = QCoreApplication::applicationFilePath();
     const QString copy = m_fixture->path(QFileInfo(program).fileName());
     QVERIFY(QFile::copy(program, copy));
@@ -179,7 +179,7 @@ void TestMatlabRuntime::withoutTheLibraryTheInitialisationFails()
     QCOMPARE(child.readAllStandardOutput().trimmed(), QByteArray("failed, matlabInitFailedSignal"));
 }
 
-void TestMatlabRuntime::whatIsMissingIsNamedInTheLog()
+void TestMatlabRuntime::missingLibraryIsNamedInTheLog()
 {
     const QString program = QCoreApplication::applicationFilePath();
     const QString copy = m_fixture->path(QFileInfo(program).fileName());
@@ -187,11 +187,11 @@ void TestMatlabRuntime::whatIsMissingIsNamedInTheLog()
     QProcess child;
     child.start(copy, {"--complain"});
     QVERIFY(child.waitForFinished(60000));
-    const QByteArray said = child.readAllStandardOutput();
-    QCOMPARE(said.count("matlab library not loaded: "), 1);
-    QVERIFY2(said.contains("mclmcrrt9_10"), said);
-    // The one error line is that of the failed start.
-    QCOMPARE(said.count("[error]"), 1);
+    const QByteArray output = child.readAllStandardOutput();
+    QCOMPARE(output.count("matlab library not loaded: "), 1);
+    QVERIFY2(output.contains("mclmcrrt9_10"), output);
+    // The only error message is that of the failed start.
+    QCOMPARE(output.count("[error]"), 1);
 }
 
 int main(int argc, char *argv[])

@@ -6,7 +6,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-/** One engine process, which a stand-in in the search path plays; the last case asks the real GNU Octave. */
+/** Tests one engine process with a fake GNU Octave in PATH. The last test uses the real GNU Octave. */
 class TestOctaveProcess : public QObject
 {
     Q_OBJECT
@@ -15,9 +15,9 @@ private slots:
     void nothingIsEvaluatedBeforeTheStart();
     void startNeedsAProgramThatAnswers_data();
     void startNeedsAProgramThatAnswers();
-    void linesAreAnsweredInTheirOrder();
-    void deadEngineFailsEachFurtherLine();
-    void programOfTheEngineIsHandedOverWhole();
+    void linesAreAnsweredInOrder();
+    void endedEngineFailsEachFurtherLine();
+    void programOfTheEngineIsPassedCompletely();
     void realOctaveEvaluatesAndReportsFailures();
 };
 
@@ -53,7 +53,7 @@ void TestOctaveProcess::startNeedsAProgramThatAnswers()
     QTRY_VERIFY(standIn.processes().isEmpty());
 }
 
-void TestOctaveProcess::linesAreAnsweredInTheirOrder()
+void TestOctaveProcess::linesAreAnsweredInOrder()
 {
     StandIn standIn;
     standIn.program("octave",
@@ -68,7 +68,7 @@ void TestOctaveProcess::linesAreAnsweredInTheirOrder()
     QCOMPARE(octave.evaluate("good 3"), std::optional<std::string>());
 }
 
-void TestOctaveProcess::deadEngineFailsEachFurtherLine()
+void TestOctaveProcess::endedEngineFailsEachFurtherLine()
 {
     StandIn standIn;
     standIn.program("octave", "read -r line; echo plot-engine:done\nread -r line; echo 'the last word' >&2; exit 1");
@@ -79,7 +79,7 @@ void TestOctaveProcess::deadEngineFailsEachFurtherLine()
     QCOMPARE(octave.evaluate("1"), std::optional<std::string>("GNU Octave does not run"));
 }
 
-void TestOctaveProcess::programOfTheEngineIsHandedOverWhole()
+void TestOctaveProcess::programOfTheEngineIsPassedCompletely()
 {
     StandIn standIn;
     standIn.program("octave",
@@ -110,7 +110,7 @@ void TestOctaveProcess::realOctaveEvaluatesAndReportsFailures()
     QCOMPARE(octave.evaluate("myMatlabPlot(int32(1))"), std::optional<std::string>());
     QCOMPARE(octave.evaluate("error('two\\nlines')"), std::optional<std::string>("two\\nlines"));
     QCOMPARE(octave.evaluate("error(\"two\\nlines\")"), std::optional<std::string>("two lines"));
-    // The folder of the track files is its own, whatever the environment said before.
+    // The folder of the track files replaces the value in the environment.
     QCOMPARE(octave.evaluate("f = fopen('said', 'w'); fputs(f, getenv('OSTRAVEL_PLOT_FOLDER')); fclose(f);"),
              std::optional<std::string>());
     QFile said(folder.filePath("said"));

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
-// Objects count their references; what lives is asked through an entry point of the stand-in's own.
+// Objects are reference-counted. standInAlive() returns the number of existing objects.
 
 namespace
 {
@@ -11,7 +11,7 @@ namespace
 int s_alive = 0;
 error_info *s_lastError = nullptr;
 
-bool told(const char *what)
+bool mode(const char *what)
 {
     const char *const word = std::getenv("STANDIN_RUNTIME");
     return word && std::strcmp(word, what) == 0;
@@ -26,14 +26,14 @@ STANDIN_EXPORT int standInAlive()
 
 STANDIN_EXPORT int mclGetScalarInt32_proxy(void **result, int real, int imaginary, int complexity)
 {
-    if (told("no scalar, with an error")) {
+    if (mode("no scalar, with an error")) {
         s_lastError = new error_info{1, "out of scalars"};
         ++s_alive;
         return -1;
     }
-    if (told("no scalar"))
+    if (mode("no scalar"))
         return -1;
-    // A complex number, or a part of one that nobody passed, must not look like a plain argument.
+    // Complex scalars give -1, so that the test detects them.
     *result = new array_ref{1, imaginary == 0 && complexity == 0 ? real : -1};
     ++s_alive;
     return 0;
@@ -64,7 +64,7 @@ STANDIN_EXPORT int ref_count_obj_release_proxy(void *object)
     if (--references > 0)
         return references;
     --s_alive;
-    // Both kinds are plain and begin with their count.
+    // Both types are trivial and start with their reference count.
     ::operator delete(object);
     return 0;
 }

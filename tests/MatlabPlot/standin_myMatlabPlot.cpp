@@ -11,7 +11,7 @@
 #include <windows.h>
 #endif
 
-// As a compiled library sees them: the class has virtual functions, so the pointer follows that to the table of these.
+// The layout in a compiled library: the class has virtual functions, so m_array comes after the vtable pointer.
 
 class mwArray
 {
@@ -37,14 +37,14 @@ private:
 namespace
 {
 
-bool told(const char *what)
+bool mode(const char *what)
 {
     const char *const word = std::getenv("STANDIN_RUNTIME");
     return word && std::strcmp(word, what) == 0;
 }
 
-/** Where a compiled m-function is told to look for the track files, as it can read it: from the environment. */
-void noteTheFolder()
+/** Records the folder of the track files, which a compiled m-function reads from the environment. */
+void recordFolder()
 {
     std::FILE *const file = std::fopen("folder.txt", "wb");
     if (!file)
@@ -85,7 +85,7 @@ STANDIN_EXPORT
     bool
     myMatlabPlotInitialize()
 {
-    return !told("no start");
+    return !mode("no start");
 }
 
 #if defined(_WIN32) && !defined(STANDIN_MSVC)
@@ -103,11 +103,11 @@ void myMatlabPlot(const mwArray &a1, const mwArray &a2, const mwArray &a3, const
     if (!file)
         return;
     for (const mwArray *argument : {&a1, &a2, &a3, &a4, &a5, &a6, &a7, &a8}) {
-        // Through the table of whoever made the object.
+        // A virtual call through the caller's vtable.
         argument->validate();
         std::fprintf(file, "%d ", argument->m_array->value);
     }
     std::fputs("\n", file);
     std::fclose(file);
-    noteTheFolder();
+    recordFolder();
 }

@@ -1,4 +1,4 @@
-"""The m-function by its figures, in a real Octave on a virtual screen: test_my_matlab_plot.py FOLDER_OF_THE_FUNCTION."""
+"""Tests the m-function in a real Octave on a virtual screen: test_my_matlab_plot.py FOLDER_OF_THE_FUNCTION."""
 
 import os
 import subprocess
@@ -9,7 +9,7 @@ from pathlib import Path
 
 FOLDER = Path(sys.argv.pop(1)).resolve()
 
-# Draws every case and prints what stands in the figures; the checks are this file's.
+# Draws every case and prints the texts and axes of the figures, which the tests below check.
 CASES = r"""
 addpath('@FOLDER@');
 function describe(name)
@@ -51,7 +51,7 @@ for name = {@NAMES@}
     end
 end
 draw('kind', 3, 0);
-% As the compiled function meets it: the working folder and the folder of the function hold no track, or another one.
+% Like the compiled function: the working folder and the folder of the function have no track, or another one.
 cd(fullfile('@WORK@', 'whole'));
 setenv('OSTRAVEL_PLOT_FOLDER', fullfile('@WORK@', 'torn'));
 draw('announced', 1, 0);
@@ -110,11 +110,11 @@ class Figures(unittest.TestCase):
         done = subprocess.run(["xvfb-run", "-a", "-s", "-screen 0 1400x900x24", "octave", "--no-gui", "--quiet",
                                "--norc", "--no-history", str(script)], env=environment, capture_output=True, text=True,
                               timeout=540, stdin=subprocess.DEVNULL)
-        cls.said = done.stdout
+        cls.output = done.stdout
         cls.errors = done.stderr
 
     def facts(self, case, kind):
-        return [line.split("|")[2:] for line in self.said.splitlines() if line.startswith(f"{case}|{kind}|")]
+        return [line.split("|")[2:] for line in self.output.splitlines() if line.startswith(f"{case}|{kind}|")]
 
     def texts(self, case):
         return [fact[0] for fact in self.facts(case, "text")]
@@ -123,8 +123,8 @@ class Figures(unittest.TestCase):
         limits, aspect = next(fact[1:] for fact in self.facts(case, "axes") if fact[0] == label)
         return [float(n) for n in limits.split()], [float(n) for n in aspect.split()]
 
-    def test_nothing_fails_and_nothing_is_complained_of(self):
-        failures = [line for line in self.said.splitlines() if "|failure|" in line]
+    def test_no_case_fails_or_warns(self):
+        failures = [line for line in self.output.splitlines() if "|failure|" in line]
         self.assertEqual(failures, ["kind|failure|unknown kind of plot 3"], self.errors)
         self.assertNotIn("warning", self.errors)
 
@@ -132,22 +132,22 @@ class Figures(unittest.TestCase):
         self.assertEqual([self.facts(f"whole/{plot}", "figures") for plot in ("height", "above", "space", "attack")],
                          [[["1"]], [["2"]], [["3"]], [["4"]]])
 
-    def test_figures_are_named(self):
+    def test_figures_have_names(self):
         self.assertEqual([self.facts(f"whole/{plot}", "name")[0][0] for plot in ("height", "above", "space", "attack")],
                          ["Ostravel - 高度曲线", "Ostravel - 二维航迹", "Ostravel - 三维航迹（全阶段）",
                           "Ostravel - 三维航迹（末端攻击）"])
 
-    def test_figures_lie_on_the_screen_with_their_tools(self):
+    def test_figures_and_their_tool_bars_are_on_the_screen(self):
         for plot in ("height", "above", "space", "attack"):
             left, bottom, width, height = (int(n) for n in self.facts(f"whole/{plot}", "place")[0][0].split())
-            # Of 1400 by 900 pixels a task bar takes 48 and the title, the menu and the tools 101, as measured.
+            # The screen has 1400x900 pixels. A task bar needs 48, and title, menu and tool bar need 101 (measured).
             self.assertGreaterEqual(left, 1, plot)
             self.assertLessEqual(left + width, 1400, plot)
             self.assertGreaterEqual(bottom, 48, plot)
             self.assertLessEqual(bottom + height, 900 - 101, plot)
             self.assertGreaterEqual(min(width, height), 500, plot)
 
-    def test_height_holds_all_samples_over_number_and_distance(self):
+    def test_height_shows_all_samples_by_number_and_distance(self):
         for case in ("whole", "windows", "long"):
             samples = FILES[case].count("\n")
             (left, right, low, high, *_), _ = self.axes(f"{case}/height", "采样序号")
@@ -159,17 +159,17 @@ class Figures(unittest.TestCase):
         self.assertTrue(west < -1500 and east > 1500 and south < -500 and north > 500)
         self.assertEqual(aspect[0], aspect[1])
 
-    def test_track_in_space_names_its_stretch(self):
+    def test_track_in_space_shows_its_height_factor(self):
         (west, east, south, north, low, high), aspect = self.axes("whole/space", "东向距离 (m)")
         self.assertTrue(west < -1500 and east > 1500 and south < -500 and north > 500 and low <= -50 and high > 410)
         self.assertEqual(aspect[0], aspect[1])
         self.assertIn(f"高度 (m)，放大 {aspect[0] / aspect[2]:g} 倍", self.texts("whole/space"))
 
-    def test_announced_folder_is_the_only_one(self):
+    def test_only_the_given_folder_is_used(self):
         self.assertTrue(any(text.startswith("2 个点") for text in self.texts("announced")), self.texts("announced"))
         self.assertIn("没有轨迹文件 data.txt", self.texts("announced empty"))
 
-    def test_reasons_are_said(self):
+    def test_reasons_are_shown(self):
         for case, words in (("missing", "没有轨迹文件 data.txt"), ("unreadable", "无法打开轨迹文件 data.txt"),
                             ("empty", "轨迹文件 data.txt 中没有数据"),
                             ("one", "东向 1.5 m，北向 2 m，高度 3 m"), ("nan", "3 个点不是有效数值，已略去"),
@@ -178,7 +178,7 @@ class Figures(unittest.TestCase):
                 self.assertIn(words, self.texts(f"{case}/{plot}"))
         self.assertIn("没有轨迹文件 data_attack.txt", self.texts("missing/attack"))
 
-    def test_what_was_left_out_is_said(self):
+    def test_skipped_points_are_reported(self):
         for case, words in (("torn", "2 个点   ·   地面航程 4 m   ·   高度 3.0 至 6.0 m   ·   最后一行不完整，已略去"),
                             ("damaged", "4 行不完整，已略去"), ("mixed", "1 个点不是有效数值，已略去")):
             for plot in ("height", "above", "space", "attack"):

@@ -9,7 +9,7 @@
 #include <QStringList>
 #include <qcustomplot.h>
 
-/** What a canvas tells the rest of the program, in its order. */
+/** Records the signals and replots of a canvas in order. */
 class SignalRecord : public QObject
 {
 public:
@@ -26,7 +26,7 @@ public:
                     [this] { m_events.append(QStringLiteral("replot")); });
     }
 
-    /** The events since the last call. */
+    /** Returns the events since the last call. */
     QStringList take()
     {
         QStringList events;
@@ -38,7 +38,7 @@ private:
     QStringList m_events;
 };
 
-/** A canvas of 800 by 400 pixels under its controller, in fresh surroundings; the flight starts at a known second. */
+/** An 800x400 pixel canvas with its controller in a new Fixture. The flight starts at kStart. */
 class Canvas
 {
 public:
@@ -53,14 +53,14 @@ public:
         log.mark();
     }
 
-    /** Gives a channel its samples. */
+    /** Sets the samples of a channel. */
     static MyGraph *channel(const char *label, const QVector<double> &samples)
     {
         setSamples(label, samples);
         return findGraph(QString::fromUtf8(label));
     }
 
-    /** Gives a channel its samples and shows it. */
+    /** Sets the samples of a channel and shows it. */
     MyGraph *show(const char *label, const QVector<double> &samples)
     {
         MyGraph *const graph = channel(label, samples);
@@ -68,7 +68,7 @@ public:
         return graph;
     }
 
-    /** The first curve of this name, or null. */
+    /** The first curve with this name, or null. */
     QCPGraph *curve(const char *name) const
     {
         for (int i = 0; i < canvas.graphCount(); ++i) {
@@ -86,7 +86,7 @@ public:
         return names;
     }
 
-    /** Selects one curve and no other. */
+    /** Selects only this curve. */
     QCPGraph *select(const char *name)
     {
         canvas.deselectAll();
@@ -113,7 +113,7 @@ public:
         return result;
     }
 
-    /** Moves the pointer over the canvas, no button down. */
+    /** Moves the mouse pointer over the canvas with no button pressed. */
     void moveTo(const QPointF &pos)
     {
         QMouseEvent event(QEvent::MouseMove, pos, canvas.mapToGlobal(QPoint(0, 0)) + pos, Qt::NoButton, Qt::NoButton,

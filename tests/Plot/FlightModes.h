@@ -3,7 +3,7 @@
 #include <QMap>
 #include <QString>
 
-// The words of the two flight-mode channels, written out by hand a second time.
+// Expected texts of the two flight mode channels, written independently of the program's tables.
 
 // clang-format off
 inline QMap<int, QString> mainFlightModes()

@@ -15,7 +15,7 @@ QFont points(int size)
     return font;
 }
 
-/** Two canvases one above the other, as the window has them, on one time range. */
+/** Two canvases with a common time range, one above the other as in the window. */
 class TwoCanvases : public Canvas
 {
 public:
@@ -28,7 +28,7 @@ public:
         for (QCustomPlot *const plot : {&canvas, &below}) {
             plot->show();
             if (!QTest::qWaitForWindowExposed(plot))
-                qFatal("the canvas did not come up");
+                qFatal("the canvas does not appear");
             plot->xAxis->setRange(kStart, kStart + 600);
             plot->replot();
         }
@@ -36,7 +36,7 @@ public:
         connectRanges(below, canvas);
     }
 
-    /** What differs between the two; empty when each time stands in one column of both. */
+    /** Describes the difference; empty if both canvases show each time in the same pixel column. */
     QString difference() const
     {
         const QRect a = canvas.axisRect()->rect();
@@ -86,7 +86,7 @@ class TestAlignedMargins : public QObject
     Q_OBJECT
 
 private slots:
-    void oneTimeStandsInOneColumn_data()
+    void equalTimesAreInTheSameColumn_data()
     {
         QTest::addColumn<double>("ratio");
         QTest::addColumn<int>("size");
@@ -95,7 +95,7 @@ private slots:
                 QTest::addRow("%d points at scale %g", size, ratio) << ratio << size;
         }
     }
-    void oneTimeStandsInOneColumn()
+    void equalTimesAreInTheSameColumn()
     {
         QFETCH(double, ratio);
         QFETCH(int, size);
@@ -112,7 +112,7 @@ private slots:
             for (int exponent = -6; exponent <= 9; ++exponent) {
                 const double value = 1.2345 * std::pow(10.0, exponent);
                 for (const QCPRange &range : {QCPRange(-value, value), QCPRange(value, value * 1.001)}) {
-                    // Only the canvas whose range changed is replotted by hand.
+                    // The test replots only the canvas whose range changed.
                     changed->yAxis->setRange(range);
                     changed->replot();
                     QVERIFY2(c.difference().isEmpty(), qPrintable(c.difference()));
@@ -121,10 +121,10 @@ private slots:
                 }
             }
         }
-        // The margins follow the labels instead of being wide for all of them.
+        // The margins fit the current labels, not the widest possible ones.
         QVERIFY(widest > narrowest);
     }
-    void theyStayTogetherThroughThemesSizesAndCurves()
+    void canvasesStayAlignedWithOtherThemesSizesAndCurves()
     {
         TwoCanvases c;
         c.show("横滚", {-12345, 0, 12345});
@@ -145,7 +145,7 @@ private slots:
         c.control.removeAllGraphsSlot();
         QVERIFY2(c.difference().isEmpty(), qPrintable(c.difference()));
     }
-    void aCanvasThatStaysIsNotReplotted()
+    void anUnmovedCanvasIsNotReplotted()
     {
         TwoCanvases c;
         c.canvas.yAxis->setRange(0, 10);
@@ -154,25 +154,25 @@ private slots:
         c.below.replot();
         QSignalSpy above(&c.canvas, &QCustomPlot::afterReplot);
         QSignalSpy under(&c.below, &QCustomPlot::afterReplot);
-        // Narrower labels than those below: nothing moves.
+        // The labels are narrower than those of the canvas below, so nothing moves.
         c.canvas.yAxis->setRange(0, 100);
         c.canvas.replot();
         QCoreApplication::processEvents();
         QCOMPARE(above.count(), 1);
         QCOMPARE(under.count(), 0);
-        // A time range has the link replot each of the two; the margins add none.
+        // The linked time ranges replot each canvas once; the margins add no replot.
         c.canvas.xAxis->setRange(Canvas::kStart + 100, Canvas::kStart + 500);
         QCoreApplication::processEvents();
         QCOMPARE(above.count(), 2);
         QCOMPARE(under.count(), 1);
-        // Wider ones move the canvas below, once.
+        // Wider labels move the canvas below once.
         c.canvas.yAxis->setRange(123456.1, 123456.2);
         c.canvas.replot();
         QCoreApplication::processEvents();
         QCOMPARE(above.count(), 3);
         QCOMPARE(under.count(), 2);
     }
-    void bothMayHaveChangedBeforeOneIsReplotted()
+    void bothCanBeChangedBeforeOneIsReplotted()
     {
         TwoCanvases c;
         c.canvas.yAxis->setRange(0, 1000);
@@ -180,25 +180,25 @@ private slots:
         c.canvas.replot();
         c.below.replot();
         QVERIFY2(c.difference().isEmpty(), qPrintable(c.difference()));
-        // The first one moves the second, whose own labels then move the first: that one follows in the event loop.
+        // The first canvas moves the second, whose wider labels then move the first one in the event loop.
         c.canvas.yAxis->setRange(12345, 54321);
         c.below.yAxis->setRange(1234567.1, 1234567.2);
         c.canvas.replot();
         QTRY_VERIFY2(c.difference().isEmpty(), qPrintable(c.difference()));
     }
-    void oneCanvasMayGoFirst()
+    void oneCanvasCanBeDeletedFirst()
     {
         Fixture fixture;
-        QCustomPlot staying;
-        auto going = std::make_unique<QCustomPlot>();
+        QCustomPlot remaining;
+        auto deleted = std::make_unique<QCustomPlot>();
         MyCustomPlot control(nullptr);
-        control.initCustomPlot(&staying);
-        AlignedMargins::join(going.get(), &staying);
-        going->replot();
-        going.reset();
-        staying.yAxis->setRange(0, 1e6);
-        staying.replot();
-        QVERIFY(staying.axisRect()->left() > 0);
+        control.initCustomPlot(&remaining);
+        AlignedMargins::join(deleted.get(), &remaining);
+        deleted->replot();
+        deleted.reset();
+        remaining.yAxis->setRange(0, 1e6);
+        remaining.replot();
+        QVERIFY(remaining.axisRect()->left() > 0);
     }
 };
 

@@ -18,7 +18,7 @@ constexpr char kCurve[] = "气压高度";
 constexpr char kOther[] = "地速";
 constexpr double kStep = 0.2; // seconds between two samples
 
-/** A shown canvas with keys, which has the focus. */
+/** A visible canvas with key handling and focus. */
 class KeyCanvas : public Canvas
 {
 public:
@@ -26,7 +26,7 @@ public:
     {
         canvas.show();
         if (!QTest::qWaitForWindowExposed(&canvas))
-            qFatal("the canvas does not come up");
+            qFatal("the canvas does not appear");
         canvas.activateWindow();
         canvas.setFocus();
     }
@@ -36,16 +36,16 @@ public:
         QTest::keyClick(&canvas, key, modifiers);
     }
 
-    /** Puts the crosshair on a sample of the selected curve, as the mouse does. */
+    /** Moves the crosshair to a sample of the selected curve with the mouse. */
     void point(int index) { moveTo({canvas.xAxis->coordToPixel(kStart + index * kStep), 100}); }
 
-    /** Number of the sample below the crosshair. */
+    /** Index of the sample at the crosshair. */
     int sample() const { return int(std::lround((control.tracer()->position->key() - kStart) / kStep)); }
 
     CanvasKeys keys{&control};
 };
 
-/** Samples that all differ from their neighbours. */
+/** Samples that differ from their neighbours. */
 QVector<double> zigzag(int count)
 {
     QVector<double> samples(count);
@@ -103,7 +103,7 @@ private slots:
         c.press(Qt::Key_Right, Qt::ShiftModifier);
         QCOMPARE(c.sample(), 39);
     }
-    void controlMovesToTheNextSampleOfAnotherValue()
+    void controlMovesToTheNextSampleWithADifferentValue()
     {
         KeyCanvas c;
         c.show(kCurve, {1, 1, 1, 2, 2, 2, 2, 1, 1});
@@ -113,7 +113,7 @@ private slots:
         QCOMPARE(c.sample(), 3);
         c.press(Qt::Key_Right, Qt::ControlModifier);
         QCOMPARE(c.sample(), 7);
-        // No other value follows.
+        // No different value follows.
         c.press(Qt::Key_Right, Qt::ControlModifier);
         QCOMPARE(c.sample(), 7);
         c.press(Qt::Key_Left, Qt::ControlModifier);
@@ -123,7 +123,7 @@ private slots:
         c.press(Qt::Key_Left, Qt::ControlModifier);
         QCOMPARE(c.sample(), 2);
     }
-    void samplesThatAreNoNumberCountAsOneValue()
+    void nanSamplesCountAsEqualValues()
     {
         KeyCanvas c;
         const double nan = std::numeric_limits<double>::quiet_NaN();
@@ -135,7 +135,7 @@ private slots:
         c.press(Qt::Key_Right, Qt::ControlModifier);
         QCOMPARE(c.sample(), 4);
     }
-    void homeAndEndGoToTheEnds()
+    void homeAndEndMoveToTheFirstAndLastSample()
     {
         KeyCanvas c;
         c.show(kCurve, zigzag(40));
@@ -146,7 +146,7 @@ private slots:
         c.press(Qt::Key_Home);
         QCOMPARE(c.sample(), 0);
     }
-    void keysOfTheNumberBlockCountToo()
+    void keypadKeysWorkToo()
     {
         KeyCanvas c;
         c.show(kCurve, zigzag(40));
@@ -157,14 +157,14 @@ private slots:
         c.press(Qt::Key_Home, Qt::KeypadModifier);
         QCOMPARE(c.sample(), 0);
     }
-    void theReadOutIsTheMousesOfThatSample_data()
+    void theReadOutEqualsThatOfTheMouse_data()
     {
         QTest::addColumn<QString>("name");
         QTest::newRow("ordinary") << kCurve;
         QTest::newRow("factors") << "横滚";
         QTest::newRow("flight mode") << "主飞行模式";
     }
-    void theReadOutIsTheMousesOfThatSample()
+    void theReadOutEqualsThatOfTheMouse()
     {
         QFETCH(QString, name);
         const QByteArray label = name.toUtf8();
@@ -183,16 +183,16 @@ private slots:
         c.press(Qt::Key_Right);
         QCOMPARE(QToolTip::text(), fourth);
     }
-    void theReadOutTellsTimeAndValue()
+    void theReadOutShowsTimeAndValue()
     {
         KeyCanvas c;
         c.show(kCurve, {1, 2, 3, 4, 5, 6.5});
         c.select(kCurve);
         c.press(Qt::Key_End);
-        // Five samples of 200 ms after 06:13:20.
+        // Five intervals of 200 ms after 06:13:20.
         QCOMPARE(QToolTip::text(), QStringLiteral("(2023-11-15 06:13:21,  6.5)"));
     }
-    void theReadOutStandsBesideTheCrosshair()
+    void theReadOutIsBesideTheCrosshair()
     {
         KeyCanvas c;
         c.show(kCurve, QVector<double>(40, 3.0));
@@ -207,7 +207,7 @@ private slots:
         c.press(Qt::Key_Home);
         const int atStart = tip();
         QVERIFY(atStart >= 0);
-        // The text is the same within one second, and still the tip goes along.
+        // The text does not change within one second, but the tip still moves.
         c.press(Qt::Key_Right);
         c.press(Qt::Key_Right);
         c.press(Qt::Key_Right);
@@ -216,7 +216,7 @@ private slots:
         QVERIFY(pixels > 10);
         QVERIFY2(std::abs(tip() - atStart - pixels) <= 2, qPrintable(QString::number(tip() - atStart)));
     }
-    void theCrosshairIsDrawnWhereTheKeyPutIt()
+    void theCrosshairIsDrawnAtTheSampleOfTheKey()
     {
         KeyCanvas c;
         c.show(kCurve, zigzag(40));
@@ -228,7 +228,7 @@ private slots:
         const int column = qRound(c.canvas.xAxis->coordToPixel(c.kStart + kStep));
         const QImage image = c.canvas.grab().toImage();
         const QRect rect = c.canvas.axisRect()->rect();
-        // A line between two columns colours both.
+        // Antialiasing may spread the line over two columns.
         int red = 0;
         for (int y = rect.top(); y < rect.bottom(); ++y) {
             const QColor left = image.pixelColor(column - 1, y);
@@ -248,7 +248,7 @@ private slots:
         QCOMPARE(QToolTip::text(), QString());
         QVERIFY(c.canvas.xAxis->range() == range);
     }
-    void aCurveWithoutSamplesTakesTheKeysWithoutHarm()
+    void keysOnACurveWithoutSamplesDoNothing()
     {
         KeyCanvas c;
         c.show(kCurve, {});
@@ -262,7 +262,7 @@ private slots:
         KeyCanvas c;
         c.show(kCurve, QVector<double>(41, 2.0));
         c.canvas.replot();
-        // The click selects the curve and no mouse move follows, so that there is no crosshair yet.
+        // The click selects the curve. There is no crosshair yet, because the mouse has not moved.
         const QPoint at(qRound(c.canvas.xAxis->coordToPixel(c.kStart + 30 * kStep)),
                         qRound(c.canvas.yAxis->coordToPixel(2)));
         QTest::mouseClick(&c.canvas, Qt::LeftButton, {}, at);
@@ -281,7 +281,7 @@ private slots:
         c.press(Qt::Key_Left);
         QCOMPARE(c.sample(), 39);
     }
-    void anotherCurveTakesTheCrosshairOverAtItsTime()
+    void selectingAnotherCurveKeepsTheTimeOfTheCrosshair()
     {
         KeyCanvas c;
         c.show(kCurve, zigzag(41));
@@ -293,7 +293,7 @@ private slots:
         QCOMPARE(c.sample(), 31);
         QVERIFY(c.control.tracer()->graph() == c.curve(kOther));
     }
-    void aPointTakenOutOfTheCurveIsSteppedOver()
+    void deletedPointsAreSkipped()
     {
         KeyCanvas c;
         c.show(kCurve, zigzag(41));
@@ -315,7 +315,7 @@ private slots:
         c.point(39);
         c.press(Qt::Key_Right);
         c.press(Qt::Key_Left);
-        QCOMPARE(c.canvas.xAxis->range().lower, c.kStart + 20 * kStep); // nothing to follow yet
+        QCOMPARE(c.canvas.xAxis->range().lower, c.kStart + 20 * kStep); // the crosshair is still inside the view
         c.press(Qt::Key_Right, Qt::ShiftModifier);
         QCOMPARE(c.sample(), 49);
         const QCPRange range = c.canvas.xAxis->range();
@@ -324,7 +324,7 @@ private slots:
         QVERIFY(std::abs(range.center() - (c.kStart + 49 * kStep)) < 1e-6);
         QVERIFY(c.canvas.yAxis->range() == QCPRange(-10, 10));
     }
-    void theViewFollowsUpAndDownToo()
+    void theViewAlsoFollowsVertically()
     {
         KeyCanvas c;
         c.show(kCurve, {0, 0, 50, 0});
@@ -335,7 +335,7 @@ private slots:
         c.press(Qt::Key_Right);
         QVERIFY(c.canvas.yAxis->range() == QCPRange(46, 54));
     }
-    void aFitsBothAxesToAllCurves()
+    void keyAFitsBothAxesToAllCurves()
     {
         KeyCanvas c;
         c.show(kCurve, {-3, 2, 2});
@@ -345,7 +345,7 @@ private slots:
         QVERIFY(c.canvas.xAxis->range() == QCPRange(c.kStart, c.kStart + 4 * kStep));
         QVERIFY(c.canvas.yAxis->range() == QCPRange(-3, 40));
     }
-    void aOnAnEmptyCanvasChangesNothing()
+    void keyAOnAnEmptyCanvasChangesNothing()
     {
         KeyCanvas c;
         c.press(Qt::Key_A);
@@ -368,14 +368,14 @@ private slots:
         QCOMPARE(counts(), (QVector<int>{1, 1, 1, 0}));
         c.press(Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
         QCOMPARE(counts(), (QVector<int>{1, 1, 1, 1}));
-        // Near misses.
+        // Similar keys without a function.
         c.press(Qt::Key_C);
         c.press(Qt::Key_S, Qt::ControlModifier);
         c.press(Qt::Key_Backspace, Qt::ControlModifier);
         c.press(Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
         QCOMPARE(counts(), (QVector<int>{1, 1, 1, 1}));
     }
-    void otherKeysPass()
+    void otherKeysAreIgnored()
     {
         KeyCanvas c;
         for (const Qt::Key key : {Qt::Key_O, Qt::Key_Tab, Qt::Key_Up, Qt::Key_F1}) {
@@ -387,12 +387,12 @@ private slots:
         QKeyEvent controlA(QEvent::KeyPress, Qt::Key_A, Qt::ControlModifier);
         QVERIFY(!c.keys.eventFilter(&c.canvas, &controlA));
     }
-    void aClickGivesTheCanvasTheKeys()
+    void aClickGivesTheCanvasTheFocus()
     {
         KeyCanvas c;
         QVERIFY(c.canvas.focusPolicy() & Qt::ClickFocus);
     }
-    void aMillionSamplesAreAnsweredWithinTwoReplots_data()
+    void keysOnAMillionSamplesTakeAtMostTwoReplots_data()
     {
         QTest::addColumn<Qt::Key>("key");
         QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
@@ -400,7 +400,7 @@ private slots:
         QTest::newRow("over a constant series") << Qt::Key_Right << Qt::KeyboardModifiers(Qt::ControlModifier);
         QTest::newRow("fit") << Qt::Key_A << Qt::KeyboardModifiers(Qt::NoModifier);
     }
-    void aMillionSamplesAreAnsweredWithinTwoReplots()
+    void keysOnAMillionSamplesTakeAtMostTwoReplots()
     {
         QFETCH(Qt::Key, key);
         QFETCH(Qt::KeyboardModifiers, modifiers);
@@ -423,7 +423,7 @@ private slots:
         const qint64 answer = timer.nsecsElapsed();
         QVERIFY2(replots.count() <= 2, qPrintable(QString::number(replots.count())));
         qInfo("key %.2f ms, replot %.2f ms", double(answer) / 1e6, double(replot) / 1e6);
-        // Wanted: two replots.
+        // The target is the time of two replots; the limit is ten times that.
         QVERIFY2(answer < 10 * 2 * replot, qPrintable(QString::number(double(answer) / double(replot))));
     }
 };

@@ -20,7 +20,7 @@ namespace
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-/** A channel at 500 ms whose first sample stands at second 100. */
+/** A channel whose first sample is at second 100. */
 MyGraph channel(const Series &samples, int interval = 500)
 {
     MyGraph graph(QStringLiteral("channel"), 0, 0x03);
@@ -42,7 +42,7 @@ Series counting(int count)
     return series;
 }
 
-/** Bit for bit, but any two values that are not numbers are alike. */
+/** Compares bit by bit, but all NaN values are equal. */
 bool same(const Series &a, const Series &b)
 {
     if (a.size() != b.size())
@@ -63,19 +63,19 @@ class TestCurveMath : public QObject
 private slots:
     void initTestCase()
     {
-        // Eight hours east, without a need for the zone's file.
+        // UTC+8 as a POSIX rule, which needs no time zone file.
         qputenv("TZ", "CST-8");
         tzset();
     }
 
-    void keysStartAtTheWholeSecondAndRiseByTheInterval()
+    void keysStartAtAWholeSecondAndIncreaseByTheInterval()
     {
         QVERIFY(
             same(curvemath::timeKeys(4, 1700000000, 200), {1700000000.0, 1700000000.2, 1700000000.4, 1700000000.6}));
     }
-    void aKeyIsAProductAndNotASumOfSteps()
+    void keysAreProductsNotSums()
     {
-        // Ten additions of 0.1 miss 1 by an ulp; the product does not.
+        // Adding 0.1 ten times gives one ulp less than 1; the product is exact.
         QVERIFY(curvemath::timeKeys(11, 0, 100)[10] == 1.0);
     }
     void keysStandStillAtAnIntervalOfZero() { QVERIFY(same(curvemath::timeKeys(3, 50, 0), {50.0, 50.0, 50.0})); }
@@ -120,7 +120,7 @@ private slots:
         QVERIFY(same(samples, expected));
     }
 
-    void theFirstSampleIsRepeatedAtTheFront()
+    void theFirstSampleIsRepeatedAtTheBeginning()
     {
         Series series{7, 8};
         curvemath::repeatFirst(series, 3);
@@ -158,9 +158,9 @@ private slots:
         QTest::newRow("none") << 0 << 0;
         QTest::newRow("few are all") << 20 << 20;
         QTest::newRow("255 are all") << 255 << 255;
-        QTest::newRow("256 are none") << 256 << 0;
+        QTest::newRow("256 wraps to 0") << 256 << 0;
         QTest::newRow("300 are 44") << 300 << 44;
-        QTest::newRow("512 are none") << 512 << 0;
+        QTest::newRow("512 wraps to 0") << 512 << 0;
     }
     void recalculatedDifferences()
     {
@@ -195,7 +195,7 @@ private slots:
         };
         const Series rising{0, 1, 2, 3, 4, 5};
         const Series three(6, 3.0);
-        // Half a second a sample.
+        // One sample every 0.5 s.
         row("rising: strictly above the goal, so not at 3 but at 4", rising, three, 0, 2.0);
         row("rising from the second sample", rising, three, 1, 1.5);
         row("equal takes no time", rising, three, 3, 0.0);
@@ -223,27 +223,27 @@ private slots:
         const MyGraph t = channel(target);
         QVERIFY(curvemath::risingTime(&g, &t, index) == expected);
     }
-    void riseTimeTowardANullTargetIsNone()
+    void riseTimeWithANullTargetIsInvalid()
     {
         const MyGraph g = channel({1, 2});
         QVERIFY(curvemath::risingTime(&g, nullptr, 0) == -2.0);
         QVERIFY(curvemath::risingTime(nullptr, &g, 0) == -1.0);
     }
-    void riseTimeOfAChannelWithoutKeysIsNone()
+    void riseTimeOfAChannelWithoutKeysIsInvalid()
     {
         MyGraph g = channel({0, 1, 2});
         g.setXvalue({});
         const MyGraph t = channel({1, 1, 1});
         QVERIFY(curvemath::risingTime(&g, &t, 0) == -1.0);
     }
-    void aMillionSamplesThatNeverReachTheGoalTakeLittleTime()
+    void aMillionSamplesBelowTheTargetAreFast()
     {
         const MyGraph g = channel(Series(1000000, 0.0));
         const MyGraph t = channel(Series(1000000, 1.0));
         QElapsedTimer timer;
         timer.start();
         QVERIFY(curvemath::risingTime(&g, &t, 0) == -1.0);
-        // Ten times what is wanted; a sanitizer multiplies that once more.
+        // Ten times the target; a sanitizer multiplies it again.
         QVERIFY2(timer.elapsed() < 200, qPrintable(QString::number(timer.elapsed())));
     }
 
@@ -253,15 +253,15 @@ private slots:
         QTest::addColumn<int>("goals");
         QTest::addColumn<int>("index");
         QTest::addColumn<double>("sum");
-        // Sample i is i + 1, the target is 0 throughout: the area is the sum of the window's numbers, times 0.5 s.
-        QTest::newRow("first sample: it and four after it") << 12 << 12 << 0 << 15.0; // 1..5
+        // Sample i is i + 1 and the target is always 0, so the area is the sum of the window's samples times 0.5 s.
+        QTest::newRow("first sample: window from it to four after it") << 12 << 12 << 0 << 15.0; // 1..5
         QTest::newRow("third sample: two before it, seven in all") << 12 << 12 << 2 << 28.0; // 1..7
         QTest::newRow("in the middle: ten samples") << 12 << 12 << 6 << 65.0; // 2..11
         QTest::newRow("last sample: it and five before it") << 12 << 12 << 11 << 57.0; // 7..12
         QTest::newRow("cut at the end of a shorter target") << 12 << 8 << 6 << 35.0; // 2..8
         QTest::newRow("cut at the end of a longer target") << 8 << 12 << 6 << 35.0; // 2..8
-        QTest::newRow("just behind the end: what is left of the five before") << 10 << 10 << 12 << 27.0; // 8..10
-        QTest::newRow("far behind the end") << 10 << 10 << 20 << 0.0;
+        QTest::newRow("just after the end: the rest of the five before") << 10 << 10 << 12 << 27.0; // 8..10
+        QTest::newRow("far after the end") << 10 << 10 << 20 << 0.0;
         QTest::newRow("one sample") << 1 << 1 << 0 << 1.0;
         QTest::newRow("no samples") << 0 << 5 << 0 << 0.0;
         QTest::newRow("no target samples") << 5 << 0 << 0 << 0.0;
@@ -285,7 +285,7 @@ private slots:
         // (-3 - 2 - 2) * 0.2
         QCOMPARE(curvemath::area(&g, &t, 1), -1.4);
     }
-    void areaTakesTheIntervalOfTheActualChannel()
+    void areaUsesTheIntervalOfTheActualChannel()
     {
         const MyGraph g = channel({2, 2}, 1000);
         const MyGraph t = channel({1, 1}, 200);
@@ -298,13 +298,13 @@ private slots:
         QVERIFY(curvemath::area(nullptr, &g, 0) == 0.0);
     }
 
-    void deviationIsActualLessTarget()
+    void deviationIsActualMinusTarget()
     {
         const MyGraph g = channel({1, 2, 3});
         const MyGraph t = channel({5, 7});
         QVERIFY(curvemath::deviation(&g, &t, 1) == -5.0);
     }
-    void deviationWhereEitherSeriesHasNoSampleIsMinusOne()
+    void deviationWithoutASampleIsMinusOne()
     {
         const MyGraph g = channel({1, 2, 3});
         const MyGraph t = channel({5, 7});
@@ -315,23 +315,23 @@ private slots:
         QVERIFY(curvemath::deviation(nullptr, &t, 0) == -1.0);
     }
 
-    void aKeyIsFoundInEveryDirectionOfTheKeys_data()
+    void aKeyIsFoundInAscendingAndDescendingKeys_data()
     {
         QTest::addColumn<int>("interval");
         QTest::newRow("ascending") << 200;
         QTest::newRow("standing still") << 0;
         QTest::newRow("descending") << -200;
     }
-    void aKeyIsFoundInEveryDirectionOfTheKeys()
+    void aKeyIsFoundInAscendingAndDescendingKeys()
     {
         QFETCH(int, interval);
         const Series keys = curvemath::timeKeys(1000, 1700000000, interval);
         for (int i = 0; i < keys.size(); ++i) {
-            // Of equal keys it is the first.
+            // The first of equal keys is found.
             QCOMPARE(curvemath::indexOfKey(keys, keys[i]), interval == 0 ? 0 : i);
         }
     }
-    void aKeyHasNoTolerance()
+    void keysMustMatchExactly()
     {
         const Series keys{1.0, 2.0, 3.0};
         QCOMPARE(curvemath::indexOfKey(keys, std::nextafter(2.0, 3.0)), -1);
@@ -365,7 +365,7 @@ private slots:
         QCOMPARE(curvemath::dateTimeText(key), expected);
     }
 
-    void theModeChannelsBearTheLabelsOfTheFieldTables()
+    void theModeChannelsHaveTheLabelsOfTheFieldTables()
     {
         QCOMPARE(curvemath::kMainFlightModeLabel, QStringLiteral("主飞行模式"));
         QCOMPARE(curvemath::kSubFlightModeLabel, QStringLiteral("子飞行模式"));
@@ -374,7 +374,7 @@ private slots:
         QVERIFY(findGraphByCode(curvemath::kSubFlightModeLabel, 0x02) != nullptr);
         clearData();
     }
-    void everyModeHasItsWordsAndNothingElseHasAny()
+    void onlyKnownModesHaveATextAndEachHasItsOwn()
     {
         const QMap<int, QString> mainModes = mainFlightModes();
         const QMap<int, QString> subModes = subFlightModes();
@@ -391,7 +391,7 @@ private slots:
         QCOMPARE(curvemath::mainFlightModeText(0.99), QString());
         QCOMPARE(curvemath::mainFlightModeText(-1.5), QString());
     }
-    void aModeThatNoIntegerHoldsHasNoWords()
+    void aModeOutsideTheIntegerRangeHasNoText()
     {
         for (const double value : {kNaN, kInfinity, -kInfinity, 1e9, 4294967299.0, 1e300, -1e300}) {
             QCOMPARE(curvemath::mainFlightModeText(value), QString());

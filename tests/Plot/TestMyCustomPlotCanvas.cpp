@@ -38,7 +38,7 @@ QFont eightPoints()
 
 const QColor kGrey(53, 53, 53);
 
-/** All that a theme paints, read from a canvas. */
+/** All properties of a canvas that a theme sets. */
 QStringList themeOf(const QCustomPlot &canvas)
 {
     const auto text = [](const QPen &pen) {
@@ -59,7 +59,7 @@ QStringList themeOf(const QCustomPlot &canvas)
     return result;
 }
 
-/** The colour of the canvas where nothing else is painted. */
+/** The background colour of the canvas. */
 QColor backgroundOf(QCustomPlot &canvas)
 {
     return canvas.toPixmap(200, 100).toImage().pixelColor(1, 1);
@@ -74,7 +74,7 @@ class TestMyCustomPlotCanvas : public QObject
 private slots:
     void initTestCase() { qRegisterMetaType<MyGraph *>("MyGraph*"); }
 
-    void signalsAndSlotsStandInTheirOrderWithTheirAccess()
+    void declaresItsSignalsAndSlotsInOrderWithTheirAccess()
     {
         const QStringList expected{
             "signal statusShowSignal(QString)",
@@ -119,7 +119,7 @@ private slots:
         QVERIFY(meta.superClass() == &QObject::staticMetaObject);
     }
 
-    void setUpKeepsTheCanvasAndEndsWithItsMessage()
+    void setUpKeepsTheCanvasAndEndsWithALogMessage()
     {
         Fixture fixture;
         QCustomPlot canvas;
@@ -127,7 +127,7 @@ private slots:
         QVERIFY(control.plot() == nullptr);
         QSignalSpy status(&control, &MyCustomPlot::statusShowSignal);
         QSignalSpy checked(&control, &MyCustomPlot::graphCheckedSignal);
-        // The message comes when the theme has been painted.
+        // The message is logged after the theme is applied.
         QSignalSpy replots(&canvas, &QCustomPlot::afterReplot);
         int replotsBefore = 0;
         connect(&control, &MyCustomPlot::statusShowSignal, &canvas, [&] { replotsBefore = replots.count(); });
@@ -152,13 +152,13 @@ private slots:
         QCOMPARE(tracer->size(), 6.0);
         QVERIFY(tracer->graph() == nullptr);
     }
-    void noCrosshairIsPaintedBeforeACurveIsSelected()
+    void theCrosshairIsHiddenBeforeACurveIsSelected()
     {
         const Canvas c;
         QVERIFY(!c.control.tracer()->realVisibility());
     }
 
-    void interactionsAreTheSixAndControlSelectsMore()
+    void sixInteractionsAreEnabledAndControlExtendsTheSelection()
     {
         const Canvas c;
         QCOMPARE(c.canvas.interactions(),
@@ -168,7 +168,7 @@ private slots:
         QCOMPARE(c.canvas.contextMenuPolicy(), Qt::CustomContextMenu);
     }
 
-    void theLegendStandsUnderTheAxisRect()
+    void theLegendIsBelowTheAxisRect()
     {
         const Canvas c;
         QCPLegend *const legend = c.canvas.legend;
@@ -214,7 +214,7 @@ private slots:
         QCOMPARE(c.canvas.axisRect()->right(), empty);
         QVERIFY(empty > c.canvas.width() - 40);
     }
-    void theLastLegendLineIsWholeOnALowCanvas()
+    void theLastLegendLineIsCompleteOnALowCanvas()
     {
         Canvas c;
         c.canvas.show();
@@ -230,7 +230,7 @@ private slots:
             }
         }
         QCOMPARE(c.canvas.legend->rowCount(), 3);
-        // Room for the legend and the numbers, with two lines of text left for the curves.
+        // Space for the legend and the tick labels, and two text lines for the curves.
         const int line = QFontMetrics(c.canvas.legend->font()).height();
         const QMargins margins = c.canvas.axisRect()->margins();
         const int height = c.canvas.legend->minimumOuterSizeHint().height() + c.canvas.plotLayout()->rowSpacing()
@@ -245,7 +245,7 @@ private slots:
         }
     }
 
-    void theTimeAxisTellsTheDateOverTheTime()
+    void theTimeAxisShowsTheDateAboveTheTime()
     {
         const Canvas c;
         const auto ticker = c.canvas.xAxis->ticker().dynamicCast<QCPAxisTickerDateTime>();
@@ -287,7 +287,7 @@ private slots:
         QCOMPARE(c.canvas.yAxis2->range(), QCPRange(-7, 11));
     }
 
-    void setUpPensAreThoseOfNoThemeWhenTheThemeIsUnknown()
+    void anUnknownThemeKeepsTheDefaultPens()
     {
         Fixture fixture;
         AppConfig::getInstance().setTheme(static_cast<MyThemes>(7));
@@ -320,7 +320,7 @@ private slots:
         QCOMPARE(canvas.graph(0)->pen(), solid(QColor(1, 2, 3)));
     }
 
-    void theDayTheme()
+    void theDayThemeSetsItsColours()
     {
         Canvas c;
         c.show("横滚", {1, 2});
@@ -340,7 +340,7 @@ private slots:
         QCOMPARE(c.canvas.legend->item(0)->textColor(), QColor(Qt::black));
         QCOMPARE(backgroundOf(c.canvas), QColor(Qt::white));
     }
-    void theNightTheme()
+    void theNightThemeSetsItsColours()
     {
         Canvas c;
         c.show("横滚", {1, 2});
@@ -361,7 +361,7 @@ private slots:
         QCOMPARE(c.canvas.legend->item(0)->textColor(), QColor(Qt::white));
         QCOMPARE(backgroundOf(c.canvas), kGrey);
     }
-    void setUpTakesTheThemeOfTheConfiguration()
+    void setUpUsesTheThemeOfTheConfiguration()
     {
         Fixture fixture;
         for (const MyThemes theme : {lightTheme, darkTheme}) {
@@ -398,7 +398,7 @@ private slots:
         QVERIFY(replots.count() >= 1);
         QCOMPARE(c.log.messages(), QStringList());
     }
-    void aThemeLeavesTheTwoColoursAndTheCurvesAlone()
+    void aThemeKeepsTheTwoColoursAndTheCurves()
     {
         Canvas c;
         c.show("横滚", {1, 2});
@@ -427,7 +427,7 @@ private slots:
         QVERIFY(control.plot() == nullptr);
     }
 
-    void aNewCanvasHasNoSelectionRectangleWhateverTheConfigurationSays()
+    void aNewCanvasHasNoSelectionRectangleWithAnyConfiguration()
     {
         Fixture fixture;
         AppConfig::getInstance().setTouchMode(true);
@@ -457,7 +457,7 @@ private slots:
         QCOMPARE(c.log.leveledMessages(), QStringList("info: graph disable touch mode"));
     }
 
-    void touchModeThemeAndPenReachACanvasWithoutTheWindow()
+    void touchModeThemeAndPenNeedNoWindow()
     {
         Canvas c;
         c.show("横滚", {1, 2});
@@ -496,7 +496,7 @@ private slots:
     }
     void aSelectedAxisIsReadableInBothThemes()
     {
-        // Relative luminance and contrast as the Web Content Accessibility Guidelines define them.
+        // Relative luminance and contrast ratio as defined in the Web Content Accessibility Guidelines.
         const auto luminance = [](const QColor &colour) {
             const auto part = [](double value) {
                 return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
@@ -517,8 +517,8 @@ private slots:
     }
     void aSelectedAxisDiffersClearlyInBothThemes()
     {
-        // A third of the way from black to white.
-        constexpr double kClearly = 150;
+        // A third of the difference between black and white.
+        constexpr double kMinDistance = 150;
         const auto distance = [](const QColor &a, const QColor &b) {
             return std::hypot(a.red() - b.red(), a.green() - b.green(), a.blue() - b.blue());
         };
@@ -526,8 +526,8 @@ private slots:
             Canvas c;
             canvaslook::setTheme(&c.canvas, theme);
             for (const QCPAxis *const axis : {c.canvas.xAxis, c.canvas.yAxis}) {
-                QVERIFY(distance(axis->selectedTickLabelColor(), axis->tickLabelColor()) > kClearly);
-                QVERIFY(distance(axis->selectedBasePen().color(), axis->basePen().color()) > kClearly);
+                QVERIFY(distance(axis->selectedTickLabelColor(), axis->tickLabelColor()) > kMinDistance);
+                QVERIFY(distance(axis->selectedBasePen().color(), axis->basePen().color()) > kMinDistance);
                 QCOMPARE(axis->selectedLabelColor(), axis->selectedTickLabelColor());
             }
         }
@@ -551,7 +551,7 @@ private slots:
         QVERIFY(!c.curve("横滚")->selected());
         QVERIFY(!c.canvas.legend->itemWithPlottable(c.curve("横滚"))->selected());
     }
-    void apartlySelectedCurveIsSelectedWholeWithItsLegendEntry()
+    void aPartlySelectedCurveIsSelectedCompletelyWithItsLegendEntry()
     {
         Canvas c;
         c.show("横滚", {1, 2, 3});
@@ -572,7 +572,7 @@ private slots:
         QVERIFY(c.curve("俯仰")->selected());
     }
 
-    void theSelectedAxisDecidesWhatDragAndWheelMove_data()
+    void dragAndWheelMoveTheSelectedAxis_data()
     {
         QTest::addColumn<int>("xParts");
         QTest::addColumn<int>("yParts");
@@ -582,10 +582,10 @@ private slots:
         QTest::newRow("x") << int(QCPAxis::spAxis) << int(QCPAxis::spNone) << int(Qt::Horizontal);
         QTest::newRow("y") << int(QCPAxis::spNone) << int(QCPAxis::spAxis) << int(Qt::Vertical);
         QTest::newRow("both: x goes first") << int(QCPAxis::spAxis) << int(QCPAxis::spAxis) << int(Qt::Horizontal);
-        QTest::newRow("tick labels alone do not count")
+        QTest::newRow("selected tick labels are ignored")
             << int(QCPAxis::spTickLabels) << int(QCPAxis::spAxisLabel) << int(Qt::Horizontal | Qt::Vertical);
     }
-    void theSelectedAxisDecidesWhatDragAndWheelMove()
+    void dragAndWheelMoveTheSelectedAxis()
     {
         QFETCH(int, xParts);
         QFETCH(int, yParts);
@@ -614,7 +614,7 @@ private slots:
         QCOMPARE(c.canvas.xAxis->range(), QCPRange(5, 6));
         QCOMPARE(c.canvas.yAxis->range(), QCPRange(7, 8));
     }
-    void rescalingTakesTheSelectedCurve()
+    void rescalingFitsTheSelectedCurve()
     {
         Canvas c;
         c.show("横滚", {-4, 2, 6});
@@ -646,7 +646,7 @@ private slots:
         QCOMPARE(c.canvas.yAxis->range(), QCPRange(7, 8));
         QCOMPARE(replots.count(), 0);
     }
-    void rescalingAllFitsTheLastCurveAloneWhateverIsSelected()
+    void rescalingAllFitsOnlyTheLastCurve()
     {
         Canvas c;
         c.show("横滚", {-4, 2, 6});
@@ -665,13 +665,13 @@ private slots:
         QCOMPARE(replots.count(), 2);
     }
 
-    void aFontForASelectedAxisGoesToBoth_data()
+    void aFontForASelectedAxisIsSetOnBoth_data()
     {
         QTest::addColumn<bool>("vertical");
         QTest::newRow("x selected") << false;
         QTest::newRow("y selected") << true;
     }
-    void aFontForASelectedAxisGoesToBoth()
+    void aFontForASelectedAxisIsSetOnBoth()
     {
         QFETCH(bool, vertical);
         Canvas c;
@@ -684,7 +684,7 @@ private slots:
         QCOMPARE(c.canvas.yAxis->tickLabelFont(), font);
         QCOMPARE(replots.count(), 1);
     }
-    void aFontWithoutASelectedAxisGoesNowhere()
+    void aFontWithoutASelectedAxisChangesNothing()
     {
         Canvas c;
         QFont font;
@@ -696,7 +696,7 @@ private slots:
         QCOMPARE(replots.count(), 0);
     }
 
-    void aClickedCurveTellsItsNameIndexAndValue()
+    void aClickedCurveReportsItsNameIndexAndValue()
     {
         Canvas c;
         c.show("横滚", {1, 0.123456789, -2e10});
@@ -707,7 +707,7 @@ private slots:
                  (QStringList{"status Clicked on graph '横滚' at data point #1 with value 0.123457.",
                               "status Clicked on graph '横滚' at data point #2 with value -2e+10."}));
     }
-    void aClickOnAPointThatIsGoneTellsNothing()
+    void aClickOnADeletedPointReportsNothing()
     {
         Canvas c;
         c.show("横滚", {1, 2, 3});
@@ -716,7 +716,7 @@ private slots:
             emit c.canvas.plottableClick(c.curve("横滚"), index, nullptr);
         QCOMPARE(record.take(), QStringList());
     }
-    void aClickedCurveWithAPlaceMarkerInItsNameKeepsIt()
+    void aPlaceMarkerInACurveNameIsReportedUnchanged()
     {
         Canvas c;
         c.show("横滚", {5, 6});
@@ -726,7 +726,7 @@ private slots:
         QCOMPARE(record.take(), QStringList("status Clicked on graph 'a%2b%3' at data point #1 with value 6."));
     }
 
-    void theTracerGoesInTheEventLoopAndTheCanvasLivesOn()
+    void theTracerIsDeletedInTheEventLoopAndTheCanvasRemains()
     {
         Fixture fixture;
         QCustomPlot canvas;
@@ -740,7 +740,7 @@ private slots:
         QCOMPARE(canvas.itemCount(), 0);
         canvas.replot();
     }
-    void aCanvasMayGoBeforeItsController()
+    void aCanvasCanBeDeletedBeforeItsController()
     {
         Fixture fixture;
         auto canvas = std::make_unique<QCustomPlot>();

@@ -10,7 +10,7 @@ using Series = QVector<double>;
 namespace
 {
 
-/** Labels of a triad and of a channel that belongs to none. */
+/** Labels of a triad and of a channel without a triad. */
 constexpr char kActual[] = "横滚";
 constexpr char kTarget[] = "目标横滚";
 constexpr char kDifference[] = "横滚差值";
@@ -52,12 +52,12 @@ private slots:
         QVERIFY(g->shown());
         QCOMPARE(g->graphIndex(), 0);
     }
-    void showingTellsTheStatusThenReplotsThenAsksForTheTicks()
+    void showingEmitsTheStatusThenReplotsThenEmitsChecked()
     {
         Canvas c;
         MyGraph *const g = Canvas::channel(kActual, {3, 1, 2});
         SignalRecord record(c.control);
-        // The status comes when the channel is shown, but before it knows its index; the ticks come when it does.
+        // The status signal comes after the shown flag but before the index is set. graphCheckedSignal comes last.
         bool shownAtStatus = false;
         int indexAtStatus = 99;
         int indexAtTicks = 99;
@@ -81,7 +81,7 @@ private slots:
         QCOMPARE(c.show(kTarget, {1, 2})->graphIndex(), 1);
         QCOMPARE(c.log.leveledMessages(), QStringList("info: add graph:目标横滚, graph index is 1"));
     }
-    void aNullChannelOnShowIsToldAndStops()
+    void showingANullChannelIsReportedAndIgnored()
     {
         Canvas c;
         SignalRecord record(c.control);
@@ -91,7 +91,7 @@ private slots:
         QCOMPARE(c.curveNames(), QStringList(""));
         QCOMPARE(c.log.messages(), QStringList());
     }
-    void showingACurveTwiceChangesNothingButTheLog()
+    void showingACurveTwiceIsOnlyLogged()
     {
         Canvas c;
         MyGraph *const g = c.show(kActual, {1, 2});
@@ -104,7 +104,7 @@ private slots:
         QCOMPARE(Canvas::values(c.curve(kActual)), (Series{1, 2}));
         QCOMPARE(c.log.leveledMessages(), QStringList("warning: add graph,but graph is exist:横滚"));
     }
-    void anEmptyChannelIsToldAndShownAllTheSame()
+    void anEmptyChannelIsReportedAndShown()
     {
         Canvas c;
         SignalRecord record(c.control);
@@ -126,16 +126,16 @@ private slots:
         QCOMPARE(c.canvas.xAxis->range(), QCPRange(Canvas::kStart, Canvas::kStart + 0.4));
         QCOMPARE(c.canvas.yAxis->range(), QCPRange(-4, 6));
     }
-    void aLevelFirstCurveKeepsTheStartingRangeInView()
+    void aConstantFirstCurveKeepsTheSizeOfTheInitialRange()
     {
         Canvas c;
         QCOMPARE(c.canvas.yAxis->range(), QCPRange(-1, 1));
         c.show(kActual, {5, 5, 5, 5});
-        // Enlarged to hold -1 to 5 first. A level curve has no height of its own, so these six are centred on it.
+        // The range is first enlarged to -1 to 5. A constant curve has no height, so this size is centred on it.
         QCOMPARE(c.canvas.yAxis->range(), QCPRange(2, 8));
         QCOMPARE(c.canvas.xAxis->range(), QCPRange(Canvas::kStart, Canvas::kStart + 3 * 0.2));
     }
-    /** As after a cancelled choice of the colour. */
+    /** A cancelled colour dialog gives an invalid colour. */
     void aChannelWithoutAValidColourIsDrawnInBlack()
     {
         Canvas c;
@@ -148,7 +148,7 @@ private slots:
         QCOMPARE(pen.color().rgb(), QColor(Qt::black).rgb());
     }
 
-    void keysAreBuiltAnewAtEachShow()
+    void keysAreRebuiltAtEachShow()
     {
         Canvas c;
         MyGraph *const g = c.show(kActual, {1, 2});
@@ -159,14 +159,14 @@ private slots:
         QVERIFY(g->xvalue() == (Series{1600000000.0, 1600000001.0}));
         QVERIFY(Canvas::keys(c.curve(kActual)) == g->xvalue());
     }
-    void aPeriodOfZeroOrLessIsShownWithoutHarm_data()
+    void aChannelWithAPeriodOfZeroOrLessCanBeShown_data()
     {
         QTest::addColumn<int>("interval");
         QTest::addColumn<Series>("sortedKeys");
         QTest::newRow("zero") << 0 << Series{1700000000, 1700000000, 1700000000};
         QTest::newRow("negative") << -1000 << Series{1699999998, 1699999999, 1700000000};
     }
-    void aPeriodOfZeroOrLessIsShownWithoutHarm()
+    void aChannelWithAPeriodOfZeroOrLessCanBeShown()
     {
         QFETCH(int, interval);
         QFETCH(Series, sortedKeys);
@@ -206,7 +206,7 @@ private slots:
         QVERIFY(!g->shown());
     }
 
-    void showingByNameBeforeAnyReadIsTold()
+    void showingByNameBeforeAReadIsReported()
     {
         Canvas c;
         Canvas::channel(kActual, {1, 2});
@@ -231,12 +231,12 @@ private slots:
         c.show(kActual, {1, 2});
         c.log.mark();
         SignalRecord record(c.control);
-        // Even under a code that has no such channel: the curve is looked for first.
+        // The curve is searched first, so the warning also comes with a code that has no such channel.
         c.control.myAddGraph(QString(kActual), uchar(5));
         QCOMPARE(record.take(), QStringList());
         QCOMPARE(c.log.leveledMessages(), QStringList("warning: add graph,but graph is exist:横滚"));
     }
-    void showingAnUnknownNameOrCodeIsTold()
+    void showingAnUnknownNameOrCodeIsReported()
     {
         Canvas c;
         const DebugOutput output;
@@ -247,7 +247,7 @@ private slots:
         QCOMPARE(output.texts(), QStringList("功能码错误"));
     }
 
-    void looseDataStandsInPlaceOfEverythingElse()
+    void rawDataReplacesAllCurves()
     {
         Canvas c;
         MyGraph *const g = c.show(kActual, {1, 2});
@@ -269,7 +269,7 @@ private slots:
 
     // Removing
 
-    void aNullChannelOnRemoveIsToldAndGivesFalse()
+    void removingANullChannelIsReportedAndReturnsFalse()
     {
         Canvas c;
         SignalRecord record(c.control);
@@ -279,7 +279,7 @@ private slots:
         QCOMPARE(record.take(), (QStringList{"status 未找到曲线", "status 未找到曲线", "status 未找到曲线"}));
         QCOMPARE(c.log.messages(), QStringList());
     }
-    void aCanvasWithoutCurvesGivesFalse()
+    void removingFromAnEmptyCanvasReturnsFalse()
     {
         Canvas c;
         MyGraph *const g = Canvas::channel(kActual, {1, 2});
@@ -288,7 +288,7 @@ private slots:
         QVERIFY(!c.control.myRemoveGraph(g));
         QCOMPARE(record.take(), QStringList());
     }
-    void removingTakesTheCurveAndKeepsTheOthers()
+    void removingACurveKeepsTheOthers()
     {
         Canvas c;
         MyGraph *const g = c.show(kActual, {1, 2});
@@ -302,7 +302,7 @@ private slots:
         QCOMPARE(record.take(), (QStringList{"replot", "checked"}));
         QCOMPARE(c.log.leveledMessages(), QStringList("info: delete graph 横滚"));
     }
-    void thePlaceholderHasNoEntryInTheLegend()
+    void thePlaceholderHasNoLegendEntry()
     {
         Canvas c;
         QCOMPARE(c.canvas.graphCount(), 1);
@@ -315,7 +315,7 @@ private slots:
         c.show(kActual, {1, 2});
         c.control.removeAllGraphsSlot();
         QCOMPARE(c.canvas.legend->itemCount(), 0);
-        // An empty channel is a curve all the same.
+        // An empty channel also has a curve.
         c.show(kTarget, {});
         QCOMPARE(c.canvas.legend->itemCount(), 1);
     }
@@ -331,7 +331,7 @@ private slots:
         c.show(kTarget, {1, 2});
         QCOMPARE(c.curveNames(), QStringList(kTarget));
     }
-    void thereIsNeverACanvasWithoutACurve()
+    void aCanvasAlwaysHasACurve()
     {
         Canvas c;
         int least = c.canvas.graphCount();
@@ -350,7 +350,7 @@ private slots:
         look();
         QCOMPARE(least, 1);
     }
-    void removingAChannelThatIsNotThereStillReplotsAndGivesTrue()
+    void removingAMissingChannelReplotsAndReturnsTrue()
     {
         Canvas c;
         c.show(kActual, {1, 2});
@@ -361,12 +361,12 @@ private slots:
         SignalRecord record(c.control);
         QVERIFY(c.control.myRemoveGraph(other));
         QCOMPARE(record.take(), (QStringList{"replot", "checked"}));
-        // It stands on the other canvas.
+        // It is on the other canvas.
         QVERIFY(other->shown());
         QCOMPARE(other->graphIndex(), 7);
         QCOMPARE(c.log.messages(), QStringList());
     }
-    void ofTwoNeighboursWithOneNameTheSecondStays()
+    void removingSkipsTheSecondOfTwoAdjacentEqualNames()
     {
         Canvas c;
         MyGraph *const g = c.show(kActual, {1, 2});
@@ -375,7 +375,7 @@ private slots:
         c.curve(kTarget)->setName(kActual);
         c.control.myRemoveGraph(g);
         QCOMPARE(c.curveNames(), (QStringList{kActual, kDifference}));
-        // Not neighbours: both go.
+        // They are not adjacent, so both are removed.
         c.control.myAddGraph(QString(kTarget), uchar(5));
         c.curve(kTarget)->setName(kActual);
         c.control.myRemoveGraph(g);
@@ -404,7 +404,7 @@ private slots:
         c.control.removeSelectedGraphSlot();
         QCOMPARE(c.curveNames(), QStringList(""));
     }
-    void aRemovedCurveWithAnEditedNameHasNoChannelToTell()
+    void removingARenamedCurveChangesNoChannel()
     {
         Canvas c;
         MyGraph *const g = c.show(kActual, {1, 2});
@@ -441,12 +441,12 @@ private slots:
         // The single channel of 0x52 keeps its flag.
         QCOMPARE(stillShown, QStringList(backupGraph->graphName()));
     }
-    void removingAllCurvesHasItsOrder()
+    void removingAllCurvesHasTheExpectedSteps()
     {
         Canvas c;
         c.show(kActual, {1, 2});
         c.show(kTarget, {1, 2});
-        // What each step finds: the log line, the curves, and the flag of a channel.
+        // The state at each step: the log line, the curves, and the flag of a channel.
         QStringList steps;
         const auto step = [&](const char *name) {
             steps.append(QStringLiteral("%1: %2 lines, %3 curves, %4")
@@ -468,10 +468,10 @@ private slots:
         QCOMPARE(c.curveNames(), QStringList(""));
     }
 
-    void checkBoxesMayRemoveFurtherCurvesInsideTheSignal()
+    void slotsOfTheSignalCanRemoveMoreCurves()
     {
         Canvas c;
-        // As the window does: what is no longer marked as shown is taken off, which emits the signal again.
+        // Like the window: removes curves that are no longer marked as shown, which emits the signal again.
         const char *const labels[]{"横滚", "俯仰", "航向", "指示空速", "相对高度"};
         connect(&c.control, &MyCustomPlot::graphCheckedSignal, this, [&] {
             for (const char *const label : labels) {
@@ -495,7 +495,7 @@ private slots:
         c.control.removeAllGraphsSlot();
         QCOMPARE(c.curveNames(), QStringList(""));
     }
-    void theSelectedCurveMayGoWhileItsPartnerIsShownAnew()
+    void theSelectedCurveCanBeRemovedWhileItsPartnerIsShownAgain()
     {
         Canvas c;
         MyGraph *const g = c.show(kActual, {1, 2, 3});
@@ -513,7 +513,7 @@ private slots:
 
     // Nothing selected, and curves without a channel
 
-    void withoutASelectedCurveTheSlotsThatNeedOneSayNothing()
+    void slotsThatNeedASelectedCurveDoNothingWithoutOne()
     {
         Canvas c;
         MyGraph *const g = c.show(kActual, {1, 50, 1});
@@ -531,7 +531,7 @@ private slots:
         QCOMPARE(g->yvalue(), (Series{1, 50, 1}));
         QCOMPARE(c.curveNames(), QStringList(kActual));
     }
-    void aCurveWithAnEditedNameNoLongerLeadsToAChannel()
+    void aRenamedCurveHasNoChannel()
     {
         Canvas c;
         MyGraph *const g = c.show(kActual, {1, 50, 1});
@@ -548,7 +548,7 @@ private slots:
         QCOMPARE(g->yvalue(), (Series{1, 50, 1}));
         QCOMPARE(g->position(), 0);
         QCOMPARE(c.curveNames(), QStringList("mine"));
-        // What needs no channel goes on.
+        // Operations that need no channel still work.
         c.control.resetGraphSlot(QPen(Qt::blue));
         QCOMPARE(c.curve("mine")->pen(), QPen(Qt::blue));
     }
@@ -567,14 +567,14 @@ private slots:
         QCOMPARE(g->yvalue(), (Series{1, 1, 2, 3}));
         QCOMPARE(Canvas::values(c.curve(kActual)), (Series{1, 1, 2, 3}));
         QCOMPARE(c.curveNames(), QStringList(kActual));
-        // The pen went with the old curve.
+        // The pen was deleted with the old curve.
         QCOMPARE(c.curve(kActual)->pen(), QPen(QBrush(g->color()), 1));
-        // Only what showing tells.
+        // Only the events of showing a curve.
         QCOMPARE(record.take(), (QStringList{"status 显示曲线：横滚", "replot", "checked"}));
         QCOMPARE(c.log.leveledMessages(),
                  (QStringList{"info: add graph:横滚, graph index is 0", "info: delete error data of 横滚"}));
     }
-    void spikesLeaveTheDifferenceAlone()
+    void removingSpikesKeepsTheDifference()
     {
         Canvas c;
         c.show(kActual, {1, 50, 2});
@@ -583,7 +583,7 @@ private slots:
         c.control.deleteErrorDataSlot();
         QCOMPARE(difference->yvalue(), (Series{7, 8, 9}));
     }
-    void spikesLeaveASharedCopyAlone()
+    void removingSpikesKeepsASharedCopy()
     {
         Canvas c;
         MyGraph *const g = c.show(kActual, {1, 50, 2});
@@ -605,7 +605,7 @@ private slots:
 
     // The point under the crosshair
 
-    void thePointUnderTheCrosshairGoesFromTheCurveAlone()
+    void thePointUnderTheCrosshairIsDeletedOnlyFromTheCurve()
     {
         Canvas c;
         MyGraph *const g = c.show(kActual, {10, 20, 30});
@@ -617,12 +617,12 @@ private slots:
         QCOMPARE(record.take(), QStringList("replot"));
         QCOMPARE(Canvas::values(c.curve(kActual)), (Series{10, 30}));
         QCOMPARE(g->yvalue(), (Series{10, 20, 30}));
-        // It comes back when the curve is shown anew.
+        // It is back when the curve is shown again.
         c.control.myRemoveGraph(g);
         c.control.myAddGraph(g);
         QCOMPARE(Canvas::values(c.curve(kActual)), (Series{10, 20, 30}));
     }
-    void thePointOfTheLastSelectionGoesWhenNothingIsSelectedAnyMore()
+    void deletingWithoutASelectionUsesTheLastSelection()
     {
         Canvas c;
         c.show(kActual, {10, 20, 30});
@@ -644,7 +644,7 @@ private slots:
         QCOMPARE(record.take(), QStringList());
         QCOMPARE(Canvas::values(c.curve(kActual)), (Series{10, 20, 30}));
     }
-    void deletingPointsUntilNoneIsLeftDoesNoHarm()
+    void deletingAllPointsOfACurveIsSafe()
     {
         Canvas c;
         c.show(kActual, {10, 20});
@@ -656,7 +656,7 @@ private slots:
         c.moveTo({410, 100});
         c.canvas.replot();
     }
-    void deletingThePointOfACurveThatWentDoesNothing_data()
+    void deletingAPointOfARemovedCurveDoesNothing_data()
     {
         QTest::addColumn<int>("way");
         QTest::newRow("removed as selected") << 0;
@@ -668,7 +668,7 @@ private slots:
         QTest::newRow("loose data") << 6;
         QTest::newRow("cleared on the canvas itself") << 7;
     }
-    void deletingThePointOfACurveThatWentDoesNothing()
+    void deletingAPointOfARemovedCurveDoesNothing()
     {
         QFETCH(int, way);
         Canvas c;
@@ -713,13 +713,13 @@ private slots:
 
     // Shifting against the partner
 
-    void anActualCurveMovesAgainstItsTarget_data()
+    void anActualCurveIsShiftedRelativeToItsTarget_data()
     {
         QTest::addColumn<bool>("ten");
         QTest::newRow("by one sample") << false;
         QTest::newRow("by ten samples") << true;
     }
-    void anActualCurveMovesAgainstItsTarget()
+    void anActualCurveIsShiftedRelativeToItsTarget()
     {
         QFETCH(bool, ten);
         const int k = ten ? 10 : 1;
@@ -736,15 +736,15 @@ private slots:
             c.control.addOnePointSlot();
         QCOMPARE(g->yvalue(), Series(k, 5.0) + Series({5, 6, 8}));
         QCOMPARE(p->yvalue(), Series({1, 2, 3}) + Series(k, 3.0));
-        // Three samples before the move, so three differences: 5 - 1, then 5 - 2, then 6 - 3 or still 5 - 3.
+        // Three samples before the shift give three differences: 5 - 1, 5 - 2, and 6 - 3 or 5 - 3.
         QCOMPARE(d->yvalue(), Series({4, 3, ten ? 2.0 : 3.0}) + Series(k, 0.0));
         QCOMPARE(Canvas::values(c.curve(kActual)), g->yvalue());
         QCOMPARE(g->xvalue().size(), 3 + k);
-        // The partner is not shown, so only the curve itself is shown anew.
+        // The partner is hidden, so only the curve itself is shown again.
         QCOMPARE(record.take(), (QStringList{"status 显示曲线：横滚", "replot", "checked"}));
         QCOMPARE(c.log.leveledMessages(), QStringList("info: add graph:横滚, graph index is 0"));
     }
-    void aTargetCurveMovesAgainstItsActual()
+    void aTargetCurveIsShiftedRelativeToItsActual()
     {
         Canvas c;
         MyGraph *const p = Canvas::channel(kActual, {5, 6, 8});
@@ -754,10 +754,10 @@ private slots:
         c.control.addOnePointSlot();
         QCOMPARE(g->yvalue(), (Series{1, 1, 2, 3}));
         QCOMPARE(p->yvalue(), (Series{5, 6, 8, 8}));
-        // Still actual less target.
+        // Still actual minus target.
         QCOMPARE(d->yvalue(), (Series{4, 5, 6, 0}));
     }
-    void aShownPartnerIsShownAnewBeforeTheCurve()
+    void aShownPartnerIsShownAgainBeforeTheCurve()
     {
         Canvas c;
         c.show(kActual, {5, 6, 8});
@@ -787,13 +787,13 @@ private slots:
         c.control.addOnePointSlot();
         QCOMPARE(Canvas::values(c.curve(kDifference)), (Series{100, 100, 100}));
     }
-    void anyOtherCurveMovesAlone_data()
+    void otherCurvesAreShiftedAlone_data()
     {
         QTest::addColumn<QString>("label");
         QTest::newRow("difference") << kDifference;
         QTest::newRow("ordinary") << kOrdinary;
     }
-    void anyOtherCurveMovesAlone()
+    void otherCurvesAreShiftedAlone()
     {
         QFETCH(QString, label);
         Canvas c;
@@ -809,7 +809,7 @@ private slots:
         QCOMPARE(actual->yvalue().size(), 3);
         QCOMPARE(target->yvalue().size(), 3);
     }
-    void theDifferencesAreRecalculatedByAnEightBitCount_data()
+    void theCountOfRecalculatedDifferencesHasEightBits_data()
     {
         QTest::addColumn<int>("samples");
         QTest::addColumn<int>("recalculated");
@@ -817,7 +817,7 @@ private slots:
         QTest::newRow("256 samples: none") << 256 << 0;
         QTest::newRow("255 samples: all") << 255 << 255;
     }
-    void theDifferencesAreRecalculatedByAnEightBitCount()
+    void theCountOfRecalculatedDifferencesHasEightBits()
     {
         QFETCH(int, samples);
         QFETCH(int, recalculated);
@@ -828,14 +828,14 @@ private slots:
         c.select(kActual);
         c.control.addOnePointSlot();
         QCOMPARE(d->yvalue().size(), samples + 1);
-        // What was recalculated is above 999, what stood is -5, what was appended is 0.
+        // Recalculated values are above 999, old values are -5, appended values are 0.
         for (int i = 0; i < recalculated; ++i)
             QCOMPARE(d->yvalue()[i], i == 0 ? 1000.0 : 999.0 + i);
         for (int i = recalculated; i < samples; ++i)
             QCOMPARE(d->yvalue()[i], -5.0);
         QCOMPARE(d->yvalue()[samples], 0.0);
     }
-    void anEmptyPartnerGetsZeros()
+    void anEmptyPartnerIsFilledWithZeros()
     {
         Canvas c;
         c.show(kActual, {5, 6, 8});
@@ -844,10 +844,10 @@ private slots:
         c.select(kActual);
         c.control.addPointsSlot();
         QCOMPARE(p->yvalue(), Series(10, 0.0));
-        // 5 - 0 for as many samples as the curve had.
+        // 5 - 0 for each sample of the curve.
         QCOMPARE(d->yvalue(), Series(3, 5.0) + Series(7, 0.0));
     }
-    void aShorterPartnerEndsTheDifferences()
+    void aShorterPartnerLimitsTheDifferences()
     {
         Canvas c;
         c.show(kActual, {5, 6, 8, 9});
@@ -858,7 +858,7 @@ private slots:
         QCOMPARE(p->yvalue(), (Series{1, 1}));
         QCOMPARE(d->yvalue(), (Series{4, 4, 72, 73, 0}));
     }
-    void aMissingPartnerStopsNothing()
+    void aMissingPartnerDoesNotPreventTheShift()
     {
         Canvas c;
         MyGraph *const g = c.show(kActual, {5, 6});
@@ -874,7 +874,7 @@ private slots:
         QCOMPARE(g->yvalue(), (Series{5, 5, 5, 6}));
         QCOMPARE(d->yvalue(), (Series{70, 71, 0}));
     }
-    void anEmptyChannelIsNotMoved()
+    void anEmptyChannelIsNotShifted()
     {
         Canvas c;
         MyGraph *const g = c.show(kActual, {1});
@@ -891,7 +891,7 @@ private slots:
 
     // The other canvas, and the pen
 
-    void swappingTogglesThePositionAndHandsTheChannelOn()
+    void swappingTogglesThePositionAndEmitsTheChannel()
     {
         Canvas c;
         MyGraph *const g = c.show(kActual, {1, 2});
@@ -911,7 +911,7 @@ private slots:
         QCOMPARE(g->position(), 0);
         QCOMPARE(g->color(), color);
     }
-    void aPenGoesToTheCurveAndNotToItsChannel()
+    void aPenIsSetOnTheCurveAndNotOnItsChannel()
     {
         Canvas c;
         MyGraph *const g = c.show(kActual, {1, 2});
@@ -929,7 +929,7 @@ private slots:
         QCOMPARE(g->width(), 1);
         QCOMPARE(g->style(), int(Qt::SolidLine));
     }
-    void ofSeveralSelectedCurvesTheFirstIsMeant()
+    void theFirstOfSeveralSelectedCurvesIsUsed()
     {
         Canvas c;
         c.show(kActual, {1, 2});

@@ -11,7 +11,7 @@ namespace
 constexpr char kActual[] = "横滚";
 constexpr char kTarget[] = "目标横滚";
 
-/** A canvas on the screen with two level lines, at 10 and at 30 of a range from 0 to 40. */
+/** A visible canvas with two constant curves at 10 and 30; the value range is 0 to 40. */
 class ShownCanvas : public Canvas
 {
 public:
@@ -19,7 +19,7 @@ public:
     {
         canvas.show();
         if (!QTest::qWaitForWindowExposed(&canvas))
-            qFatal("the canvas did not come up");
+            qFatal("the canvas does not appear");
         show(kActual, QVector<double>(101, 10.0));
         show(kTarget, QVector<double>(101, 30.0));
         canvas.yAxis->setRange(0, 40);
@@ -28,7 +28,7 @@ public:
 
     using Canvas::show;
 
-    /** A point of the canvas by seconds from the start and value. */
+    /** The pixel position of a time, in seconds from the start, and a value. */
     QPoint at(double seconds, double value) const
     {
         return {qRound(canvas.xAxis->coordToPixel(kStart + seconds)), qRound(canvas.yAxis->coordToPixel(value))};
@@ -51,7 +51,7 @@ public:
         QCoreApplication::processEvents();
     }
 
-    /** Drags with a button other than the left one. */
+    /** Drags with the given mouse button. */
     void dragWith(Qt::MouseButton button, const QPoint &from, const QPoint &to)
     {
         QTest::mousePress(&canvas, button, Qt::NoModifier, from);
@@ -61,17 +61,17 @@ public:
         QCoreApplication::processEvents();
     }
 
-    /** Moves the pointer with these buttons down. */
+    /** Moves the mouse pointer with these buttons pressed. */
     void moveWith(Qt::MouseButtons buttons, const QPoint &pos)
     {
         QMouseEvent move(QEvent::MouseMove, pos, canvas.mapToGlobal(pos), Qt::NoButton, buttons, Qt::NoModifier);
         QCoreApplication::sendEvent(&canvas, &move);
     }
 
-    /** The painted canvas as it is, without a replot. */
+    /** The painted canvas, without a replot. */
     QImage picture() { return canvas.grab().toImage().convertToFormat(QImage::Format_RGB32); }
 
-    void turnWheel(const QPoint &pos)
+    void scrollWheel(const QPoint &pos)
     {
         QWheelEvent wheel(pos, canvas.mapToGlobal(pos), QPoint(), QPoint(0, 120), Qt::NoButton, Qt::NoModifier,
                           Qt::NoScrollPhase, false);
@@ -79,7 +79,7 @@ public:
         QCoreApplication::processEvents();
     }
 
-    /** The middle of a legend entry. */
+    /** The centre of a legend entry. */
     QPoint legendEntry(const char *name) const
     {
         return canvas.legend->itemWithPlottable(curve(name))->outerRect().center();
@@ -116,7 +116,7 @@ private slots:
         QVERIFY(c.canvas.legend->itemWithPlottable(c.curve(kActual))->selected());
         QVERIFY(!c.curve(kTarget)->selected());
         QVERIFY(!c.canvas.legend->itemWithPlottable(c.curve(kTarget))->selected());
-        // The click is told with the point's index and value.
+        // The status contains the index and the value of the clicked point.
         QCOMPARE(status.count(), 1);
         const QString text = status.at(0).at(0).toString();
         QVERIFY2(text.startsWith(QStringLiteral("Clicked on graph '横滚' at data point #"))
@@ -130,7 +130,7 @@ private slots:
         QCOMPARE(c.curve(kTarget)->selection(), QCPDataSelection(QCPDataRange(0, 101)));
         QVERIFY(!c.curve(kActual)->selected());
     }
-    void aClickBesideEverythingEndsTheSelection()
+    void aClickOnEmptySpaceClearsTheSelection()
     {
         ShownCanvas c;
         c.click(c.at(10, 10));
@@ -175,7 +175,7 @@ private slots:
         c.drag(c.at(10, 20), c.at(5, 25));
         QVERIFY(c.canvas.xAxis->range().lower > x.lower);
         QCOMPARE(c.canvas.yAxis->range(), y);
-        // This is what the other canvas is told by.
+        // The other canvas uses this signal.
         QVERIFY(xChanged.count() > 0);
         QCOMPARE(yChanged.count(), 0);
     }
@@ -194,18 +194,18 @@ private slots:
         ShownCanvas c;
         const QCPRange x = c.canvas.xAxis->range();
         const QCPRange y = c.canvas.yAxis->range();
-        c.turnWheel(c.at(10, 20));
+        c.scrollWheel(c.at(10, 20));
         QVERIFY(c.canvas.xAxis->range().size() < x.size());
         QVERIFY(c.canvas.yAxis->range().size() < y.size());
         c.canvas.xAxis->setRange(x);
         c.canvas.yAxis->setRange(y);
         c.canvas.replot();
         c.click(c.yAxisLine());
-        c.turnWheel(c.at(10, 20));
+        c.scrollWheel(c.at(10, 20));
         QCOMPARE(c.canvas.xAxis->range(), x);
         QVERIFY(c.canvas.yAxis->range().size() < y.size());
     }
-    void inTouchModeADragZoomsToTheRectangle()
+    void aDragInTouchModeZoomsToTheRectangle()
     {
         ShownCanvas c;
         c.control.switchRectMode(true);
@@ -213,22 +213,22 @@ private slots:
         const QPoint to = c.at(15, 10);
         const QCPRange x(c.canvas.xAxis->pixelToCoord(from.x()), c.canvas.xAxis->pixelToCoord(to.x()));
         const QCPRange y(c.canvas.yAxis->pixelToCoord(to.y()), c.canvas.yAxis->pixelToCoord(from.y()));
-        const double secondsAPixel = c.canvas.xAxis->range().size() / c.canvas.axisRect()->width();
-        const double unitsAPixel = c.canvas.yAxis->range().size() / c.canvas.axisRect()->height();
+        const double secondsPerPixel = c.canvas.xAxis->range().size() / c.canvas.axisRect()->width();
+        const double unitsPerPixel = c.canvas.yAxis->range().size() / c.canvas.axisRect()->height();
         c.drag(from, to);
-        QVERIFY(qAbs(c.canvas.xAxis->range().lower - x.lower) < 2 * secondsAPixel);
-        QVERIFY(qAbs(c.canvas.xAxis->range().upper - x.upper) < 2 * secondsAPixel);
-        QVERIFY(qAbs(c.canvas.yAxis->range().lower - y.lower) < 2 * unitsAPixel);
-        QVERIFY(qAbs(c.canvas.yAxis->range().upper - y.upper) < 2 * unitsAPixel);
+        QVERIFY(qAbs(c.canvas.xAxis->range().lower - x.lower) < 2 * secondsPerPixel);
+        QVERIFY(qAbs(c.canvas.xAxis->range().upper - x.upper) < 2 * secondsPerPixel);
+        QVERIFY(qAbs(c.canvas.yAxis->range().lower - y.lower) < 2 * unitsPerPixel);
+        QVERIFY(qAbs(c.canvas.yAxis->range().upper - y.upper) < 2 * unitsPerPixel);
     }
-    void inTouchModeOnlyTheLeftButtonZooms_data()
+    void onlyTheLeftButtonZoomsInTouchMode_data()
     {
         QTest::addColumn<int>("button");
         QTest::newRow("right") << int(Qt::RightButton);
         QTest::newRow("middle") << int(Qt::MiddleButton);
         QTest::newRow("back") << int(Qt::BackButton);
     }
-    void inTouchModeOnlyTheLeftButtonZooms()
+    void onlyTheLeftButtonZoomsInTouchMode()
     {
         QFETCH(int, button);
         ShownCanvas c;
@@ -238,7 +238,7 @@ private slots:
         c.dragWith(Qt::MouseButton(button), c.at(5, 30), c.at(15, 10));
         QCOMPARE(c.canvas.xAxis->range(), x);
         QCOMPARE(c.canvas.yAxis->range(), y);
-        // Nor does its release end a drag of the left button.
+        // Its release does not end a drag with the left button.
         QTest::mousePress(&c.canvas, Qt::LeftButton, Qt::NoModifier, c.at(5, 30));
         QTest::mousePress(&c.canvas, Qt::MouseButton(button), Qt::NoModifier, c.at(5, 30));
         c.moveWith(Qt::LeftButton | Qt::MouseButton(button), c.at(15, 10));
@@ -248,18 +248,18 @@ private slots:
         QTest::mouseRelease(&c.canvas, Qt::LeftButton, Qt::NoModifier, c.at(15, 10));
         QVERIFY(c.canvas.xAxis->range().size() < x.size());
     }
-    void inTouchModeARightClickLeavesNoRectangleBehind()
+    void aRightClickInTouchModeLeavesNoRectangle()
     {
         ShownCanvas c;
         c.control.switchRectMode(true);
         const QImage before = c.picture();
-        // The menu that opens on the press takes the release.
+        // The menu opens on the press and receives the release.
         QTest::mousePress(&c.canvas, Qt::RightButton, Qt::NoModifier, c.at(5, 30));
         c.moveWith(Qt::NoButton, c.at(15, 20));
         QVERIFY(!c.canvas.selectionRect()->isActive());
         QCOMPARE(c.picture(), before);
     }
-    void aRectangleWhoseReleaseIsLostGoesWithTheNextMove()
+    void aRectangleWithoutAReleaseEndsAtTheNextMove()
     {
         ShownCanvas c;
         c.control.switchRectMode(true);
@@ -269,13 +269,13 @@ private slots:
         c.moveWith(Qt::LeftButton, c.at(10, 20));
         QVERIFY(c.canvas.selectionRect()->isActive());
         QVERIFY(c.picture() != before);
-        // A dialog or a menu took the release: the button is up when the pointer comes back.
+        // A dialog or menu received the release, so the button is up when the pointer returns.
         c.moveWith(Qt::NoButton, c.at(15, 15));
         QVERIFY(!c.canvas.selectionRect()->isActive());
         QCOMPARE(c.picture(), before);
         QCOMPARE(c.canvas.xAxis->range(), x);
     }
-    void aMenuEndsTheRectangleThatIsBeingDrawn()
+    void openingAMenuEndsTheZoomRectangle()
     {
         ShownCanvas c;
         c.control.switchRectMode(true);
@@ -287,7 +287,7 @@ private slots:
         QVERIFY(!c.canvas.selectionRect()->isActive());
         QCOMPARE(c.picture(), before);
     }
-    void aClickInTouchModeLeavesNoSpotBehind()
+    void aClickInTouchModePaintsNothing()
     {
         ShownCanvas c;
         c.control.switchRectMode(true);
@@ -298,13 +298,13 @@ private slots:
         QTest::mouseRelease(&c.canvas, Qt::LeftButton, Qt::NoModifier, pos + QPoint(1, 1));
         QCOMPARE(c.picture(), before);
     }
-    void theZoomRectangleShowsInBothThemes_data()
+    void theZoomRectangleIsVisibleInBothThemes_data()
     {
         QTest::addColumn<int>("theme");
         QTest::newRow("day") << int(lightTheme);
         QTest::newRow("night") << int(darkTheme);
     }
-    void theZoomRectangleShowsInBothThemes()
+    void theZoomRectangleIsVisibleInBothThemes()
     {
         QFETCH(int, theme);
         ShownCanvas c;
@@ -319,7 +319,7 @@ private slots:
         const double ratio = c.canvas.devicePixelRatioF();
         const QRect inside = QRect(from, to).adjusted(3, 3, -3, -3);
         QVERIFY(inside.width() > 50 && inside.height() > 20);
-        // Every pixel inside changes enough to be seen, and none is covered: grid and curves stay visible.
+        // Every pixel inside visibly changes its colour, but grid and curves remain visible.
         QSet<QRgb> colours;
         int changed = 0;
         int pixels = 0;
@@ -337,7 +337,7 @@ private slots:
         QVERIFY(colours.size() >= 3);
         QTest::mouseRelease(&c.canvas, Qt::LeftButton, Qt::NoModifier, to);
     }
-    void aRightClickAsksForTheMenu()
+    void aRightClickRequestsTheContextMenu()
     {
         ShownCanvas c;
         QSignalSpy menus(&c.canvas, &QWidget::customContextMenuRequested);
@@ -346,13 +346,13 @@ private slots:
         QCOMPARE(menus.count(), 1);
         QCOMPARE(menus.at(0).at(0).toPoint(), c.at(10, 20));
     }
-    void theCrosshairIsPaintedWhereTheSampleIs()
+    void theCrosshairIsPaintedAtTheSample()
     {
         ShownCanvas c;
         c.click(c.at(10, 10));
         c.moveTo(c.at(10, 25));
         const QImage image = c.canvas.grab().toImage();
-        // A reddish line down the column of the sample: it may be smoothed over two columns, and nothing else is red.
+        // A red line in the column of the sample. Antialiasing may spread it over two columns. Nothing else is red.
         int red = 0;
         const QPoint sample = c.at(10, 10);
         for (int row = c.canvas.axisRect()->top() + 1; row < c.canvas.axisRect()->bottom(); ++row) {

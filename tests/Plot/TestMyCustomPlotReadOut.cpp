@@ -24,10 +24,10 @@ constexpr char kOrdinary[] = "气压高度";
 constexpr char kMainMode[] = "主飞行模式";
 constexpr char kSubMode[] = "子飞行模式";
 
-/** Local date and time of Canvas::kStart, eight hours east. */
+/** Canvas::kStart as local date and time in UTC+8. */
 constexpr char kStartText[] = "2023-11-15 06:13:20";
 
-/** Moves the pointer over the sample with this index, as the channel's interval of 200 ms has it. */
+/** Moves the mouse pointer to the sample with this index; the interval is 200 ms. */
 void moveToSample(Canvas &c, int index)
 {
     c.moveTo({c.canvas.xAxis->coordToPixel(Canvas::kStart + index * 0.2), 100});
@@ -38,7 +38,7 @@ QString tip()
     return QToolTip::text();
 }
 
-/** Shows a curve, selects it and reads out one of its samples. */
+/** Shows and selects a curve, and returns the tip of one of its samples. */
 QString readOut(Canvas &c, const char *label, int index)
 {
     c.select(label);
@@ -48,8 +48,8 @@ QString readOut(Canvas &c, const char *label, int index)
     return tip();
 }
 
-/** An actual channel on the canvas and its target in the store. */
-void flyRoll(Canvas &c, const Series &actual, const Series &target)
+/** Shows an actual channel and sets its target in the store. */
+void setRoll(Canvas &c, const Series &actual, const Series &target)
 {
     AppConfig::getInstance().setShowFactor(true);
     Canvas::channel(kTarget, target);
@@ -78,7 +78,7 @@ private slots:
 
     // Without a selected curve
 
-    void withoutASelectionTheTipTellsWhereThePointerIs()
+    void theTipShowsThePointerPositionWithoutASelection()
     {
         Canvas c;
         c.show(kActual, {1, 2});
@@ -89,18 +89,18 @@ private slots:
         const int column = rect.left() + rect.width() / 4;
         const int row = rect.bottom() - rect.height() / 3;
         c.moveTo(QPointF(column, row));
-        // A pixel's share of the range, counted from the left and from the bottom; six digits of the value.
+        // The pixel position is converted linearly from the left and from the bottom; the value has six digits.
         const qint64 second = Canvas::kStart + qint64(1000.0 * (column - rect.left()) / rect.width());
         const double value = 3141592.65358979 * (rect.bottom() - row) / rect.height();
         const QString date = QDateTime::fromSecsSinceEpoch(second).toString("yyyy-MM-dd hh:mm:ss");
         QCOMPARE(tip(), QStringLiteral("(%1, %2)").arg(date, QString::number(value, 'g', 6)));
         QVERIFY(date.startsWith("2023-11-15 06:1"));
     }
-    void theValueHasSixDigitsAndOneBlankBefore()
+    void theValueHasSixDigitsAfterOneBlank()
     {
         Canvas c;
         c.canvas.xAxis->setRange(Canvas::kStart, Canvas::kStart + 1000);
-        // The bottom row is the lower end of the range, the left column the first second.
+        // The bottom row is the minimum of the range, the left column its first second.
         const auto readOutCorner = [&c](double lower) {
             c.canvas.yAxis->setRange(lower, 5000);
             c.canvas.replot();
@@ -116,7 +116,7 @@ private slots:
         c.canvas.xAxis->setRange(Canvas::kStart, Canvas::kStart + 1000);
         c.canvas.yAxis->setRange(0, c.canvas.axisRect()->height());
         c.canvas.replot();
-        // A unit of value is a pixel.
+        // One unit of the value axis is one pixel.
         const QRect rect = c.canvas.axisRect()->rect();
         c.canvas.yAxis->setRange(0, rect.height());
         c.moveTo(QPointF(rect.left() + 0.49, rect.bottom() - 20.5));
@@ -124,7 +124,7 @@ private slots:
         c.moveTo(QPointF(rect.left() + 0.49, rect.bottom() - 20.51));
         QCOMPARE(tip(), QStringLiteral("(2023-11-15 06:13:20, 21)"));
     }
-    void withoutASelectionTheCrosshairIsGone()
+    void theCrosshairIsHiddenWithoutASelection()
     {
         Canvas c;
         c.show(kActual, {1, 2});
@@ -134,11 +134,11 @@ private slots:
         c.canvas.deselectAll();
         moveToSample(c, 0);
         QVERIFY(!c.control.tracer()->visible());
-        // It stays, hidden, on the sample where it last stood.
+        // It is hidden and keeps its last sample.
         QVERIFY(c.control.tracer()->graph() == c.curve(kActual));
         QVERIFY(c.control.tracer()->position->key() == Canvas::kStart + 0.2);
     }
-    void anAxisDraggedBeyondAllDatesIsReadOutWithoutHarm()
+    void datesOutOfRangeCanBeReadOut()
     {
         Canvas c;
         const auto readOutCorner = [&c](double first, double last) {
@@ -153,7 +153,7 @@ private slots:
         QCOMPARE(readOutCorner(1e30, 2e30), QStringLiteral("(1970-01-01 08:00:00, 0)"));
     }
 
-    // With one
+    // With a selected curve
 
     void everyMoveReplotsOnce()
     {
@@ -173,7 +173,7 @@ private slots:
         QTest::newRow("nearer to the left") << 1.4 << 1;
         QTest::newRow("in the middle: the later one") << 1.5 << 2;
         QTest::newRow("nearer to the right") << 1.6 << 2;
-        QTest::newRow("behind the curve") << 50.0 << 3;
+        QTest::newRow("after the curve") << 50.0 << 3;
     }
     void theCrosshairSnapsToTheNearestSample()
     {
@@ -184,7 +184,7 @@ private slots:
         g->setInterval(2000);
         c.control.myAddGraph(g);
         c.select(kOrdinary);
-        // Ten pixels a second, starting at a whole pixel.
+        // Ten pixels per second, starting at a whole pixel.
         const QRect rect = c.canvas.axisRect()->rect();
         c.canvas.xAxis->setRange(Canvas::kStart - 20, Canvas::kStart - 20 + rect.width() / 10.0);
         c.moveTo(QPointF(rect.left() + 10 * (20 + 2 * at), 100));
@@ -200,7 +200,7 @@ private slots:
         c.show(kOrdinary, {1, 1234567.890123456, 3});
         QCOMPARE(readOut(c, kOrdinary, 1), QStringLiteral("(%1,  1234567.89012)").arg(kStartText));
     }
-    void theDateIsThatOfTheSample()
+    void theDateIsTakenFromTheSample()
     {
         Canvas c;
         c.show(kOrdinary, Series(11, 4.0));
@@ -219,11 +219,11 @@ private slots:
     void anActualCurveIsReadOutInOneLineWithoutTheFactors()
     {
         Canvas c;
-        flyRoll(c, {7, 8}, {1, 2});
+        setRoll(c, {7, 8}, {1, 2});
         AppConfig::getInstance().setShowFactor(false);
         QCOMPARE(readOut(c, kActual, 1), QStringLiteral("(%1,  8)").arg(kStartText));
     }
-    void ofSeveralSelectedCurvesTheFirstIsReadOut()
+    void theFirstOfSeveralSelectedCurvesIsReadOut()
     {
         Canvas c;
         c.show(kOrdinary, {7, 8});
@@ -236,11 +236,11 @@ private slots:
     void aCurveRenamedInTheLegendIsReadOutInOneLine()
     {
         Canvas c;
-        flyRoll(c, {7, 8}, {1, 2});
+        setRoll(c, {7, 8}, {1, 2});
         c.curve(kActual)->setName(QStringLiteral("mine"));
         QCOMPARE(readOut(c, "mine", 1), QStringLiteral("(%1,  8)").arg(kStartText));
     }
-    void aCurveThatLostItsSamplesLeavesTheCrosshairWhereItIs()
+    void aCurveWithoutSamplesKeepsTheCrosshairPosition()
     {
         Canvas c;
         c.show(kOrdinary, {7, 8});
@@ -255,13 +255,13 @@ private slots:
 
     // Flight modes
 
-    void theMainFlightModeIsReadOutInWords()
+    void theMainFlightModeIsReadOutAsText()
     {
         Canvas c;
         c.show(kMainMode, {1, 3});
         QCOMPARE(readOut(c, kMainMode, 1), QStringLiteral("(%1,  3 保护模式)").arg(kStartText));
     }
-    void aSubFlightModeWithoutWordsStandsTwice()
+    void aSubFlightModeWithoutTextIsShownAsNumberTwice()
     {
         Canvas c;
         c.show(kSubMode, {1, 40});
@@ -282,13 +282,13 @@ private slots:
             }
         }
     }
-    void aModeIsTruncatedAndItsNumberPrintedWhole()
+    void aModeIsTruncatedForItsTextButShownInFull()
     {
         Canvas c;
         c.show(kMainMode, {1, 3.75});
         QCOMPARE(readOut(c, kMainMode, 1), QStringLiteral("(%1,  3.75 保护模式)").arg(kStartText));
     }
-    void strangeModesStandTwice_data()
+    void unknownModesAreShownAsNumberTwice_data()
     {
         QTest::addColumn<double>("value");
         QTest::addColumn<QString>("text");
@@ -297,7 +297,7 @@ private slots:
         QTest::newRow("beyond twelve digits") << 1e13 << "1e+13";
         QTest::newRow("not a number") << std::numeric_limits<double>::quiet_NaN() << "nan";
     }
-    void strangeModesStandTwice()
+    void unknownModesAreShownAsNumberTwice()
     {
         QFETCH(double, value);
         QFETCH(QString, text);
@@ -314,57 +314,57 @@ private slots:
     void anActualCurveIsReadOutInFourLines()
     {
         Canvas c;
-        // At sample 1 the target is 5, first exceeded at sample 3, so 0.4 s later; the deviation is 2 - 5.
-        // Area over all five samples: (-3 - 3 - 1 + 1 + 4) * 0.2.
-        flyRoll(c, {2, 2, 4, 6, 9}, {5, 5, 5, 5, 5});
+        // At sample 1 the target is 5. Sample 3 is the first above it: a rise time of 0.4 s. The deviation is 2 - 5.
+        // The area over all five samples is (-3 - 3 - 1 + 1 + 4) * 0.2.
+        setRoll(c, {2, 2, 4, 6, 9}, {5, 5, 5, 5, 5});
         QCOMPARE(readOut(c, kActual, 1), factorText(QStringLiteral("(%1,  2)").arg(kStartText), "-3", "-0.4", "0.4"));
     }
     void theFactorsHaveSixDigitsAndTheValueTwelve()
     {
         Canvas c;
-        flyRoll(c, {1234567.890123456, 0}, {0, 0});
-        // The goal 0 is reached by sample 1. Area 0.2 * 1234567.89...
+        setRoll(c, {1234567.890123456, 0}, {0, 0});
+        // Sample 1 reaches the target 0. The area is 0.2 * 1234567.89...
         QCOMPARE(readOut(c, kActual, 0),
                  factorText(QStringLiteral("(%1,  1234567.89012)").arg(kStartText), "1.23457e+06", "246914", "0.2"));
     }
-    void equalValuesShowARisingTimeOfZero()
+    void equalValuesHaveARiseTimeOfZero()
     {
         Canvas c;
-        flyRoll(c, {4, 4, 4}, {4, 4, 4});
+        setRoll(c, {4, 4, 4}, {4, 4, 4});
         QCOMPARE(readOut(c, kActual, 1), factorText(QStringLiteral("(%1,  4)").arg(kStartText), "0", "0", "0"));
     }
-    void aGoalNeverReachedLeavesTheRiseEmpty()
+    void anUnreachedTargetHasNoRiseTime()
     {
         Canvas c;
-        flyRoll(c, {1, 1, 1}, {4, 4, 4});
+        setRoll(c, {1, 1, 1}, {4, 4, 4});
         QCOMPARE(readOut(c, kActual, 1), factorText(QStringLiteral("(%1,  1)").arg(kStartText), "-3", "-1.8", ""));
     }
-    void aTargetShorterThanTheIndexShowsMinusOneAndNoRise()
+    void aTargetWithoutThisSampleShowsMinusOneAndNoRiseTime()
     {
         Canvas c;
-        // The area's window ends with the target: sample 0 alone, (7 - 2) * 0.2.
-        flyRoll(c, {7, 8, 9}, {2});
+        // The window of the area ends with the target, so it has only sample 0: (7 - 2) * 0.2.
+        setRoll(c, {7, 8, 9}, {2});
         QCOMPARE(readOut(c, kActual, 2), factorText(QStringLiteral("(%1,  9)").arg(kStartText), "-1", "1", ""));
     }
-    void aMissingTargetCountsAsOneWithoutSamples()
+    void aMissingTargetIsLikeAnEmptyTarget()
     {
         Canvas c;
-        flyRoll(c, {7, 8, 9}, {1, 2, 3});
+        setRoll(c, {7, 8, 9}, {1, 2, 3});
         findGraph(kActual)->setTargetName(QStringLiteral("nowhere"));
         QCOMPARE(readOut(c, kActual, 2), factorText(QStringLiteral("(%1,  9)").arg(kStartText), "-1", "0", ""));
     }
-    void aSampleWithoutAKeyInTheChannelLeavesTheLinesEmpty()
+    void aSampleWithoutAKeyInTheChannelHasNoFactors()
     {
         Canvas c;
-        flyRoll(c, {7, 8, 9}, {1, 2, 3});
+        setRoll(c, {7, 8, 9}, {1, 2, 3});
         findGraph(kActual)->setXvalue({});
         QCOMPARE(readOut(c, kActual, 2), factorText(QStringLiteral("(%1,  9)").arg(kStartText), "", "", ""));
     }
-    void theFactorsAreThoseOfTheMoment()
+    void theFactorsUseTheCurrentTarget()
     {
         Canvas c;
-        flyRoll(c, {7, 8, 9}, {1, 1, 1});
-        // The difference channel is not asked.
+        setRoll(c, {7, 8, 9}, {1, 1, 1});
+        // The difference channel is not used.
         Canvas::channel(kDifference, {100, 100, 100});
         readOut(c, kActual, 2);
         setSamples(kTarget, {9, 9, 9});
@@ -394,7 +394,7 @@ private slots:
         c.moveTo(rect.topRight());
         QVERIFY2(tip().count('\n') == 3 && !tip().contains(QStringLiteral("差: \n")), qPrintable(tip()));
     }
-    void descendingKeysAreFoundByAWalk()
+    void descendingKeysAreFound()
     {
         Canvas c;
         AppConfig::getInstance().setShowFactor(true);
@@ -404,14 +404,14 @@ private slots:
         c.control.myAddGraph(g);
         c.select(kActual);
         c.canvas.replot();
-        // The leftmost point is the last sample: 90 - 3, the area over all three is (69 + 78 + 87) * -1.
+        // The leftmost point is the last sample. The deviation is 90 - 3, the area of all three (69 + 78 + 87) * -1.
         c.moveTo(c.canvas.axisRect()->rect().topLeft());
         QCOMPARE(tip(), factorText(QStringLiteral("(2023-11-15 06:13:18,  90)"), "87", "-234", ""));
     }
-    void readingOutKeepsASharedSeriesShared()
+    void readingOutDoesNotDetachASharedSeries()
     {
         Canvas c;
-        flyRoll(c, {7, 8, 9}, {1, 2, 3});
+        setRoll(c, {7, 8, 9}, {1, 2, 3});
         const MyGraph *const g = findGraph(kActual);
         const Series values = g->yvalue();
         const Series keys = g->xvalue();
@@ -419,21 +419,21 @@ private slots:
         QVERIFY(g->yvalue().constData() == values.constData());
         QVERIFY(g->xvalue().constData() == keys.constData());
     }
-    void theHelpersOfTheControllerGiveTheSame()
+    void theControllerFunctionsGiveTheSameValues()
     {
         Canvas c;
         MyGraph *const g = c.show(kActual, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
         MyGraph *const t = Canvas::channel(kTarget, Series(10, 5.5));
-        // From 3 above 5.5: at 6, three samples on. The window is samples 0 to 6.
+        // The sample is 3 and the target 5.5; 6 is reached three samples later. The window is samples 0 to 6.
         QCOMPARE(c.control.calRisingTime(g, t, 2), g->xvalue()[5] - g->xvalue()[2]);
         QCOMPARE(c.control.calArea(g, t, 2), (28 - 7 * 5.5) * 0.2);
         QCOMPARE(c.control.calRisingTime(g, t, 10), -2.0);
         QCOMPARE(c.control.calRisingTime(g, t, 9), -1.0);
     }
-    void theTipStandsBesideThePointerOnTheScreen()
+    void theTipIsBesideThePointer()
     {
         Canvas c;
-        // Away from the corner of the screen, so that a place on the canvas is none on the screen.
+        // Away from the corner of the screen, so that canvas and screen coordinates differ.
         c.canvas.setGeometry(300, 250, 400, 300);
         c.canvas.show();
         QVERIFY(QTest::qWaitForWindowExposed(&c.canvas));
@@ -450,7 +450,7 @@ private slots:
         QVERIFY2(qAbs(away.x()) < 60 && qAbs(away.y()) < 60,
                  qPrintable(QStringLiteral("%1, %2").arg(away.x()).arg(away.y())));
     }
-    void theTipWearsTheStyleOfTheCanvas()
+    void theTipUsesTheStyleOfTheCanvas()
     {
         Canvas c;
         c.canvas.setStyleSheet(
@@ -473,7 +473,7 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&c.canvas));
         moveToSample(c, 0);
         QVERIFY(QToolTip::isVisible());
-        // Leaving the canvas hides it, as it does for a tip of that widget alone.
+        // Leaving the canvas hides the tip, because it belongs to that widget.
         QEvent leave(QEvent::Leave);
         QCoreApplication::sendEvent(&c.canvas, &leave);
         QTRY_VERIFY(!QToolTip::isVisible());

@@ -8,7 +8,7 @@
 namespace
 {
 
-/** A shown canvas of this size with tick labels of this size. */
+/** A visible canvas with the given size and tick label font size. */
 class SizedCanvas : public Canvas
 {
 public:
@@ -17,7 +17,7 @@ public:
         canvas.resize(size);
         canvas.show();
         if (!QTest::qWaitForWindowExposed(&canvas))
-            qFatal("the canvas did not come up");
+            qFatal("the canvas does not appear");
         canvas.yAxis->setSelectedParts(QCPAxis::spAxis);
         QFont font;
         font.setPointSize(points);
@@ -32,7 +32,7 @@ public:
     }
 };
 
-/** Significant digits of a label. */
+/** Number of significant digits of a label. */
 int digitsOf(QString label)
 {
     label.remove(QRegularExpression(QStringLiteral("e.*$"))).remove(QLatin1Char('-')).remove(QLatin1Char('.'));
@@ -47,12 +47,12 @@ class TestValueTicker : public QObject
     Q_OBJECT
 
 private slots:
-    void labelsAreAsLongAsTheyNeedToBe_data()
+    void labelsHaveNoUnneededDigits_data()
     {
         QTest::addColumn<double>("lower");
         QTest::addColumn<double>("upper");
         QTest::addColumn<QStringList>("labels");
-        // Five steps of a range are aimed at, of 1, 2, 2.5 or 5 times a power of ten.
+        // The ticker aims at five steps of 1, 2, 2.5 or 5 times a power of ten.
         QTest::newRow("one") << 0.0 << 1.0 << QStringList{"0", "0.2", "0.4", "0.6", "0.8", "1"};
         QTest::newRow("both signs") << -1.0 << 1.0 << QStringList{"-1", "-0.5", "0", "0.5", "1"};
         QTest::newRow("two and a half") << 0.0 << 12.5 << QStringList{"0", "2.5", "5", "7.5", "10", "12.5"};
@@ -72,7 +72,7 @@ private slots:
         QTest::newRow("a millionth") << 0.0 << 1e-6 + 1e-12
                                      << QStringList{"0", "2e-07", "4e-07", "6e-07", "8e-07", "1e-06"};
     }
-    void labelsAreAsLongAsTheyNeedToBe()
+    void labelsHaveNoUnneededDigits()
     {
         QFETCH(double, lower);
         QFETCH(double, upper);
@@ -80,13 +80,13 @@ private slots:
         SizedCanvas c(QSize(800, 500));
         QCOMPARE(c.valueLabels(lower, upper), labels);
     }
-    void neighboursDifferAtEveryZoom_data()
+    void adjacentLabelsDifferAtEveryZoom_data()
     {
         QTest::addColumn<double>("centre");
         for (const double centre : {0.0, 113.7, -113.7, 0.00012345, 99999.9, 1234567.8, -1e9})
             QTest::addRow("around %g", centre) << centre;
     }
-    void neighboursDifferAtEveryZoom()
+    void adjacentLabelsDifferAtEveryZoom()
     {
         QFETCH(double, centre);
         SizedCanvas c(QSize(800, 500));
@@ -100,7 +100,7 @@ private slots:
             }
             if (ticks.size() < 2)
                 continue;
-            // Twelve digits suffice: each label is its tick. And no digit is spent for nothing.
+            // If twelve digits are enough, each label equals its tick and has no unneeded digit.
             const double step = ticks[1] - ticks[0];
             const double largest = qMax(qAbs(ticks.first()), qAbs(ticks.last()));
             if (std::log10(largest / step) > 10)
@@ -112,22 +112,22 @@ private slots:
             }
             if (longest <= 6)
                 continue;
-            bool shorterWouldDo = true;
+            bool fewerDigitsAreEnough = true;
             for (const double tick : ticks) {
                 if (qAbs(QString::number(tick, 'g', longest - 1).toDouble() - tick) > step / 1000)
-                    shorterWouldDo = false;
+                    fewerDigitsAreEnough = false;
             }
-            QVERIFY2(!shorterWouldDo, qPrintable(labels.join(' ')));
+            QVERIFY2(!fewerDigitsAreEnough, qPrintable(labels.join(' ')));
         }
     }
-    void aRangeFinerThanTwelveDigitsHasOneLabelForAll()
+    void aRangeBelowTwelveDigitsHasOneLabel()
     {
         SizedCanvas c(QSize(800, 500));
         QStringList labels = c.valueLabels(113.7, 113.7 + 1e-12);
         QVERIFY(!labels.isEmpty());
         labels.removeAll(QString());
         QCOMPARE(labels, QStringList("113.7"));
-        // Nor does one that no two numbers of its kind can tell apart do any harm.
+        // A range of one ulp must not crash.
         c.valueLabels(1e9, std::nextafter(1e9, 2e9));
     }
     void labelsDoNotOverlap_data()
@@ -159,7 +159,7 @@ private slots:
             }
         }
     }
-    void aRoomyAxisHasAllItsTicks()
+    void aLargeAxisHasAllTicks()
     {
         SizedCanvas c(QSize(900, 600));
         QCOMPARE(c.valueLabels(0, 100).size(), 6);
@@ -171,7 +171,7 @@ private slots:
     {
         SizedCanvas c(QSize(900, 600));
         c.valueLabels(0, 100);
-        // Room for three labels, whatever the font.
+        // Room for three labels with any font.
         const int around = c.canvas.height() - c.canvas.axisRect()->height();
         const QSize low(300, around + 3 * QFontMetrics(c.canvas.yAxis->tickLabelFont()).height());
         c.canvas.resize(low);
@@ -179,7 +179,7 @@ private slots:
         const int few = c.canvas.yAxis->tickVector().size();
         QVERIFY(few < 6);
         const int fewTimes = c.canvas.xAxis->tickVector().size();
-        // A further replot of the same canvas finds nothing to change.
+        // Another replot changes nothing.
         c.canvas.replot();
         QCOMPARE(c.canvas.yAxis->tickVector().size(), few);
         QCOMPARE(c.canvas.xAxis->tickVector().size(), fewTimes);
@@ -198,13 +198,13 @@ private slots:
                 QCOMPARE(axis->selectedTickLabelFont(), font);
         }
     }
-    void theNumbersOfASelectedAxisAreWhole()
+    void theLabelsOfASelectedAxisAreNotCutOff()
     {
         SizedCanvas c(QSize(800, 500), 17);
         c.canvas.deselectAll();
         c.canvas.yAxis->setTickLabelColor(Qt::white);
         c.valueLabels(113.7245, 113.7265);
-        // The columns that the numbers reach, left of the axis.
+        // The first column that the labels use, left of the axis.
         const auto firstColumn = [&c] {
             const QImage image = c.canvas.grab().toImage();
             const QColor background = image.pixelColor(0, 0);

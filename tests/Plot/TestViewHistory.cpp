@@ -7,7 +7,7 @@
 namespace
 {
 
-/** Two canvases with a curve each and their history. The time axes are not linked here. */
+/** Two canvases with one curve each, and their history. The time axes are not linked. */
 class TwoCanvases
 {
 public:
@@ -24,7 +24,7 @@ public:
         history = std::make_unique<ViewHistory>(QVector<QCustomPlot *>{&first, &second}, nullptr);
     }
 
-    /** Waits until the present view is recorded as the one at this place. */
+    /** Waits until the current view is recorded at this position. */
     void waitFor(int position) { QTRY_COMPARE(history->position(), position); }
 
     QVector<QCPRange> ranges() const
@@ -82,7 +82,7 @@ private slots:
         QCOMPARE(c.first.xAxis->range().lower, 0.0);
         QCOMPARE(c.history->count(), 2);
     }
-    void aViewThatHasNotSettledCountsWhenTheUserGoesBack()
+    void goingBackRecordsThePendingViewFirst()
     {
         TwoCanvases c;
         c.first.xAxis->setRange(5, 6);
@@ -102,7 +102,7 @@ private slots:
         c.history->goForward();
         QCOMPARE(c.first.xAxis->range().lower, 5.0);
     }
-    void aNewViewEndsTheWayForward()
+    void aNewViewRemovesTheForwardViews()
     {
         TwoCanvases c;
         c.first.xAxis->setRange(5, 6);
@@ -113,7 +113,7 @@ private slots:
         c.history->goBack();
         QCOMPARE(c.first.xAxis->range().lower, 0.0);
     }
-    void aClearedHistoryHasNoWayBackOrForward()
+    void aClearedHistoryHasNoBackOrForwardViews()
     {
         TwoCanvases c;
         c.first.xAxis->setRange(5, 6);
@@ -131,17 +131,17 @@ private slots:
         c.first.xAxis->setRange(5, 6);
         c.waitFor(1);
     }
-    void theSameViewOnceMoreIsNoStep()
+    void returningToTheSameViewIsNoStep()
     {
         TwoCanvases c;
         c.first.xAxis->setRange(5, 6);
         c.waitFor(1);
         c.first.xAxis->setRange(7, 8);
         c.first.xAxis->setRange(5, 6);
-        c.history->goForward(); // takes the present view in at once
+        c.history->goForward(); // records the current view immediately
         QCOMPARE(c.history->count(), 2);
     }
-    void nobodyIsLedBackToTheEmptyCanvases()
+    void theViewOfEmptyCanvasesIsNotRecorded()
     {
         TwoCanvases c(false);
         c.first.xAxis->setRange(0, 2);
@@ -155,7 +155,7 @@ private slots:
         c.history->goBack();
         QVERIFY(c.first.xAxis->range() == QCPRange(100, 200));
     }
-    void aDragIsOneStepHoweverSlow()
+    void aSlowDragIsOneStep()
     {
         TwoCanvases c;
         c.first.show();
@@ -171,7 +171,7 @@ private slots:
         c.history->goBack();
         QCOMPARE(c.first.xAxis->range().lower, 0.0);
     }
-    void theOldestViewsGo()
+    void theOldestViewsAreRemoved()
     {
         TwoCanvases c;
         for (int i = 1; i <= ViewHistory::kMaxViews + 5; ++i) {
@@ -181,7 +181,7 @@ private slots:
         QCOMPARE(c.history->count(), ViewHistory::kMaxViews);
         for (int i = 0; i < ViewHistory::kMaxViews + 5; ++i)
             c.history->goBack();
-        // Of the views 0 to 205 the last 200 are left.
+        // The last 200 of the views 0 to 205 remain.
         QCOMPARE(c.first.xAxis->range().lower, 6.0);
     }
     void goingBackRepaintsTheCanvases()

@@ -7,17 +7,17 @@ class TestFigureArea : public QObject
     Q_OBJECT
 
 private slots:
-    void largestSideOfTheDialogIsTaken_data();
-    void largestSideOfTheDialogIsTaken();
-    void originOfAScreenIsNotScaled_data();
-    void originOfAScreenIsNotScaled();
+    void areaIsTheLargestSideOfTheDialog_data();
+    void areaIsTheLargestSideOfTheDialog();
+    void screenOriginIsNotScaled_data();
+    void screenOriginIsNotScaled();
 };
 
-void TestFigureArea::largestSideOfTheDialogIsTaken_data()
+void TestFigureArea::areaIsTheLargestSideOfTheDialog_data()
 {
     QTest::addColumn<QRect>("dialog");
     QTest::addColumn<QRect>("area");
-    // On a screen of 1366 by 768 whose lowest 40 rows a task bar has.
+    // The screen has 1366x768 pixels; a task bar covers the lowest 40 rows.
     QTest::newRow("at the left edge") << QRect(0, 150, 407, 458) << QRect(407, 0, 959, 728);
     QTest::newRow("at the right edge") << QRect(959, 150, 407, 458) << QRect(0, 0, 959, 728);
     QTest::newRow("right of the middle") << QRect(600, 150, 407, 458) << QRect(0, 0, 600, 728);
@@ -27,13 +27,13 @@ void TestFigureArea::largestSideOfTheDialogIsTaken_data()
     QTest::newRow("on another screen") << QRect(2000, 150, 407, 458) << QRect(0, 0, 1366, 728);
 }
 
-void TestFigureArea::largestSideOfTheDialogIsTaken()
+void TestFigureArea::areaIsTheLargestSideOfTheDialog()
 {
     QFETCH(QRect, dialog);
     QTEST(figureArea(dialog, QRect(0, 0, 1366, 728)), "area");
 }
 
-void TestFigureArea::originOfAScreenIsNotScaled_data()
+void TestFigureArea::screenOriginIsNotScaled_data()
 {
     QTest::addColumn<QRect>("area");
     QTest::addColumn<QPoint>("origin");
@@ -45,7 +45,7 @@ void TestFigureArea::originOfAScreenIsNotScaled_data()
     QTest::newRow("without a scale") << QRect(2327, 5, 500, 700) << QPoint(1920, 0) << 1.0 << QRect(2327, 5, 500, 700);
 }
 
-void TestFigureArea::originOfAScreenIsNotScaled()
+void TestFigureArea::screenOriginIsNotScaled()
 {
     QFETCH(QRect, area);
     QFETCH(QPoint, origin);

@@ -22,13 +22,13 @@ private slots:
     void declaresItsSignalsAndSlotsInOrder();
     void formIsALabelAboveFiveButtons_data();
     void formIsALabelAboveFiveButtons();
-    void withoutAReadTheLabelSpeaksOfTheLastData();
-    void withoutAReadAndCatalogueTheLabelIsEnglish();
-    void afterAReadTheLabelIsBlank();
+    void labelMentionsTheLastDataBeforeARead();
+    void labelIsEnglishWithoutTheCatalogue();
+    void labelIsBlankAfterARead();
     void buttonsCallThePlotter_data();
     void buttonsCallThePlotter();
     void newDialogStartsANewShell();
-    void figuresAreToldToOpenBesideTheDialog();
+    void figuresOpenBesideTheDialog();
 
 private:
     std::unique_ptr<Fixture> m_fixture;
@@ -78,7 +78,7 @@ void TestPyPlotDialog::formIsALabelAboveFiveButtons()
     QCOMPARE(shown, texts);
 }
 
-void TestPyPlotDialog::withoutAReadTheLabelSpeaksOfTheLastData()
+void TestPyPlotDialog::labelMentionsTheLastDataBeforeARead()
 {
     const LogFile log;
     PyPlotDialog dialog(nullptr);
@@ -89,7 +89,7 @@ void TestPyPlotDialog::withoutAReadTheLabelSpeaksOfTheLastData()
     QCOMPARE(log.leveledMessages(), QStringList{"warning: data has not been read,use last data"});
 }
 
-void TestPyPlotDialog::withoutAReadAndCatalogueTheLabelIsEnglish()
+void TestPyPlotDialog::labelIsEnglishWithoutTheCatalogue()
 {
     m_fixture.reset();
     m_fixture = std::make_unique<Fixture>(Fixture::Catalogue::Missing);
@@ -98,7 +98,7 @@ void TestPyPlotDialog::withoutAReadAndCatalogueTheLabelIsEnglish()
     QCOMPARE(dialog.findChild<QLabel *>("label")->text(), QStringLiteral("use last data"));
 }
 
-void TestPyPlotDialog::afterAReadTheLabelIsBlank()
+void TestPyPlotDialog::labelIsBlankAfterARead()
 {
     PyPlotDialog dialog(nullptr);
     dialog.init();
@@ -158,7 +158,7 @@ void TestPyPlotDialog::newDialogStartsANewShell()
     }
 }
 
-void TestPyPlotDialog::figuresAreToldToOpenBesideTheDialog()
+void TestPyPlotDialog::figuresOpenBesideTheDialog()
 {
     StandIn standIn;
     standIn.program("sh", "echo \"$OSTRAVEL_FIGURE_AREA\" > $here/area; exec cat > /dev/null");

@@ -33,11 +33,11 @@ const Kind kKinds[] = {
     {"Demo1", &PythonPlot::pythonPlotDemo, "error: pyplot demo error"},
 };
 
-// Notes each line that it gets in a file of its own, and the search path that it was given.
+// Records its input in a separate file for each process.
 constexpr char kRecorder[] = "exec cat > $here/shell.$$";
 
-/** All that the shells have been told, in no order. */
-QStringList told(const StandIn &standIn)
+/** The recorded input of all shells, sorted. */
+QStringList shellInputs(const StandIn &standIn)
 {
     QStringList result;
     for (const QString &file : standIn.files(QStringLiteral("shell.*")))
@@ -51,15 +51,15 @@ QString changeFolderLine()
     return QStringLiteral("cd ") + QCoreApplication::applicationDirPath() + QStringLiteral("/myPlot\n");
 }
 
-void layScript(const QByteArray &script)
+void writeScript(const QByteArray &script)
 {
     QFile file(AppConfig::getInstance().plotDir() + QStringLiteral("/pythonPlot.py"));
     if (!file.open(QIODevice::WriteOnly) || file.write(script) < 0)
         qFatal("no script");
 }
 
-/** The folder that finds an interpreter, as the build lays it beside the program. */
-void layShellFolder()
+/** Creates the folder with the interpreter search, like the build does beside the program. */
+void createShellFolder()
 {
     const QString target = AppConfig::getInstance().plotDir() + QStringLiteral("/shell");
     QDir().mkpath(target);
@@ -91,30 +91,30 @@ private slots:
 
     void declaresItsSlotsInOrder();
     void initDoesNothingAndSucceeds();
-    void shellIsNamedAsThePlatformHasIt();
-    void pathIsQuotedOnlyWhereTheShellWouldSplitIt_data();
-    void pathIsQuotedOnlyWhereTheShellWouldSplitIt();
+    void shellNameIsThatOfThePlatform();
+    void pathIsQuotedOnlyWhenNeeded_data();
+    void pathIsQuotedOnlyWhenNeeded();
     void firstCallWritesFolderAndCommand_data();
     void firstCallWritesFolderAndCommand();
-    void laterCallsWriteTheCommandAlone();
-    void eachKindHasAShellOfItsOwn();
-    void shellsEndWithThePlotterAndStartAnew();
-    void standardErrorReachesTheLog();
-    void standardOutputIsDropped();
-    void missingScriptReachesTheLog();
-    void missingPythonReachesTheLog();
-    void missingShellGoesUnnoticed();
-    void failureOfTheWritingIsLogged_data();
-    void failureOfTheWritingIsLogged();
-    void hangingShellIsEndedAtOnce();
-    void shellThatTakesNothingIsEndedAtOnce();
-    void interpreterWithMatplotlibIsFoundBehindOthers();
-    void pythonWithoutMatplotlibReachesTheLog();
-    void scriptUnderWayCompletesAfterTheEnd();
-    void scriptWithoutAWindowEndsWhenItHasHadItsTime();
-    void strangeFolderIsReached_data();
-    void strangeFolderIsReached();
-    void folderOfTheDemoIsInTheLocalCode();
+    void laterCallsWriteOnlyTheCommand();
+    void eachKindHasItsOwnShell();
+    void shellsEndWithThePlotterAndCanStartAgain();
+    void standardErrorIsLogged();
+    void standardOutputIsIgnored();
+    void missingScriptIsLogged();
+    void missingPythonIsLogged();
+    void missingShellIsIgnored();
+    void writeFailureIsLogged_data();
+    void writeFailureIsLogged();
+    void hangingShellIsKilledImmediately();
+    void shellThatReadsNothingIsKilledImmediately();
+    void interpreterWithMatplotlibIsFoundAfterOthers();
+    void pythonWithoutMatplotlibIsLogged();
+    void runningScriptCompletesAfterTheEnd();
+    void scriptWithoutAWindowEndsAfterItsTimeLimit();
+    void folderWithSpecialCharactersIsUsed_data();
+    void folderWithSpecialCharactersIsUsed();
+    void folderOfTheDemoUsesTheLocalEncoding();
 
 private:
     std::unique_ptr<Fixture> m_fixture;
@@ -136,12 +136,12 @@ void TestPythonPlot::initDoesNothingAndSucceeds()
     QVERIFY(standIn.processes().isEmpty());
 }
 
-void TestPythonPlot::shellIsNamedAsThePlatformHasIt()
+void TestPythonPlot::shellNameIsThatOfThePlatform()
 {
     QCOMPARE(plotshell::program(), QStringLiteral("sh"));
 }
 
-void TestPythonPlot::pathIsQuotedOnlyWhereTheShellWouldSplitIt_data()
+void TestPythonPlot::pathIsQuotedOnlyWhenNeeded_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("quoted");
@@ -159,7 +159,7 @@ void TestPythonPlot::pathIsQuotedOnlyWhereTheShellWouldSplitIt_data()
                                            << "'/opt\n'";
 }
 
-void TestPythonPlot::pathIsQuotedOnlyWhereTheShellWouldSplitIt()
+void TestPythonPlot::pathIsQuotedOnlyWhenNeeded()
 {
     QFETCH(QString, path);
     QTEST(plotshell::quoted(path), "quoted");
@@ -181,10 +181,10 @@ void TestPythonPlot::firstCallWritesFolderAndCommand()
     const auto &which = kKinds[kind];
     (plot.*which.slot)();
     const QString command = QStringLiteral("python pythonPlot.py %1\n").arg(QLatin1String(which.name));
-    QTRY_COMPARE(told(standIn), QStringList{changeFolderLine() + command});
+    QTRY_COMPARE(shellInputs(standIn), QStringList{changeFolderLine() + command});
 }
 
-void TestPythonPlot::laterCallsWriteTheCommandAlone()
+void TestPythonPlot::laterCallsWriteOnlyTheCommand()
 {
     StandIn standIn;
     standIn.program("sh", kRecorder);
@@ -192,10 +192,10 @@ void TestPythonPlot::laterCallsWriteTheCommandAlone()
     for (int i = 0; i < 3; ++i)
         plot.plotXYSlot();
     const QString command = QStringLiteral("python pythonPlot.py XY\n");
-    QTRY_COMPARE(told(standIn), QStringList{changeFolderLine() + command + command + command});
+    QTRY_COMPARE(shellInputs(standIn), QStringList{changeFolderLine() + command + command + command});
 }
 
-void TestPythonPlot::eachKindHasAShellOfItsOwn()
+void TestPythonPlot::eachKindHasItsOwnShell()
 {
     StandIn standIn;
     standIn.program("sh", kRecorder);
@@ -206,10 +206,10 @@ void TestPythonPlot::eachKindHasAShellOfItsOwn()
         expected.append(changeFolderLine() + QStringLiteral("python pythonPlot.py %1\n").arg(QLatin1String(kind.name)));
     }
     expected.sort();
-    QTRY_COMPARE(told(standIn), expected);
+    QTRY_COMPARE(shellInputs(standIn), expected);
 }
 
-void TestPythonPlot::shellsEndWithThePlotterAndStartAnew()
+void TestPythonPlot::shellsEndWithThePlotterAndCanStartAgain()
 {
     StandIn standIn;
     standIn.program("sh", "echo $$ >> $here/started; exec sleep 1000.$$");
@@ -223,18 +223,18 @@ void TestPythonPlot::shellsEndWithThePlotterAndStartAnew()
         QVERIFY2(!QFileInfo::exists(QStringLiteral("/proc/%1").arg(id.toInt())), id.constData());
 }
 
-void TestPythonPlot::standardErrorReachesTheLog()
+void TestPythonPlot::standardErrorIsLogged()
 {
     StandIn standIn;
     standIn.program("sh", "echo 'no such plot {}' >&2; exec cat > /dev/null");
     const LogFile log;
     PythonPlot plot(nullptr);
     plot.plotXYZSlot();
-    // The line end of the message is part of what the shell wrote.
+    // The message includes the line break that the shell wrote.
     QTRY_COMPARE(log.leveledMessages(), QStringList{"error: pyplot error:no such plot {}\n"});
 }
 
-void TestPythonPlot::standardOutputIsDropped()
+void TestPythonPlot::standardOutputIsIgnored()
 {
     StandIn standIn;
     standIn.program("sh", "target=$(readlink /proc/$$/fd/1); echo $target > $here/output; exec cat > /dev/null");
@@ -243,9 +243,9 @@ void TestPythonPlot::standardOutputIsDropped()
     QTRY_COMPARE(standIn.text("output"), QByteArray("/dev/null\n"));
 }
 
-void TestPythonPlot::missingScriptReachesTheLog()
+void TestPythonPlot::missingScriptIsLogged()
 {
-    layShellFolder();
+    createShellFolder();
     const LogFile log;
     PythonPlot plot(nullptr);
     plot.plotHeightSlot();
@@ -253,7 +253,7 @@ void TestPythonPlot::missingScriptReachesTheLog()
     QVERIFY(log.leveledMessages().first().startsWith("error: pyplot error:"));
 }
 
-void TestPythonPlot::missingPythonReachesTheLog()
+void TestPythonPlot::missingPythonIsLogged()
 {
     StandIn standIn(StandIn::Path::Only);
     QVERIFY(QFile::link("/bin/sh", standIn.path("sh")));
@@ -264,7 +264,7 @@ void TestPythonPlot::missingPythonReachesTheLog()
     QVERIFY(log.leveledMessages().first().startsWith("error: pyplot error:"));
 }
 
-void TestPythonPlot::missingShellGoesUnnoticed()
+void TestPythonPlot::missingShellIsIgnored()
 {
     StandIn standIn(StandIn::Path::Only);
     const LogFile log;
@@ -274,12 +274,12 @@ void TestPythonPlot::missingShellGoesUnnoticed()
     QCOMPARE(log.messages(), QStringList());
 }
 
-void TestPythonPlot::failureOfTheWritingIsLogged_data()
+void TestPythonPlot::writeFailureIsLogged_data()
 {
     firstCallWritesFolderAndCommand_data();
 }
 
-void TestPythonPlot::failureOfTheWritingIsLogged()
+void TestPythonPlot::writeFailureIsLogged()
 {
     QFETCH(int, kind);
     const LogFile log;
@@ -289,7 +289,7 @@ void TestPythonPlot::failureOfTheWritingIsLogged()
     QCOMPARE(log.leveledMessages(), QStringList{which.failure});
 }
 
-void TestPythonPlot::hangingShellIsEndedAtOnce()
+void TestPythonPlot::hangingShellIsKilledImmediately()
 {
     StandIn standIn;
     standIn.program("sh", "trap '' TERM HUP INT; echo up > $here/up; while :; do sleep 1000; done");
@@ -304,7 +304,7 @@ void TestPythonPlot::hangingShellIsEndedAtOnce()
     QTRY_VERIFY(standIn.processes().isEmpty());
 }
 
-void TestPythonPlot::shellThatTakesNothingIsEndedAtOnce()
+void TestPythonPlot::shellThatReadsNothingIsKilledImmediately()
 {
     StandIn standIn;
     standIn.program("sh", "echo up > $here/up; exec sleep 1000");
@@ -313,7 +313,7 @@ void TestPythonPlot::shellThatTakesNothingIsEndedAtOnce()
         PythonPlot plot(nullptr);
         plot.plotHeightSlot();
         QTRY_COMPARE(standIn.text("up"), QByteArray("up\n"));
-        // More than a pipe holds: an impatient user's clicks wait inside the program.
+        // More lines than a pipe can hold, so the rest stays in the program's buffer.
         for (int i = 0; i < 5000; ++i)
             plot.plotHeightSlot();
         timer.start();
@@ -321,14 +321,14 @@ void TestPythonPlot::shellThatTakesNothingIsEndedAtOnce()
     QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
 }
 
-void TestPythonPlot::interpreterWithMatplotlibIsFoundBehindOthers()
+void TestPythonPlot::interpreterWithMatplotlibIsFoundAfterOthers()
 {
-    layShellFolder();
+    createShellFolder();
     StandIn standIn;
     standIn.program("python", "echo 'no matplotlib' >&2; exit 1");
     standIn.program("python3", "echo 'no matplotlib' >&2; exit 1");
-    layScript("import sys, matplotlib\nopen('" + QFile::encodeName(standIn.path("drawn"))
-              + "', 'w').write(' '.join(sys.argv))\n");
+    writeScript("import sys, matplotlib\nopen('" + QFile::encodeName(standIn.path("drawn"))
+                + "', 'w').write(' '.join(sys.argv))\n");
     const LogFile log;
     PythonPlot plot(nullptr);
     plot.plotAttackSlot();
@@ -336,12 +336,12 @@ void TestPythonPlot::interpreterWithMatplotlibIsFoundBehindOthers()
     QCOMPARE(log.messages(), QStringList());
 }
 
-void TestPythonPlot::pythonWithoutMatplotlibReachesTheLog()
+void TestPythonPlot::pythonWithoutMatplotlibIsLogged()
 {
-    layShellFolder();
+    createShellFolder();
     QVERIFY(QFile::copy(QStringLiteral(OSTRAVEL_PLOT_SCRIPTS "/pythonPlot.py"),
                         AppConfig::getInstance().plotDir() + QStringLiteral("/pythonPlot.py")));
-    // The system's own interpreter comes first wherever it is; this hides the module from it as if it were not there.
+    // The interpreter is always that of the system; this hides the module from it.
     StandIn standIn;
     QFile hiding(standIn.path("sitecustomize.py"));
     QVERIFY(hiding.open(QIODevice::WriteOnly));
@@ -360,21 +360,21 @@ void TestPythonPlot::pythonWithoutMatplotlibReachesTheLog()
     QTRY_VERIFY_WITH_TIMEOUT(log.messages().join('\n').contains("No module named 'matplotlib'"), 60000);
     for (const QString &line : log.leveledMessages())
         QVERIFY2(line.startsWith("error: pyplot error:"), qPrintable(line));
-    // The shell lives on and takes the next command.
+    // The shell keeps running and accepts the next command.
     const int before = log.messages().join('\n').count("No module named 'matplotlib'");
     plot.plotHeightSlot();
     QTRY_COMPARE_WITH_TIMEOUT(log.messages().join('\n').count("No module named 'matplotlib'"), before + 1, 60000);
 }
 
-void TestPythonPlot::scriptUnderWayCompletesAfterTheEnd()
+void TestPythonPlot::runningScriptCompletesAfterTheEnd()
 {
-    layShellFolder();
+    createShellFolder();
     StandIn standIn;
-    // Draws until it may end, or for half a minute.
-    layScript("import os, time\nos.chdir('" + QFile::encodeName(standIn.path("."))
-              + "')\nopen('begun', 'w').close()\nlast = time.monotonic() + 30\n"
-                "while not os.path.exists('go') and time.monotonic() < last:\n    time.sleep(0.05)\n"
-                "open('drawn', 'w').write('yes')\n");
+    // Runs until the file "go" exists, at most 30 seconds.
+    writeScript("import os, time\nos.chdir('" + QFile::encodeName(standIn.path("."))
+                + "')\nopen('begun', 'w').close()\nlast = time.monotonic() + 30\n"
+                  "while not os.path.exists('go') and time.monotonic() < last:\n    time.sleep(0.05)\n"
+                  "open('drawn', 'w').write('yes')\n");
     {
         PythonPlot plot(nullptr);
         plot.plotHeightSlot();
@@ -385,12 +385,12 @@ void TestPythonPlot::scriptUnderWayCompletesAfterTheEnd()
     QTRY_COMPARE_WITH_TIMEOUT(standIn.text("drawn"), QByteArray("yes"), 20000);
 }
 
-void TestPythonPlot::scriptWithoutAWindowEndsWhenItHasHadItsTime()
+void TestPythonPlot::scriptWithoutAWindowEndsAfterItsTimeLimit()
 {
-    layShellFolder();
+    createShellFolder();
     StandIn standIn;
-    layScript("import os\nopen('" + QFile::encodeName(standIn.path("id"))
-              + "', 'w').write(f'{os.getpid()}\\n')\nwhile True:\n    pass\n");
+    writeScript("import os\nopen('" + QFile::encodeName(standIn.path("id"))
+                + "', 'w').write(f'{os.getpid()}\\n')\nwhile True:\n    pass\n");
     QElapsedTimer timer;
     {
         PythonPlot plot(nullptr);
@@ -402,20 +402,20 @@ void TestPythonPlot::scriptWithoutAWindowEndsWhenItHasHadItsTime()
     const QString process = QStringLiteral("/proc/%1/cmdline").arg(standIn.text("id").trimmed().toInt());
     const auto runs = [&] {
         QFile file(process);
-        return file.open(QIODevice::ReadOnly) && !file.readAll().isEmpty(); // empty for one that waits to be reaped
+        return file.open(QIODevice::ReadOnly) && !file.readAll().isEmpty(); // empty for a zombie process
     };
     QVERIFY(runs());
     QTRY_VERIFY_WITH_TIMEOUT(!runs(), 120000);
 }
 
-void TestPythonPlot::strangeFolderIsReached_data()
+void TestPythonPlot::folderWithSpecialCharactersIsUsed_data()
 {
     QTest::addColumn<QString>("name");
     QTest::newRow("blanks, Chinese, a single quote") << "飞行 数据 o'neil";
     QTest::newRow("colon, dollar, star") << "a:b $HOME *";
 }
 
-void TestPythonPlot::strangeFolderIsReached()
+void TestPythonPlot::folderWithSpecialCharactersIsUsed()
 {
     QFETCH(QString, name);
     const QString folder = m_fixture->path(name);
@@ -439,7 +439,7 @@ void TestPythonPlot::strangeFolderIsReached()
     QCOMPARE(child.exitCode(), 0);
 }
 
-void TestPythonPlot::folderOfTheDemoIsInTheLocalCode()
+void TestPythonPlot::folderOfTheDemoUsesTheLocalEncoding()
 {
     const QString folder = m_fixture->path("飞行");
     QVERIFY(QDir().mkpath(folder + "/myPlot"));
@@ -471,13 +471,13 @@ void TestPythonPlot::folderOfTheDemoIsInTheLocalCode()
 }
 
 /**
- * The part of the program in a folder of another name: draws once, and each kind where the local 8-bit code is
- * another than UTF-8. Ends with its standard input.
+ * Runs in a copy of the program in another folder: draws once, or each kind if the local 8-bit encoding is not UTF-8.
+ * Ends when its standard input is closed.
  */
 static int draw(int argc, char *argv[], bool otherCode)
 {
     QCoreApplication application(argc, argv);
-    QCoreApplication::applicationDirPath(); // kept from here on, as it reads in the system's own code
+    QCoreApplication::applicationDirPath(); // Qt caches the path here, decoded with the system's encoding
     if (otherCode)
         QTextCodec::setCodecForLocale(QTextCodec::codecForName("GB18030"));
     PythonPlot plot(nullptr);

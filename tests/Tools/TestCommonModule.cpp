@@ -34,7 +34,7 @@ QString shown(const QWidget &window, const char *objectName)
     return edit(window, objectName)->text();
 }
 
-/** Types as a user does. */
+/** Replaces the text of an edit. */
 void type(const QWidget &window, const char *objectName, const QString &text)
 {
     QLineEdit *const target = edit(window, objectName);
@@ -59,7 +59,7 @@ void typePositions(const QWidget &window, const QString &lat1, const QString &lo
     type(window, "lineEdit_long2", long2);
 }
 
-/** Left and right edge of an edit within the window. */
+/** Left and right edge of an edit in window coordinates. */
 QPair<int, int> edges(const QWidget &window, const char *objectName)
 {
     const QLineEdit *const target = edit(window, objectName);
@@ -67,7 +67,7 @@ QPair<int, int> edges(const QWidget &window, const char *objectName)
     return {left, left + target->width()};
 }
 
-constexpr std::int32_t kSmallest = std::numeric_limits<std::int32_t>::min();
+constexpr std::int32_t kMinInt = std::numeric_limits<std::int32_t>::min();
 
 } // namespace
 
@@ -78,7 +78,7 @@ class TestCommonModule : public QObject
 private slots:
     void negativeBearingIsNotNormalised();
     void negativeBearingIsShownAsItIs();
-    void angleTellsItsUnit();
+    void angleShowsItsUnit();
     void groupsFillTheHeight_data();
     void groupsFillTheHeight();
     void init() { m_fixture = std::make_unique<Fixture>(); }
@@ -89,42 +89,42 @@ private slots:
     }
 
     void declaresItsSlots();
-    void standsAloneWithItsSizeAndTitle();
+    void isASeparateWindowWithSizeAndTitle();
     void doesNotKeepTheProgramRunning();
-    void groupsHoldTheirControls_data();
-    void groupsHoldTheirControls();
-    void labelsStandBesideTheirEdits_data();
-    void labelsStandBesideTheirEdits();
-    void vectorTitlesStandAboveTheirEdits_data();
-    void vectorTitlesStandAboveTheirEdits();
+    void groupsContainTheirControls_data();
+    void groupsContainTheirControls();
+    void labelsAreBesideTheirEdits_data();
+    void labelsAreBesideTheirEdits();
+    void vectorTitlesAreAboveTheirEdits_data();
+    void vectorTitlesAreAboveTheirEdits();
     void resultsCannotBeTyped();
-    void editsAreNamedForAssistance();
-    void editsLineUp_data();
-    void editsLineUp();
-    void opensWithEverythingInView_data();
-    void opensWithEverythingInView();
-    void smallWindowScrollsRatherThanCutACoordinate();
-    void startsEmptyWithPositionsOfZero();
+    void editsHaveAccessibleNames();
+    void editsAreAligned_data();
+    void editsAreAligned();
+    void opensWithAllControlsVisible_data();
+    void opensWithAllControlsVisible();
+    void smallWindowScrollsInsteadOfCuttingCoordinates();
+    void startsEmptyWithZeroPositions();
     void buttonReadsThePositions();
     void textBecomesTheScaledInteger_data();
     void textBecomesTheScaledInteger();
     void distanceAndBearingAreShownWithThreeDecimals();
     void identicalPositionsShowZero();
-    void differenceIsReadyForTheOffsetCalculator();
+    void differenceIsFilledIntoTheOffsetCalculator();
     void positionsOfTheOffsetGroupAreNotFilledIn();
-    void nothingTypedIsThePositionZero();
-    void latitudeBeyondThePoleShowsNoNumber();
+    void emptyEditsAreZero();
+    void latitudeBeyondThePoleShowsNan();
     void offsetMovesNorthAndEast();
-    void offsetByTheDifferenceArrivesAtTheSecondPosition();
+    void offsetByTheDifferenceReachesTheSecondPosition();
     void offsetCoordinatesHaveSevenDecimals();
-    void offsetThatCannotBeShowsTheSmallestInteger_data();
-    void offsetThatCannotBeShowsTheSmallestInteger();
+    void invalidOffsetShowsTheMinimumInteger_data();
+    void invalidOffsetShowsTheMinimumInteger();
     void vectorsAreComputed();
-    void vectorTextThatIsNoNumberIsZero_data();
-    void vectorTextThatIsNoNumberIsZero();
+    void invalidVectorTextIsZero_data();
+    void invalidVectorTextIsZero();
     void vectorsWithoutLengthHaveNoAngle();
-    void infiniteVectorsShowWhatComesOut();
-    void resultsStayUntilTheNextPress();
+    void infiniteVectorsShowTheirResults();
+    void resultsAreKeptUntilTheNextPress();
 
 private:
     std::unique_ptr<Fixture> m_fixture;
@@ -143,7 +143,7 @@ void TestCommonModule::negativeBearingIsShownAsItIs()
     QCOMPARE(window.bearing(), -1.23);
 }
 
-void TestCommonModule::angleTellsItsUnit()
+void TestCommonModule::angleShowsItsUnit()
 {
     const CommonModule window;
     for (const char *name : {"groupBox_8", "lineEdit_jiaodu"})
@@ -153,7 +153,7 @@ void TestCommonModule::angleTellsItsUnit()
 
 void TestCommonModule::groupsFillTheHeight_data()
 {
-    editsLineUp_data();
+    editsAreAligned_data();
 }
 
 void TestCommonModule::groupsFillTheHeight()
@@ -167,7 +167,7 @@ void TestCommonModule::groupsFillTheHeight()
     CommonModule window;
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
-    // The screen of a test may be smaller than a large window, which gives way to it when it comes up.
+    // The test screen may be smaller than the window, which is then reduced when it is shown.
     if (size.isValid())
         window.resize(size);
     const QWidget *const page = window.findChild<QScrollArea *>()->widget();
@@ -176,7 +176,7 @@ void TestCommonModule::groupsFillTheHeight()
     const QMargins margins = page->layout()->contentsMargins();
     for (const char *last : {"groupBox_6", "groupBox_7"})
         QTRY_COMPARE(page->height() - geometry(last).bottom() - 1, margins.bottom());
-    // Each of the four rows takes a share of a large window.
+    // The four rows share the height of a large window.
     if (size.height() > 1000) {
         for (const char *name : {"groupBox_2", "groupBox_3", "groupBox_5", "groupBox_6"})
             QVERIFY2(geometry(name).height() > size.height() / 8, name);
@@ -190,7 +190,7 @@ void TestCommonModule::declaresItsSlots()
                           "slot on_pushButton_calDIstanc_2_clicked()"}));
 }
 
-void TestCommonModule::standsAloneWithItsSizeAndTitle()
+void TestCommonModule::isASeparateWindowWithSizeAndTitle()
 {
     const CommonModule window;
     QVERIFY(!window.parent());
@@ -210,7 +210,7 @@ void TestCommonModule::doesNotKeepTheProgramRunning()
     QTimer tooLate;
     connect(&tooLate, &QTimer::timeout, qApp, [] { QCoreApplication::exit(1); });
     tooLate.start(20000);
-    // The window alone may come and go; the last other one ends the program.
+    // Closing this window does not end the program; closing the last other window does.
     QTimer::singleShot(0, &window, [&window] {
         window.close();
         window.show();
@@ -221,7 +221,7 @@ void TestCommonModule::doesNotKeepTheProgramRunning()
     QVERIFY(mainWindowClosed);
 }
 
-void TestCommonModule::groupsHoldTheirControls_data()
+void TestCommonModule::groupsContainTheirControls_data()
 {
     QTest::addColumn<QString>("group");
     QTest::addColumn<QString>("english");
@@ -263,7 +263,7 @@ void TestCommonModule::groupsHoldTheirControls_data()
                                 << "叉积和点积" << QStringList{"lineEdit_chaji1", "lineEdit_dianji1"} << none;
 }
 
-void TestCommonModule::groupsHoldTheirControls()
+void TestCommonModule::groupsContainTheirControls()
 {
     QFETCH(QString, group);
     QFETCH(QString, english);
@@ -295,7 +295,7 @@ void TestCommonModule::groupsHoldTheirControls()
     }
 }
 
-void TestCommonModule::labelsStandBesideTheirEdits_data()
+void TestCommonModule::labelsAreBesideTheirEdits_data()
 {
     QTest::addColumn<QByteArray>("lineEdit");
     QTest::addColumn<QString>("english");
@@ -319,7 +319,7 @@ void TestCommonModule::labelsStandBesideTheirEdits_data()
     row("lineEdit_offsetLat", "Offset_Lat：", "偏移航点纬度：");
 }
 
-void TestCommonModule::labelsStandBesideTheirEdits()
+void TestCommonModule::labelsAreBesideTheirEdits()
 {
     QFETCH(QByteArray, lineEdit);
     QFETCH(QString, english);
@@ -332,7 +332,7 @@ void TestCommonModule::labelsStandBesideTheirEdits()
         CommonModule window;
         window.show();
         const QLineEdit *const target = edit(window, lineEdit);
-        // What is seen on the same line, left and right of the edit.
+        // The visible labels on the same line, left and right of the edit.
         QStringList before, behind;
         for (const QLabel *label : target->parentWidget()->findChildren<QLabel *>()) {
             if (label->text().isEmpty() || qAbs(label->geometry().center().y() - target->geometry().center().y()) > 1)
@@ -345,7 +345,7 @@ void TestCommonModule::labelsStandBesideTheirEdits()
     }
 }
 
-void TestCommonModule::vectorTitlesStandAboveTheirEdits_data()
+void TestCommonModule::vectorTitlesAreAboveTheirEdits_data()
 {
     QTest::addColumn<QString>("english");
     QTest::addColumn<QString>("chinese");
@@ -364,7 +364,7 @@ void TestCommonModule::vectorTitlesStandAboveTheirEdits_data()
                          << "a·b" << QStringList{"lineEdit_dianji1"};
 }
 
-void TestCommonModule::vectorTitlesStandAboveTheirEdits()
+void TestCommonModule::vectorTitlesAreAboveTheirEdits()
 {
     QFETCH(QString, english);
     QFETCH(QString, chinese);
@@ -406,7 +406,7 @@ void TestCommonModule::resultsCannotBeTyped()
     QCOMPARE(editable, 12);
 }
 
-void TestCommonModule::editsAreNamedForAssistance()
+void TestCommonModule::editsHaveAccessibleNames()
 {
     const CommonModule window;
     for (const QLineEdit *lineEdit : window.findChildren<QLineEdit *>())
@@ -419,7 +419,7 @@ void TestCommonModule::editsAreNamedForAssistance()
     QCOMPARE(edit(window, "lineEdit_jiaodu")->accessibleName(), QStringLiteral("角度"));
 }
 
-void TestCommonModule::editsLineUp_data()
+void TestCommonModule::editsAreAligned_data()
 {
     QTest::addColumn<int>("theme");
     QTest::addColumn<QSize>("size");
@@ -431,7 +431,7 @@ void TestCommonModule::editsLineUp_data()
     }
 }
 
-void TestCommonModule::editsLineUp()
+void TestCommonModule::editsAreAligned()
 {
     QFETCH(int, theme);
     QFETCH(QSize, size);
@@ -454,21 +454,21 @@ void TestCommonModule::editsLineUp()
     QCOMPARE(left.second - left.first, right.second - right.first);
     QCOMPARE(edges(window, "lineEdit_a1"), edges(window, "lineEdit_add2"));
     QCOMPARE(edges(window, "lineEdit_b1"), edges(window, "lineEdit_sub2"));
-    // No group's title is covered by its first row.
+    // The first row does not cover the title of the group.
     for (const QGroupBox *box : window.findChildren<QGroupBox *>()) {
         for (const QWidget *child : box->findChildren<QWidget *>())
             QVERIFY2(child->y() >= box->fontMetrics().height(), qPrintable(box->title()));
     }
 }
 
-void TestCommonModule::opensWithEverythingInView_data()
+void TestCommonModule::opensWithAllControlsVisible_data()
 {
     QTest::addColumn<bool>("dark");
     QTest::newRow("light") << false;
     QTest::newRow("dark") << true;
 }
 
-void TestCommonModule::opensWithEverythingInView()
+void TestCommonModule::opensWithAllControlsVisible()
 {
     QFETCH(bool, dark);
     if (dark)
@@ -480,13 +480,13 @@ void TestCommonModule::opensWithEverythingInView()
     QCOMPARE(design, QSize(1056, 895));
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
-    // The screen of a test may be smaller, to which the window gives way when it comes up.
+    // The test screen may be smaller than the window, which is then reduced when it is shown.
     window.resize(design);
     for (const QGroupBox *box : window.findChildren<QGroupBox *>())
         QTRY_COMPARE(box->visibleRegion().boundingRect(), box->rect());
 }
 
-void TestCommonModule::smallWindowScrollsRatherThanCutACoordinate()
+void TestCommonModule::smallWindowScrollsInsteadOfCuttingCoordinates()
 {
     CommonModule window;
     window.resize(400, 300);
@@ -499,7 +499,7 @@ void TestCommonModule::smallWindowScrollsRatherThanCutACoordinate()
     QVERIFY(!edit(window, "lineEdit_dianji1")->visibleRegion().isEmpty());
 }
 
-void TestCommonModule::startsEmptyWithPositionsOfZero()
+void TestCommonModule::startsEmptyWithZeroPositions()
 {
     const CommonModule window;
     for (const QLineEdit *lineEdit : window.findChildren<QLineEdit *>())
@@ -538,13 +538,13 @@ void TestCommonModule::textBecomesTheScaledInteger_data()
     QTest::newRow("degree sign") << "29.5°" << 0;
     QTest::newRow("two points") << "2.9.5" << 0;
     QTest::newRow("largest") << "214.7483647" << 2147483647;
-    QTest::newRow("beyond 32 bits") << "214.7483649" << kSmallest;
-    QTest::newRow("beyond 32 bits below") << "-214.75" << kSmallest;
-    QTest::newRow("1e300") << "1e300" << kSmallest;
-    QTest::newRow("1e400") << "1e400" << kSmallest;
+    QTest::newRow("beyond 32 bits") << "214.7483649" << kMinInt;
+    QTest::newRow("beyond 32 bits below") << "-214.75" << kMinInt;
+    QTest::newRow("1e300") << "1e300" << kMinInt;
+    QTest::newRow("1e400") << "1e400" << kMinInt;
     QTest::newRow("full-width digits") << "２９．５" << 0;
-    QTest::newRow("inf") << "inf" << kSmallest;
-    QTest::newRow("nan") << "nan" << kSmallest;
+    QTest::newRow("inf") << "inf" << kMinInt;
+    QTest::newRow("nan") << "nan" << kMinInt;
 }
 
 void TestCommonModule::textBecomesTheScaledInteger()
@@ -565,8 +565,8 @@ void TestCommonModule::distanceAndBearingAreShownWithThreeDecimals()
     CommonModule window;
     typePositions(window, "40.6", "-73.8", "51.6", "-0.5");
     press(window, "pushButton_calDIstanc");
-    // The published figures are 5551759.400 m and 51.198882845579 degrees; floats lie half a metre apart there, and a
-    // bearing has hundredths.
+    // The published values are 5551759.400 m and 51.198882845579 degrees. The float resolution is half a metre there;
+    // bearings have hundredths of a degree.
     QCOMPARE(shown(window, "lineEdit_distance"), QStringLiteral("5551759.500"));
     QCOMPARE(shown(window, "lineEdit_bear"), QStringLiteral("51.200"));
     QVERIFY(window.distance() == 5551759.5);
@@ -582,12 +582,12 @@ void TestCommonModule::identicalPositionsShowZero()
         QCOMPARE(shown(window, name), QStringLiteral("0.000"));
 }
 
-void TestCommonModule::differenceIsReadyForTheOffsetCalculator()
+void TestCommonModule::differenceIsFilledIntoTheOffsetCalculator()
 {
     CommonModule window;
     typePositions(window, "0", "10", "0", "9");
     press(window, "pushButton_calDIstanc");
-    // A degree of the equator: 6378137 m * pi / 180 = 111319.490793, as a float 111319.4921875.
+    // One degree of the equator: 6378137 m * pi / 180 = 111319.490793, as a float 111319.4921875.
     QCOMPARE(shown(window, "lineEdit_OFSNorth"), QStringLiteral("0.000"));
     QCOMPARE(shown(window, "lineEdit_OFSEast"), QStringLiteral("-111319.492"));
     QCOMPARE(shown(window, "lineEdit_bear"), QStringLiteral("270.000"));
@@ -605,7 +605,7 @@ void TestCommonModule::positionsOfTheOffsetGroupAreNotFilledIn()
     QVERIFY(shown(window, "lineEdit_offsetLat").isEmpty());
 }
 
-void TestCommonModule::nothingTypedIsThePositionZero()
+void TestCommonModule::emptyEditsAreZero()
 {
     CommonModule window;
     press(window, "pushButton_calDIstanc");
@@ -619,7 +619,7 @@ void TestCommonModule::nothingTypedIsThePositionZero()
         QCOMPARE(shown(window, name), QStringLiteral("0.000"));
 }
 
-void TestCommonModule::latitudeBeyondThePoleShowsNoNumber()
+void TestCommonModule::latitudeBeyondThePoleShowsNan()
 {
     CommonModule window;
     typePositions(window, "90.5", "0", "10", "0");
@@ -627,7 +627,7 @@ void TestCommonModule::latitudeBeyondThePoleShowsNoNumber()
     QCOMPARE(shown(window, "lineEdit_distance"), QStringLiteral("nan"));
     QCOMPARE(shown(window, "lineEdit_bear"), QStringLiteral("0.000"));
     QCOMPARE(shown(window, "lineEdit_OFSNorth"), QStringLiteral("nan"));
-    // What is not a number may be applied, and leads nowhere.
+    // NaN values can be entered as the offset; the result is invalid.
     press(window, "pushButton_calDIstanc_2");
     QCOMPARE(shown(window, "lineEdit_offsetLat"), QStringLiteral("-214.7483648"));
 }
@@ -642,7 +642,7 @@ void TestCommonModule::offsetMovesNorthAndEast()
     press(window, "pushButton_calDIstanc_2");
     QCOMPARE(shown(window, "lineEdit_offsetLat"), QStringLiteral("0.0000000"));
     QCOMPARE(shown(window, "lineEdit_offsetLng"), QStringLiteral("101.0000000"));
-    // The meridian from the equator to 1 degree: a (1 - e^2) pi / 180 = 110574.2758 m, and a millionth more.
+    // The meridian from 0 to 1 degree: a (1 - e^2) pi / 180 = 110574.2758 m, plus about 1e-6 of it.
     type(window, "lineEdit_OFSNorth", "110574.3886");
     type(window, "lineEdit_OFSEast", "0");
     press(window, "pushButton_calDIstanc_2");
@@ -650,7 +650,7 @@ void TestCommonModule::offsetMovesNorthAndEast()
     QCOMPARE(shown(window, "lineEdit_offsetLng"), QStringLiteral("100.0000000"));
 }
 
-void TestCommonModule::offsetByTheDifferenceArrivesAtTheSecondPosition()
+void TestCommonModule::offsetByTheDifferenceReachesTheSecondPosition()
 {
     CommonModule window;
     typePositions(window, "33.9470710", "113.9137801", "34.5", "114.75");
@@ -658,7 +658,7 @@ void TestCommonModule::offsetByTheDifferenceArrivesAtTheSecondPosition()
     type(window, "lineEdit_lat1_2", "33.9470710");
     type(window, "lineEdit_long1_2", "113.9137801");
     press(window, "pushButton_calDIstanc_2");
-    // 0.05 m is less than five units of the sixth decimal.
+    // 0.05 m is less than five units in the sixth decimal.
     QVERIFY(qAbs(shown(window, "lineEdit_offsetLat").toDouble() - 34.5) < 5e-7);
     QVERIFY(qAbs(shown(window, "lineEdit_offsetLng").toDouble() - 114.75) < 5e-7);
 }
@@ -673,7 +673,7 @@ void TestCommonModule::offsetCoordinatesHaveSevenDecimals()
     QCOMPARE(shown(window, "lineEdit_offsetLng"), QStringLiteral("-0.0000007"));
 }
 
-void TestCommonModule::offsetThatCannotBeShowsTheSmallestInteger_data()
+void TestCommonModule::invalidOffsetShowsTheMinimumInteger_data()
 {
     QTest::addColumn<QString>("latitude");
     QTest::addColumn<QString>("north");
@@ -687,7 +687,7 @@ void TestCommonModule::offsetThatCannotBeShowsTheSmallestInteger_data()
                                              << "0";
 }
 
-void TestCommonModule::offsetThatCannotBeShowsTheSmallestInteger()
+void TestCommonModule::invalidOffsetShowsTheMinimumInteger()
 {
     QFETCH(QString, latitude);
     QFETCH(QString, north);
@@ -714,7 +714,7 @@ void TestCommonModule::vectorsAreComputed()
     QCOMPARE(shown(window, "lineEdit_add2"), QStringLiteral("6.500"));
     QCOMPARE(shown(window, "lineEdit_sub1"), QStringLiteral("4.000"));
     QCOMPARE(shown(window, "lineEdit_sub2"), QStringLiteral("1.500"));
-    // 3 * 2.5 + 4 * 1, and -3 + 10; the angle has the tangent 11.5 / 7: 58.671 degrees.
+    // 3 * 2.5 + 4 * 1 and -3 + 10. The angle is atan(11.5 / 7) = 58.671 degrees.
     QCOMPARE(shown(window, "lineEdit_chaji1"), QStringLiteral("11.500"));
     QCOMPARE(shown(window, "lineEdit_dianji1"), QStringLiteral("7.000"));
     QCOMPARE(shown(window, "lineEdit_jiaodu"), QStringLiteral("58.671"));
@@ -723,7 +723,7 @@ void TestCommonModule::vectorsAreComputed()
     QVERIFY(qAbs(window.angle() - 58.671f) < 0.001f);
 }
 
-void TestCommonModule::vectorTextThatIsNoNumberIsZero_data()
+void TestCommonModule::invalidVectorTextIsZero_data()
 {
     QTest::addColumn<QString>("text");
     QTest::newRow("empty") << "";
@@ -732,7 +732,7 @@ void TestCommonModule::vectorTextThatIsNoNumberIsZero_data()
     QTest::newRow("two numbers") << "1 2";
 }
 
-void TestCommonModule::vectorTextThatIsNoNumberIsZero()
+void TestCommonModule::invalidVectorTextIsZero()
 {
     QFETCH(QString, text);
     CommonModule window;
@@ -754,7 +754,7 @@ void TestCommonModule::vectorsWithoutLengthHaveNoAngle()
     QCOMPARE(shown(window, "lineEdit_jiaodu"), QStringLiteral("0.000"));
 }
 
-void TestCommonModule::infiniteVectorsShowWhatComesOut()
+void TestCommonModule::infiniteVectorsShowTheirResults()
 {
     CommonModule window;
     type(window, "lineEdit_a1", "inf");
@@ -770,7 +770,7 @@ void TestCommonModule::infiniteVectorsShowWhatComesOut()
     QCOMPARE(shown(window, "lineEdit_chaji1"), QStringLiteral("inf"));
 }
 
-void TestCommonModule::resultsStayUntilTheNextPress()
+void TestCommonModule::resultsAreKeptUntilTheNextPress()
 {
     CommonModule window;
     type(window, "lineEdit_a1", "3");

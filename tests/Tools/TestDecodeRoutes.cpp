@@ -47,7 +47,7 @@ QByteArray route(const QJsonArray &waypoints)
     return QJsonDocument(QJsonObject{{"cartographic", waypoints}}).toJson();
 }
 
-/** So many waypoints a degree apart on the equator, flown at 100 m/s. */
+/** A route with this many waypoints, one degree apart on the equator, at 100 m/s. */
 QByteArray equatorRoute(int count)
 {
     QJsonArray waypoints;
@@ -136,58 +136,58 @@ private slots:
     void formIsThreeRows();
     void tableHasNineColumns_data();
     void tableHasNineColumns();
-    void selectingAsksForAJsonFile();
-    void selectingReadsNothing();
-    void cancelledChoiceEmptiesTheFile();
+    void selectingOpensADialogForJsonFiles();
+    void selectingDoesNotReadTheFile();
+    void cancelledDialogClearsTheFile();
     void selectingSetsTheProgressToZero();
-    void withoutAFileTheUserIsTold();
+    void missingSelectionIsReported();
     void missingFileIsReported();
     void unreadableFileIsReported();
     void folderCannotBeOpened();
     void fileThatIsNotRegularCannotBeOpened_data();
     void fileThatIsNotRegularCannotBeOpened();
-    void pressedButtonConverts();
+    void pressingTheButtonConverts();
     void waypointsBecomeRows();
     void workbookHasTheSameRows();
-    void workbookTitlesStayEnglishWithTheCatalogue();
+    void workbookTitlesAreEnglishWithTheCatalogue();
     void oneWaypointHasNoLeg();
     void emptyRouteWritesTheTitles();
     void nameEndsAtTheFirstDot();
-    void existingWorkbookIsReplacedWhole();
-    void progressRunsThroughItsSteps();
-    void speedIsThatOfTheLegsEnd();
-    void totalRunsInFloats();
-    void distanceComesFromFloatPositions();
+    void existingWorkbookIsReplacedCompletely();
+    void progressHasTheExpectedSteps();
+    void legUsesTheSpeedOfItsEnd();
+    void totalIsSummedInFloats();
+    void distanceUsesFloatPositions();
     void valuesOfTheWrongTypeAreZero();
-    void textThatIsNoNumberIsShownAsItStands();
+    void invalidNumberTextIsShownUnchanged();
     void numbersHaveSixDigits();
     void legWithoutSpeedIsInfinite();
-    void restWithoutSpeedIsNoNumber();
-    void negativeSpeedIsTaken();
-    void whatIsNoRouteHasNoRows_data();
-    void whatIsNoRouteHasNoRows();
-    void byteOrderMarkIsNoHindrance();
-    void waypointsThatAreNoObjectsAreZero();
+    void zeroDistanceWithoutSpeedIsNan();
+    void negativeSpeedIsAccepted();
+    void invalidRouteHasNoRows_data();
+    void invalidRouteHasNoRows();
+    void byteOrderMarkIsIgnored();
+    void invalidWaypointsAreZero();
     void secondConversionStartsFromAnEmptyTable();
-    void namesWithChineseAndBlanks_data();
-    void namesWithChineseAndBlanks();
+    void namesWithChineseAndBlanksWork_data();
+    void namesWithChineseAndBlanksWork();
     void pathOfFourThousandCharactersIsConverted();
-    void pathThatNoFileCanHaveIsReportedAsMissing();
+    void tooLongPathIsReportedAsMissing();
     void unwritableWorkbookIsNotReported_data();
     void unwritableWorkbookIsNotReported();
     void readOnlyFolderKeepsTheOlderWorkbook();
     void fullDiskKeepsTheOlderWorkbook();
-    void conversionInsideAConversionRunsToItsEnd();
-    void rowsThatNoLongerFitAreDropped();
-    void closingMeanwhileIsSafe();
-    void deletingMeanwhileIsSafe();
+    void nestedConversionCompletes();
+    void rowsBeyondTheTableAreIgnored();
+    void closingDuringAConversionIsSafe();
+    void deletingDuringAConversionIsSafe();
     void eventsAreProcessedForEachWaypoint();
-    void hugeFileEnds();
-    void legTimeIsDividedInDoubles();
-    void hugeCoordinateIsCutToACell();
-    void cutKeepsPairsOfSurrogatesWhole_data();
-    void cutKeepsPairsOfSurrogatesWhole();
-    void fileThatIsNoWorkbookIsSetAside();
+    void hugeFileIsConvertedInLimitedTime();
+    void legTimeUsesDoubleDivision();
+    void hugeCoordinateIsTruncatedToACell();
+    void truncationKeepsSurrogatePairs_data();
+    void truncationKeepsSurrogatePairs();
+    void invalidWorkbookIsRenamed();
 
 private:
     QString path(const char *name) const { return m_fixture->path(QString::fromUtf8(name)); }
@@ -262,12 +262,12 @@ void TestDecodeRoutes::tableHasNineColumns()
     QCOMPARE(table(dialog)->rowCount(), 0);
 }
 
-void TestDecodeRoutes::selectingAsksForAJsonFile()
+void TestDecodeRoutes::selectingOpensADialogForJsonFiles()
 {
     write(path("航线 1.json"), "{}");
     DecodeRoutes dialog(nullptr);
     dialog.show();
-    ModalAnswer modal; // not before the dialog itself is shown
+    ModalAnswer modal; // created after the dialog, which it must not answer
     modal.next([&](QDialog *box) {
         auto *const files = qobject_cast<QFileDialog *>(box);
         QVERIFY(files);
@@ -283,12 +283,12 @@ void TestDecodeRoutes::selectingAsksForAJsonFile()
     QVERIFY(modal.allAnswered());
 }
 
-void TestDecodeRoutes::selectingReadsNothing()
+void TestDecodeRoutes::selectingDoesNotReadTheFile()
 {
     write(path("r.json"), equatorRoute(3));
     DecodeRoutes dialog(nullptr);
     dialog.show();
-    ModalAnswer modal; // not before the dialog itself is shown
+    ModalAnswer modal; // created after the dialog, which it must not answer
     modal.next([&](QDialog *box) {
         static_cast<QFileDialog *>(box)->selectFile(path("r.json"));
         box->accept();
@@ -299,12 +299,12 @@ void TestDecodeRoutes::selectingReadsNothing()
     QVERIFY(modal.allAnswered());
 }
 
-void TestDecodeRoutes::cancelledChoiceEmptiesTheFile()
+void TestDecodeRoutes::cancelledDialogClearsTheFile()
 {
     DecodeRoutes dialog(nullptr);
     dialog.show();
     dialog.setRouteFile(path("r.json"));
-    ModalAnswer modal; // not before the dialog itself is shown
+    ModalAnswer modal; // created after the dialog, which it must not answer
     modal.next([](QDialog *box) { box->reject(); });
     press(dialog, "btn_selectFile");
     QVERIFY(dialog.routeFile().isEmpty());
@@ -318,7 +318,7 @@ void TestDecodeRoutes::selectingSetsTheProgressToZero()
     dialog.show();
     convert(dialog, path("r.json"));
     QCOMPARE(bar(dialog)->value(), 400);
-    ModalAnswer modal; // not before the dialog itself is shown
+    ModalAnswer modal; // created after the dialog, which it must not answer
     modal.next([](QDialog *box) { box->reject(); });
     press(dialog, "btn_selectFile");
     QCOMPARE(bar(dialog)->value(), 0);
@@ -326,11 +326,11 @@ void TestDecodeRoutes::selectingSetsTheProgressToZero()
     QVERIFY(modal.allAnswered());
 }
 
-void TestDecodeRoutes::withoutAFileTheUserIsTold()
+void TestDecodeRoutes::missingSelectionIsReported()
 {
     DecodeRoutes dialog(nullptr);
     dialog.show();
-    ModalAnswer modal; // not before the dialog itself is shown
+    ModalAnswer modal; // created after the dialog, which it must not answer
     modal.next([&](QDialog *box) {
         auto *const message = qobject_cast<QMessageBox *>(box);
         QVERIFY(message);
@@ -350,7 +350,7 @@ void TestDecodeRoutes::missingFileIsReported()
     DecodeRoutes dialog(nullptr);
     dialog.show();
     dialog.setRouteFile(path("gone.json"));
-    ModalAnswer modal; // not before the dialog itself is shown
+    ModalAnswer modal; // created after the dialog, which it must not answer
     modal.next([](QDialog *box) {
         QCOMPARE(box->windowTitle(), QStringLiteral("info"));
         QCOMPARE(qobject_cast<QMessageBox *>(box)->text(), QStringLiteral("route file not exists"));
@@ -363,7 +363,7 @@ void TestDecodeRoutes::missingFileIsReported()
 void TestDecodeRoutes::unreadableFileIsReported()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     const QString file = path("secret.json");
     write(file, equatorRoute(2));
     QVERIFY(letNobodyRead(file));
@@ -385,7 +385,7 @@ void TestDecodeRoutes::folderCannotBeOpened()
 {
     QVERIFY(QDir().mkdir(path("folder.json")));
     DecodeRoutes dialog(nullptr);
-    ModalAnswer modal; // not before the dialog itself is shown
+    ModalAnswer modal; // created after the dialog, which it must not answer
     modal.next([](QDialog *box) {
         QCOMPARE(qobject_cast<QMessageBox *>(box)->text(), QStringLiteral("route file open failed"));
     });
@@ -412,7 +412,7 @@ void TestDecodeRoutes::fileThatIsNotRegularCannotBeOpened()
     if (!target.isEmpty())
         QVERIFY(QFile::link(QDir(m_fixture->dir()).absoluteFilePath(target), file));
     DecodeRoutes dialog(nullptr);
-    ModalAnswer modal; // not before the dialog itself is shown
+    ModalAnswer modal; // created after the dialog, which it must not answer
     modal.next([](QDialog *box) {
         QCOMPARE(qobject_cast<QMessageBox *>(box)->text(), QStringLiteral("route file open failed"));
     });
@@ -422,7 +422,7 @@ void TestDecodeRoutes::fileThatIsNotRegularCannotBeOpened()
     QVERIFY(!QFileInfo::exists(path("x.xlsx")));
 }
 
-void TestDecodeRoutes::pressedButtonConverts()
+void TestDecodeRoutes::pressingTheButtonConverts()
 {
     write(path("r.json"), equatorRoute(2));
     DecodeRoutes dialog(nullptr);
@@ -458,7 +458,7 @@ void TestDecodeRoutes::workbookHasTheSameRows()
     const QXlsx::Document document(path("r.xlsx"));
     QCOMPARE(document.sheetNames(), QStringList{"Sheet1"});
     QCOMPARE(sheetRow(document, 2), (QVector<QVariant>{1.0, 0.0, 0.0, 120.25, 300.0, 55.5, 0.0, 0.0, 0.0}));
-    // The whole text in its column, the position of a float in the distance.
+    // The column has the full text; the distance uses the position as a float.
     const double degrees = std::trunc(double(1.123456789012f) * 1e7) / 1e7;
     const float distance = float(kDegreeOfEquator * degrees);
     const float flyTime = float(double(distance) / 100);
@@ -468,7 +468,7 @@ void TestDecodeRoutes::workbookHasTheSameRows()
     QVERIFY(!document.read(4, 1).isValid());
 }
 
-void TestDecodeRoutes::workbookTitlesStayEnglishWithTheCatalogue()
+void TestDecodeRoutes::workbookTitlesAreEnglishWithTheCatalogue()
 {
     write(path("r.json"), equatorRoute(1));
     DecodeRoutes dialog(nullptr);
@@ -516,7 +516,7 @@ void TestDecodeRoutes::nameEndsAtTheFirstDot()
     QCOMPARE(QDir(path("航 线")).entryList(QDir::Files | QDir::Hidden), (QStringList{"a.b.json", "a.xlsx"}));
 }
 
-void TestDecodeRoutes::existingWorkbookIsReplacedWhole()
+void TestDecodeRoutes::existingWorkbookIsReplacedCompletely()
 {
     {
         QXlsx::Document old;
@@ -532,7 +532,7 @@ void TestDecodeRoutes::existingWorkbookIsReplacedWhole()
     QVERIFY(!document.read(50, 1).isValid());
 }
 
-void TestDecodeRoutes::progressRunsThroughItsSteps()
+void TestDecodeRoutes::progressHasTheExpectedSteps()
 {
     write(path("r.json"), equatorRoute(10));
     DecodeRoutes dialog(nullptr);
@@ -543,7 +543,7 @@ void TestDecodeRoutes::progressRunsThroughItsSteps()
     QCOMPARE(bar(dialog)->maximum(), 1100);
 }
 
-void TestDecodeRoutes::speedIsThatOfTheLegsEnd()
+void TestDecodeRoutes::legUsesTheSpeedOfItsEnd()
 {
     write(path("r.json"), route({waypoint("0", "0", 1), waypoint("1", "0", 1000), waypoint("2", "0", 10)}));
     DecodeRoutes dialog(nullptr);
@@ -552,7 +552,7 @@ void TestDecodeRoutes::speedIsThatOfTheLegsEnd()
     QCOMPARE(column(dialog, 7), (QStringList{"0", "111.319", "11131.9"}));
 }
 
-void TestDecodeRoutes::totalRunsInFloats()
+void TestDecodeRoutes::totalIsSummedInFloats()
 {
     write(path("r.json"), equatorRoute(30));
     DecodeRoutes dialog(nullptr);
@@ -564,13 +564,13 @@ void TestDecodeRoutes::totalRunsInFloats()
         total += leg;
         QCOMPARE(document.read(i + 2, 9).toDouble(), double(total));
     }
-    // A sum in double precision comes out another.
+    // A sum in double precision gives a different value.
     QVERIFY(double(total) != 29 * double(leg));
 }
 
-void TestDecodeRoutes::distanceComesFromFloatPositions()
+void TestDecodeRoutes::distanceUsesFloatPositions()
 {
-    // Floats near 113.9 lie 7.6e-6 degrees apart, so that these two are one place.
+    // The float resolution near 113.9 is 7.6e-6 degrees, so these positions are equal.
     write(path("r.json"), route({waypoint("113.9000010", "0"), waypoint("113.9000020", "0")}));
     QVERIFY(QString("113.9000010").toFloat() == QString("113.9000020").toFloat());
     DecodeRoutes dialog(nullptr);
@@ -588,18 +588,18 @@ void TestDecodeRoutes::valuesOfTheWrongTypeAreZero()
     DecodeRoutes dialog(nullptr);
     convert(dialog, path("r.json"));
     QCOMPARE(row(dialog, 0), (QStringList{"1", "", "", "0", "0", "0", "0", "0", "0"}));
-    // No way at no speed is no number, and the total stays so.
+    // Zero distance divided by zero speed is NaN, and the total remains NaN.
     QCOMPARE(row(dialog, 1), (QStringList{"2", "", "", "7", "0", "0", "0", "nan", "nan"}));
     QCOMPARE(row(dialog, 2).mid(3, 4), (QStringList{"0", "2.5", "3", "111319"}));
 }
 
-void TestDecodeRoutes::textThatIsNoNumberIsShownAsItStands()
+void TestDecodeRoutes::invalidNumberTextIsShownUnchanged()
 {
     write(path("r.json"), route({waypoint("E113°", "=1+1"), waypoint("1e400", "nan")}));
     DecodeRoutes dialog(nullptr);
     convert(dialog, path("r.json"));
     QCOMPARE(row(dialog, 0).mid(1, 2), (QStringList{"E113°", "=1+1"}));
-    // A latitude that is none has no distance to anything.
+    // The distance to an invalid latitude is NaN.
     QCOMPARE(row(dialog, 1).mid(1), (QStringList{"1e400", "nan", "100", "300", "20", "nan", "nan", "nan"}));
     const QXlsx::Document document(path("r.xlsx"));
     QCOMPARE(document.read(2, 2), QVariant(0.0));
@@ -628,7 +628,7 @@ void TestDecodeRoutes::legWithoutSpeedIsInfinite()
     QVERIFY(std::isinf(document.read(4, 9).toDouble()));
 }
 
-void TestDecodeRoutes::restWithoutSpeedIsNoNumber()
+void TestDecodeRoutes::zeroDistanceWithoutSpeedIsNan()
 {
     write(path("r.json"), route({waypoint("5", "6", 0), waypoint("5", "6", 0), waypoint("6", "6", 100)}));
     DecodeRoutes dialog(nullptr);
@@ -638,7 +638,7 @@ void TestDecodeRoutes::restWithoutSpeedIsNoNumber()
     QCOMPARE(column(dialog, 8), (QStringList{"0", "nan", "nan"}));
 }
 
-void TestDecodeRoutes::negativeSpeedIsTaken()
+void TestDecodeRoutes::negativeSpeedIsAccepted()
 {
     write(path("r.json"), route({waypoint("0", "0"), waypoint("1", "0", -100)}));
     DecodeRoutes dialog(nullptr);
@@ -646,7 +646,7 @@ void TestDecodeRoutes::negativeSpeedIsTaken()
     QCOMPARE(row(dialog, 1).at(7), QStringLiteral("-1113.19"));
 }
 
-void TestDecodeRoutes::whatIsNoRouteHasNoRows_data()
+void TestDecodeRoutes::invalidRouteHasNoRows_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::newRow("no bytes") << QByteArray();
@@ -658,7 +658,7 @@ void TestDecodeRoutes::whatIsNoRouteHasNoRows_data()
     QTest::newRow("key of another case") << QByteArray("{\"Cartographic\": [{}]}");
     QTest::newRow("an object instead of an array") << QByteArray("{\"cartographic\": {\"0\": {}}}");
     QTest::newRow("a number instead of an array") << QByteArray("{\"cartographic\": 5}");
-    QTest::newRow("number that is none") << QByteArray("{\"cartographic\": [{\"speed\": nan}]}");
+    QTest::newRow("invalid number") << QByteArray("{\"cartographic\": [{\"speed\": nan}]}");
     QTest::newRow("number beyond doubles") << QByteArray("{\"cartographic\": [{\"speed\": 1e400}]}");
     QTest::newRow("nested a million deep")
         << QByteArray("{\"cartographic\": ") + QByteArray(1000000, '[') + QByteArray(1000000, ']') + '}';
@@ -666,7 +666,7 @@ void TestDecodeRoutes::whatIsNoRouteHasNoRows_data()
     QTest::newRow("two-byte characters") << QByteArray("\xff\xfe{\0}\0", 6);
 }
 
-void TestDecodeRoutes::whatIsNoRouteHasNoRows()
+void TestDecodeRoutes::invalidRouteHasNoRows()
 {
     QFETCH(QByteArray, content);
     write(path("r.json"), equatorRoute(2));
@@ -682,7 +682,7 @@ void TestDecodeRoutes::whatIsNoRouteHasNoRows()
     QVERIFY(!document.read(2, 1).isValid());
 }
 
-void TestDecodeRoutes::byteOrderMarkIsNoHindrance()
+void TestDecodeRoutes::byteOrderMarkIsIgnored()
 {
     write(path("r.json"), "\xef\xbb\xbf" + equatorRoute(2));
     DecodeRoutes dialog(nullptr);
@@ -690,7 +690,7 @@ void TestDecodeRoutes::byteOrderMarkIsNoHindrance()
     QCOMPARE(table(dialog)->rowCount(), 2);
 }
 
-void TestDecodeRoutes::waypointsThatAreNoObjectsAreZero()
+void TestDecodeRoutes::invalidWaypointsAreZero()
 {
     write(path("r.json"), "{\"cartographic\": [5, \"x\", null, [1]]}");
     DecodeRoutes dialog(nullptr);
@@ -713,7 +713,7 @@ void TestDecodeRoutes::secondConversionStartsFromAnEmptyTable()
     QVERIFY(!QXlsx::Document(path("short.xlsx")).read(5, 1).isValid());
 }
 
-void TestDecodeRoutes::namesWithChineseAndBlanks_data()
+void TestDecodeRoutes::namesWithChineseAndBlanksWork_data()
 {
     QTest::addColumn<QString>("route");
     QTest::addColumn<QString>("workbook");
@@ -725,12 +725,12 @@ void TestDecodeRoutes::namesWithChineseAndBlanks_data()
                                                  << "航线。二.xlsx";
     QTest::newRow("without a suffix") << "航线"
                                       << "航线.xlsx";
-    // The name up to the first dot is empty then.
+    // The name up to the first dot is empty.
     QTest::newRow("nothing but a suffix") << ".json"
                                           << ".xlsx";
 }
 
-void TestDecodeRoutes::namesWithChineseAndBlanks()
+void TestDecodeRoutes::namesWithChineseAndBlanksWork()
 {
     QFETCH(QString, route);
     QFETCH(QString, workbook);
@@ -770,10 +770,10 @@ void TestDecodeRoutes::pathOfFourThousandCharactersIsConverted()
     }
 }
 
-void TestDecodeRoutes::pathThatNoFileCanHaveIsReportedAsMissing()
+void TestDecodeRoutes::tooLongPathIsReportedAsMissing()
 {
     DecodeRoutes dialog(nullptr);
-    ModalAnswer modal; // not before the dialog itself is shown
+    ModalAnswer modal; // created after the dialog, which it must not answer
     modal.next([](QDialog *box) {
         QCOMPARE(qobject_cast<QMessageBox *>(box)->text(), QStringLiteral("route file not exists"));
     });
@@ -798,7 +798,7 @@ void TestDecodeRoutes::unwritableWorkbookIsNotReported()
         write(path("r.xlsx/mine"), "mine");
     DecodeRoutes dialog(nullptr);
     dialog.show();
-    const ModalAnswer modal; // not before the dialog itself is shown
+    const ModalAnswer modal; // created after the dialog, which it must not answer
     convert(dialog, path("r.json"));
     QVERIFY(modal.allAnswered());
     QCOMPARE(table(dialog)->rowCount(), 3);
@@ -811,7 +811,7 @@ void TestDecodeRoutes::unwritableWorkbookIsNotReported()
 void TestDecodeRoutes::readOnlyFolderKeepsTheOlderWorkbook()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     QVERIFY(QDir().mkdir(path("locked")));
     const QString file = path("locked/r.json");
     write(file, equatorRoute(3));
@@ -838,14 +838,14 @@ void TestDecodeRoutes::readOnlyFolderKeepsTheOlderWorkbook()
 void TestDecodeRoutes::fullDiskKeepsTheOlderWorkbook()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     constexpr int kWaypoints = 2000;
     write(path("r.json"), equatorRoute(kWaypoints));
     write(path("r.xlsx"), "older");
     QVERIFY(letOthersWrite(m_fixture->dir()));
     QVERIFY(letOthersWrite(path("r.xlsx")));
     QCOMPARE(asOrdinaryUser([this] {
-                 // The workbook would be several times as large.
+                 // The workbook is several times larger.
                  limitFileSize(20000);
                  DecodeRoutes dialog(nullptr);
                  const ModalAnswer modal;
@@ -858,13 +858,13 @@ void TestDecodeRoutes::fullDiskKeepsTheOlderWorkbook()
              0);
     QCOMPARE(bytesOf(path("r.xlsx")), QByteArray("older"));
     QCOMPARE(QDir(m_fixture->dir()).entryList(QDir::Files | QDir::Hidden), (QStringList{"r.json", "r.xlsx"}));
-    // The same with room for it.
+    // The same without the limit.
     DecodeRoutes dialog(nullptr);
     convert(dialog, path("r.json"));
     QVERIFY(QFileInfo(path("r.xlsx")).size() > 40000);
 }
 
-void TestDecodeRoutes::conversionInsideAConversionRunsToItsEnd()
+void TestDecodeRoutes::nestedConversionCompletes()
 {
     write(path("outer.json"), equatorRoute(5));
     write(path("inner.json"), equatorRoute(40));
@@ -879,7 +879,7 @@ void TestDecodeRoutes::conversionInsideAConversionRunsToItsEnd()
     convert(dialog, path("outer.json"));
     QCOMPARE(seenInside.size(), 40);
     QCOMPARE(seenInside.last(), QStringLiteral("40"));
-    // Both workbooks are whole.
+    // Both workbooks are complete.
     for (const auto &[name, last] : {std::pair("inner.xlsx", 40), std::pair("outer.xlsx", 5)}) {
         const QXlsx::Document document(path(name));
         QCOMPARE(document.read(last + 1, 1).toDouble(), double(last));
@@ -887,13 +887,13 @@ void TestDecodeRoutes::conversionInsideAConversionRunsToItsEnd()
     }
 }
 
-void TestDecodeRoutes::rowsThatNoLongerFitAreDropped()
+void TestDecodeRoutes::rowsBeyondTheTableAreIgnored()
 {
     write(path("outer.json"), equatorRoute(60));
     write(path("inner.json"), equatorRoute(3));
     DecodeRoutes dialog(nullptr);
     dialog.show();
-    // Once the outer conversion is well past the third row.
+    // When the outer conversion is far past the third row.
     connect(bar(dialog), &QProgressBar::valueChanged, this, [&](int value) {
         if (value != 2000 || bar(dialog)->maximum() != 6100)
             return;
@@ -905,7 +905,7 @@ void TestDecodeRoutes::rowsThatNoLongerFitAreDropped()
     QCOMPARE(QXlsx::Document(path("inner.xlsx")).read(4, 1).toDouble(), 3.0);
 }
 
-void TestDecodeRoutes::closingMeanwhileIsSafe()
+void TestDecodeRoutes::closingDuringAConversionIsSafe()
 {
     write(path("r.json"), equatorRoute(50));
     DecodeRoutes dialog(nullptr);
@@ -919,7 +919,7 @@ void TestDecodeRoutes::closingMeanwhileIsSafe()
     QVERIFY(QFileInfo::exists(path("r.xlsx")));
 }
 
-void TestDecodeRoutes::deletingMeanwhileIsSafe()
+void TestDecodeRoutes::deletingDuringAConversionIsSafe()
 {
     write(path("r.json"), equatorRoute(50));
     auto *const dialog = new DecodeRoutes(nullptr);
@@ -937,23 +937,23 @@ void TestDecodeRoutes::eventsAreProcessedForEachWaypoint()
     write(path("r.json"), equatorRoute(20));
     DecodeRoutes dialog(nullptr);
     QList<int> rowsSeen;
-    const std::function<void()> look = [&] {
+    const std::function<void()> recordRow = [&] {
         rowsSeen.append(table(dialog)->rowCount());
         if (rowsSeen.size() < 20)
-            QMetaObject::invokeMethod(&dialog, look, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(&dialog, recordRow, Qt::QueuedConnection);
     };
-    QMetaObject::invokeMethod(&dialog, look, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(&dialog, recordRow, Qt::QueuedConnection);
     convert(dialog, path("r.json"));
-    // Each pass of events sees one row more, complete.
+    // Each event pass sees one more complete row.
     QList<int> expected;
     for (int i = 0; i < 20; ++i)
         expected.append(i);
     QCOMPARE(rowsSeen, expected);
 }
 
-void TestDecodeRoutes::hugeFileEnds()
+void TestDecodeRoutes::hugeFileIsConvertedInLimitedTime()
 {
-    // 100 MB, most of it in what nobody reads.
+    // 100 MB, most of it in an unused field.
     QByteArray content = "{\"name\": \"";
     content.append(QByteArray(100 * 1024 * 1024, 'x')).append("\", \"cartographic\": [{\"longitude\": \"1\"}]}");
     write(path("r.json"), content);
@@ -966,7 +966,7 @@ void TestDecodeRoutes::hugeFileEnds()
     QVERIFY(timer.elapsed() < 60000);
 }
 
-void TestDecodeRoutes::legTimeIsDividedInDoubles()
+void TestDecodeRoutes::legTimeUsesDoubleDivision()
 {
     const float distance = float(kDegreeOfEquator);
     int differing = 0;
@@ -977,15 +977,15 @@ void TestDecodeRoutes::legTimeIsDividedInDoubles()
         QCOMPARE(QXlsx::Document(path("r.xlsx")).read(3, 8).toDouble(), double(float(double(distance) / speed)));
         differing += float(double(distance) / speed) != distance / float(speed) ? 1 : 0;
     }
-    // Otherwise no division could be told from another.
+    // Ensures that the speeds distinguish the two divisions.
     QVERIFY(differing > 0);
 }
 
-void TestDecodeRoutes::hugeCoordinateIsCutToACell()
+void TestDecodeRoutes::hugeCoordinateIsTruncatedToACell()
 {
     constexpr int kLongest = 32767;
     constexpr int kSize = 40000000;
-    // Digits that nobody needs, so that the number is what it is with or without the last of them.
+    // Trailing zeros, so that the value does not change when they are cut.
     QByteArray content = "{\"cartographic\": [{\"longitude\": \"113.5";
     content.append(QByteArray(kSize, '0')).append("\", \"latitude\": \"33.25\"}]}");
     write(path("r.json"), content);
@@ -995,7 +995,7 @@ void TestDecodeRoutes::hugeCoordinateIsCutToACell()
         QElapsedTimer timer;
         timer.start();
         convert(dialog, path("r.json"));
-        dialog.grab(); // has everything painted
+        dialog.grab(); // paints everything
         std::printf("a coordinate of %d MB took %lld ms\n", kSize / 1000000, static_cast<long long>(timer.elapsed()));
         return timer.elapsed() < 60000;
     };
@@ -1010,7 +1010,7 @@ void TestDecodeRoutes::hugeCoordinateIsCutToACell()
                      const qint64 grown = peakOfMemory() - before;
                      std::printf("a coordinate of %d MB took %lld MB\n", kSize / 1000000,
                                  static_cast<long long>(grown / 1000000));
-                     // The bytes of the file, the text of two bytes a character, and copies while it is parsed.
+                     // The bytes of the file, the UTF-16 text, and copies during parsing.
                      return grown < 12LL * kSize ? 0 : 2;
                  }),
                  0);
@@ -1025,18 +1025,18 @@ void TestDecodeRoutes::hugeCoordinateIsCutToACell()
     QCOMPARE(QXlsx::Document(path("r.xlsx")).read(2, 3).toDouble(), 33.25);
 }
 
-void TestDecodeRoutes::cutKeepsPairsOfSurrogatesWhole_data()
+void TestDecodeRoutes::truncationKeepsSurrogatePairs_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<int>("size");
-    const QString pair = QString::fromUtf8("\xf0\x9f\x9b\xa9"); // an aeroplane
+    const QString pair = QString::fromUtf8("\xf0\x9f\x9b\xa9"); // an aeroplane emoji, a surrogate pair
     QTest::newRow("one too many") << QString(32768, 'a') << 32767;
-    QTest::newRow("as many as may be") << QString(32767, 'a') << 32767;
+    QTest::newRow("maximum") << QString(32767, 'a') << 32767;
     QTest::newRow("a pair across the end") << QString(32766, 'a') + pair << 32766;
     QTest::newRow("a pair at the end") << QString(32765, 'a') + pair + 'b' << 32767;
 }
 
-void TestDecodeRoutes::cutKeepsPairsOfSurrogatesWhole()
+void TestDecodeRoutes::truncationKeepsSurrogatePairs()
 {
     QFETCH(QString, text);
     QFETCH(int, size);
@@ -1047,7 +1047,7 @@ void TestDecodeRoutes::cutKeepsPairsOfSurrogatesWhole()
     QVERIFY(row(dialog, 0).at(2) == text.left(size));
 }
 
-void TestDecodeRoutes::fileThatIsNoWorkbookIsSetAside()
+void TestDecodeRoutes::invalidWorkbookIsRenamed()
 {
     write(path("r.json"), equatorRoute(2));
     write(path("r.xlsx"), "older");
@@ -1059,7 +1059,7 @@ void TestDecodeRoutes::fileThatIsNoWorkbookIsSetAside()
     QCOMPARE(log.lines().size(), 1);
     QVERIFY(log.leveledMessages().first().startsWith("warning: " + path("r.xlsx") + " is kept as " + path("r.xlsx.old")
                                                      + ": "));
-    // The workbook itself is overwritten.
+    // An existing workbook is overwritten.
     convert(dialog, path("r.json"));
     QCOMPARE(QDir(m_fixture->dir()).entryList(QDir::Files | QDir::Hidden),
              (QStringList{"r.json", "r.xlsx", "r.xlsx.old"}));

@@ -14,10 +14,10 @@ class TestAboutDialog : public QObject
 
 private slots:
     void namesProductVersionBuildAndAuthor();
-    void saysWhenItWasBuilt();
+    void showsTheBuildDate();
     void isOneGridOfFiveCentredRows();
-    void emblemFillsItsFixedPlace();
-    void fontsAreTheFixedOnes();
+    void emblemFillsItsFixedSize();
+    void fontsAreFixed();
 };
 
 namespace
@@ -35,7 +35,7 @@ QLabel *label(const QDialog &dialog, const char *name)
 
 void TestAboutDialog::namesProductVersionBuildAndAuthor()
 {
-    // None of these texts has a Chinese one.
+    // These texts have no Chinese translation.
     QTranslator chinese;
     QVERIFY(chinese.load(QStringLiteral(":/Ostravel_zh.qm")));
     QCoreApplication::installTranslator(&chinese);
@@ -47,7 +47,7 @@ void TestAboutDialog::namesProductVersionBuildAndAuthor()
     QVERIFY(label(dialog, "labelIcon")->text().isEmpty());
 }
 
-void TestAboutDialog::saysWhenItWasBuilt()
+void TestAboutDialog::showsTheBuildDate()
 {
     const AboutDialog dialog(nullptr);
     const QDateTime built = buildDateTime();
@@ -77,7 +77,7 @@ void TestAboutDialog::isOneGridOfFiveCentredRows()
     QCOMPARE(label(dialog, "labelIcon")->alignment(), Qt::AlignCenter);
 }
 
-void TestAboutDialog::emblemFillsItsFixedPlace()
+void TestAboutDialog::emblemFillsItsFixedSize()
 {
     const AboutDialog dialog(nullptr);
     const QLabel *const icon = label(dialog, "labelIcon");
@@ -87,7 +87,7 @@ void TestAboutDialog::emblemFillsItsFixedPlace()
     QVERIFY(!QImage(QStringLiteral(":/Corvenne.png")).isNull());
 }
 
-void TestAboutDialog::fontsAreTheFixedOnes()
+void TestAboutDialog::fontsAreFixed()
 {
     const AboutDialog dialog(nullptr);
     const QFont product = label(dialog, "labelProduct")->font();

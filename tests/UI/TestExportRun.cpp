@@ -29,10 +29,10 @@ private slots:
         m_fixture.reset();
     }
 
-    void formatDecidesTargetAndMessage_data();
-    void formatDecidesTargetAndMessage();
-    void withoutDataTheUserIsToldAndNothingRuns();
-    void endThatComesAfterTheRunHasGoneTellsNothing();
+    void formatSetsTargetAndMessage_data();
+    void formatSetsTargetAndMessage();
+    void withoutDataAMessageIsShownAndNothingRuns();
+    void endSignalAfterDeletionShowsNothing();
 
 private:
     std::unique_ptr<Fixture> m_fixture;
@@ -41,7 +41,7 @@ private:
     std::unique_ptr<ExportRun> m_run;
 };
 
-void TestExportRun::formatDecidesTargetAndMessage_data()
+void TestExportRun::formatSetsTargetAndMessage_data()
 {
     QTest::addColumn<int>("format");
     QTest::addColumn<QString>("target");
@@ -52,43 +52,43 @@ void TestExportRun::formatDecidesTargetAndMessage_data()
                           << "Txt导出完成！";
 }
 
-void TestExportRun::formatDecidesTargetAndMessage()
+void TestExportRun::formatSetsTargetAndMessage()
 {
     QFETCH(int, format);
     QFETCH(QString, target);
     QFETCH(QString, text);
     dataRead = true;
-    QString said;
-    bool runsMeanwhile = false;
+    QString message;
+    bool runsDuringTheMessage = false;
     m_answer->next([&](QDialog *dialog) {
         QCOMPARE(dialog->parentWidget(), m_window.get());
-        said = qobject_cast<QMessageBox *>(dialog)->text();
-        runsMeanwhile = m_run->exportThread() != nullptr;
+        message = qobject_cast<QMessageBox *>(dialog)->text();
+        runsDuringTheMessage = m_run->exportThread() != nullptr;
     });
     m_run->start(ExportRun::Format(format), m_fixture->path(QStringLiteral("a.b.txt")));
     QVERIFY(m_run->exportThread());
     QCOMPARE(m_run->exportThread()->filePath(), m_fixture->path(target));
     QCOMPARE(m_run->exportThread()->isExcel(), format == ExportRun::Workbook);
     QTRY_VERIFY(!m_run->exportThread());
-    QCOMPARE(said, text);
-    QVERIFY(runsMeanwhile);
+    QCOMPARE(message, text);
+    QVERIFY(runsDuringTheMessage);
 }
 
-void TestExportRun::withoutDataTheUserIsToldAndNothingRuns()
+void TestExportRun::withoutDataAMessageIsShownAndNothingRuns()
 {
-    QString said;
-    m_answer->next([&](QDialog *dialog) { said = qobject_cast<QMessageBox *>(dialog)->text(); });
+    QString message;
+    m_answer->next([&](QDialog *dialog) { message = qobject_cast<QMessageBox *>(dialog)->text(); });
     m_run->start(ExportRun::Text, m_fixture->path(QStringLiteral("a.txt")));
-    QCOMPARE(said, QStringLiteral("还未读取数据"));
+    QCOMPARE(message, QStringLiteral("还未读取数据"));
     QVERIFY(!m_run->exportThread());
     QVERIFY(!QFile::exists(m_fixture->path(QStringLiteral("a-export"))));
 }
 
-void TestExportRun::endThatComesAfterTheRunHasGoneTellsNothing()
+void TestExportRun::endSignalAfterDeletionShowsNothing()
 {
     dataRead = true;
     m_run->start(ExportRun::Text, m_fixture->path(QStringLiteral("a.txt")));
-    // The thread has told its end, and the message of it waits in the event queue.
+    // The thread is finished; its signal is still in the event queue.
     QVERIFY(m_run->exportThread()->wait(60000));
     m_run.reset();
     QCoreApplication::processEvents();

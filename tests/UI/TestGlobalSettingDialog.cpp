@@ -28,7 +28,7 @@ Q_DECLARE_METATYPE(Fixture::Catalogue)
 namespace
 {
 
-/** A row of a channel tab: its place in this table is the order of creation in the form. */
+/** A row of a channel tab. The order of this table is the order of creation in the form. */
 struct Row {
     const char *tab;
     quint8 code;
@@ -286,46 +286,46 @@ private slots:
 
     void declaresItsSignalsAndSlotsInOrder();
     void formIsTabsAboveButtons();
-    void globalTabIsNamed_data();
-    void globalTabIsNamed();
+    void globalTabHasAName_data();
+    void globalTabHasAName();
     void globalTabHasItsControls();
     void everyTabHasItsRows();
-    void rowIsItsChannel_data();
-    void rowIsItsChannel();
-    void dynamicTextsLeaveYesAndNo();
+    void rowHasTheNameOfItsChannel_data();
+    void rowHasTheNameOfItsChannel();
+    void dynamicTextsKeepYesAndNo();
 
-    void noLabelIsCutOffAndNothingOverlaps_data();
-    void noLabelIsCutOffAndNothingOverlaps();
+    void labelsAreNotCutOffAndDoNotOverlap_data();
+    void labelsAreNotCutOffAndDoNotOverlap();
     void everyRowCanBeReached_data();
     void everyRowCanBeReached();
-    void opensWithinASmallScreen();
-    void switchesAreToldApartByName();
+    void opensInsideASmallScreen();
+    void switchesHaveUniqueAccessibleNames();
 
-    void everyToggleTellsItsChannel_data();
-    void everyToggleTellsItsChannel();
-    void switchesShowWhatIsShown();
+    void everyToggleEmitsItsChannel_data();
+    void everyToggleEmitsItsChannel();
+    void switchesShowTheVisibilityOfTheCurves();
     void openingBeforeAnyReadShowsTheDefaults();
     void openingChangesNothing();
-    void periodsAreThoseOfTheFirstChannels();
-    void periodsAreTheDefaultAgainAfterARead();
+    void periodsAreTakenFromTheFirstChannels();
+    void periodsAreResetToTheDefaultByARead();
     void togglingWithoutDataChangesNothingInTheStore();
 
-    void planeFilterActsAtOnceAndSurvivesCancel();
-    void tickingTheBoxCopiesTheDateTimeOfThatMoment();
-    void boxOpensUntickedAndGivesTheManualTimeUpWhenTickedTwice();
-    void startTimeSurvivesCancel();
+    void planeFilterIsSetImmediatelyAndCancelKeepsIt();
+    void tickingTheBoxCopiesTheCurrentDateTime();
+    void boxOpensUntickedAndTwoClicksDisableTheManualTime();
+    void cancelKeepsTheStartTime();
     void planeIdAboveNinetyNineCannotBeEntered();
 
     void okStoresEveryPeriodAndPlaneId();
-    void okLeavesTheBackupChannelAlone();
-    void periodOfTheDifferencesIsShownButNeverRead();
-    void anyPeriodTextIsTaken_data();
-    void anyPeriodTextIsTaken();
+    void okDoesNotChangeTheBackupChannel();
+    void periodOfTheDifferencesIsShownButIgnored();
+    void anyPeriodTextIsAccepted_data();
+    void anyPeriodTextIsAccepted();
     void cancelStoresNeitherPeriodNorPlaneId();
-    void everyWayOutEndsTheExec_data();
-    void everyWayOutEndsTheExec();
+    void everyWayOfClosingEndsExec_data();
+    void everyWayOfClosingEndsExec();
     void closingIsAcceptedAndStoresNothing();
-    void stateChangeSignalIsNeverSent();
+    void stateChangeSignalIsNeverEmitted();
 
 private:
     std::unique_ptr<Fixture> m_fixture;
@@ -333,7 +333,7 @@ private:
 
 void TestGlobalSettingDialog::initTestCase()
 {
-    // The font of the program, which the labels have to fit.
+    // The program's font; the labels must have room for their texts in it.
     const QString family = QStringLiteral("Microsoft YaHei");
     QFont::insertSubstitutions(family, {QStringLiteral("Noto Sans CJK SC"), QStringLiteral("WenQuanYi Micro Hei")});
     QFont font = QApplication::font();
@@ -384,7 +384,7 @@ void TestGlobalSettingDialog::formIsTabsAboveButtons()
             > inWindow(child<QTabWidget>(shown, "tabWidget")).bottom());
 }
 
-void TestGlobalSettingDialog::globalTabIsNamed_data()
+void TestGlobalSettingDialog::globalTabHasAName_data()
 {
     QTest::addColumn<Fixture::Catalogue>("catalogue");
     QTest::addColumn<QStringList>("texts");
@@ -395,7 +395,7 @@ void TestGlobalSettingDialog::globalTabIsNamed_data()
                                             "UavId",        "Enable", "Period"};
 }
 
-void TestGlobalSettingDialog::globalTabIsNamed()
+void TestGlobalSettingDialog::globalTabHasAName()
 {
     QFETCH(Fixture::Catalogue, catalogue);
     QFETCH(QStringList, texts);
@@ -427,7 +427,7 @@ void TestGlobalSettingDialog::globalTabHasItsControls()
     QCOMPARE(enableId->size(), QSize(100, 30));
     const auto *const dateTime = child<QDateTimeEdit>(dialog, "dateTimeEdit");
     const auto *const enable = child<QCheckBox>(dialog, "checkBox");
-    // Top to bottom: filter, plane id, start time with its box.
+    // From top to bottom: filter, plane id, start time with its check box.
     QVERIFY(inWindow(enableId).bottom() < inWindow(planeId).top());
     QVERIFY(inWindow(planeId).bottom() < inWindow(dateTime).top());
     QVERIFY(inWindow(dateTime).right() < inWindow(enable).left());
@@ -472,14 +472,14 @@ void TestGlobalSettingDialog::everyTabHasItsRows()
     QCOMPARE(row, kRowCount);
 }
 
-void TestGlobalSettingDialog::rowIsItsChannel_data()
+void TestGlobalSettingDialog::rowHasTheNameOfItsChannel_data()
 {
     QTest::addColumn<int>("row");
     for (int row = 0; row < kRowCount; ++row)
         QTest::newRow(kRows[row].object) << row;
 }
 
-void TestGlobalSettingDialog::rowIsItsChannel()
+void TestGlobalSettingDialog::rowHasTheNameOfItsChannel()
 {
     QFETCH(int, row);
     const Row &wanted = kRows[row];
@@ -505,11 +505,11 @@ void TestGlobalSettingDialog::rowIsItsChannel()
     QCOMPARE(label->maximumWidth(), 150);
     QCOMPARE(label->alignment(), Qt::AlignCenter);
     QCOMPARE(label->parentWidget(), button->parentWidget());
-    // It is the channel of that place in its group.
+    // The channel has the same index in its group.
     QCOMPARE(channelGroup(wanted.code)->channels[index]->graphName(), name);
 }
 
-void TestGlobalSettingDialog::dynamicTextsLeaveYesAndNo()
+void TestGlobalSettingDialog::dynamicTextsKeepYesAndNo()
 {
     const GlobalSettingDialog dialog(nullptr);
     for (const SwitchButton *const button : dialog.findChildren<SwitchButton *>()) {
@@ -520,7 +520,7 @@ void TestGlobalSettingDialog::dynamicTextsLeaveYesAndNo()
     }
 }
 
-void TestGlobalSettingDialog::noLabelIsCutOffAndNothingOverlaps_data()
+void TestGlobalSettingDialog::labelsAreNotCutOffAndDoNotOverlap_data()
 {
     QTest::addColumn<int>("theme");
     QTest::newRow("dark") << int(darkTheme);
@@ -528,7 +528,7 @@ void TestGlobalSettingDialog::noLabelIsCutOffAndNothingOverlaps_data()
     QTest::newRow("without a style sheet") << -1;
 }
 
-void TestGlobalSettingDialog::noLabelIsCutOffAndNothingOverlaps()
+void TestGlobalSettingDialog::labelsAreNotCutOffAndDoNotOverlap()
 {
     QFETCH(int, theme);
     if (theme >= 0)
@@ -541,7 +541,7 @@ void TestGlobalSettingDialog::noLabelIsCutOffAndNothingOverlaps()
         tabs->setCurrentIndex(i);
         QList<QWidget *> widgets;
         for (QLabel *const label : tabs->widget(i)->findChildren<QLabel *>()) {
-            // A label gives away its own margins in the size that it asks for; 150 is all that a row's label gets.
+            // A new label gives the size that the text needs; the size hint of the form's label may omit its margins.
             QLabel free(label->text(), label->parentWidget());
             free.setAlignment(label->alignment());
             free.setFont(label->font());
@@ -601,7 +601,7 @@ void TestGlobalSettingDialog::everyRowCanBeReached()
     }
 }
 
-void TestGlobalSettingDialog::opensWithinASmallScreen()
+void TestGlobalSettingDialog::opensInsideASmallScreen()
 {
     GlobalSettingDialog dialog(nullptr);
     const QSize available = dialog.screen()->availableGeometry().size();
@@ -612,7 +612,7 @@ void TestGlobalSettingDialog::opensWithinASmallScreen()
     QVERIFY(dialog.height() == 754 || dialog.height() >= available.height() - 40);
 }
 
-void TestGlobalSettingDialog::switchesAreToldApartByName()
+void TestGlobalSettingDialog::switchesHaveUniqueAccessibleNames()
 {
     const GlobalSettingDialog dialog(nullptr);
     QSet<QString> names;
@@ -624,20 +624,20 @@ void TestGlobalSettingDialog::switchesAreToldApartByName()
     QCOMPARE(child<SwitchButton>(dialog, "switchButton_enableID")->accessibleName(), QStringLiteral("启用Id"));
 }
 
-void TestGlobalSettingDialog::everyToggleTellsItsChannel_data()
+void TestGlobalSettingDialog::everyToggleEmitsItsChannel_data()
 {
-    rowIsItsChannel_data();
+    rowHasTheNameOfItsChannel_data();
 }
 
-void TestGlobalSettingDialog::everyToggleTellsItsChannel()
+void TestGlobalSettingDialog::everyToggleEmitsItsChannel()
 {
     QFETCH(int, row);
     const GlobalSettingDialog dialog(nullptr);
-    QSignalSpy told(&dialog, &GlobalSettingDialog::showGraphSignal);
+    QSignalSpy emitted(&dialog, &GlobalSettingDialog::showGraphSignal);
     for (const bool on : {true, false}) {
         QTest::mouseClick(child<SwitchButton>(dialog, kRows[row].object), Qt::LeftButton);
-        QCOMPARE(told.count(), 1);
-        const QList<QVariant> arguments = told.takeFirst();
+        QCOMPARE(emitted.count(), 1);
+        const QList<QVariant> arguments = emitted.takeFirst();
         QCOMPARE(arguments.at(0).toString(), QString::fromUtf8(kRows[row].channel));
         QCOMPARE(arguments.at(1).toBool(), on);
         QCOMPARE(arguments.at(2).value<quint8>(), kRows[row].code);
@@ -646,7 +646,7 @@ void TestGlobalSettingDialog::everyToggleTellsItsChannel()
     }
 }
 
-void TestGlobalSettingDialog::switchesShowWhatIsShown()
+void TestGlobalSettingDialog::switchesShowTheVisibilityOfTheCurves()
 {
     for (int row = 0; row < kRowCount; ++row)
         channel(kRows[row])->setShown(row % 3 == 0);
@@ -654,7 +654,7 @@ void TestGlobalSettingDialog::switchesShowWhatIsShown()
     for (int row = 0; row < kRowCount; ++row) {
         const auto *const button = child<SwitchButton>(dialog, kRows[row].object);
         QVERIFY2(button->checked() == (row % 3 == 0), kRows[row].object);
-        // At the end of its travel although nothing has been laid out: 100 less 30.
+        // The slider is at its end position, 100 - 30, although there was no layout yet.
         QCOMPARE(button->startX(), row % 3 == 0 ? 70 : 0);
     }
 }
@@ -694,7 +694,7 @@ void TestGlobalSettingDialog::openingChangesNothing()
     QVERIFY(first(0x04)->shown());
 }
 
-void TestGlobalSettingDialog::periodsAreThoseOfTheFirstChannels()
+void TestGlobalSettingDialog::periodsAreTakenFromTheFirstChannels()
 {
     for (const Period &period : kPeriods) {
         for (MyGraph *const graph : *channelGroup(period.code))
@@ -709,7 +709,7 @@ void TestGlobalSettingDialog::periodsAreThoseOfTheFirstChannels()
     }
 }
 
-void TestGlobalSettingDialog::periodsAreTheDefaultAgainAfterARead()
+void TestGlobalSettingDialog::periodsAreResetToTheDefaultByARead()
 {
     {
         GlobalSettingDialog dialog(nullptr);
@@ -737,16 +737,16 @@ void TestGlobalSettingDialog::togglingWithoutDataChangesNothingInTheStore()
         for (const Row &row : kRows)
             QVERIFY(!channel(row)->shown());
     }
-    // Until the next opening shows what is true.
+    // The next opening shows the real state.
     const GlobalSettingDialog dialog(nullptr);
     QVERIFY(!child<SwitchButton>(dialog, "switchButton_temporary")->checked());
 }
 
-void TestGlobalSettingDialog::planeFilterActsAtOnceAndSurvivesCancel()
+void TestGlobalSettingDialog::planeFilterIsSetImmediatelyAndCancelKeepsIt()
 {
     selectedPlaneId = 3;
     GlobalSettingDialog dialog(nullptr);
-    const QSignalSpy told(&dialog, &GlobalSettingDialog::showGraphSignal);
+    const QSignalSpy emitted(&dialog, &GlobalSettingDialog::showGraphSignal);
     dialog.show();
     QTest::mouseClick(child<SwitchButton>(dialog, "switchButton_enableID"), Qt::LeftButton);
     QVERIFY(selectedPlaneEnabled);
@@ -754,8 +754,8 @@ void TestGlobalSettingDialog::planeFilterActsAtOnceAndSurvivesCancel()
     press(dialog, QDialogButtonBox::Cancel);
     QVERIFY(selectedPlaneEnabled);
     QCOMPARE(selectedPlaneId, quint8(3));
-    // It is no channel's switch.
-    QCOMPARE(told.count(), 0);
+    // The switch belongs to no channel.
+    QCOMPARE(emitted.count(), 0);
 
     GlobalSettingDialog again(nullptr);
     QVERIFY(child<SwitchButton>(again, "switchButton_enableID")->checked());
@@ -763,7 +763,7 @@ void TestGlobalSettingDialog::planeFilterActsAtOnceAndSurvivesCancel()
     QVERIFY(!selectedPlaneEnabled);
 }
 
-void TestGlobalSettingDialog::tickingTheBoxCopiesTheDateTimeOfThatMoment()
+void TestGlobalSettingDialog::tickingTheBoxCopiesTheCurrentDateTime()
 {
     const QDateTime start(QDate(2023, 4, 5), QTime(16, 17, 18));
     const QDateTime edited(QDate(2024, 5, 6), QTime(7, 8, 9));
@@ -790,7 +790,7 @@ void TestGlobalSettingDialog::tickingTheBoxCopiesTheDateTimeOfThatMoment()
     QVERIFY(startTimeFromUser);
 }
 
-void TestGlobalSettingDialog::boxOpensUntickedAndGivesTheManualTimeUpWhenTickedTwice()
+void TestGlobalSettingDialog::boxOpensUntickedAndTwoClicksDisableTheManualTime()
 {
     startTimeFromUser = true;
     const GlobalSettingDialog dialog(nullptr);
@@ -803,7 +803,7 @@ void TestGlobalSettingDialog::boxOpensUntickedAndGivesTheManualTimeUpWhenTickedT
     QVERIFY(!startTimeFromUser);
 }
 
-void TestGlobalSettingDialog::startTimeSurvivesCancel()
+void TestGlobalSettingDialog::cancelKeepsTheStartTime()
 {
     const QDateTime edited(QDate(2024, 5, 6), QTime(7, 8, 9));
     GlobalSettingDialog dialog(nullptr);
@@ -836,7 +836,7 @@ void TestGlobalSettingDialog::okStoresEveryPeriodAndPlaneId()
     child<QSpinBox>(dialog, "planeId")->setValue(17);
     for (const Period &period : kPeriods)
         setPeriod(dialog, period.object, QString::number(300 + period.code));
-    // Nothing is stored before.
+    // Nothing is stored before OK.
     for (const Row &row : kRows)
         QCOMPARE(channel(row)->interval(), 200);
     QCOMPARE(selectedPlaneId, quint8(0));
@@ -853,7 +853,7 @@ void TestGlobalSettingDialog::okStoresEveryPeriodAndPlaneId()
     }
 }
 
-void TestGlobalSettingDialog::okLeavesTheBackupChannelAlone()
+void TestGlobalSettingDialog::okDoesNotChangeTheBackupChannel()
 {
     backupGraph->setPlaneId(5);
     backupGraph->setInterval(77);
@@ -867,7 +867,7 @@ void TestGlobalSettingDialog::okLeavesTheBackupChannelAlone()
     QCOMPARE(backupGraph->interval(), 77);
 }
 
-void TestGlobalSettingDialog::periodOfTheDifferencesIsShownButNeverRead()
+void TestGlobalSettingDialog::periodOfTheDifferencesIsShownButIgnored()
 {
     {
         GlobalSettingDialog dialog(nullptr);
@@ -882,7 +882,7 @@ void TestGlobalSettingDialog::periodOfTheDifferencesIsShownButNeverRead()
     QCOMPARE(child<QLineEdit>(dialog, "le_51")->text(), QStringLiteral("400"));
 }
 
-void TestGlobalSettingDialog::anyPeriodTextIsTaken_data()
+void TestGlobalSettingDialog::anyPeriodTextIsAccepted_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<int>("interval");
@@ -902,7 +902,7 @@ void TestGlobalSettingDialog::anyPeriodTextIsTaken_data()
     QTest::newRow("long") << QString(40000, QLatin1Char('9')) << 0;
 }
 
-void TestGlobalSettingDialog::anyPeriodTextIsTaken()
+void TestGlobalSettingDialog::anyPeriodTextIsAccepted()
 {
     QFETCH(QString, text);
     QFETCH(int, interval);
@@ -916,7 +916,7 @@ void TestGlobalSettingDialog::anyPeriodTextIsTaken()
         const bool isSet = row.code == 0x02 || row.code == 0x51 || row.code == 0x53 || row.code == 0x41;
         QCOMPARE(channel(row)->interval(), isSet ? interval : 200);
     }
-    // It opens again with what was made of the text.
+    // The next opening shows the stored value.
     const GlobalSettingDialog again(nullptr);
     QCOMPARE(child<QLineEdit>(again, "le_41")->text(), QString::number(interval));
 }
@@ -938,23 +938,23 @@ void TestGlobalSettingDialog::cancelStoresNeitherPeriodNorPlaneId()
     }
 }
 
-void TestGlobalSettingDialog::everyWayOutEndsTheExec_data()
+void TestGlobalSettingDialog::everyWayOfClosingEndsExec_data()
 {
-    QTest::addColumn<int>("way");
+    QTest::addColumn<int>("action");
     QTest::newRow("OK") << int(QDialogButtonBox::Ok);
     QTest::newRow("Cancel") << int(QDialogButtonBox::Cancel);
     QTest::newRow("close") << 0;
     QTest::newRow("Escape") << -1;
 }
 
-void TestGlobalSettingDialog::everyWayOutEndsTheExec()
+void TestGlobalSettingDialog::everyWayOfClosingEndsExec()
 {
-    QFETCH(int, way);
+    QFETCH(int, action);
     GlobalSettingDialog dialog(nullptr);
-    QTimer::singleShot(0, &dialog, [&dialog, way] {
-        if (way > 0)
-            press(dialog, QDialogButtonBox::StandardButton(way));
-        else if (way == 0)
+    QTimer::singleShot(0, &dialog, [&dialog, action] {
+        if (action > 0)
+            press(dialog, QDialogButtonBox::StandardButton(action));
+        else if (action == 0)
             dialog.close();
         else
             QTest::keyClick(&dialog, Qt::Key_Escape);
@@ -979,7 +979,7 @@ void TestGlobalSettingDialog::closingIsAcceptedAndStoresNothing()
     QCOMPARE(finished.count(), 0);
 }
 
-void TestGlobalSettingDialog::stateChangeSignalIsNeverSent()
+void TestGlobalSettingDialog::stateChangeSignalIsNeverEmitted()
 {
     GlobalSettingDialog dialog(nullptr);
     const QSignalSpy sent(&dialog, &GlobalSettingDialog::checkStateChangedSignal);

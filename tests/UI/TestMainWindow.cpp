@@ -93,7 +93,7 @@ bool blank(const QImage &image)
     return true;
 }
 
-/** Empty when the actions are the expected entries, in order; else what is wrong. */
+/** Describes the first difference between the actions and the expected entries; empty if there is none. */
 QString difference(const QList<QAction *> &actions, const QVector<Entry> &expected)
 {
     if (actions.size() != expected.size())
@@ -118,18 +118,18 @@ QString difference(const QList<QAction *> &actions, const QVector<Entry> &expect
     return {};
 }
 
-class UrlCatcher : public QObject
+class UrlRecorder : public QObject
 {
     Q_OBJECT
 
 public:
-    UrlCatcher() { QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "caught"); }
-    ~UrlCatcher() override { QDesktopServices::unsetUrlHandler(QStringLiteral("file")); }
+    UrlRecorder() { QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "record"); }
+    ~UrlRecorder() override { QDesktopServices::unsetUrlHandler(QStringLiteral("file")); }
 
     QList<QUrl> urls;
 
 public slots:
-    void caught(const QUrl &url) { urls.append(url); }
+    void record(const QUrl &url) { urls.append(url); }
 };
 
 } // namespace
@@ -143,39 +143,39 @@ private slots:
     void cleanup() { m_fixture.reset(); }
 
     void declaresItsSignalsAndSlotsInOrder();
-    void defaultArgumentsAreThoseOfShowGraphSlotAlone();
-    void slotsHaveTheirAccess();
+    void onlyShowGraphSlotHasDefaultArguments();
+    void slotsHaveTheExpectedAccess();
     void checkStatesConvertBothWays();
     void logsTheStepsOfItsConstruction();
-    void isOnTheScreenBeforeTheCanvasesAreSetUp();
+    void isVisibleBeforeTheCanvasesAreSetUp();
     void opensMaximizedFromTheDesignSize();
-    void titleIconAndStatusLabelAreTheProgramsOwn();
-    void formHoldsBoxesLeftOfTheTwoCanvases();
-    void canvasesShareTheHeightThreeToOneAndShrink();
+    void titleIconAndStatusLabelAreSet();
+    void formHasBoxesLeftOfTheTwoCanvases();
+    void canvasHeightsAreThreeToOneAndCanShrink();
     void onlyTheFirstCanvasKeepsTheSubGridOfItsYAxis();
     void canvasesAreReplottedAfterTheirSetUp();
     void formActionsHaveTheirTextsToolTipsAndIcons();
-    void helpTraceAndPythonPlotActionsStandNowhereAndDoNothing();
-    void menuBarHoldsItsMenusInOrder();
-    void menuHoldsItsEntriesInOrder_data();
-    void menuHoldsItsEntriesInOrder();
-    void toolBarHoldsItsEntriesInOrder();
+    void helpTraceAndPythonPlotActionsAreUnused();
+    void menuBarHasItsMenusInOrder();
+    void menuHasItsEntriesInOrder_data();
+    void menuHasItsEntriesInOrder();
+    void toolBarHasItsEntriesInOrder();
     void triggerHasItsEffect_data();
     void triggerHasItsEffect();
-    void shortcutsReachTheirEntries();
-    void clearActsOnTheFirstCanvas();
-    void rescaleActsOnTheFirstCanvas();
+    void shortcutsTriggerTheirEntries();
+    void clearAffectsOnlyTheFirstCanvas();
+    void rescaleAffectsOnlyTheFirstCanvas();
     void dataSettingsShowCurvesThroughTheWindow();
-    void documentIsLookedForBesideTheExecutable();
-    void statusTextsGoAfterTwoAndAHalfSeconds();
+    void documentIsOpenedFromTheFolderOfTheExecutable();
+    void statusTextsDisappearAfterTwoAndAHalfSeconds();
     void dayModePaletteIsSetOnTheWindow();
     void nightModePaletteIsSetOnTheWindow();
     void unknownThemeChangesNothing();
-    void changeOfTheApplicationThemeLeavesTheWindowToTheStyleSheet();
+    void changingTheApplicationThemeKeepsTheWindowPalette();
     void quitAnsweredNoKeepsTheWindow();
     void quitAnsweredYesClosesTheWindow();
-    void quitQuestionIsDeletedEitherWay_data();
-    void quitQuestionIsDeletedEitherWay();
+    void quitQuestionIsDeletedAfterEitherAnswer_data();
+    void quitQuestionIsDeletedAfterEitherAnswer();
     void dialogsWithoutAParentDoNotKeepTheProgramAlive();
     void destructionLogsThenWritesTheConfigurationThenClosesTheLog();
 
@@ -230,7 +230,7 @@ void TestMainWindow::declaresItsSignalsAndSlotsInOrder()
     QCOMPARE(ownMethods(MainWindow::staticMetaObject), expected);
 }
 
-void TestMainWindow::defaultArgumentsAreThoseOfShowGraphSlotAlone()
+void TestMainWindow::onlyShowGraphSlotHasDefaultArguments()
 {
     const QMetaObject &meta = MainWindow::staticMetaObject;
     QStringList cloned;
@@ -241,7 +241,7 @@ void TestMainWindow::defaultArgumentsAreThoseOfShowGraphSlotAlone()
     QCOMPARE(cloned, QStringList({"showGraphSlot(QString,bool,uchar,uchar)", "showGraphSlot(QString,bool,uchar)"}));
 }
 
-void TestMainWindow::slotsHaveTheirAccess()
+void TestMainWindow::slotsHaveTheExpectedAccess()
 {
     const QMetaObject &meta = MainWindow::staticMetaObject;
     QStringList publicSlots;
@@ -272,7 +272,7 @@ void TestMainWindow::checkStatesConvertBothWays()
 
 void TestMainWindow::logsTheStepsOfItsConstruction()
 {
-    // The whole file: it starts with this fixture's logging.
+    // Reads the whole file, because it starts with this fixture.
     QFile file(QStringLiteral("logs/log.txt"));
     spdlog::get("file_logger")->flush();
     QVERIFY(file.open(QIODevice::ReadOnly));
@@ -283,7 +283,7 @@ void TestMainWindow::logsTheStepsOfItsConstruction()
             messages.append(QString::fromUtf8(line.mid(at + 2)).trimmed());
     }
     QCOMPARE(messages.size(), 7);
-    QCOMPARE(messages.takeFirst(), QStringLiteral("init global data")); // the fixture's
+    QCOMPARE(messages.takeFirst(), QStringLiteral("init global data")); // logged by the fixture
     QCOMPARE(messages[0], QStringLiteral("MainWindow constructor"));
     QVERIFY2(QRegularExpression(QStringLiteral("^main thread id 0x[0-9a-f]+$")).match(messages[1]).hasMatch(),
              qPrintable(messages[1]));
@@ -293,7 +293,7 @@ void TestMainWindow::logsTheStepsOfItsConstruction()
     QCOMPARE(messages[5], QStringLiteral("mainwindow view settings"));
 }
 
-void TestMainWindow::isOnTheScreenBeforeTheCanvasesAreSetUp()
+void TestMainWindow::isVisibleBeforeTheCanvasesAreSetUp()
 {
     class ShowWatcher : public QObject
     {
@@ -311,7 +311,7 @@ void TestMainWindow::isOnTheScreenBeforeTheCanvasesAreSetUp()
         QStringList messages;
     };
     m_fixture.reset();
-    const Fixture surroundings;
+    const Fixture fixture;
     {
         ShowWatcher watcher;
         qApp->installEventFilter(&watcher);
@@ -321,7 +321,7 @@ void TestMainWindow::isOnTheScreenBeforeTheCanvasesAreSetUp()
         QVERIFY(!watcher.messages.contains(QStringLiteral("init qcustomplot canvas")));
         QVERIFY(watcher.log.messages().contains(QStringLiteral("init qcustomplot canvas")));
     }
-    initData(); // the window has closed the store
+    initData(); // the window closed the store
 }
 
 void TestMainWindow::opensMaximizedFromTheDesignSize()
@@ -338,7 +338,7 @@ void TestMainWindow::opensMaximizedFromTheDesignSize()
     QCOMPARE(window().decodeRoutes(), nullptr);
 }
 
-void TestMainWindow::titleIconAndStatusLabelAreTheProgramsOwn()
+void TestMainWindow::titleIconAndStatusLabelAreSet()
 {
     QCOMPARE(window().windowTitle(), QStringLiteral("Ostravel"));
     QCOMPARE(picture(QApplication::windowIcon()), picture(QIcon(QStringLiteral(":/resources/4.ico"))));
@@ -346,12 +346,12 @@ void TestMainWindow::titleIconAndStatusLabelAreTheProgramsOwn()
     QCOMPARE(labels.size(), 1);
     QCOMPARE(labels[0]->text(), QStringLiteral("Ostravel"));
     QCOMPARE(labels[0]->frameStyle(), int(QFrame::Box) | int(QFrame::Sunken));
-    // Permanent: a message does not cover it.
+    // The label is permanent, so a message does not hide it.
     window().statusBar()->showMessage(QStringLiteral("x"));
     QVERIFY(labels[0]->isVisible());
 }
 
-void TestMainWindow::formHoldsBoxesLeftOfTheTwoCanvases()
+void TestMainWindow::formHasBoxesLeftOfTheTwoCanvases()
 {
     QCOMPARE(window().objectName(), QStringLiteral("MainWindow"));
     QWidget *central = window().centralWidget();
@@ -384,7 +384,7 @@ void TestMainWindow::formHoldsBoxesLeftOfTheTwoCanvases()
     QCOMPARE(window().toolBarArea(bar), Qt::TopToolBarArea);
 }
 
-void TestMainWindow::canvasesShareTheHeightThreeToOneAndShrink()
+void TestMainWindow::canvasHeightsAreThreeToOneAndCanShrink()
 {
     auto *layout = window().findChild<QVBoxLayout *>(QStringLiteral("verticalLayout"));
     QCOMPARE(layout->stretch(0), 3);
@@ -393,7 +393,7 @@ void TestMainWindow::canvasesShareTheHeightThreeToOneAndShrink()
         QCOMPARE(canvas->sizePolicy().horizontalPolicy(), QSizePolicy::Expanding);
         QCOMPARE(canvas->sizePolicy().verticalPolicy(), QSizePolicy::Expanding);
     }
-    // A laptop's screen, less the frame of the window.
+    // A laptop screen without the window frame.
     window().showNormal();
     window().resize(1366, 740);
     QTRY_COMPARE(window().size(), QSize(1366, 740));
@@ -405,7 +405,7 @@ void TestMainWindow::canvasesShareTheHeightThreeToOneAndShrink()
     }
     const double ratio = double(m_fixture->canvas()->height()) / m_fixture->canvas_2()->height();
     QVERIFY2(ratio > 2.9 && ratio < 3.1, qPrintable(QString::number(ratio)));
-    // The same at twice its scale, less the frame: the texts stay whole.
+    // The same screen at scale 2 without the frame. The texts are not cut off.
     window().resize(960, 500);
     QTRY_COMPARE(window().size(), QSize(960, 500));
     QVERIFY(window().minimumSizeHint().height() <= 500);
@@ -423,7 +423,7 @@ void TestMainWindow::onlyTheFirstCanvasKeepsTheSubGridOfItsYAxis()
 
 void TestMainWindow::canvasesAreReplottedAfterTheirSetUp()
 {
-    /** Notes each replot of the canvases, from their first appearance on. */
+    /** Records each replot of the canvases. */
     class ReplotWatcher : public QObject
     {
     public:
@@ -432,7 +432,7 @@ void TestMainWindow::canvasesAreReplottedAfterTheirSetUp()
             auto *const canvas = qobject_cast<QCustomPlot *>(watched);
             if (canvas && event->type() == QEvent::Polish) {
                 connect(canvas, &QCustomPlot::afterReplot, this, [this, canvas] {
-                    // What follows the set-up moves the canvases, which replots them as well.
+                    // Later steps resize the canvases, which also replots them.
                     if (log.messages().contains(QStringLiteral("mainwindow view settings")))
                         return;
                     replots.append(
@@ -446,12 +446,12 @@ void TestMainWindow::canvasesAreReplottedAfterTheirSetUp()
         QStringList replots;
     };
     m_fixture.reset();
-    const Fixture surroundings;
+    const Fixture fixture;
     const auto reopen = qScopeGuard([] { initData(); }); // the window closes the store
     ReplotWatcher watcher;
     qApp->installEventFilter(&watcher);
     const MainWindow built;
-    // Without these two the second canvas still shows its sub grid.
+    // Without these two replots the second canvas still shows its sub grid.
     const int last = watcher.replots.lastIndexOf(QStringLiteral("customPlot with sub grid"));
     QVERIFY2(last > 0, qPrintable(watcher.replots.join(QStringLiteral(", "))));
     QCOMPARE(watcher.replots.mid(last - 1),
@@ -480,7 +480,7 @@ void TestMainWindow::formActionsHaveTheirTextsToolTipsAndIcons()
     }
 }
 
-void TestMainWindow::helpTraceAndPythonPlotActionsStandNowhereAndDoNothing()
+void TestMainWindow::helpTraceAndPythonPlotActionsAreUnused()
 {
     ModalAnswer answer;
     const LogFile log;
@@ -493,7 +493,7 @@ void TestMainWindow::helpTraceAndPythonPlotActionsStandNowhereAndDoNothing()
     QVERIFY(answer.allAnswered());
 }
 
-void TestMainWindow::menuBarHoldsItsMenusInOrder()
+void TestMainWindow::menuBarHasItsMenusInOrder()
 {
     const QList<QAction *> actions = window().menuBar()->actions();
     QCOMPARE(actions.size(), menus().size());
@@ -503,14 +503,14 @@ void TestMainWindow::menuBarHoldsItsMenusInOrder()
     }
 }
 
-void TestMainWindow::menuHoldsItsEntriesInOrder_data()
+void TestMainWindow::menuHasItsEntriesInOrder_data()
 {
     QTest::addColumn<int>("index");
     for (int i = 0; i < menus().size(); ++i)
         QTest::newRow(menus()[i].objectName) << i;
 }
 
-void TestMainWindow::menuHoldsItsEntriesInOrder()
+void TestMainWindow::menuHasItsEntriesInOrder()
 {
     QFETCH(int, index);
     const MenuEntries &expected = menus()[index];
@@ -518,11 +518,11 @@ void TestMainWindow::menuHoldsItsEntriesInOrder()
     QCOMPARE(difference(menu->actions(), expected.entries), QString());
 }
 
-void TestMainWindow::toolBarHoldsItsEntriesInOrder()
+void TestMainWindow::toolBarHasItsEntriesInOrder()
 {
     const auto *bar = window().findChild<QToolBar *>(QStringLiteral("toolBar"));
     QCOMPARE(difference(bar->actions(), toolBarEntries()), QString());
-    // The first four are the form's own, with its tool tips.
+    // The first four actions are defined in the form, with tool tips.
     const char *const names[] = {"actionTxt", "actionRead", "", "actionSetting", "actionViewSetting"};
     for (int i : {0, 1, 3, 4})
         QCOMPARE(bar->actions().at(i)->objectName(), QString::fromLatin1(names[i]));
@@ -578,11 +578,11 @@ void TestMainWindow::triggerHasItsEffect()
     (*found)->trigger();
     QCOMPARE(opened, dialog);
     QVERIFY(answer.allAnswered());
-    QVERIFY(!seen); // made for this one opening
+    QVERIFY(!seen); // the dialog is deleted after closing
     QCOMPARE(file.messages(), log);
 }
 
-void TestMainWindow::shortcutsReachTheirEntries()
+void TestMainWindow::shortcutsTriggerTheirEntries()
 {
     ModalAnswer answer;
     QStringList opened;
@@ -597,11 +597,11 @@ void TestMainWindow::shortcutsReachTheirEntries()
     QVERIFY(answer.allAnswered());
 }
 
-void TestMainWindow::clearActsOnTheFirstCanvas()
+void TestMainWindow::clearAffectsOnlyTheFirstCanvas()
 {
     m_fixture->pretendRead();
     m_fixture->box("checkBox_pitch")->setChecked(true);
-    // Without a check box, so that the boxes do not take it off as well.
+    // A channel without a check box, so that no box removes its curve.
     setSamples("GPS星数", {5.0, 6.0});
     window().myPlot_2()->myAddGraph(findGraph(QStringLiteral("GPS星数")));
     m_fixture->entry("menuView", "清空(C)")->trigger();
@@ -609,7 +609,7 @@ void TestMainWindow::clearActsOnTheFirstCanvas()
     QCOMPARE(WindowFixture::curves(m_fixture->canvas_2()), QStringList({QStringLiteral("GPS星数")}));
 }
 
-void TestMainWindow::rescaleActsOnTheFirstCanvas()
+void TestMainWindow::rescaleAffectsOnlyTheFirstCanvas()
 {
     m_fixture->pretendRead();
     m_fixture->box("checkBox_pitch")->setChecked(true);
@@ -617,7 +617,7 @@ void TestMainWindow::rescaleActsOnTheFirstCanvas()
     m_fixture->canvas()->yAxis->setRange(-7, 77);
     m_fixture->canvas_2()->yAxis->setRange(-7, 77);
     m_fixture->entry("menuView", "缩放(R)")->trigger();
-    QCOMPARE(m_fixture->canvas()->yAxis->range(), QCPRange(1.0, 4.0)); // the samples' own
+    QCOMPARE(m_fixture->canvas()->yAxis->range(), QCPRange(1.0, 4.0)); // minimum and maximum of the samples
     QCOMPARE(m_fixture->canvas_2()->yAxis->range(), QCPRange(-7, 77));
 }
 
@@ -635,9 +635,9 @@ void TestMainWindow::dataSettingsShowCurvesThroughTheWindow()
     QVERIFY(m_fixture->box("checkBox_pitchDiff")->isChecked());
 }
 
-void TestMainWindow::documentIsLookedForBesideTheExecutable()
+void TestMainWindow::documentIsOpenedFromTheFolderOfTheExecutable()
 {
-    const UrlCatcher catcher;
+    const UrlRecorder catcher;
     const LogFile log;
     const QString path = QCoreApplication::applicationDirPath() + QStringLiteral("/README.html");
     m_fixture->entry("menuHelp", "文档(D)")->trigger();
@@ -647,7 +647,7 @@ void TestMainWindow::documentIsLookedForBesideTheExecutable()
     QCOMPARE(catcher.urls.size(), 2);
 }
 
-void TestMainWindow::statusTextsGoAfterTwoAndAHalfSeconds()
+void TestMainWindow::statusTextsDisappearAfterTwoAndAHalfSeconds()
 {
     const QSignalSpy changes(window().statusBar(), &QStatusBar::messageChanged);
     QElapsedTimer timer;
@@ -656,7 +656,7 @@ void TestMainWindow::statusTextsGoAfterTwoAndAHalfSeconds()
     QCOMPARE(m_fixture->status(), QStringLiteral("some text"));
     QCOMPARE(m_fixture->statusInterval(), 2500);
     QTRY_VERIFY_WITH_TIMEOUT(m_fixture->status().isEmpty(), 25000);
-    // The timer of the status bar is a coarse one: 5 % early at most.
+    // The status bar uses a coarse timer, which may be up to 5 % early.
     QVERIFY2(timer.elapsed() >= 2375, qPrintable(QString::number(timer.elapsed())));
     QCOMPARE(changes.count(), 2);
 }
@@ -718,7 +718,7 @@ void TestMainWindow::unknownThemeChangesNothing()
     QCOMPARE(window().menuBar()->styleSheet(), styleSheet);
 }
 
-void TestMainWindow::changeOfTheApplicationThemeLeavesTheWindowToTheStyleSheet()
+void TestMainWindow::changingTheApplicationThemeKeepsTheWindowPalette()
 {
     const LogFile log;
     AppConfig::getInstance().switchThemeSlot(lightTheme);
@@ -756,14 +756,14 @@ void TestMainWindow::quitAnsweredYesClosesTheWindow()
     QVERIFY(answer.allAnswered());
 }
 
-void TestMainWindow::quitQuestionIsDeletedEitherWay_data()
+void TestMainWindow::quitQuestionIsDeletedAfterEitherAnswer_data()
 {
     QTest::addColumn<int>("button");
     QTest::newRow("yes") << int(QMessageBox::Yes);
     QTest::newRow("no") << int(QMessageBox::No);
 }
 
-void TestMainWindow::quitQuestionIsDeletedEitherWay()
+void TestMainWindow::quitQuestionIsDeletedAfterEitherAnswer()
 {
     QFETCH(int, button);
     ModalAnswer answer;
@@ -780,19 +780,19 @@ void TestMainWindow::quitQuestionIsDeletedEitherWay()
 
 void TestMainWindow::dialogsWithoutAParentDoNotKeepTheProgramAlive()
 {
-    QWidget stray(nullptr, Qt::Dialog);
-    stray.show();
+    QWidget otherWindow(nullptr, Qt::Dialog);
+    otherWindow.show();
     ModalAnswer answer;
     answer.next([](QDialog *modal) { qobject_cast<QMessageBox *>(modal)->button(QMessageBox::Yes)->click(); });
     QTimer::singleShot(0, &window(), [this] { window().close(); });
-    QTimer::singleShot(60000, &stray, [] { QCoreApplication::exit(99); });
+    QTimer::singleShot(60000, &otherWindow, [] { QCoreApplication::exit(99); });
     QCOMPARE(QApplication::exec(), 0);
     QVERIFY(answer.allAnswered());
 }
 
 void TestMainWindow::destructionLogsThenWritesTheConfigurationThenClosesTheLog()
 {
-    const QString config = m_fixture->surroundings().applicationPath(QStringLiteral("config.ini"));
+    const QString config = m_fixture->fixture().applicationPath(QStringLiteral("config.ini"));
     QVERIFY(!QFile::exists(config));
     const LogFile log;
     m_fixture->closeWindow();

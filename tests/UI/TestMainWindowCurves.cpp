@@ -76,8 +76,8 @@ constexpr Entry kCanvasMenu[] = {
     {"清空所有曲线", ":/clear.svg"},
 };
 
-/** Gives the yaw a name of its own where the form asks, and knows nothing of it after that. */
-class OtherYaw : public QTranslator
+/** Translates "Yaw" differently, but only for the form's first request. */
+class FirstYawTranslator : public QTranslator
 {
 public:
     bool isEmpty() const override { return false; }
@@ -139,24 +139,24 @@ private slots:
     void init() { m_fixture = std::make_unique<WindowFixture>(); }
     void cleanup() { m_fixture.reset(); }
 
-    void boxesStandInTheirOrderWithTextAndProperties();
-    void boxesShowTheirChannelsOnTheCanvasOfTheirPosition_data();
-    void boxesShowTheirChannelsOnTheCanvasOfTheirPosition();
+    void boxesAreInOrderWithTextAndProperties();
+    void boxesShowTheirChannelsOnTheRightCanvas_data();
+    void boxesShowTheirChannelsOnTheRightCanvas();
     void boxUsedBeforeAReadStaysTickedWithAMessage();
-    void boxWithoutAChannelSaysSo();
-    void boxWithoutPropertiesIsLookedUpWithAnEmptyName();
+    void boxWithoutAChannelShowsAMessage();
+    void boxWithoutPropertiesUsesAnEmptyName();
     void boxWithAnUnknownTextHasNoPropertiesAndIsConnected();
-    void uncheckingTakesTheCurveOffWithoutTheTextOfDeleting();
-    void showGraphSlotShowsAndRemovesAsABoxDoes();
-    void showGraphSlotLooksAtNeitherPositionNorPen();
-    void showGraphSlotBeforeAReadAndForAnUnknownCurve();
+    void uncheckingRemovesTheCurveWithoutADeleteMessage();
+    void showGraphSlotShowsAndRemovesLikeABox();
+    void showGraphSlotIgnoresPositionAndPen();
+    void showGraphSlotReportsAMissingReadAndAnUnknownCurve();
     void boxesFollowTheShownFlags();
     void removingAllCurvesOfOneCanvasClearsTheBoxesOfBoth();
     void removingAllCurvesLeavesChannelsWithoutABoxOnTheOtherCanvas();
-    void boxFollowsACurveThatWasDeletedOnTheCanvas();
-    void boxTakesAMovedCurveOffTheCanvasWhereItStands();
-    void timeAxesFollowEachOther();
-    void oneTimeStandsInOneColumnOfBothCanvases();
+    void boxIsUntickedWhenItsCurveIsDeletedOnTheCanvas();
+    void boxRemovesAMovedCurveFromItsCurrentCanvas();
+    void timeAxesAreLinked();
+    void equalTimesAreInTheSameColumnOfBothCanvases();
     void valueAxesAreIndependent();
     void draggingTheTimeRangeMovesTheOtherCanvas_data();
     void draggingTheTimeRangeMovesTheOtherCanvas();
@@ -165,12 +165,12 @@ private slots:
     void slotWithoutArgumentCopiesTheFirstTimeRange();
     void doubleClickOnALegendEntryRenamesTheCurve_data();
     void doubleClickOnALegendEntryRenamesTheCurve();
-    void doubleClickBesideTheLegendEntriesAsksNothing();
+    void doubleClickBesideTheLegendEntriesOpensNoDialog();
     void doubleClickOnAnAxisLabelRenamesTheAxis();
-    void doubleClickOnAnotherPartOfAnAxisAsksNothing();
+    void doubleClickOnAnotherPartOfAnAxisOpensNoDialog();
     void doubleClickOnATitleRenamesIt();
     void cancelledEditsStoreNothing();
-    void editReplotsTheFirstCanvasAlone();
+    void editReplotsOnlyTheFirstCanvas();
     void renamedCurveIsShownASecondTimeWhenItsBoxIsUnticked();
     void menuOfASelectedCurve_data();
     void menuOfASelectedCurve();
@@ -178,26 +178,26 @@ private slots:
     void menuOfASelectedAxis();
     void menuOfAnEmptyCanvas_data();
     void menuOfAnEmptyCanvas();
-    void selectedCurveComesBeforeASelectedAxis();
-    void menuComesFromTheStateOfItsOwnCanvas();
+    void menuPrefersASelectedCurveToASelectedAxis();
+    void menuDependsOnTheStateOfItsCanvas();
     void menuPopsUpAtTheMouseAndIsDeletedOnClose();
-    void entryHasItsEffect_data();
-    void entryHasItsEffect();
-    void penReachesTheSelectedCurveOfEachCanvas();
-    void fontReachesTheCanvasesWithASelectedAxis();
+    void entryHasTheExpectedEffect_data();
+    void entryHasTheExpectedEffect();
+    void penIsSetOnTheSelectedCurveOfEachCanvas();
+    void fontIsSetOnCanvasesWithASelectedAxis();
     void swapMovesTheCurveToTheOtherCanvasAndBack();
-    void shiftedPairStandsOnceAndOnItsOwnCanvases_data();
-    void shiftedPairStandsOnceAndOnItsOwnCanvases();
+    void shiftedPairIsShownOnceAndOnItsOwnCanvases_data();
+    void shiftedPairIsShownOnceAndOnItsOwnCanvases();
     void shiftLeavesAHiddenPartnerHidden();
-    void clickedPointIsToldInTheStatusBar();
-    void legendIsMovedOnlyWhereThereIsAnInset();
+    void clickedPointIsShownInTheStatusBar();
+    void legendIsMovedOnlyWithAnInset();
 
 private:
     MainWindow &window() { return m_fixture->window(); }
     QCustomPlot *canvas(bool second = false) const { return second ? m_fixture->canvas_2() : m_fixture->canvas(); }
     MyCustomPlot *controller(bool second) { return second ? window().myPlot_2() : window().myPlot(); }
 
-    /** Shows a channel through its check box, by a click. */
+    /** Shows a channel by a click on its check box. */
     QCPGraph *show(const char *objectName, const char *name)
     {
         QTest::mouseClick(m_fixture->box(objectName), Qt::LeftButton, {}, QPoint(5, 8));
@@ -208,7 +208,7 @@ private:
         qFatal("%s is not shown", name);
     }
 
-    /** Opens the menu of a canvas as the right button does. */
+    /** Opens the context menu of a canvas. */
     QMenu *openMenu(bool second, QPoint at = QPoint(40, 40))
     {
         QContextMenuEvent event(QContextMenuEvent::Mouse, at, canvas(second)->mapToGlobal(at));
@@ -255,7 +255,7 @@ void twoCanvases()
 
 } // namespace
 
-void TestMainWindowCurves::boxesStandInTheirOrderWithTextAndProperties()
+void TestMainWindowCurves::boxesAreInOrderWithTextAndProperties()
 {
     const QList<QCheckBox *> boxes = window().checkBoxes();
     QCOMPARE(boxes.size(), int(std::size(kBoxes)));
@@ -272,14 +272,14 @@ void TestMainWindowCurves::boxesStandInTheirOrderWithTextAndProperties()
     }
 }
 
-void TestMainWindowCurves::boxesShowTheirChannelsOnTheCanvasOfTheirPosition_data()
+void TestMainWindowCurves::boxesShowTheirChannelsOnTheRightCanvas_data()
 {
     QTest::addColumn<int>("index");
     for (int i = 0; i < int(std::size(kBoxes)); ++i)
         QTest::newRow(kBoxes[i].objectName) << i;
 }
 
-void TestMainWindowCurves::boxesShowTheirChannelsOnTheCanvasOfTheirPosition()
+void TestMainWindowCurves::boxesShowTheirChannelsOnTheRightCanvas()
 {
     QFETCH(int, index);
     const Box &expected = kBoxes[index];
@@ -310,7 +310,7 @@ void TestMainWindowCurves::boxUsedBeforeAReadStaysTickedWithAMessage()
     QTRY_COMPARE_WITH_TIMEOUT(m_fixture->status(), QString(), 25000);
 }
 
-void TestMainWindowCurves::boxWithoutAChannelSaysSo()
+void TestMainWindowCurves::boxWithoutAChannelShowsAMessage()
 {
     m_fixture->pretendRead();
     QCheckBox *const box = m_fixture->box("checkBox_yaw");
@@ -322,7 +322,7 @@ void TestMainWindowCurves::boxWithoutAChannelSaysSo()
     QTRY_COMPARE_WITH_TIMEOUT(m_fixture->status(), QString(), 25000);
 }
 
-void TestMainWindowCurves::boxWithoutPropertiesIsLookedUpWithAnEmptyName()
+void TestMainWindowCurves::boxWithoutPropertiesUsesAnEmptyName()
 {
     m_fixture->pretendRead();
     QCheckBox *const box = m_fixture->box("checkBox_yaw");
@@ -337,10 +337,10 @@ void TestMainWindowCurves::boxWithoutPropertiesIsLookedUpWithAnEmptyName()
 void TestMainWindowCurves::boxWithAnUnknownTextHasNoPropertiesAndIsConnected()
 {
     m_fixture.reset();
-    const Fixture surroundings;
-    OtherYaw translator;
+    const Fixture fixture;
+    FirstYawTranslator translator;
     QCoreApplication::installTranslator(&translator);
-    const auto reopen = qScopeGuard([] { initData(); }); // the window closes the store
+    const auto reopen = qScopeGuard([] { initData(); }); // the window closed the store
     const MainWindow built;
     auto *const box = built.findChild<QCheckBox *>(QStringLiteral("checkBox_yaw"));
     QCOMPARE(box->text(), QStringLiteral("某"));
@@ -361,7 +361,7 @@ void TestMainWindowCurves::boxWithAnUnknownTextHasNoPropertiesAndIsConnected()
     QVERIFY(!output.texts().filter(QStringLiteral("功能码错误")).isEmpty());
 }
 
-void TestMainWindowCurves::uncheckingTakesTheCurveOffWithoutTheTextOfDeleting()
+void TestMainWindowCurves::uncheckingRemovesTheCurveWithoutADeleteMessage()
 {
     m_fixture->pretendRead();
     show("checkBox_pitch", "俯仰");
@@ -374,7 +374,7 @@ void TestMainWindowCurves::uncheckingTakesTheCurveOffWithoutTheTextOfDeleting()
     QCOMPARE(log.messages(), QStringList({"delete graph 俯仰"}));
 }
 
-void TestMainWindowCurves::showGraphSlotShowsAndRemovesAsABoxDoes()
+void TestMainWindowCurves::showGraphSlotShowsAndRemovesLikeABox()
 {
     m_fixture->pretendRead();
     window().showGraphSlot(QStringLiteral("俯仰差值"), true, 0x51);
@@ -385,7 +385,7 @@ void TestMainWindowCurves::showGraphSlotShowsAndRemovesAsABoxDoes()
     QVERIFY(!m_fixture->box("checkBox_pitchDiff")->isChecked());
 }
 
-void TestMainWindowCurves::showGraphSlotLooksAtNeitherPositionNorPen()
+void TestMainWindowCurves::showGraphSlotIgnoresPositionAndPen()
 {
     m_fixture->pretendRead();
     window().showGraphSlot(QStringLiteral("俯仰"), true, 0x03, 1, 7);
@@ -394,14 +394,14 @@ void TestMainWindowCurves::showGraphSlotLooksAtNeitherPositionNorPen()
     QCOMPARE(canvas()->graph(0)->pen().color(), findGraph(QStringLiteral("俯仰"))->color());
 }
 
-void TestMainWindowCurves::showGraphSlotBeforeAReadAndForAnUnknownCurve()
+void TestMainWindowCurves::showGraphSlotReportsAMissingReadAndAnUnknownCurve()
 {
     const LogFile log;
     window().showGraphSlot(QStringLiteral("俯仰"), true, 0x03);
     QCOMPARE(m_fixture->status(), kNotRead);
     QCOMPARE(log.leveledMessages(), QStringList({"warning: show 俯仰 ,but has not read data"}));
     m_fixture->pretendRead();
-    // The right name under another code is another channel's place.
+    // The name is valid, but another function code has no such channel.
     window().showGraphSlot(QStringLiteral("俯仰"), true, 0x05);
     QCOMPARE(m_fixture->status(), QStringLiteral("俯仰曲线未找到"));
     QCOMPARE(WindowFixture::curves(canvas()), QStringList({QString()}));
@@ -412,7 +412,7 @@ void TestMainWindowCurves::boxesFollowTheShownFlags()
     m_fixture->pretendRead();
     window().myPlot()->myAddGraph(findGraph(QStringLiteral("航向")));
     QVERIFY(m_fixture->box("checkBox_yaw")->isChecked());
-    // A flag without a curve: the box is ticked, and its signal shows the curve.
+    // The flag is set but there is no curve. The box is ticked, and its signal shows the curve.
     findGraph(QStringLiteral("目标速度"))->setShown(true);
     window().checkBoxSlot();
     QVERIFY(m_fixture->box("checkBox_speedTarget")->isChecked());
@@ -444,7 +444,7 @@ void TestMainWindowCurves::removingAllCurvesLeavesChannelsWithoutABoxOnTheOtherC
     QVERIFY(!findGraph(QStringLiteral("GPS星数"))->shown());
 }
 
-void TestMainWindowCurves::boxFollowsACurveThatWasDeletedOnTheCanvas()
+void TestMainWindowCurves::boxIsUntickedWhenItsCurveIsDeletedOnTheCanvas()
 {
     m_fixture->pretendRead();
     show("checkBox_pitch", "俯仰");
@@ -455,7 +455,7 @@ void TestMainWindowCurves::boxFollowsACurveThatWasDeletedOnTheCanvas()
     QCOMPARE(WindowFixture::curves(canvas()), QStringList({"俯仰"}));
 }
 
-void TestMainWindowCurves::boxTakesAMovedCurveOffTheCanvasWhereItStands()
+void TestMainWindowCurves::boxRemovesAMovedCurveFromItsCurrentCanvas()
 {
     m_fixture->pretendRead();
     WindowFixture::select(show("checkBox_roll", "横滚"));
@@ -465,12 +465,12 @@ void TestMainWindowCurves::boxTakesAMovedCurveOffTheCanvasWhereItStands()
     m_fixture->box("checkBox_roll")->click();
     QCOMPARE(WindowFixture::curves(canvas()), QStringList({QString()}));
     QCOMPARE(WindowFixture::curves(canvas(true)), QStringList({QString()}));
-    // And it comes back where it was moved to.
+    // The curve is shown again on the canvas that it was moved to.
     m_fixture->box("checkBox_roll")->click();
     QCOMPARE(WindowFixture::curves(canvas(true)), QStringList({"横滚"}));
 }
 
-void TestMainWindowCurves::timeAxesFollowEachOther()
+void TestMainWindowCurves::timeAxesAreLinked()
 {
     QSignalSpy first(canvas(), &QCustomPlot::afterReplot);
     QSignalSpy second(canvas(true), &QCustomPlot::afterReplot);
@@ -481,14 +481,14 @@ void TestMainWindowCurves::timeAxesFollowEachOther()
     canvas(true)->xAxis->setRange(-5, 5);
     QCOMPARE(canvas()->xAxis->range(), QCPRange(-5, 5));
     QVERIFY(first.count() >= 1);
-    // The echo ends: setting the same again sets nothing off.
+    // The mutual updates end: setting the same range again emits nothing.
     first.clear();
     second.clear();
     canvas()->xAxis->setRange(-5, 5);
     QCOMPARE(first.count() + second.count(), 0);
 }
 
-void TestMainWindowCurves::oneTimeStandsInOneColumnOfBothCanvases()
+void TestMainWindowCurves::equalTimesAreInTheSameColumnOfBothCanvases()
 {
     const auto difference = [this] {
         QString result;
@@ -628,12 +628,12 @@ void TestMainWindowCurves::doubleClickOnALegendEntryRenamesTheCurve()
     QVERIFY(answer.allAnswered());
     QCOMPARE(seen, QStringList({"修改标签", "New graph name:", before}));
     QCOMPARE(WindowFixture::curves(canvas(second)), QStringList({"新名"}));
-    // The channel keeps its own, and the box its tick.
+    // The channel keeps its name, and the box stays ticked.
     QVERIFY(findGraph(before));
     QVERIFY(m_fixture->box(second ? "checkBox_rollDiff" : "checkBox_roll")->isChecked());
 }
 
-void TestMainWindowCurves::doubleClickBesideTheLegendEntriesAsksNothing()
+void TestMainWindowCurves::doubleClickBesideTheLegendEntriesOpensNoDialog()
 {
     m_fixture->pretendRead();
     show("checkBox_roll", "横滚");
@@ -645,7 +645,7 @@ void TestMainWindowCurves::doubleClickBesideTheLegendEntriesAsksNothing()
 
 void TestMainWindowCurves::doubleClickOnAnAxisLabelRenamesTheAxis()
 {
-    // A label takes clicks only where it has a text.
+    // A label without a text receives no clicks.
     QCPAxis *const axis = canvas()->xAxis;
     axis->setLabel(QStringLiteral("time"));
     canvas()->replot();
@@ -671,7 +671,7 @@ void TestMainWindowCurves::doubleClickOnAnAxisLabelRenamesTheAxis()
     QCOMPARE(canvas(true)->yAxis->label(), QStringLiteral("值"));
 }
 
-void TestMainWindowCurves::doubleClickOnAnotherPartOfAnAxisAsksNothing()
+void TestMainWindowCurves::doubleClickOnAnotherPartOfAnAxisOpensNoDialog()
 {
     ModalAnswer answer;
     for (const QCPAxis::SelectablePart part : {QCPAxis::spNone, QCPAxis::spAxis, QCPAxis::spTickLabels})
@@ -691,7 +691,7 @@ void TestMainWindowCurves::doubleClickOnATitleRenamesIt()
     QVERIFY(answer.allAnswered());
     QCOMPARE(seen, QStringList({"修改标题", "New plot title:", "flight"}));
     QCOMPARE(title.text(), QStringLiteral("航程"));
-    // Nobody sends it: no element, no question.
+    // No signal is connected to the slot. A null element opens no dialog.
     QVERIFY(QMetaObject::invokeMethod(&window(), "titleDoubleClick", Q_ARG(QMouseEvent *, nullptr)));
     QVERIFY(answer.allAnswered());
 }
@@ -718,7 +718,7 @@ void TestMainWindowCurves::cancelledEditsStoreNothing()
     QCOMPARE(replots.count(), 0);
 }
 
-void TestMainWindowCurves::editReplotsTheFirstCanvasAlone()
+void TestMainWindowCurves::editReplotsOnlyTheFirstCanvas()
 {
     m_fixture->pretendRead();
     show("checkBox_rollDiff", "横滚差值");
@@ -786,14 +786,14 @@ void TestMainWindowCurves::menuOfAnEmptyCanvas_data()
 void TestMainWindowCurves::menuOfAnEmptyCanvas()
 {
     QFETCH(bool, second);
-    QCOMPARE(WindowFixture::curves(canvas(second)), QStringList({QString()})); // the placeholder alone
+    QCOMPARE(WindowFixture::curves(canvas(second)), QStringList({QString()})); // only the placeholder
     const QMenu *menu = openMenu(second);
     QVERIFY(menu);
     QCOMPARE(texts(menu), texts(kCanvasMenu));
     QVERIFY(samePictures(menu, kCanvasMenu));
 }
 
-void TestMainWindowCurves::selectedCurveComesBeforeASelectedAxis()
+void TestMainWindowCurves::menuPrefersASelectedCurveToASelectedAxis()
 {
     m_fixture->pretendRead();
     WindowFixture::select(show("checkBox_roll", "横滚"));
@@ -801,7 +801,7 @@ void TestMainWindowCurves::selectedCurveComesBeforeASelectedAxis()
     QCOMPARE(texts(openMenu(false)), texts(kCurveMenu));
 }
 
-void TestMainWindowCurves::menuComesFromTheStateOfItsOwnCanvas()
+void TestMainWindowCurves::menuDependsOnTheStateOfItsCanvas()
 {
     m_fixture->pretendRead();
     WindowFixture::select(show("checkBox_roll", "横滚"));
@@ -826,12 +826,12 @@ void TestMainWindowCurves::menuPopsUpAtTheMouseAndIsDeletedOnClose()
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QTRY_VERIFY(menu.isNull());
     }
-    // Nothing is left of them but the menus of the menu bar.
+    // Only the menus of the menu bar remain.
     for (const QMenu *menu : window().findChildren<QMenu *>(QString(), Qt::FindDirectChildrenOnly))
         QVERIFY2(!menu->testAttribute(Qt::WA_DeleteOnClose), qPrintable(menu->title()));
 }
 
-void TestMainWindowCurves::entryHasItsEffect_data()
+void TestMainWindowCurves::entryHasTheExpectedEffect_data()
 {
     QTest::addColumn<bool>("second");
     QTest::addColumn<QString>("entry");
@@ -843,12 +843,12 @@ void TestMainWindowCurves::entryHasItsEffect_data()
     }
 }
 
-void TestMainWindowCurves::entryHasItsEffect()
+void TestMainWindowCurves::entryHasTheExpectedEffect()
 {
     QFETCH(bool, second);
     QFETCH(QString, entry);
     m_fixture->pretendRead();
-    // Two curves on the canvas; the selected one is not the last, so that "selected" and "all" differ.
+    // The canvas has two curves and the last one is not selected, so that "selected" and "all" differ.
     const char *const name = second ? "横滚差值" : "横滚";
     setSamples(name, {1.0, 2.0, 40.0, 3.0, 2.0});
     setSamples(second ? "航向差值" : "航向", {5.0, 6.0, 7.0, 8.0, 9.0});
@@ -885,7 +885,7 @@ void TestMainWindowCurves::entryHasItsEffect()
         = std::find_if(actions.begin(), actions.end(), [&](const QAction *action) { return action->text() == entry; });
     QVERIFY(found != actions.end());
     (*found)->trigger();
-    if (menu) // a dialog of the entry has closed and deleted it
+    if (menu) // null if a dialog of the entry closed and deleted the menu
         menu->close();
     QVERIFY(answer.allAnswered());
 
@@ -897,7 +897,7 @@ void TestMainWindowCurves::entryHasItsEffect()
         QCOMPARE(y->range(), QCPRange(1, 40));
         QCOMPARE(x->range(), time);
     } else if (entry == QStringLiteral("自适应Y轴")) {
-        QCOMPARE(y->range(), QCPRange(5, 9)); // of the last curve
+        QCOMPARE(y->range(), QCPRange(5, 9)); // range of the last curve
         QCOMPARE(x->range(), farTime);
     } else if (entry == QStringLiteral("自适应缩放")) {
         QCOMPARE(y->range(), QCPRange(5, 9));
@@ -905,7 +905,7 @@ void TestMainWindowCurves::entryHasItsEffect()
     } else if (entry == QStringLiteral("清空所有曲线")) {
         QCOMPARE(bothCurves, QStringList({QString()}));
     } else if (entry == QStringLiteral("去除错误帧")) {
-        QCOMPARE(channel->yvalue(), QVector<double>({1, 2, 2, 3, 2})); // 40 is over ten times both its neighbours
+        QCOMPARE(channel->yvalue(), QVector<double>({1, 2, 2, 3, 2})); // 40 is more than ten times both neighbours
     } else if (entry == QStringLiteral("删除选定的点")) {
         QCOMPARE(curve->dataCount(), 4);
         QCOMPARE(channel->yvalue().size(), 5);
@@ -928,7 +928,7 @@ void TestMainWindowCurves::entryHasItsEffect()
     }
 }
 
-void TestMainWindowCurves::penReachesTheSelectedCurveOfEachCanvas()
+void TestMainWindowCurves::penIsSetOnTheSelectedCurveOfEachCanvas()
 {
     m_fixture->pretendRead();
     QCPGraph *const first = show("checkBox_roll", "横滚");
@@ -956,7 +956,7 @@ void TestMainWindowCurves::penReachesTheSelectedCurveOfEachCanvas()
     QCOMPARE(other->pen(), before);
 }
 
-void TestMainWindowCurves::fontReachesTheCanvasesWithASelectedAxis()
+void TestMainWindowCurves::fontIsSetOnCanvasesWithASelectedAxis()
 {
     canvas(true)->yAxis->setSelectedParts(QCPAxis::spAxis);
     ModalAnswer answer;
@@ -1001,7 +1001,7 @@ void TestMainWindowCurves::swapMovesTheCurveToTheOtherCanvasAndBack()
     QCOMPARE(WindowFixture::curves(canvas(true)), QStringList({QString()}));
 }
 
-void TestMainWindowCurves::shiftedPairStandsOnceAndOnItsOwnCanvases_data()
+void TestMainWindowCurves::shiftedPairIsShownOnceAndOnItsOwnCanvases_data()
 {
     QTest::addColumn<QString>("swapped");
     QTest::addColumn<int>("points");
@@ -1011,7 +1011,7 @@ void TestMainWindowCurves::shiftedPairStandsOnceAndOnItsOwnCanvases_data()
     QTest::newRow("both above") << QString() << 1;
 }
 
-void TestMainWindowCurves::shiftedPairStandsOnceAndOnItsOwnCanvases()
+void TestMainWindowCurves::shiftedPairIsShownOnceAndOnItsOwnCanvases()
 {
     QFETCH(QString, swapped);
     QFETCH(int, points);
@@ -1024,7 +1024,7 @@ void TestMainWindowCurves::shiftedPairStandsOnceAndOnItsOwnCanvases()
         WindowFixture::select(WindowFixture::curve(canvas(), swapped.toUtf8().constData()));
         window().myPlot()->onSwapPosSlot();
     }
-    // The curve that stays above is shifted; the other one is its partner.
+    // The curve on the first canvas is shifted; the other one is its partner.
     const bool actualMoves = swapped != QStringLiteral("横滚");
     const QString moved = actualMoves ? QStringLiteral("横滚") : QStringLiteral("目标横滚");
     const QString partner = actualMoves ? QStringLiteral("目标横滚") : QStringLiteral("横滚");
@@ -1040,7 +1040,7 @@ void TestMainWindowCurves::shiftedPairStandsOnceAndOnItsOwnCanvases()
         above.prepend(partner);
     QCOMPARE(WindowFixture::curves(canvas()), above);
     QCOMPARE(WindowFixture::curves(canvas(true)), QStringList{swapped});
-    // Both show what their channels hold now: the first sample of one, the last one of the other repeated.
+    // Both curves show the new samples: one repeats its first sample, the other its last.
     const auto values = [](const QCPGraph *graph) {
         QVector<double> result;
         for (const QCPGraphData &point : *graph->data())
@@ -1057,7 +1057,7 @@ void TestMainWindowCurves::shiftedPairStandsOnceAndOnItsOwnCanvases()
     QCOMPARE(values(WindowFixture::curve(canvas(), moved.toUtf8().constData())), actualMoves ? actual : target);
     QVERIFY(m_fixture->box("checkBox_roll")->isChecked());
     QVERIFY(m_fixture->box("checkBox_rollTarget")->isChecked());
-    // A box that is unticked leaves nothing of its curve behind.
+    // Unticking a box removes its curve.
     m_fixture->box("checkBox_roll")->click();
     m_fixture->box("checkBox_rollTarget")->click();
     QCOMPARE(WindowFixture::curves(canvas()), QStringList{QString()});
@@ -1077,16 +1077,16 @@ void TestMainWindowCurves::shiftLeavesAHiddenPartnerHidden()
     QCOMPARE(findGraph(QStringLiteral("目标横滚"))->yvalue().size(), 5);
 }
 
-void TestMainWindowCurves::clickedPointIsToldInTheStatusBar()
+void TestMainWindowCurves::clickedPointIsShownInTheStatusBar()
 {
     m_fixture->pretendRead();
     setSamples("横滚", {1.0, 1234567.25});
     QCPAbstractPlottable *const curve = show("checkBox_roll", "横滚");
     const QString expected = QStringLiteral("Clicked on graph '横滚' at data point #1 with value 1.23457e+06.");
-    // By the canvas, through its controller.
+    // From the canvas through its controller.
     emit canvas()->plottableClick(curve, 1, nullptr);
     QCOMPARE(m_fixture->status(), expected);
-    // By the window's own slot, to which nothing is connected.
+    // From the window's slot, which is not connected.
     window().statusBar()->clearMessage();
     const auto call = [&](int index) {
         return QMetaObject::invokeMethod(&window(), "graphClicked", Q_ARG(QCPAbstractPlottable *, curve),
@@ -1100,12 +1100,12 @@ void TestMainWindowCurves::clickedPointIsToldInTheStatusBar()
     QCOMPARE(m_fixture->status(), QString());
 }
 
-void TestMainWindowCurves::legendIsMovedOnlyWhereThereIsAnInset()
+void TestMainWindowCurves::legendIsMovedOnlyWithAnInset()
 {
     QAction action;
     action.setData(int(Qt::AlignLeft | Qt::AlignBottom));
     connect(&action, SIGNAL(triggered()), &window(), SLOT(moveLegend()));
-    // The legend stands below the axes and the inset is empty.
+    // The legend is below the axes and the inset is empty.
     QCOMPARE(canvas()->axisRect()->insetLayout()->elementCount(), 0);
     const QSignalSpy replots(canvas(), &QCustomPlot::afterReplot);
     action.trigger();

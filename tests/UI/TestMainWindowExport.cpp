@@ -26,20 +26,20 @@ constexpr char kFileMenu[] = "menuFile";
 constexpr char kWriteExcel[] = "写Excel";
 constexpr char kWriteTxt[] = "写Txt";
 
-/** What a message box said: title, text and buttons. */
-struct Said {
+/** Title, text and buttons of a message box. */
+struct BoxContent {
     QString title;
     QString text;
     int buttons = 0;
 };
 
-ModalAnswer::Answer listen(Said &said)
+ModalAnswer::Answer listen(BoxContent &content)
 {
-    return [&said](QDialog *dialog) {
+    return [&content](QDialog *dialog) {
         auto *const box = qobject_cast<QMessageBox *>(dialog);
         if (box == nullptr)
             return;
-        said = {box->windowTitle(), box->text(), static_cast<int>(box->standardButtons())};
+        content = {box->windowTitle(), box->text(), static_cast<int>(box->standardButtons())};
         box->accept();
     };
 }
@@ -68,33 +68,33 @@ private slots:
         m_fixture.reset();
     }
 
-    void beforeAReadABoxSaysSoAndNothingStarts_data();
-    void beforeAReadABoxSaysSoAndNothingStarts();
-    void workbookStandsBesideTheLogUnderItsNameToTheFirstDot();
-    void textFilesStandInAFolderBesideTheLog();
-    void secondExportOfEitherKindIsIgnoredWhileOneRuns_data();
-    void secondExportOfEitherKindIsIgnoredWhileOneRuns();
-    void chineseAndBlanksInTheNameStay();
+    void exportBeforeAReadShowsABoxAndStartsNothing_data();
+    void exportBeforeAReadShowsABoxAndStartsNothing();
+    void workbookIsBesideTheLogWithItsNameUpToTheFirstDot();
+    void textFilesAreInAFolderBesideTheLog();
+    void secondExportOfAnyFormatIsIgnoredWhileOneRuns_data();
+    void secondExportOfAnyFormatIsIgnoredWhileOneRuns();
+    void chineseAndBlanksInTheNameAreKept();
     void nextExportStartsAfterTheBoxIsClosed();
-    void noExportStartsWhileTheBoxIsUp_data();
-    void noExportStartsWhileTheBoxIsUp();
-    void missingReadIsSaidAlsoWhileAnExportRuns_data();
-    void missingReadIsSaidAlsoWhileAnExportRuns();
-    void finishedBoxComesAlsoWhenTheFolderIsGone();
-    void finishedBoxComesAlsoWhenTheFolderIsReadOnly_data();
-    void finishedBoxComesAlsoWhenTheFolderIsReadOnly();
-    void exportAfterACancelledFileDialogGoesToAPathOfEmptyParts_data();
-    void exportAfterACancelledFileDialogGoesToAPathOfEmptyParts();
-    void exportKeepsTheSamplesThatItStartedWith();
+    void noExportStartsWhileTheBoxIsOpen_data();
+    void noExportStartsWhileTheBoxIsOpen();
+    void missingReadIsReportedEvenWhileAnExportRuns_data();
+    void missingReadIsReportedEvenWhileAnExportRuns();
+    void finishedBoxIsShownEvenIfTheFolderIsMissing();
+    void finishedBoxIsShownEvenIfTheFolderIsReadOnly_data();
+    void finishedBoxIsShownEvenIfTheFolderIsReadOnly();
+    void exportAfterACancelledFileDialogUsesAnEmptyName_data();
+    void exportAfterACancelledFileDialogUsesAnEmptyName();
+    void exportUsesTheSamplesOfItsStart();
     void closingTheWindowDuringAnExportLeavesNoUnfinishedWorkbook();
-    void routeConverterIsMadeOnceAndShownAgain();
-    void aboutPageComesUpAndIsLogged();
+    void routeConverterIsCreatedOnceAndReused();
+    void aboutPageIsShownAndLogged();
     void plotDialogsHaveNoParentAndBlockTheProgram_data();
     void plotDialogsHaveNoParentAndBlockTheProgram();
-    void plotDialogsSpeakOfTheLastData_data();
-    void plotDialogsSpeakOfTheLastData();
-    void calculatorsStayOpenBesideTheWindowAndDoNotKeepTheProgram();
-    void everyCallOfTheMapLeavesAHiddenChild();
+    void plotDialogsOfferTheLastData_data();
+    void plotDialogsOfferTheLastData();
+    void calculatorsAreNotModalAndDoNotKeepTheProgramRunning();
+    void everyCallOfTheMapAddsAHiddenChild();
     void toolBarOpensTheTool_data();
     void toolBarOpensTheTool();
 
@@ -113,11 +113,11 @@ void TestMainWindowExport::select(const QString &path)
     QMimeData mime;
     mime.setUrls({QUrl::fromLocalFile(path)});
     QDropEvent drop(QPointF(5, 5), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
-    static_cast<QObject &>(window()).event(&drop); // past the drag manager, which knows of no drag here
+    static_cast<QObject &>(window()).event(&drop); // bypasses the drag manager, which has no drag
     QCOMPARE(window().filePath(), path);
 }
 
-/** Gives the attitude channels samples: 1000 times the row plus the sample's number. */
+/** Sets the samples of the attitude channels to 1000 * row + sample index. */
 void TestMainWindowExport::fill(int samples)
 {
     for (int row = 0; row < 18; ++row) {
@@ -129,38 +129,38 @@ void TestMainWindowExport::fill(int samples)
     dataRead = true;
 }
 
-void TestMainWindowExport::beforeAReadABoxSaysSoAndNothingStarts_data()
+void TestMainWindowExport::exportBeforeAReadShowsABoxAndStartsNothing_data()
 {
     QTest::addColumn<QByteArray>("entry");
     QTest::newRow("workbook") << QByteArray(kWriteExcel);
     QTest::newRow("text") << QByteArray(kWriteTxt);
 }
 
-void TestMainWindowExport::beforeAReadABoxSaysSoAndNothingStarts()
+void TestMainWindowExport::exportBeforeAReadShowsABoxAndStartsNothing()
 {
     QFETCH(QByteArray, entry);
-    Said said;
-    m_answer->next(listen(said));
+    BoxContent content;
+    m_answer->next(listen(content));
     m_fixture->entry(kFileMenu, entry.constData())->trigger();
     QVERIFY(m_answer->allAnswered());
-    QCOMPARE(said.title, QStringLiteral("info"));
-    QCOMPARE(said.text, QStringLiteral("还未读取数据"));
-    QCOMPARE(said.buttons, int(QMessageBox::Ok));
+    QCOMPARE(content.title, QStringLiteral("info"));
+    QCOMPARE(content.text, QStringLiteral("还未读取数据"));
+    QCOMPARE(content.buttons, int(QMessageBox::Ok));
     QVERIFY(window().exportThread() == nullptr);
 }
 
-void TestMainWindowExport::workbookStandsBesideTheLogUnderItsNameToTheFirstDot()
+void TestMainWindowExport::workbookIsBesideTheLogWithItsNameUpToTheFirstDot()
 {
     fill(3);
     select(m_fixture->path(QStringLiteral("flight.2023.log")));
-    Said said;
-    m_answer->next(listen(said));
+    BoxContent content;
+    m_answer->next(listen(content));
     m_fixture->entry(kFileMenu, kWriteExcel)->trigger();
     QVERIFY(window().exportThread() != nullptr);
     QTRY_VERIFY(window().exportThread() == nullptr);
-    QCOMPARE(said.title, QStringLiteral("info"));
-    QCOMPARE(said.text, QStringLiteral("Excel导出完成！"));
-    QCOMPARE(said.buttons, int(QMessageBox::Ok));
+    QCOMPARE(content.title, QStringLiteral("info"));
+    QCOMPARE(content.text, QStringLiteral("Excel导出完成！"));
+    QCOMPARE(content.buttons, int(QMessageBox::Ok));
 
     QXlsx::Document workbook(m_fixture->path(QStringLiteral("flight.xlsx")));
     QCOMPARE(
@@ -172,15 +172,15 @@ void TestMainWindowExport::workbookStandsBesideTheLogUnderItsNameToTheFirstDot()
     QCOMPARE(workbook.read(4, 2).toDouble(), 1002.0);
 }
 
-void TestMainWindowExport::textFilesStandInAFolderBesideTheLog()
+void TestMainWindowExport::textFilesAreInAFolderBesideTheLog()
 {
     fill(2);
     select(m_fixture->path(QStringLiteral("flight.2023.log")));
-    Said said;
-    m_answer->next(listen(said));
+    BoxContent content;
+    m_answer->next(listen(content));
     m_fixture->entry(kFileMenu, kWriteTxt)->trigger();
     QTRY_VERIFY(window().exportThread() == nullptr);
-    QCOMPARE(said.text, QStringLiteral("Txt导出完成！"));
+    QCOMPARE(content.text, QStringLiteral("Txt导出完成！"));
     const QString folder = m_fixture->path(QStringLiteral("flight-export"));
     QCOMPARE(QDir(folder).entryList(QDir::Files).size(), 9);
     const QByteArray text = contentOf(folder + QStringLiteral("/0x03-AttitudeAndPositionInfo.txt"));
@@ -188,7 +188,7 @@ void TestMainWindowExport::textFilesStandInAFolderBesideTheLog()
     QVERIFY(text.contains("\n1\t1001\t2001\t"));
 }
 
-void TestMainWindowExport::secondExportOfEitherKindIsIgnoredWhileOneRuns_data()
+void TestMainWindowExport::secondExportOfAnyFormatIsIgnoredWhileOneRuns_data()
 {
     QTest::addColumn<QByteArray>("entry");
     QTest::addColumn<QString>("finished");
@@ -197,15 +197,15 @@ void TestMainWindowExport::secondExportOfEitherKindIsIgnoredWhileOneRuns_data()
     QTest::newRow("text") << QByteArray(kWriteTxt) << "Txt导出完成！" << QStringList{"flight-export"};
 }
 
-void TestMainWindowExport::secondExportOfEitherKindIsIgnoredWhileOneRuns()
+void TestMainWindowExport::secondExportOfAnyFormatIsIgnoredWhileOneRuns()
 {
     QFETCH(QByteArray, entry);
     QFETCH(QString, finished);
     QFETCH(QStringList, left);
     fill(20000);
     select(m_fixture->path(QStringLiteral("flight.txt")));
-    Said said;
-    m_answer->next(listen(said));
+    BoxContent content;
+    m_answer->next(listen(content));
     m_fixture->entry(kFileMenu, entry.constData())->trigger();
     const ExportOperator *const first = window().exportThread();
     for (const char *const other : {kWriteTxt, kWriteExcel}) {
@@ -214,18 +214,18 @@ void TestMainWindowExport::secondExportOfEitherKindIsIgnoredWhileOneRuns()
     }
     QTRY_VERIFY_WITH_TIMEOUT(window().exportThread() == nullptr, 60000);
     QVERIFY(m_answer->allAnswered());
-    QCOMPARE(said.text, finished);
+    QCOMPARE(content.text, finished);
     QCOMPARE(QDir(m_fixture->path(QString())).entryList({QStringLiteral("flight*")}), left);
 }
 
-void TestMainWindowExport::chineseAndBlanksInTheNameStay()
+void TestMainWindowExport::chineseAndBlanksInTheNameAreKept()
 {
     fill(2);
     QVERIFY(QDir().mkdir(m_fixture->path(QStringLiteral("飞 行"))));
     select(m_fixture->path(QStringLiteral("飞 行/第 一 次.2023.txt")));
-    Said said;
+    BoxContent content;
     for (const char *const entry : {kWriteExcel, kWriteTxt}) {
-        m_answer->next(listen(said));
+        m_answer->next(listen(content));
         m_fixture->entry(kFileMenu, entry)->trigger();
         QTRY_VERIFY(window().exportThread() == nullptr);
     }
@@ -239,9 +239,9 @@ void TestMainWindowExport::nextExportStartsAfterTheBoxIsClosed()
 {
     fill(1);
     select(m_fixture->path(QStringLiteral("flight.txt")));
-    Said said;
+    BoxContent content;
     for (const char *const entry : {kWriteTxt, kWriteExcel, kWriteTxt}) {
-        m_answer->next(listen(said));
+        m_answer->next(listen(content));
         m_fixture->entry(kFileMenu, entry)->trigger();
         QVERIFY(window().exportThread() != nullptr);
         QTRY_VERIFY(window().exportThread() == nullptr);
@@ -249,7 +249,7 @@ void TestMainWindowExport::nextExportStartsAfterTheBoxIsClosed()
     QVERIFY(m_answer->allAnswered());
 }
 
-void TestMainWindowExport::noExportStartsWhileTheBoxIsUp_data()
+void TestMainWindowExport::noExportStartsWhileTheBoxIsOpen_data()
 {
     QTest::addColumn<QByteArray>("entry");
     QTest::addColumn<QString>("finished");
@@ -258,7 +258,7 @@ void TestMainWindowExport::noExportStartsWhileTheBoxIsUp_data()
     QTest::newRow("text") << QByteArray(kWriteTxt) << "Txt导出完成！" << QStringList{"flight-export"};
 }
 
-void TestMainWindowExport::noExportStartsWhileTheBoxIsUp()
+void TestMainWindowExport::noExportStartsWhileTheBoxIsOpen()
 {
     QFETCH(QByteArray, entry);
     QFETCH(QString, finished);
@@ -266,32 +266,32 @@ void TestMainWindowExport::noExportStartsWhileTheBoxIsUp()
     fill(2);
     select(m_fixture->path(QStringLiteral("flight.txt")));
     QList<const ExportOperator *> meanwhile;
-    Said said;
+    BoxContent content;
     m_answer->next([&](QDialog *dialog) {
         for (const char *const other : {kWriteExcel, kWriteTxt}) {
             m_fixture->entry(kFileMenu, other)->trigger();
             meanwhile.append(window().exportThread());
         }
-        listen(said)(dialog);
+        listen(content)(dialog);
     });
     m_fixture->entry(kFileMenu, entry.constData())->trigger();
     const ExportOperator *const first = window().exportThread();
     QVERIFY(first != nullptr);
     QTRY_VERIFY(window().exportThread() == nullptr);
-    QCOMPARE(said.text, finished);
+    QCOMPARE(content.text, finished);
     QCOMPARE(meanwhile, (QList<const ExportOperator *>{first, first}));
     QVERIFY2(m_answer->allAnswered(), qPrintable(m_answer->unexpected().join(", ")));
     QCOMPARE(QDir(m_fixture->path(QString())).entryList({QStringLiteral("flight*")}), left);
 }
 
-void TestMainWindowExport::missingReadIsSaidAlsoWhileAnExportRuns_data()
+void TestMainWindowExport::missingReadIsReportedEvenWhileAnExportRuns_data()
 {
     QTest::addColumn<QByteArray>("entry");
     QTest::newRow("workbook") << QByteArray(kWriteExcel);
     QTest::newRow("text") << QByteArray(kWriteTxt);
 }
 
-void TestMainWindowExport::missingReadIsSaidAlsoWhileAnExportRuns()
+void TestMainWindowExport::missingReadIsReportedEvenWhileAnExportRuns()
 {
     QFETCH(QByteArray, entry);
     fill(20000);
@@ -302,9 +302,9 @@ void TestMainWindowExport::missingReadIsSaidAlsoWhileAnExportRuns()
     QStringList texts;
     for (int i = 0; i < 2; ++i) {
         m_answer->next([&](QDialog *dialog) {
-            Said said;
-            listen(said)(dialog);
-            texts.append(said.text);
+            BoxContent content;
+            listen(content)(dialog);
+            texts.append(content.text);
         });
     }
     m_fixture->entry(kFileMenu, entry.constData())->trigger();
@@ -316,22 +316,22 @@ void TestMainWindowExport::missingReadIsSaidAlsoWhileAnExportRuns()
     QCOMPARE(workbook.read(20001, 1).toDouble(), 19999.0);
 }
 
-void TestMainWindowExport::finishedBoxComesAlsoWhenTheFolderIsGone()
+void TestMainWindowExport::finishedBoxIsShownEvenIfTheFolderIsMissing()
 {
     fill(1);
     select(m_fixture->path(QStringLiteral("no such folder/flight.txt")));
-    Said said;
-    m_answer->next(listen(said));
+    BoxContent content;
+    m_answer->next(listen(content));
     m_fixture->entry(kFileMenu, kWriteTxt)->trigger();
     QTRY_VERIFY(window().exportThread() == nullptr);
-    QCOMPARE(said.text, QStringLiteral("Txt导出完成！"));
-    m_answer->next(listen(said));
+    QCOMPARE(content.text, QStringLiteral("Txt导出完成！"));
+    m_answer->next(listen(content));
     m_fixture->entry(kFileMenu, kWriteExcel)->trigger();
     QTRY_VERIFY(window().exportThread() == nullptr);
-    QCOMPARE(said.text, QStringLiteral("Excel导出完成！"));
+    QCOMPARE(content.text, QStringLiteral("Excel导出完成！"));
 }
 
-void TestMainWindowExport::finishedBoxComesAlsoWhenTheFolderIsReadOnly_data()
+void TestMainWindowExport::finishedBoxIsShownEvenIfTheFolderIsReadOnly_data()
 {
     QTest::addColumn<QByteArray>("entry");
     QTest::addColumn<QString>("text");
@@ -340,10 +340,10 @@ void TestMainWindowExport::finishedBoxComesAlsoWhenTheFolderIsReadOnly_data()
     QTest::newRow("text") << QByteArray(kWriteTxt) << QStringLiteral("Txt导出完成！") << QStringLiteral("mkdir failed");
 }
 
-void TestMainWindowExport::finishedBoxComesAlsoWhenTheFolderIsReadOnly()
+void TestMainWindowExport::finishedBoxIsShownEvenIfTheFolderIsReadOnly()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     QFETCH(QByteArray, entry);
     QFETCH(QString, text);
     QFETCH(QString, logged);
@@ -351,24 +351,24 @@ void TestMainWindowExport::finishedBoxComesAlsoWhenTheFolderIsReadOnly()
     const QString folder = m_fixture->path(QStringLiteral("dvd"));
     QVERIFY(QDir().mkdir(folder));
     select(folder + QStringLiteral("/flight.txt"));
-    QVERIFY(letOthersRead(m_fixture->surroundings().dir()));
+    QVERIFY(letOthersRead(m_fixture->fixture().dir()));
     QVERIFY(letOthersRead(folder));
     const LogFile log;
     const int code = asOrdinaryUser([&] {
-        Said said;
-        m_answer->next(listen(said));
+        BoxContent content;
+        m_answer->next(listen(content));
         m_fixture->entry(kFileMenu, entry.constData())->trigger();
         if (!QTest::qWaitFor([&] { return window().exportThread() == nullptr; }, 50000))
             return 1;
         if (!logged.isEmpty() && !log.messages().contains(logged))
             return 2;
-        return said.text == text ? 0 : 3;
+        return content.text == text ? 0 : 3;
     });
     QCOMPARE(code, 0);
     QVERIFY(QDir(folder).isEmpty());
 }
 
-void TestMainWindowExport::exportAfterACancelledFileDialogGoesToAPathOfEmptyParts_data()
+void TestMainWindowExport::exportAfterACancelledFileDialogUsesAnEmptyName_data()
 {
     QTest::addColumn<QByteArray>("entry");
     QTest::addColumn<QString>("path");
@@ -378,10 +378,10 @@ void TestMainWindowExport::exportAfterACancelledFileDialogGoesToAPathOfEmptyPart
     QTest::newRow("text") << QByteArray(kWriteTxt) << QStringLiteral("/-export.txt") << QStringLiteral("Txt导出完成！");
 }
 
-void TestMainWindowExport::exportAfterACancelledFileDialogGoesToAPathOfEmptyParts()
+void TestMainWindowExport::exportAfterACancelledFileDialogUsesAnEmptyName()
 {
     if (!hasOrdinaryUser())
-        QSKIP("needs a process and rights of its own");
+        QSKIP("needs fork() and POSIX permissions");
     QFETCH(QByteArray, entry);
     QFETCH(QString, path);
     QFETCH(QString, text);
@@ -391,28 +391,28 @@ void TestMainWindowExport::exportAfterACancelledFileDialogGoesToAPathOfEmptyPart
     m_fixture->entry(kFileMenu, "选择文件(O)")->trigger();
     QVERIFY(m_answer->allAnswered());
     QVERIFY(window().filePath().isEmpty());
-    // As a user who may not write into the root folder, which is where such a path leads.
+    // Runs as a user without write permission for the root folder, because the path is in the root folder.
     const int code = asOrdinaryUser([&] {
-        Said said;
-        m_answer->next(listen(said));
+        BoxContent content;
+        m_answer->next(listen(content));
         m_fixture->entry(kFileMenu, entry.constData())->trigger();
         if (window().exportThread()->filePath() != path)
             return 1;
         if (!QTest::qWaitFor([&] { return window().exportThread() == nullptr; }, 50000))
             return 2;
-        return said.text == text ? 0 : 3;
+        return content.text == text ? 0 : 3;
     });
     QCOMPARE(code, 0);
 }
 
-void TestMainWindowExport::exportKeepsTheSamplesThatItStartedWith()
+void TestMainWindowExport::exportUsesTheSamplesOfItsStart()
 {
     fill(20000);
     select(m_fixture->path(QStringLiteral("flight.txt")));
-    Said said;
-    m_answer->next(listen(said));
+    BoxContent content;
+    m_answer->next(listen(content));
     m_fixture->entry(kFileMenu, kWriteExcel)->trigger();
-    // What a new read does to the store.
+    // A new read does the same to the store.
     clearData();
     initData();
     fill(5);
@@ -441,7 +441,7 @@ void TestMainWindowExport::closingTheWindowDuringAnExportLeavesNoUnfinishedWorkb
              QStringList(QStringLiteral("flight.xlsx")));
 }
 
-void TestMainWindowExport::routeConverterIsMadeOnceAndShownAgain()
+void TestMainWindowExport::routeConverterIsCreatedOnceAndReused()
 {
     QVERIFY(window().decodeRoutes() == nullptr);
     QDialog *first = nullptr;
@@ -458,7 +458,7 @@ void TestMainWindowExport::routeConverterIsMadeOnceAndShownAgain()
     QCOMPARE(first->parentWidget(), static_cast<QWidget *>(&window()));
 }
 
-void TestMainWindowExport::aboutPageComesUpAndIsLogged()
+void TestMainWindowExport::aboutPageIsShownAndLogged()
 {
     const LogFile log;
     QString title;
@@ -499,7 +499,7 @@ void TestMainWindowExport::plotDialogsHaveNoParentAndBlockTheProgram()
     QCOMPARE(modality, Qt::ApplicationModal);
 }
 
-void TestMainWindowExport::plotDialogsSpeakOfTheLastData_data()
+void TestMainWindowExport::plotDialogsOfferTheLastData_data()
 {
     QTest::addColumn<QByteArray>("entry");
     QTest::addColumn<bool>("read");
@@ -511,14 +511,14 @@ void TestMainWindowExport::plotDialogsSpeakOfTheLastData_data()
     QTest::newRow("Python, read") << QByteArray("python(P)") << true << QStringList();
 }
 
-void TestMainWindowExport::plotDialogsSpeakOfTheLastData()
+void TestMainWindowExport::plotDialogsOfferTheLastData()
 {
     QFETCH(QByteArray, entry);
     QFETCH(bool, read);
     QFETCH(QStringList, warnings);
     dataRead = read;
     const LogFile log;
-    QStringList before; // what stands in the log by the time the dialog is up
+    QStringList before; // log entries when the dialog opens
     QString text;
     m_answer->next([&](QDialog *dialog) {
         before = log.leveledMessages().filter("warning: ");
@@ -531,12 +531,12 @@ void TestMainWindowExport::plotDialogsSpeakOfTheLastData()
     m_fixture->entry("menuTrace", entry.constData())->trigger();
     QVERIFY(m_answer->allAnswered());
     QCOMPARE(before, warnings);
-    // Where MATLAB's stand-in is missing its dialog has said so instead.
+    // Without the fake MATLAB library its dialog shows an error text instead.
     if (entry.startsWith("python"))
         QCOMPARE(text, read ? QStringLiteral(" ") : QStringLiteral("使用上次数据"));
 }
 
-void TestMainWindowExport::calculatorsStayOpenBesideTheWindowAndDoNotKeepTheProgram()
+void TestMainWindowExport::calculatorsAreNotModalAndDoNotKeepTheProgramRunning()
 {
     QVERIFY(window().commonModule() == nullptr);
     QAction *const entry = m_fixture->entry("menuOther", "共用模块(M)");
@@ -553,7 +553,7 @@ void TestMainWindowExport::calculatorsStayOpenBesideTheWindowAndDoNotKeepTheProg
     QVERIFY(calculators->isVisible());
 }
 
-void TestMainWindowExport::everyCallOfTheMapLeavesAHiddenChild()
+void TestMainWindowExport::everyCallOfTheMapAddsAHiddenChild()
 {
     const auto *bar = window().findChild<QWidget *>(QStringLiteral("toolBar"));
     const QList<QAction *> actions = bar->actions();
@@ -590,7 +590,7 @@ void TestMainWindowExport::toolBarOpensTheTool()
 {
     QFETCH(QString, text);
     QFETCH(QByteArray, className);
-    // Modal ones answer while the trigger runs; the calculators stay open beside the window.
+    // Modal dialogs are answered during trigger(); the calculators are not modal and stay open.
     QByteArray shown;
     m_answer->next([&](QDialog *dialog) { shown = dialog->metaObject()->className(); });
     const QList<QAction *> actions = window().findChild<QWidget *>(QStringLiteral("toolBar"))->actions();

@@ -67,13 +67,13 @@ private slots:
         m_fixture.reset();
     }
 
-    void theClickedCanvasTakesTheKeys_data()
+    void theClickedCanvasReceivesTheKeys_data()
     {
         QTest::addColumn<bool>("second");
         QTest::newRow("first canvas") << false;
         QTest::newRow("second canvas") << true;
     }
-    void theClickedCanvasTakesTheKeys()
+    void theClickedCanvasReceivesTheKeys()
     {
         QFETCH(bool, second);
         QCPGraph *const curve = show(second ? "checkBox_rollDiff" : "checkBox_roll", second ? "横滚差值" : "横滚");
@@ -82,7 +82,7 @@ private slots:
         press(Qt::Key_End);
         const MyCustomPlot *const controller = second ? window().myPlot_2() : window().myPlot();
         QVERIFY(controller->tracer()->graph() == curve);
-        QCOMPARE(controller->tracer()->position->value(), 3.0); // the last of 1, 2, 4, 3
+        QCOMPARE(controller->tracer()->position->value(), 3.0); // last sample of 1, 2, 4, 3
         press(Qt::Key_Left);
         QCOMPARE(controller->tracer()->position->value(), 4.0);
         QVERIFY(QToolTip::text().contains(QStringLiteral(",  4)")));
@@ -104,7 +104,7 @@ private slots:
         show("checkBox_roll", "横滚");
         show("checkBox_rollDiff", "横滚差值");
         click(false);
-        press(Qt::Key_Backspace); // nothing to go back to, and the present view is recorded
+        press(Qt::Key_Backspace); // there is no previous view; the current view is recorded
         const QVector<QCPRange> start = ranges();
         canvas(true)->yAxis->setRange(-100, 100);
         canvas(true)->xAxis->setRange(5, 6);
@@ -128,7 +128,7 @@ private slots:
         const QImage image = QApplication::clipboard()->image();
         QCOMPARE(image.width(), canvas(false)->width());
         QCOMPARE(image.height(), canvas(false)->height() + canvas(true)->height());
-        // What stands on the screen, one below the other.
+        // The visible canvases, one below the other.
         canvas(false)->replot();
         canvas(true)->replot();
         int y = 0;
@@ -183,7 +183,7 @@ private slots:
             QSvgRenderer renderer(path);
             QVERIFY(renderer.isValid());
             QCOMPARE(renderer.viewBox().size(), size);
-            // Lines, not an image of them.
+            // The file contains vector lines, not an image.
             QVERIFY(contents(path).contains("<polyline"));
             QVERIFY(!contents(path).contains("<image"));
         } else {
@@ -193,25 +193,25 @@ private slots:
         QCOMPARE(m_fixture->status(), QStringLiteral("图片已保存：") + path);
         QCOMPARE(m_fixture->statusInterval(), 2500);
     }
-    void curvesOfAnSvgStayWithinTheirAxes_data()
+    void curvesOfAnSvgAreClippedToTheirAxes_data()
     {
         QTest::addColumn<double>("first");
         QTest::addColumn<double>("last");
         QTest::addColumn<double>("lower");
         QTest::addColumn<double>("upper");
-        // Samples of 1, 2, 4, 3 at 0, 0.2, 0.4, 0.6 seconds.
+        // Samples 1, 2, 4, 3 at 0, 0.2, 0.4, 0.6 seconds.
         QTest::newRow("up and down") << -0.1 << 0.7 << 2.2 << 2.8;
         QTest::newRow("before and after") << 0.25 << 0.35 << 0.0 << 5.0;
         QTest::newRow("all around") << 0.25 << 0.5 << 3.0 << 3.7;
     }
-    void curvesOfAnSvgStayWithinTheirAxes()
+    void curvesOfAnSvgAreClippedToTheirAxes()
     {
         QFETCH(double, first);
         QFETCH(double, last);
         QFETCH(double, lower);
         QFETCH(double, upper);
         QCPGraph *const curve = show("checkBox_roll", "横滚");
-        const QColor colour(250, 10, 240); // of nothing else
+        const QColor colour(250, 10, 240); // used by nothing else
         curve->setPen(QPen(colour, 2));
         const double start = double(startDateTime.toSecsSinceEpoch());
         canvas(false)->xAxis->setRange(start + first, start + last);
@@ -223,7 +223,7 @@ private slots:
             QRect found;
             const int bottom = canvas(false)->axisRect()->outerRect().bottom();
             for (int y = 0; y < image.height(); ++y) {
-                // The legend below the axes shows the pen too.
+                // The legend below the axes also shows the pen.
                 if (y > bottom && y < canvas(false)->height())
                     continue;
                 for (int x = 0; x < image.width(); ++x) {
@@ -254,7 +254,7 @@ private slots:
                                 .arg(onScreen.top())
                                 .arg(onScreen.right())
                                 .arg(onScreen.bottom())));
-        // The curve itself is as it was.
+        // The curve is unchanged.
         QCOMPARE(curve->data()->size(), before.size());
         for (int i = 0; i < before.size(); ++i)
             QCOMPARE((curve->data()->constBegin() + i)->value, before[i].value);
@@ -265,7 +265,7 @@ private slots:
         click(false);
         WindowFixture::select(curve);
         press(Qt::Key_End);
-        // Of the last sample, at 0.6 seconds, nothing is seen.
+        // The last sample, at 0.6 seconds, is outside the view.
         const double start = double(startDateTime.toSecsSinceEpoch());
         canvas(false)->xAxis->setRange(start, start + 0.3);
         const QCPDataSelection selection = curve->selection();
@@ -280,7 +280,7 @@ private slots:
         click(false);
         WindowFixture::select(curve);
         press(Qt::Key_End);
-        // The last sample, 3 at 0.6 seconds, is to the right of the view. The curve leaves the view at a value of 3.5.
+        // The last sample, 3 at 0.6 seconds, is right of the view. The curve leaves the view at the value 3.5.
         const double start = double(startDateTime.toSecsSinceEpoch());
         canvas(false)->xAxis->setRange(start, start + 0.5);
         canvas(false)->yAxis->setRange(0, 5);
@@ -305,7 +305,7 @@ private slots:
         QVERIFY2(redOfRow(3.5) < axes.width() / 10, qPrintable(QString::number(redOfRow(3.5))));
         QVERIFY(window().myPlot()->tracer()->graph() == curve);
     }
-    void theDialogStartsBesideTheLog()
+    void theDialogStartsInTheFolderOfTheLog()
     {
         QVERIFY(QDir().mkdir(m_fixture->path(QStringLiteral("flights"))));
         choose(m_fixture->path(QStringLiteral("flights/second.txt")));
@@ -324,7 +324,7 @@ private slots:
         QVERIFY(answer.allAnswered());
         QVERIFY(!QFileInfo::exists(m_fixture->path(QStringLiteral("flights/second.png"))));
     }
-    void anExistingFileIsAskedFor_data()
+    void overwritingAFileNeedsAConfirmation_data()
     {
         QTest::addColumn<QString>("typed");
         QTest::addColumn<bool>("replace");
@@ -332,7 +332,7 @@ private slots:
         QTest::newRow("replaced") << "a.png" << true;
         QTest::newRow("kept, typed without its suffix") << "a" << false;
     }
-    void anExistingFileIsAskedFor()
+    void overwritingAFileNeedsAConfirmation()
     {
         QFETCH(QString, typed);
         QFETCH(bool, replace);
@@ -361,7 +361,7 @@ private slots:
         QVERIFY(answer.allAnswered());
         QCOMPARE(QDir(m_fixture->path(QString())).entryList(), before);
     }
-    void anotherSuffixIsRefusedWithAWord()
+    void anotherSuffixIsRejectedWithAMessage()
     {
         LogFile log;
         log.mark();
@@ -373,10 +373,10 @@ private slots:
         QVERIFY(!QFileInfo::exists(m_fixture->path(QStringLiteral("a.bmp"))));
         QCOMPARE(m_fixture->status(), QStringLiteral("图片未能保存：文件名须以 .png、.svg 或 .pdf 结尾"));
     }
-    void aFailureIsToldAndKeepsTheOldFile()
+    void aFailureIsReportedAndKeepsTheOldFile()
     {
         if (!hasOrdinaryUser())
-            QSKIP("root may write everywhere, and there is no other user here");
+            QSKIP("root can write everywhere, and there is no other user");
         const QString folder = m_fixture->path(QStringLiteral("closed"));
         QVERIFY(QDir().mkdir(folder));
         const QString path = folder + QStringLiteral("/a.png");
@@ -393,7 +393,7 @@ private slots:
         QCOMPARE(code, 0);
         QCOMPARE(contents(path), QByteArray("mine"));
     }
-    void aFolderThatIsGoneIsTold()
+    void aMissingFolderIsReported()
     {
         LogFile log;
         log.mark();
@@ -409,9 +409,9 @@ private slots:
         QVERIFY2(lines[0].message.startsWith(QStringLiteral("picture not saved: ") + path),
                  qPrintable(lines[0].message));
     }
-    void noShortcutOfTheWindowIsNeeded()
+    void keysAreNotShortcutsOfTheWindow()
     {
-        // An edit elsewhere keeps its Ctrl+C.
+        // A text field elsewhere still receives Ctrl+C.
         QApplication::clipboard()->setText(QStringLiteral("mine"));
         window().setFocus();
         QTest::keyClick(&window(), Qt::Key_C, Qt::ControlModifier);
@@ -432,7 +432,7 @@ private:
         qFatal("%s is not shown", name);
     }
 
-    /** Clicks into a corner of a canvas, where no curve is. */
+    /** Clicks a corner of a canvas without a curve. */
     void click(bool second)
     {
         window().activateWindow();
@@ -441,13 +441,13 @@ private:
         QVERIFY(canvas(second)->hasFocus());
     }
 
-    /** A key for whatever has the focus. */
+    /** Presses a key in the widget that has the focus. */
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {
         QTest::keyClick(QApplication::focusWidget(), key, modifiers);
     }
 
-    /** Chooses a log as the menu does. */
+    /** Selects a log like the menu entry. */
     void choose(const QString &path)
     {
         write(path, "\n");

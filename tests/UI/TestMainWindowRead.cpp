@@ -25,7 +25,7 @@
 namespace
 {
 
-/** What the report shows, row by row and split by bars: the title alone, then "name value". */
+/** The rows of the report, joined by "|": the title, then "name value". */
 QString rows(const QDialog *report)
 {
     const auto *grid = qobject_cast<QGridLayout *>(report->layout());
@@ -73,39 +73,39 @@ private slots:
     }
 
     void fileDialogAsksForLogsInTheWorkingDirectory();
-    void chosenFileIsKeptAndShownWithoutTimeOut();
+    void chosenFileIsStoredAndShownWithoutTimeLimit();
     void cancelledFileDialogEmptiesThePath();
-    void cancellingAfterAReadKeepsCurvesAndStoreAndRefusesTheNextRead();
-    void dragIsAcceptedExactlyWithUrls();
-    void droppedFileIsKeptAndNamed();
-    void droppedFileIsTakenFromTheFirstUrlOnly();
+    void cancellingAfterAReadKeepsTheDataAndPreventsTheNextRead();
+    void dragIsAcceptedOnlyWithUrls();
+    void droppedFileIsStoredAndShown();
+    void dropUsesOnlyTheFirstUrl();
     void dropWithoutUrlsIsIgnored();
     void dropOfAnEmptyListOfUrlsIsIgnored();
     void dropOfARemoteUrlIsIgnored();
-    void selectingNeverStartsARead();
-    void readWithoutAFileIsRefusedWithABox();
-    void readRunsItsStepsInOrder();
-    void storeIsEmptyAndClosedWhenTheSourceIsAsked();
+    void selectingAFileStartsNoRead();
+    void readWithoutAFileShowsABox();
+    void readHasTheExpectedSteps();
+    void storeIsEmptyAndClosedWhenTheReadStarts();
     void reportShowsTheCountsOfAllPlanes();
     void reportShowsTheCountOfTheSelectedPlane();
-    void reportIsADialogOfItsOwnWithLargeCentredLabels();
-    void handlerLivesUntilTheReportIsClosed();
-    void boxesFollowTheStoreWhenAReadHasFinished();
-    void storeIsOpenAndBoxesAreTrueWhileTheReportIsShown();
-    void progressDialogIsModalWithoutAWayToCancel();
-    void progressDialogRunsToTheFilesSizeAndCloses();
-    void progressStartsWithinItsFirstRange();
-    void progressDialogIsMadeOnceAndReused();
+    void reportIsASeparateDialogWithLargeCentredLabels();
+    void handlerExistsUntilTheReportIsClosed();
+    void boxesAreUpdatedAtTheEndOfARead();
+    void storeIsOpenAndBoxesAreUpdatedWhileTheReportIsShown();
+    void progressDialogIsModalAndCannotBeCancelled();
+    void progressDialogReachesTheFileSizeAndCloses();
+    void progressStartsInTheInitialRange();
+    void progressDialogIsCreatedOnceAndReused();
     void readingAgainClearsTheBoxesWithTheNotReadMessage();
     void fileOfAnotherSuffixIsReportedAsEmpty_data();
     void fileOfAnotherSuffixIsReportedAsEmpty();
-    void vanishedLogIsReportedTwice();
+    void deletedLogIsReportedTwice();
     void unreadableLogDoesNotBlockItsReport();
-    void tinyLogLeavesNoProgressDialogBehind_data();
-    void tinyLogLeavesNoProgressDialogBehind();
-    void secondReadDuringAReadIsRefusedWithoutAWord();
-    void moreErrorsThanTheWrappedTotalAreReportedAsTheyAre();
-    void closingDuringAReadAnsweredNoGoesOn();
+    void smallLogLeavesNoProgressDialogOpen_data();
+    void smallLogLeavesNoProgressDialogOpen();
+    void secondReadDuringAReadIsIgnored();
+    void moreErrorsThanTheWrappedTotalAreReportedUnchanged();
+    void closingDuringAReadAnsweredNoContinuesTheRead();
     void closingDuringAReadAnsweredYesReadsToTheEndThenQuits();
 
 private:
@@ -116,10 +116,10 @@ private:
     {
         const Mime mime(urls);
         QDropEvent event(QPointF(5, 5), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
-        static_cast<QObject &>(window()).event(&event); // past the drag manager, which knows of no drag here
+        static_cast<QObject &>(window()).event(&event); // bypasses the drag manager, which has no drag
         return event.isAccepted();
     }
-    /** A log of samples with the clock set, each of the four frames of the common time axis. */
+    /** Writes a log with a valid clock. Each sample has the four frames of the common time axis. */
     QString log(int samples)
     {
         QStringList lines;
@@ -130,7 +130,7 @@ private:
         writeLines(path, lines);
         return path;
     }
-    /** Reads what was dropped and gives the rows of the reports that came. */
+    /** Reads the dropped file. Returns the rows of each report. */
     QStringList read(int reports = 1)
     {
         ModalAnswer answer;
@@ -142,8 +142,8 @@ private:
             result += answer.unexpected() + QStringList{QStringLiteral("not as many reports as expected")};
         return result;
     }
-    /** Calls something from inside the read, as soon as the progress dialog is on the screen. */
-    void onceReading(std::function<void()> action)
+    /** Calls the action during a read, when the progress dialog is visible. */
+    void duringRead(std::function<void()> action)
     {
         m_whileReading = std::move(action);
         m_poll.start(0);
@@ -181,7 +181,7 @@ void TestMainWindowRead::fileDialogAsksForLogsInTheWorkingDirectory()
     QVERIFY(answer.allAnswered());
 }
 
-void TestMainWindowRead::chosenFileIsKeptAndShownWithoutTimeOut()
+void TestMainWindowRead::chosenFileIsStoredAndShownWithoutTimeLimit()
 {
     const QString path = log(1);
     const LogFile messages;
@@ -196,7 +196,7 @@ void TestMainWindowRead::chosenFileIsKeptAndShownWithoutTimeOut()
     QCOMPARE(m_fixture->status(), QStringLiteral("Selected file is ") + path);
     QCOMPARE(messages.leveledMessages(),
              QStringList({"info: start select data file", QStringLiteral("info: file selected is:") + path}));
-    // A message with a time-out runs a timer inside the status bar.
+    // A message with a time limit runs a timer in the status bar.
     for (const QTimer *timer : window().statusBar()->findChildren<QTimer *>())
         QVERIFY(!timer->isActive());
 }
@@ -217,7 +217,7 @@ void TestMainWindowRead::cancelledFileDialogEmptiesThePath()
              QStringList({"info: start select data file", "warning: file selected is empty"}));
 }
 
-void TestMainWindowRead::cancellingAfterAReadKeepsCurvesAndStoreAndRefusesTheNextRead()
+void TestMainWindowRead::cancellingAfterAReadKeepsTheDataAndPreventsTheNextRead()
 {
     drop(log(3));
     read();
@@ -236,7 +236,7 @@ void TestMainWindowRead::cancellingAfterAReadKeepsCurvesAndStoreAndRefusesTheNex
     QVERIFY(m_fixture->box("checkBox_roll")->isChecked());
 }
 
-void TestMainWindowRead::dragIsAcceptedExactlyWithUrls()
+void TestMainWindowRead::dragIsAcceptedOnlyWithUrls()
 {
     const auto accepted = [this](const QMimeData &mime) {
         QDragEnterEvent event(QPoint(5, 5), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
@@ -251,7 +251,7 @@ void TestMainWindowRead::dragIsAcceptedExactlyWithUrls()
     QVERIFY(!accepted(text));
 }
 
-void TestMainWindowRead::droppedFileIsKeptAndNamed()
+void TestMainWindowRead::droppedFileIsStoredAndShown()
 {
     const LogFile messages;
     const QString path = m_fixture->path(QStringLiteral("航迹.pdf"));
@@ -263,7 +263,7 @@ void TestMainWindowRead::droppedFileIsKeptAndNamed()
         QVERIFY(!timer->isActive());
 }
 
-void TestMainWindowRead::droppedFileIsTakenFromTheFirstUrlOnly()
+void TestMainWindowRead::dropUsesOnlyTheFirstUrl()
 {
     drop({QUrl::fromLocalFile(QStringLiteral("/first.txt")), QUrl::fromLocalFile(QStringLiteral("/second.txt"))});
     QCOMPARE(window().filePath(), QStringLiteral("/first.txt"));
@@ -305,7 +305,7 @@ void TestMainWindowRead::dropOfARemoteUrlIsIgnored()
     QCOMPARE(messages.messages(), QStringList());
 }
 
-void TestMainWindowRead::selectingNeverStartsARead()
+void TestMainWindowRead::selectingAFileStartsNoRead()
 {
     const QSignalSpy reads(&window(), &MainWindow::readDataSignal);
     const QString path = log(1);
@@ -321,10 +321,10 @@ void TestMainWindowRead::selectingNeverStartsARead()
     QVERIFY(!dataRead);
 }
 
-void TestMainWindowRead::readWithoutAFileIsRefusedWithABox()
+void TestMainWindowRead::readWithoutAFileShowsABox()
 {
     const QSignalSpy reads(&window(), &MainWindow::readDataSignal);
-    dataRead = true; // as after an earlier read: it stays
+    dataRead = true; // as after an earlier read; it does not change
     const LogFile messages;
     ModalAnswer answer;
     answer.next([this](QDialog *modal) {
@@ -345,7 +345,7 @@ void TestMainWindowRead::readWithoutAFileIsRefusedWithABox()
     QVERIFY(dataRead);
 }
 
-void TestMainWindowRead::readRunsItsStepsInOrder()
+void TestMainWindowRead::readHasTheExpectedSteps()
 {
     drop(log(2));
     const LogFile messages;
@@ -360,19 +360,19 @@ void TestMainWindowRead::readRunsItsStepsInOrder()
              QStringList({"start decode data file", "remove all Graph", "remove all Graph", "clear data;",
                           "init global data", "start decode data", "total frame cnt is 8", "error frame cnt is 0",
                           "All plane's frame is 8", "start cal factors", "decode data finished"}));
-    // The two canvases say the same, and the status bar tells of a change only.
+    // Both canvases report the same text, and the status bar emits only changes.
     QCOMPARE(status, QStringList({"移除所有曲线", "开始解析数据", "文件解析成功,处理数据...", "数据处理完成"}));
     QVERIFY(dataRead);
 }
 
-void TestMainWindowRead::storeIsEmptyAndClosedWhenTheSourceIsAsked()
+void TestMainWindowRead::storeIsEmptyAndClosedWhenTheReadStarts()
 {
     drop(log(2));
     read();
     m_fixture->box("checkBox_roll")->setChecked(true);
     m_fixture->box("checkBox_rollDiff")->setChecked(true);
     bool asked = false;
-    // Connected before the source is, so it runs before.
+    // This slot is connected before the reader's slot, so it runs first.
     connect(&window(), &MainWindow::readDataSignal, &window(), [&] {
         asked = true;
         QVERIFY(!dataRead);
@@ -388,7 +388,7 @@ void TestMainWindowRead::storeIsEmptyAndClosedWhenTheSourceIsAsked()
 
 void TestMainWindowRead::reportShowsTheCountsOfAllPlanes()
 {
-    // Two cycles, three heartbeats, one payload frame, of two planes, and two lines that are no frames.
+    // Two cycles, three heartbeats and one payload frame of two planes, and two lines without a frame.
     QStringList lines = oneCycle(1) + oneCycle(2);
     for (int i = 0; i < 3; ++i)
         lines.append(FrameText(0x01).text());
@@ -398,7 +398,7 @@ void TestMainWindowRead::reportShowsTheCountsOfAllPlanes()
     const QString path = m_fixture->path(QStringLiteral("mixed.txt"));
     writeLines(path, lines);
     drop(path);
-    // 14 lines, of which two make no sample.
+    // 14 lines; two of them give no sample.
     QCOMPARE(read(),
              QStringList({"解析完成:|总帧数: 14|错误帧： 2|所有飞机的帧数： 12|"
                           "0x01: 3|0x02: 2|0x03: 2|0x04: 2|0x05: 2|0x41: 1"}));
@@ -417,7 +417,7 @@ void TestMainWindowRead::reportShowsTheCountOfTheSelectedPlane()
                           "0x01: 0|0x02: 2|0x03: 2|0x04: 2|0x05: 2|0x41: 0"}));
 }
 
-void TestMainWindowRead::reportIsADialogOfItsOwnWithLargeCentredLabels()
+void TestMainWindowRead::reportIsASeparateDialogWithLargeCentredLabels()
 {
     drop(log(1));
     ModalAnswer answer;
@@ -440,11 +440,11 @@ void TestMainWindowRead::reportIsADialogOfItsOwnWithLargeCentredLabels()
     QVERIFY(seen.isNull());
 }
 
-void TestMainWindowRead::handlerLivesUntilTheReportIsClosed()
+void TestMainWindowRead::handlerExistsUntilTheReportIsClosed()
 {
     drop(log(1));
     ModalAnswer answer;
-    // Disconnecting tells whether somebody was there: nobody but the handler listens.
+    // Only the handler is connected, so disconnect() returns whether it still exists.
     bool alive = false;
     answer.next([&](QDialog *) { alive = window().disconnect(SIGNAL(readDataSignal(QString))); });
     trigger("读取数据(R)");
@@ -454,9 +454,9 @@ void TestMainWindowRead::handlerLivesUntilTheReportIsClosed()
     QVERIFY(!window().disconnect(SIGNAL(readDataSignal(QString))));
 }
 
-void TestMainWindowRead::boxesFollowTheStoreWhenAReadHasFinished()
+void TestMainWindowRead::boxesAreUpdatedAtTheEndOfARead()
 {
-    // Before a read a tick stays although nothing is shown; the end of a read takes it back.
+    // A box ticked before a read stays ticked without a curve; the end of a read unticks it.
     QCheckBox *const box = m_fixture->box("checkBox_pitch");
     box->setChecked(true);
     drop(log(1));
@@ -464,10 +464,10 @@ void TestMainWindowRead::boxesFollowTheStoreWhenAReadHasFinished()
     QVERIFY(!box->isChecked());
 }
 
-void TestMainWindowRead::storeIsOpenAndBoxesAreTrueWhileTheReportIsShown()
+void TestMainWindowRead::storeIsOpenAndBoxesAreUpdatedWhileTheReportIsShown()
 {
     QCheckBox *const box = m_fixture->box("checkBox_pitch");
-    box->setChecked(true); // before a read, so that no curve stands behind it
+    box->setChecked(true); // before a read, so it has no curve
     dataRead = false;
     ModalAnswer answer;
     bool open = false;
@@ -482,11 +482,11 @@ void TestMainWindowRead::storeIsOpenAndBoxesAreTrueWhileTheReportIsShown()
     QVERIFY(!ticked);
 }
 
-void TestMainWindowRead::progressDialogIsModalWithoutAWayToCancel()
+void TestMainWindowRead::progressDialogIsModalAndCannotBeCancelled()
 {
     drop(log(200));
     bool looked = false;
-    onceReading([&] {
+    duringRead([&] {
         const QProgressDialog *dialog = window().progressDialog();
         QVERIFY(!dialog->parentWidget());
         QVERIFY(dialog->isModal());
@@ -503,7 +503,7 @@ void TestMainWindowRead::progressDialogIsModalWithoutAWayToCancel()
         QVERIFY(dialog->windowFlags().testFlag(Qt::WindowMinimizeButtonHint));
         QVERIFY(!dialog->windowFlags().testFlag(Qt::WindowCloseButtonHint));
         QVERIFY(!dialog->windowFlags().testFlag(Qt::WindowMaximizeButtonHint));
-        // Nor is there one without a button: the rest of the program stays out of reach.
+        // The dialog cannot be closed in another way, and it blocks the program.
         QTest::keyClick(window().progressDialog(), Qt::Key_Escape);
         QVERIFY(!window().progressDialog()->close());
         QVERIFY(dialog->isVisible());
@@ -514,22 +514,22 @@ void TestMainWindowRead::progressDialogIsModalWithoutAWayToCancel()
     QVERIFY(looked);
 }
 
-void TestMainWindowRead::progressDialogRunsToTheFilesSizeAndCloses()
+void TestMainWindowRead::progressDialogReachesTheFileSizeAndCloses()
 {
     const QString path = log(200);
     drop(path);
     int maximum = 0;
-    onceReading([&] { maximum = window().progressDialog()->maximum(); });
+    duringRead([&] { maximum = window().progressDialog()->maximum(); });
     read();
     QCOMPARE(qint64(maximum), QFileInfo(path).size());
     QVERIFY(!window().progressDialog()->isVisible());
 }
 
-void TestMainWindowRead::progressStartsWithinItsFirstRange()
+void TestMainWindowRead::progressStartsInTheInitialRange()
 {
     drop(log(3));
     read();
-    // Each value is set before the maximum that comes with it: the first one of a read finds the range of the set-up.
+    // Each value is set before its maximum, so the first value of a read is limited by the initial range.
     const auto *bar = window().progressDialog()->findChild<QProgressBar *>();
     QVector<QPair<int, int>> shown;
     const auto connection = connect(bar, &QProgressBar::valueChanged, this, [&](int value) {
@@ -537,7 +537,7 @@ void TestMainWindowRead::progressStartsWithinItsFirstRange()
     });
     read();
     disconnect(connection);
-    // The bar is without a value, which is one less than its minimum, when it is set up.
+    // The initial value of the bar is its minimum minus one, which means no value.
     shown.erase(std::remove_if(shown.begin(), shown.end(), [](const auto &each) { return each.first < 1; }),
                 shown.end());
     QVERIFY(shown.size() > 1);
@@ -545,7 +545,7 @@ void TestMainWindowRead::progressStartsWithinItsFirstRange()
     QVERIFY(shown[1].second > 50);
 }
 
-void TestMainWindowRead::progressDialogIsMadeOnceAndReused()
+void TestMainWindowRead::progressDialogIsCreatedOnceAndReused()
 {
     drop(log(200));
     QVERIFY(!window().progressDialog());
@@ -553,7 +553,7 @@ void TestMainWindowRead::progressDialogIsMadeOnceAndReused()
     const QPointer<QProgressDialog> first = window().progressDialog();
     QVERIFY(first);
     bool again = false;
-    onceReading([&] { again = true; });
+    duringRead([&] { again = true; });
     QCOMPARE(read().size(), 1);
     QVERIFY(again);
     QCOMPARE(window().progressDialog(), first.data());
@@ -603,7 +603,7 @@ void TestMainWindowRead::fileOfAnotherSuffixIsReportedAsEmpty()
     QVERIFY(!window().progressDialog());
 }
 
-void TestMainWindowRead::vanishedLogIsReportedTwice()
+void TestMainWindowRead::deletedLogIsReportedTwice()
 {
     const QString path = log(1);
     drop(path);
@@ -614,7 +614,7 @@ void TestMainWindowRead::vanishedLogIsReportedTwice()
 
 void TestMainWindowRead::unreadableLogDoesNotBlockItsReport()
 {
-    // A folder has a size but cannot be opened: the progress has begun when the first report comes.
+    // A folder has a size but cannot be opened, so the progress starts before the first report.
     const QString path = m_fixture->path(QStringLiteral("x.txt"));
     QVERIFY(QDir().mkdir(path));
     drop(path);
@@ -622,7 +622,7 @@ void TestMainWindowRead::unreadableLogDoesNotBlockItsReport()
     int reports = 0;
     const auto look = [&](QDialog *report) {
         ++reports;
-        // Whatever wanted to come up has had its chance.
+        // Pending events could show the progress dialog here.
         QCoreApplication::processEvents();
         QVERIFY(!window().progressDialog()->isVisible());
         QCOMPARE(QApplication::activeModalWidget(), static_cast<QWidget *>(report));
@@ -636,14 +636,14 @@ void TestMainWindowRead::unreadableLogDoesNotBlockItsReport()
     QVERIFY(!window().progressDialog()->isVisible());
 }
 
-void TestMainWindowRead::tinyLogLeavesNoProgressDialogBehind_data()
+void TestMainWindowRead::smallLogLeavesNoProgressDialogOpen_data()
 {
     QTest::addColumn<int>("bytes");
     for (int bytes : {0, 1, 2, 29, 30, 31, 49, 50, 51})
         QTest::addRow("%d bytes", bytes) << bytes;
 }
 
-void TestMainWindowRead::tinyLogLeavesNoProgressDialogBehind()
+void TestMainWindowRead::smallLogLeavesNoProgressDialogOpen()
 {
     QFETCH(int, bytes);
     QFile file(m_fixture->path(QStringLiteral("tiny.txt")));
@@ -659,12 +659,12 @@ void TestMainWindowRead::tinyLogLeavesNoProgressDialogBehind()
     QVERIFY(!QApplication::activeModalWidget());
 }
 
-void TestMainWindowRead::secondReadDuringAReadIsRefusedWithoutAWord()
+void TestMainWindowRead::secondReadDuringAReadIsIgnored()
 {
     drop(log(200));
     const LogFile messages;
     bool asked = false;
-    onceReading([&] {
+    duringRead([&] {
         asked = true;
         const QString before = m_fixture->status();
         QMetaObject::invokeMethod(&window(), "readDataSlot_1");
@@ -675,16 +675,16 @@ void TestMainWindowRead::secondReadDuringAReadIsRefusedWithoutAWord()
     QVERIFY(asked);
     QCOMPARE(messages.messages().count(QStringLiteral("start decode data file")), 1);
     QCOMPARE(messages.messages().count(QStringLiteral("decode data finished")), 1);
-    // And afterwards it is allowed again.
+    // After the read it is allowed again.
     QCOMPARE(read().size(), 1);
 }
 
-void TestMainWindowRead::moreErrorsThanTheWrappedTotalAreReportedAsTheyAre()
+void TestMainWindowRead::moreErrorsThanTheWrappedTotalAreReportedUnchanged()
 {
     ModalAnswer answer;
     QString report;
     answer.next([&](QDialog *modal) { report = rows(modal); });
-    // 65,540 frames with 10 bad ones: both counters have 16 bits.
+    // 65,540 frames with 10 errors; both counters have 16 bits.
     QVERIFY(QMetaObject::invokeMethod(&window(), "readDataFinishedSlot", Q_ARG(ushort, 4), Q_ARG(ushort, 10),
                                       Q_ARG(ushort, 0)));
     QVERIFY(answer.allAnswered());
@@ -692,7 +692,7 @@ void TestMainWindowRead::moreErrorsThanTheWrappedTotalAreReportedAsTheyAre()
              qPrintable(report));
 }
 
-void TestMainWindowRead::closingDuringAReadAnsweredNoGoesOn()
+void TestMainWindowRead::closingDuringAReadAnsweredNoContinuesTheRead()
 {
     drop(log(200));
     ModalAnswer answer;
@@ -700,7 +700,7 @@ void TestMainWindowRead::closingDuringAReadAnsweredNoGoesOn()
     QString report;
     answer.next([&](QDialog *modal) { report = rows(modal); });
     bool closed = true;
-    onceReading([&] { closed = window().close(); });
+    duringRead([&] { closed = window().close(); });
     trigger("读取数据(R)");
     QVERIFY(!closed);
     QVERIFY(answer.allAnswered());
@@ -717,7 +717,7 @@ void TestMainWindowRead::closingDuringAReadAnsweredYesReadsToTheEndThenQuits()
     answer.next([](QDialog *modal) { qobject_cast<QMessageBox *>(modal)->button(QMessageBox::Yes)->click(); });
     bool closed = false;
     bool readWhenClosed = true;
-    onceReading([&] {
+    duringRead([&] {
         closed = window().close();
         readWhenClosed = dataRead;
     });
@@ -726,7 +726,7 @@ void TestMainWindowRead::closingDuringAReadAnsweredYesReadsToTheEndThenQuits()
     QCOMPARE(QApplication::exec(), 0);
     QVERIFY(closed);
     QVERIFY(!readWhenClosed);
-    QVERIFY(answer.allAnswered()); // so that no report came
+    QVERIFY(answer.allAnswered()); // no report was shown
     QVERIFY(dataRead);
     QCOMPARE(messages.messages().constLast(), QStringLiteral("decode data finished"));
     QCOMPARE(channelGroup(0x03)->length(), 200);

@@ -14,7 +14,7 @@ namespace
 
 constexpr int kLimit = 60000;
 
-/** A program in front of the search path; the path is put back at the end. */
+/** Puts a folder first in PATH. The destructor restores PATH. */
 class SearchPath
 {
 public:
@@ -43,12 +43,12 @@ private slots:
 
     void updaterGetsItsFourArgumentsAndTheProgramQuits();
     void programQuitsWithoutTheUpdater();
-    void updaterThatIsNotThereIsNamedInTheLog();
-    void updaterOutlivesTheWindow();
-    void processIsMadeOnFirstUseAndKept();
+    void missingUpdaterIsLoggedWithItsName();
+    void updaterKeepsRunningAfterTheWindowIsDeleted();
+    void processIsCreatedOnFirstUseAndKept();
 
 private:
-    /** Puts a shell script named updater.exe into a folder of its own and gives that folder. */
+    /** Writes a shell script named updater.exe in a new folder. Returns the folder. */
     QString makeUpdater(const QByteArray &script)
     {
         const QString folder = m_fixture->path(QStringLiteral("programs"));
@@ -61,7 +61,7 @@ private:
         return folder;
     }
 
-    /** Runs the program's loop, takes the action, and gives what the loop ends with; 99 when it does not end. */
+    /** Triggers the action in the event loop. Returns the exit code of the loop, or 99 if it does not end. */
     int runAction()
     {
         QTimer::singleShot(0, &m_fixture->window(), [this] { m_fixture->entry("menuHelp", "更新(D)")->trigger(); });
@@ -86,13 +86,13 @@ void TestMainWindowUpdate::updaterGetsItsFourArgumentsAndTheProgramQuits()
     const SearchPath path(makeUpdater("printf '%s\\n' \"$#\" \"$@\" > '" + QFile::encodeName(record) + ".part'\n"
                                       + "/bin/mv '" + QFile::encodeName(record) + ".part' '" + QFile::encodeName(record)
                                       + "'\n"));
-    ModalAnswer answer; // the quit question would come here, and does not
+    ModalAnswer answer; // fails if the quit question is shown
     QCOMPARE(runAction(), 0);
     QVERIFY(answer.allAnswered());
     QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(record), kLimit);
     QVERIFY(buildDateTime().isValid());
     const QString date = buildDateText(buildDateTime());
-    // No application name is set, so it is the executable's.
+    // No application name is set, so Qt uses the name of the executable.
     QCOMPARE(recorded(QStringLiteral("arguments")), QStringList({"4", "TestMainWindowUpdate", "2.3.2", date, "1"}));
 }
 
@@ -105,7 +105,7 @@ void TestMainWindowUpdate::programQuitsWithoutTheUpdater()
     QCOMPARE(m_fixture->window().updaterProcess()->error(), QProcess::FailedToStart);
 }
 
-void TestMainWindowUpdate::updaterThatIsNotThereIsNamedInTheLog()
+void TestMainWindowUpdate::missingUpdaterIsLoggedWithItsName()
 {
     const SearchPath path(m_fixture->path(QStringLiteral("nothing here")));
     ModalAnswer answer;
@@ -116,10 +116,10 @@ void TestMainWindowUpdate::updaterThatIsNotThereIsNamedInTheLog()
     QVERIFY2(lines[0].startsWith(QStringLiteral("error: updater.exe does not start: ")), qPrintable(lines[0]));
 }
 
-void TestMainWindowUpdate::updaterOutlivesTheWindow()
+void TestMainWindowUpdate::updaterKeepsRunningAfterTheWindowIsDeleted()
 {
     const QString record = m_fixture->path(QStringLiteral("pid"));
-    // Busy for longer than the test takes; it is ended at the end.
+    // Runs longer than the test, which kills it at the end.
     const SearchPath path(makeUpdater("echo $$ > '" + QFile::encodeName(record) + "'\nexec /bin/sleep 600\n"));
     QCOMPARE(runAction(), 0);
     QTRY_COMPARE_WITH_TIMEOUT(recorded(QStringLiteral("pid")).size(), 1, kLimit);
@@ -135,7 +135,7 @@ void TestMainWindowUpdate::updaterOutlivesTheWindow()
     delete process;
 }
 
-void TestMainWindowUpdate::processIsMadeOnFirstUseAndKept()
+void TestMainWindowUpdate::processIsCreatedOnFirstUseAndKept()
 {
     QVERIFY(!m_fixture->window().updaterProcess());
     const SearchPath path(m_fixture->path(QStringLiteral("nothing here")));
@@ -146,7 +146,7 @@ void TestMainWindowUpdate::processIsMadeOnFirstUseAndKept()
     QCOMPARE(process->program(), QStringLiteral("updater.exe"));
     QCOMPARE(runAction(), 0);
     QCOMPARE(m_fixture->window().updaterProcess(), process.data());
-    // One that does not run goes with the window.
+    // A process that is not running is deleted with the window.
     m_fixture->closeWindow();
     QVERIFY(process.isNull());
 }

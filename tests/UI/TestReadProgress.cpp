@@ -14,16 +14,16 @@ private slots:
     void init() { m_fixture = std::make_unique<Fixture>(); }
     void cleanup() { m_fixture.reset(); }
 
-    void valueAndMaximumFollowTheHandler();
-    void nextReadStartsWithTheFirstRange();
+    void valueAndMaximumAreTakenFromTheHandler();
+    void nextReadStartsWithTheInitialRange();
     void userCannotCloseIt();
-    void closesForTheEndOfTheProgram();
+    void closesAtTheEndOfTheProgram();
 
 private:
     std::unique_ptr<Fixture> m_fixture;
 };
 
-void TestReadProgress::valueAndMaximumFollowTheHandler()
+void TestReadProgress::valueAndMaximumAreTakenFromTheHandler()
 {
     DataHandler handler;
     ReadProgress progress;
@@ -31,7 +31,7 @@ void TestReadProgress::valueAndMaximumFollowTheHandler()
     QCOMPARE(progress.minimum(), 1);
     QCOMPARE(progress.maximum(), 50);
     QVERIFY(progress.isModal());
-    // The value comes before the maximum: one above the old range is dropped.
+    // The value is set before the maximum, so a value above the old range is ignored.
     emit handler.process(60, 200);
     QVERIFY(progress.value() != 60);
     QCOMPARE(progress.maximum(), 200);
@@ -43,7 +43,7 @@ void TestReadProgress::valueAndMaximumFollowTheHandler()
     QVERIFY(!progress.isVisible());
 }
 
-void TestReadProgress::nextReadStartsWithTheFirstRange()
+void TestReadProgress::nextReadStartsWithTheInitialRange()
 {
     ReadProgress progress;
     {
@@ -74,11 +74,11 @@ void TestReadProgress::userCannotCloseIt()
     QVERIFY(!progress.wasCanceled());
 }
 
-void TestReadProgress::closesForTheEndOfTheProgram()
+void TestReadProgress::closesAtTheEndOfTheProgram()
 {
     ReadProgress progress;
     progress.show();
-    progress.setAttribute(Qt::WA_QuitOnClose, false); // as the main window's end does
+    progress.setAttribute(Qt::WA_QuitOnClose, false); // like the end of the main window
     QVERIFY(progress.close());
     QVERIFY(!progress.isVisible());
 }

@@ -15,12 +15,12 @@ private slots:
     void init() { m_fixture = std::make_unique<Fixture>(Fixture::Catalogue::Missing); }
     void cleanup() { m_fixture.reset(); }
 
-    void rowsCountFramesAndTheSamplesOfEachGroup();
+    void rowsShowFramesAndTheSamplesOfEachGroup();
     void selectedPlaneReplacesTheRowOfAllPlanes();
-    void errorsMayExceedTheTotal();
+    void errorsCanExceedTheTotal();
 
 private:
-    /** The texts of the labels, from top to bottom and from left to right. */
+    /** The label texts from top to bottom and left to right. */
     static QString texts(const ReadReport &report)
     {
         QStringList result;
@@ -32,9 +32,9 @@ private:
     std::unique_ptr<Fixture> m_fixture;
 };
 
-void TestReadReport::rowsCountFramesAndTheSamplesOfEachGroup()
+void TestReadReport::rowsShowFramesAndTheSamplesOfEachGroup()
 {
-    // The first channel of a group counts; each code has another number.
+    // The report uses the first channel of each group. Each code has a different number of samples.
     int samples = 0;
     for (const int code : {0x01, 0x02, 0x03, 0x04, 0x05, 0x41})
         channelGroup(quint8(code))->channels[0]->setYvalue(QVector<double>(++samples));
@@ -55,7 +55,7 @@ void TestReadReport::selectedPlaneReplacesTheRowOfAllPlanes()
                             "0x01: 0 0x02: 0 0x03: 0 0x04: 0 0x05: 0 0x41: 0"));
 }
 
-void TestReadReport::errorsMayExceedTheTotal()
+void TestReadReport::errorsCanExceedTheTotal()
 {
     QVERIFY(texts(ReadReport(0, 65535, 0)).contains(QStringLiteral("All plane's frame: -65535 ")));
 }

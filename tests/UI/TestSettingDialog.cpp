@@ -38,7 +38,7 @@ void press(const QDialog &dialog, QDialogButtonBox::StandardButton which)
     QTest::mouseClick(dialog.findChild<QDialogButtonBox *>("buttonBox")->button(which), Qt::LeftButton);
 }
 
-/** The one pen that OK sends; the dialog is gone afterwards. */
+/** Presses OK and returns the emitted pen. The dialog is closed afterwards. */
 QPen penOfOk(SettingDialog &dialog)
 {
     const QSignalSpy pens(&dialog, &SettingDialog::resetGraphSignal);
@@ -65,18 +65,18 @@ private slots:
     void lineStylesAreNamed_data();
     void lineStylesAreNamed();
     void opensWithASolidLineOfWidthOneInTheDefaultColour();
-    void untouchedOkSendsASolidPenOfWidthOne();
+    void okWithoutChangesEmitsASolidPenOfWidthOne();
     void everyItemHasItsPenStyle_data();
     void everyItemHasItsPenStyle();
-    void customLineHasNoPatternOfItsOwn();
+    void customLineHasNoDashPattern();
     void typedThicknessIsTheWidth_data();
     void typedThicknessIsTheWidth();
     void thicknessOfZeroIsACosmeticPen();
-    void chosenColourIsThePensAndNotTheDefault();
-    void cancelledColourTurnsTheButtonBlackAndGoesIntoThePen();
-    void penIsSentBeforeTheDialogCloses();
-    void cancelSendsNothingAndCloses();
-    void nothingIsKeptForTheNextOpening();
+    void chosenColourIsUsedForThePenButNotAsDefault();
+    void cancelledColourSetsABlackButtonAndAnInvalidPenColour();
+    void penIsEmittedBeforeTheDialogCloses();
+    void cancelEmitsNothingAndCloses();
+    void nextOpeningShowsTheDefaultsAgain();
 
 private:
     std::unique_ptr<Fixture> m_fixture;
@@ -167,7 +167,7 @@ void TestSettingDialog::opensWithASolidLineOfWidthOneInTheDefaultColour()
                             "            border-radius: 3px;}"));
 }
 
-void TestSettingDialog::untouchedOkSendsASolidPenOfWidthOne()
+void TestSettingDialog::okWithoutChangesEmitsASolidPenOfWidthOne()
 {
     defaultColor = QColor(9, 88, 177);
     SettingDialog dialog(nullptr);
@@ -198,7 +198,7 @@ void TestSettingDialog::everyItemHasItsPenStyle()
     QCOMPARE(penOfOk(dialog).style(), style);
 }
 
-void TestSettingDialog::customLineHasNoPatternOfItsOwn()
+void TestSettingDialog::customLineHasNoDashPattern()
 {
     SettingDialog dialog(nullptr);
     lineStyle(dialog)->setCurrentIndex(5);
@@ -215,7 +215,7 @@ void TestSettingDialog::typedThicknessIsTheWidth_data()
     QTest::addColumn<int>("width");
     QTest::newRow("7") << "7" << 7;
     QTest::newRow("99") << "99" << 99;
-    // The third digit does not get into the box.
+    // The spin box rejects the third digit.
     QTest::newRow("100") << "100" << 10;
 }
 
@@ -239,7 +239,7 @@ void TestSettingDialog::thicknessOfZeroIsACosmeticPen()
     QVERIFY(pen.isCosmetic());
 }
 
-void TestSettingDialog::chosenColourIsThePensAndNotTheDefault()
+void TestSettingDialog::chosenColourIsUsedForThePenButNotAsDefault()
 {
     SettingDialog dialog(nullptr);
     const ColorDialogAnswer answer(QColor(12, 34, 56));
@@ -255,7 +255,7 @@ void TestSettingDialog::chosenColourIsThePensAndNotTheDefault()
     QCOMPARE(defaultColor, QColor(Qt::black));
 }
 
-void TestSettingDialog::cancelledColourTurnsTheButtonBlackAndGoesIntoThePen()
+void TestSettingDialog::cancelledColourSetsABlackButtonAndAnInvalidPenColour()
 {
     defaultColor = QColor(9, 88, 177);
     SettingDialog dialog(nullptr);
@@ -266,7 +266,7 @@ void TestSettingDialog::cancelledColourTurnsTheButtonBlackAndGoesIntoThePen()
     QVERIFY(!penOfOk(dialog).color().isValid());
 }
 
-void TestSettingDialog::penIsSentBeforeTheDialogCloses()
+void TestSettingDialog::penIsEmittedBeforeTheDialogCloses()
 {
     SettingDialog dialog(nullptr);
     bool visible = false;
@@ -277,7 +277,7 @@ void TestSettingDialog::penIsSentBeforeTheDialogCloses()
     QVERIFY(!dialog.isVisible());
 }
 
-void TestSettingDialog::cancelSendsNothingAndCloses()
+void TestSettingDialog::cancelEmitsNothingAndCloses()
 {
     SettingDialog dialog(nullptr);
     const QSignalSpy pens(&dialog, &SettingDialog::resetGraphSignal);
@@ -287,7 +287,7 @@ void TestSettingDialog::cancelSendsNothingAndCloses()
     QCOMPARE(pens.count(), 0);
 }
 
-void TestSettingDialog::nothingIsKeptForTheNextOpening()
+void TestSettingDialog::nextOpeningShowsTheDefaultsAgain()
 {
     {
         SettingDialog dialog(nullptr);

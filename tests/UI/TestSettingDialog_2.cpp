@@ -26,7 +26,7 @@ void press(const QDialog &dialog, QDialogButtonBox::StandardButton which)
     QTest::mouseClick(dialog.findChild<QDialogButtonBox *>("buttonBox")->button(which), Qt::LeftButton);
 }
 
-/** The one font that OK sends; the dialog is gone afterwards. */
+/** Presses OK and returns the emitted font. The dialog is closed afterwards. */
 QFont fontOfOk(SettingDialog_2 &dialog)
 {
     const QSignalSpy fonts(&dialog, &SettingDialog_2::resetAxisSizeSignal);
@@ -50,13 +50,13 @@ private slots:
     void declaresItsSignalsAndSlotsInOrder();
     void formIsALabelledSizeAndTwoButtons_data();
     void formIsALabelledSizeAndTwoButtons();
-    void untouchedOkSendsTheDefaultFontAtEightPoints();
+    void okWithoutChangesEmitsTheDefaultFontAtEightPoints();
     void typedSizeIsThePointSize_data();
     void typedSizeIsThePointSize();
-    void sizeOfZeroLeavesTheDefaultSizeAndQtComplains();
-    void fontIsSentBeforeTheDialogCloses();
-    void cancelSendsNothingAndCloses();
-    void nothingIsKeptForTheNextOpening();
+    void sizeOfZeroKeepsTheDefaultSizeWithAQtWarning();
+    void fontIsEmittedBeforeTheDialogCloses();
+    void cancelEmitsNothingAndCloses();
+    void nextOpeningShowsTheDefaultsAgain();
 
 private:
     std::unique_ptr<Fixture> m_fixture;
@@ -109,7 +109,7 @@ void TestSettingDialog_2::formIsALabelledSizeAndTwoButtons()
     QVERIFY(buttons->y() > label->y());
 }
 
-void TestSettingDialog_2::untouchedOkSendsTheDefaultFontAtEightPoints()
+void TestSettingDialog_2::okWithoutChangesEmitsTheDefaultFontAtEightPoints()
 {
     SettingDialog_2 dialog(nullptr);
     const QFont font = fontOfOk(dialog);
@@ -137,7 +137,7 @@ void TestSettingDialog_2::typedSizeIsThePointSize()
     QCOMPARE(fontOfOk(dialog).pointSize(), points);
 }
 
-void TestSettingDialog_2::sizeOfZeroLeavesTheDefaultSizeAndQtComplains()
+void TestSettingDialog_2::sizeOfZeroKeepsTheDefaultSizeWithAQtWarning()
 {
     SettingDialog_2 dialog(nullptr);
     size(dialog)->setValue(0);
@@ -147,7 +147,7 @@ void TestSettingDialog_2::sizeOfZeroLeavesTheDefaultSizeAndQtComplains()
     QCOMPARE(output.texts().filter(QStringLiteral("QFont::setPointSize")).size(), 1);
 }
 
-void TestSettingDialog_2::fontIsSentBeforeTheDialogCloses()
+void TestSettingDialog_2::fontIsEmittedBeforeTheDialogCloses()
 {
     SettingDialog_2 dialog(nullptr);
     bool visible = false;
@@ -158,7 +158,7 @@ void TestSettingDialog_2::fontIsSentBeforeTheDialogCloses()
     QVERIFY(!dialog.isVisible());
 }
 
-void TestSettingDialog_2::cancelSendsNothingAndCloses()
+void TestSettingDialog_2::cancelEmitsNothingAndCloses()
 {
     SettingDialog_2 dialog(nullptr);
     const QSignalSpy fonts(&dialog, &SettingDialog_2::resetAxisSizeSignal);
@@ -168,7 +168,7 @@ void TestSettingDialog_2::cancelSendsNothingAndCloses()
     QCOMPARE(fonts.count(), 0);
 }
 
-void TestSettingDialog_2::nothingIsKeptForTheNextOpening()
+void TestSettingDialog_2::nextOpeningShowsTheDefaultsAgain()
 {
     {
         SettingDialog_2 dialog(nullptr);

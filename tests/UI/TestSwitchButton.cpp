@@ -20,14 +20,14 @@ namespace
 constexpr int kWidth = 100;
 constexpr int kHeight = 30;
 
-// Nothing else in a picture has these colours.
+// Nothing else in an image has these colours.
 const QColor kTrackOn(0, 0, 255);
 const QColor kTrackOff(0, 0, 160);
 const QColor kSliderOn(0, 255, 0);
 const QColor kSliderOff(0, 160, 0);
 const QColor kText(255, 0, 0);
 
-std::unique_ptr<SwitchButton> coloured()
+std::unique_ptr<SwitchButton> colouredButton()
 {
     auto button = std::make_unique<SwitchButton>(nullptr);
     button->resize(kWidth, kHeight);
@@ -39,7 +39,7 @@ std::unique_ptr<SwitchButton> coloured()
     return button;
 }
 
-/** What the widget paints, and nothing behind it; scale pixels to each of its own. */
+/** The painted widget without a background, at the given device pixel ratio. */
 QImage painted(SwitchButton &button, int scale)
 {
     QImage image(button.size() * scale, QImage::Format_ARGB32_Premultiplied);
@@ -66,7 +66,7 @@ QRect boundsOf(const QImage &image, const QColor &color)
     return bounds(image, [&color](const QColor &pixel) { return pixel == color; });
 }
 
-/** Text is thin, so that few of its pixels have the full colour: mostly red is enough. */
+/** Bounds of the red text. Thin glyphs have few fully red pixels, so mostly red pixels count too. */
 QRect textBounds(const QImage &image)
 {
     return bounds(image, [](const QColor &pixel) {
@@ -74,7 +74,7 @@ QRect textBounds(const QImage &image)
     });
 }
 
-/** Within a pixel of a painted edge: antialiasing takes the outermost row of a circle. */
+/** Compares rectangles with a tolerance, because antialiasing weakens the outermost pixel row of a circle. */
 bool near(const QRect &found, const QRect &wanted, int tolerance)
 {
     return qAbs(found.left() - wanted.left()) <= tolerance && qAbs(found.right() - wanted.right()) <= tolerance
@@ -97,7 +97,7 @@ void tick(SwitchButton &button)
     QVERIFY(QMetaObject::invokeMethod(&button, "updateValue", Qt::DirectConnection));
 }
 
-/** Counts the paint events that reach a widget. */
+/** Counts the paint events of a widget. */
 class PaintCounter : public QObject
 {
 public:
@@ -108,7 +108,7 @@ public:
     }
 
     int takeCount() { return std::exchange(m_count, 0); }
-    /** With those that are queued. */
+    /** Like takeCount(), after processing queued events. */
     int takeQueued()
     {
         QApplication::processEvents();
@@ -126,7 +126,7 @@ private:
     int m_count = 0;
 };
 
-/** Shows a button and lets it paint all that it has to. */
+/** Shows a button and waits until it is painted. */
 bool bringUp(SwitchButton &button)
 {
     button.show();
@@ -143,45 +143,45 @@ class TestSwitchButton : public QObject
 
 private slots:
     void declaresItsSignalAndSlotsInOrder();
-    void hasNoPropertiesAndNoSizeOfItsOwn();
+    void hasNoPropertiesAndNoSizeHint();
     void startsWithItsDefaults();
-    void dynamicTextPropertiesAreNotRead();
-    void timerIsTheWidgetsAndGoesWithIt();
-    void settersStoreAndRepaintOnlyWhatIsNew();
-    void tickOfAGlideCostsOnePaint();
-    void clickWithoutAnimationPaintsAtOnce();
-    void setCheckedPaintsWhatChanges();
+    void dynamicTextPropertiesAreIgnored();
+    void timerIsOwnedByTheWidget();
+    void settersRepaintOnlyAfterAChange();
+    void eachTickCausesOnePaint();
+    void clickWithoutAnimationPaintsImmediately();
+    void setCheckedPaintsOnlyAfterAChange();
 
-    void clickTogglesAndTellsBeforeAnythingMoves();
-    void anyMouseButtonAnywhereToggles_data();
-    void anyMouseButtonAnywhereToggles();
-    void glideTakesSevenMovesAndALastTick();
-    void glideBackMirrorsIt();
-    void glideRunsByItsTimer();
-    void overrunIsPutRightByTheNextTick();
-    void clickDuringTheGlideTurnsTheSliderRound();
-    void withoutAnimationAClickMovesAtOnce();
+    void clickTogglesAndEmitsBeforeTheSliderMoves();
+    void anyMouseButtonAtAnyPositionToggles_data();
+    void anyMouseButtonAtAnyPositionToggles();
+    void animationHasSevenMovesAndAFinalTick();
+    void animationBackIsSymmetric();
+    void animationUsesItsTimer();
+    void overshootIsCorrectedByTheNextTick();
+    void clickDuringTheAnimationReversesTheSlider();
+    void clickWithoutAnimationMovesImmediately();
 
     void setCheckedOnJumpsWithoutASignal();
-    void setCheckedOffLeavesTheSliderWhereItWas();
-    void clickAfterSetCheckedOffGlidesFromTheEnd();
-    void endIsTakenFromTheSizeOfTheCall();
-    void narrowerThanHighGlidesToTheLeft();
-    void widthBelowTenKeepsTickingUntilAClickTurnsItRound();
+    void setCheckedOffKeepsTheSliderPosition();
+    void clickAfterSetCheckedOffStartsAtTheEnd();
+    void endPositionUsesTheCurrentSize();
+    void narrowButtonMovesToTheLeft();
+    void widthBelowTenKeepsTickingUntilTheNextClick();
 
     void trackIsAPill_data();
     void trackIsAPill();
-    void textStandsBesideTheSlider_data();
-    void textStandsBesideTheSlider();
-    void sliderIsARoundOfItsDiameterAtEachTick_data();
-    void sliderIsARoundOfItsDiameterAtEachTick();
+    void textIsBesideTheSlider_data();
+    void textIsBesideTheSlider();
+    void sliderIsACircleOfItsDiameterAtEachTick_data();
+    void sliderIsACircleOfItsDiameterAtEachTick();
     void spaceSetsTheDiameterOfTheSlider();
-    void translucentTrackShowsOnlyWhenDisabled();
-    void storedFlagsChangeNoPixel();
-    void edgesAreCrispAtScaleTwo();
+    void translucentTrackIsVisibleOnlyWhenDisabled();
+    void unusedFlagsDoNotChangeThePainting();
+    void edgesAreSharpAtScaleTwo();
     void edgesAreSmooth();
-    void textIsCentredInItsBoxToAFractionOfAPixel_data();
-    void textIsCentredInItsBoxToAFractionOfAPixel();
+    void textIsCentredInItsBoxWithSubpixelAccuracy_data();
+    void textIsCentredInItsBoxWithSubpixelAccuracy();
     void middleOfThePillStartsAtHalfTheHeightRoundedDown();
 };
 
@@ -199,7 +199,7 @@ void TestSwitchButton::declaresItsSignalAndSlotsInOrder()
     QCOMPARE(meta.method(meta.indexOfSlot("setSpace(int)")).access(), QMetaMethod::Public);
 }
 
-void TestSwitchButton::hasNoPropertiesAndNoSizeOfItsOwn()
+void TestSwitchButton::hasNoPropertiesAndNoSizeHint()
 {
     const SwitchButton button(nullptr);
     QCOMPARE(SwitchButton::staticMetaObject.propertyCount(), QWidget::staticMetaObject.propertyCount());
@@ -230,9 +230,9 @@ void TestSwitchButton::startsWithItsDefaults()
     QVERIFY(!timerOf(button)->isActive());
 }
 
-void TestSwitchButton::dynamicTextPropertiesAreNotRead()
+void TestSwitchButton::dynamicTextPropertiesAreIgnored()
 {
-    const auto button = coloured();
+    const auto button = colouredButton();
     const QImage before = painted(*button, 1);
     button->setProperty("textOn", "Y");
     button->setProperty("textOff", "N");
@@ -241,7 +241,7 @@ void TestSwitchButton::dynamicTextPropertiesAreNotRead()
     QCOMPARE(painted(*button, 1), before);
 }
 
-void TestSwitchButton::timerIsTheWidgetsAndGoesWithIt()
+void TestSwitchButton::timerIsOwnedByTheWidget()
 {
     auto button = std::make_unique<SwitchButton>(nullptr);
     QTimer *const timer = timerOf(*button);
@@ -251,7 +251,7 @@ void TestSwitchButton::timerIsTheWidgetsAndGoesWithIt()
     QCOMPARE(destroyed.count(), 1);
 }
 
-void TestSwitchButton::settersStoreAndRepaintOnlyWhatIsNew()
+void TestSwitchButton::settersRepaintOnlyAfterAChange()
 {
     SwitchButton button(nullptr);
     button.resize(kWidth, kHeight);
@@ -293,28 +293,28 @@ void TestSwitchButton::settersStoreAndRepaintOnlyWhatIsNew()
     }
 }
 
-void TestSwitchButton::tickOfAGlideCostsOnePaint()
+void TestSwitchButton::eachTickCausesOnePaint()
 {
-    const auto button = coloured();
+    const auto button = colouredButton();
     QVERIFY(bringUp(*button));
     PaintCounter paints(button.get());
     for (const bool on : {true, false}) {
         QTest::mouseClick(button.get(), Qt::LeftButton);
-        timerOf(*button)->stop(); // the ticks are this test's own
+        timerOf(*button)->stop(); // the test sends the ticks
         QCOMPARE(button->checked(), on);
         paints.takeQueued();
-        // Seven moves, and the tick that ends the glide.
+        // Seven moves, and the tick that ends the animation.
         for (int move = 1; move <= 8; ++move) {
             tick(*button);
-            QCOMPARE(paints.takeCount(), 0); // queued
+            QCOMPARE(paints.takeCount(), 0); // the paint event is queued
             QCOMPARE(paints.takeQueued(), 1);
         }
     }
 }
 
-void TestSwitchButton::clickWithoutAnimationPaintsAtOnce()
+void TestSwitchButton::clickWithoutAnimationPaintsImmediately()
 {
-    const auto button = coloured();
+    const auto button = colouredButton();
     button->setAnimation(false);
     QVERIFY(bringUp(*button));
     PaintCounter paints(button.get());
@@ -325,16 +325,16 @@ void TestSwitchButton::clickWithoutAnimationPaintsAtOnce()
     }
 }
 
-void TestSwitchButton::setCheckedPaintsWhatChanges()
+void TestSwitchButton::setCheckedPaintsOnlyAfterAChange()
 {
-    const auto button = coloured();
+    const auto button = colouredButton();
     QVERIFY(bringUp(*button));
     PaintCounter paints(button.get());
     button->setChecked(false);
     QCOMPARE(paints.takeQueued(), 0);
     button->setChecked(true);
     QCOMPARE(paints.takeQueued(), 1);
-    // The end of the travel is not where it was: the state is the same, and the slider jumps.
+    // The end position changed. The state is the same, but the slider jumps.
     button->resize(kWidth + 20, kHeight);
     paints.takeQueued();
     button->setChecked(true);
@@ -345,23 +345,23 @@ void TestSwitchButton::setCheckedPaintsWhatChanges()
     QCOMPARE(paints.takeQueued(), 0);
 }
 
-void TestSwitchButton::clickTogglesAndTellsBeforeAnythingMoves()
+void TestSwitchButton::clickTogglesAndEmitsBeforeTheSliderMoves()
 {
-    const auto button = coloured();
+    const auto button = colouredButton();
     int startX = -1;
     int endX = -1;
     bool running = true;
     bool state = false;
-    QList<bool> told;
+    QList<bool> emitted;
     connect(button.get(), &SwitchButton::checkedChanged, this, [&](bool checked) {
-        told.append(checked);
+        emitted.append(checked);
         state = button->checked();
         startX = button->startX();
         endX = button->endX();
         running = timerOf(*button)->isActive();
     });
     QTest::mouseClick(button.get(), Qt::LeftButton);
-    QCOMPARE(told, QList<bool>{true});
+    QCOMPARE(emitted, QList<bool>{true});
     QCOMPARE(state, true);
     QCOMPARE(startX, 0);
     QCOMPARE(endX, 0);
@@ -373,7 +373,7 @@ void TestSwitchButton::clickTogglesAndTellsBeforeAnythingMoves()
     QVERIFY(timerOf(*button)->isActive());
 }
 
-void TestSwitchButton::anyMouseButtonAnywhereToggles_data()
+void TestSwitchButton::anyMouseButtonAtAnyPositionToggles_data()
 {
     QTest::addColumn<Qt::MouseButton>("mouseButton");
     QTest::addColumn<QPoint>("at");
@@ -384,24 +384,24 @@ void TestSwitchButton::anyMouseButtonAnywhereToggles_data()
     QTest::newRow("left, far corner") << Qt::LeftButton << QPoint(99, 29);
 }
 
-void TestSwitchButton::anyMouseButtonAnywhereToggles()
+void TestSwitchButton::anyMouseButtonAtAnyPositionToggles()
 {
     QFETCH(Qt::MouseButton, mouseButton);
     QFETCH(QPoint, at);
-    const auto button = coloured();
-    const QSignalSpy told(button.get(), &SwitchButton::checkedChanged);
+    const auto button = colouredButton();
+    const QSignalSpy emitted(button.get(), &SwitchButton::checkedChanged);
     QTest::mouseClick(button.get(), mouseButton, {}, at);
     QVERIFY(button->checked());
     QTest::mouseClick(button.get(), mouseButton, {}, at);
     QVERIFY(!button->checked());
-    QCOMPARE(told.count(), 2);
-    QCOMPARE(told.at(0).at(0).toBool(), true);
-    QCOMPARE(told.at(1).at(0).toBool(), false);
+    QCOMPARE(emitted.count(), 2);
+    QCOMPARE(emitted.at(0).at(0).toBool(), true);
+    QCOMPARE(emitted.at(1).at(0).toBool(), false);
 }
 
-void TestSwitchButton::glideTakesSevenMovesAndALastTick()
+void TestSwitchButton::animationHasSevenMovesAndAFinalTick()
 {
-    const auto button = coloured();
+    const auto button = colouredButton();
     QTest::mouseClick(button.get(), Qt::LeftButton);
     for (int move = 1; move <= 7; ++move) {
         tick(*button);
@@ -413,9 +413,9 @@ void TestSwitchButton::glideTakesSevenMovesAndALastTick()
     QVERIFY(!timerOf(*button)->isActive());
 }
 
-void TestSwitchButton::glideBackMirrorsIt()
+void TestSwitchButton::animationBackIsSymmetric()
 {
-    const auto button = coloured();
+    const auto button = colouredButton();
     button->setChecked(true);
     QTest::mouseClick(button.get(), Qt::LeftButton);
     QCOMPARE(button->endX(), 0);
@@ -429,9 +429,9 @@ void TestSwitchButton::glideBackMirrorsIt()
     QVERIFY(!timerOf(*button)->isActive());
 }
 
-void TestSwitchButton::glideRunsByItsTimer()
+void TestSwitchButton::animationUsesItsTimer()
 {
-    const auto button = coloured();
+    const auto button = colouredButton();
     const QSignalSpy ticks(timerOf(*button), &QTimer::timeout);
     QElapsedTimer time;
     time.start();
@@ -439,14 +439,14 @@ void TestSwitchButton::glideRunsByItsTimer()
     QTRY_VERIFY(!timerOf(*button)->isActive());
     QCOMPARE(ticks.count(), 8);
     QCOMPARE(button->startX(), 70);
-    // A coarse timer may come a twentieth early, never more.
+    // A coarse timer may be at most 5 % early.
     QVERIFY2(time.elapsed() >= 8 * 30 * 95 / 100, qPrintable(QString::number(time.elapsed())));
 }
 
-void TestSwitchButton::overrunIsPutRightByTheNextTick()
+void TestSwitchButton::overshootIsCorrectedByTheNextTick()
 {
-    // 105 by 30: steps of 10 towards 75, so that the eighth move overruns it by 5.
-    const auto button = coloured();
+    // Size 105x30: steps of 10 to 75, so the eighth move overshoots by 5.
+    const auto button = colouredButton();
     button->resize(105, 30);
     QTest::mouseClick(button.get(), Qt::LeftButton);
     for (int move = 0; move < 8; ++move)
@@ -458,9 +458,9 @@ void TestSwitchButton::overrunIsPutRightByTheNextTick()
     QVERIFY(!timerOf(*button)->isActive());
 }
 
-void TestSwitchButton::clickDuringTheGlideTurnsTheSliderRound()
+void TestSwitchButton::clickDuringTheAnimationReversesTheSlider()
 {
-    const auto button = coloured();
+    const auto button = colouredButton();
     QTest::mouseClick(button.get(), Qt::LeftButton);
     for (int move = 0; move < 3; ++move)
         tick(*button);
@@ -474,9 +474,9 @@ void TestSwitchButton::clickDuringTheGlideTurnsTheSliderRound()
     QCOMPARE(button->startX(), 0);
 }
 
-void TestSwitchButton::withoutAnimationAClickMovesAtOnce()
+void TestSwitchButton::clickWithoutAnimationMovesImmediately()
 {
-    const auto button = coloured();
+    const auto button = colouredButton();
     button->setAnimation(false);
     QTest::mouseClick(button.get(), Qt::LeftButton);
     QCOMPARE(button->startX(), 70);
@@ -488,27 +488,27 @@ void TestSwitchButton::withoutAnimationAClickMovesAtOnce()
 
 void TestSwitchButton::setCheckedOnJumpsWithoutASignal()
 {
-    const auto button = coloured();
-    const QSignalSpy told(button.get(), &SwitchButton::checkedChanged);
+    const auto button = colouredButton();
+    const QSignalSpy emitted(button.get(), &SwitchButton::checkedChanged);
     button->setChecked(true);
     QVERIFY(button->checked());
     QCOMPARE(button->step(), 10);
     QCOMPARE(button->startX(), 70);
     QCOMPARE(button->endX(), 70);
     QVERIFY(!timerOf(*button)->isActive());
-    QCOMPARE(told.count(), 0);
+    QCOMPARE(emitted.count(), 0);
 }
 
-void TestSwitchButton::setCheckedOffLeavesTheSliderWhereItWas()
+void TestSwitchButton::setCheckedOffKeepsTheSliderPosition()
 {
-    const auto button = coloured();
+    const auto button = colouredButton();
     button->setChecked(true);
-    const QSignalSpy told(button.get(), &SwitchButton::checkedChanged);
+    const QSignalSpy emitted(button.get(), &SwitchButton::checkedChanged);
     button->setChecked(false);
     QVERIFY(!button->checked());
     QCOMPARE(button->startX(), 70);
     QCOMPARE(button->endX(), 0);
-    QCOMPARE(told.count(), 0);
+    QCOMPARE(emitted.count(), 0);
     QVERIFY(!timerOf(*button)->isActive());
 
     const QImage image = painted(*button, 1);
@@ -516,10 +516,10 @@ void TestSwitchButton::setCheckedOffLeavesTheSliderWhereItWas()
     QCOMPARE(image.pixelColor(5, 15), kTrackOff);
 }
 
-void TestSwitchButton::clickAfterSetCheckedOffGlidesFromTheEnd()
+void TestSwitchButton::clickAfterSetCheckedOffStartsAtTheEnd()
 {
-    // The slider is there already, so the first tick ends the glide.
-    const auto button = coloured();
+    // The slider is already at the end, so the first tick ends the animation.
+    const auto button = colouredButton();
     button->setChecked(true);
     button->setChecked(false);
     QTest::mouseClick(button.get(), Qt::LeftButton);
@@ -530,9 +530,9 @@ void TestSwitchButton::clickAfterSetCheckedOffGlidesFromTheEnd()
     QVERIFY(!timerOf(*button)->isActive());
 }
 
-void TestSwitchButton::endIsTakenFromTheSizeOfTheCall()
+void TestSwitchButton::endPositionUsesTheCurrentSize()
 {
-    const auto button = coloured();
+    const auto button = colouredButton();
     button->resize(60, 20);
     button->setChecked(true);
     QCOMPARE(button->endX(), 40);
@@ -541,22 +541,22 @@ void TestSwitchButton::endIsTakenFromTheSizeOfTheCall()
     QCOMPARE(button->startX(), 40);
 }
 
-void TestSwitchButton::narrowerThanHighGlidesToTheLeft()
+void TestSwitchButton::narrowButtonMovesToTheLeft()
 {
-    const auto button = coloured();
+    const auto button = colouredButton();
     button->resize(20, 50);
     QTest::mouseClick(button.get(), Qt::LeftButton);
     QCOMPARE(button->endX(), -30);
-    // On its way out no move leads left of the start: the first tick puts it at the end.
+    // No move can go left of the start position, so the first tick sets the end position.
     tick(*button);
     QCOMPARE(button->startX(), -30);
     QVERIFY(!timerOf(*button)->isActive());
     QVERIFY(boundsOf(painted(*button, 1), kSliderOn).isEmpty());
 }
 
-void TestSwitchButton::widthBelowTenKeepsTickingUntilAClickTurnsItRound()
+void TestSwitchButton::widthBelowTenKeepsTickingUntilTheNextClick()
 {
-    const auto button = coloured();
+    const auto button = colouredButton();
     button->resize(9, 4);
     QTest::mouseClick(button.get(), Qt::LeftButton);
     QCOMPARE(button->step(), 0);
@@ -592,13 +592,13 @@ void TestSwitchButton::trackIsAPill()
     QFETCH(int, scale);
     SwitchButton fresh(nullptr);
     fresh.resize(kWidth, kHeight);
-    const auto bright = coloured();
+    const auto bright = colouredButton();
     SwitchButton &button = plain ? fresh : *bright;
     button.setChecked(on);
     const QColor track = plain ? (on ? QColor(78, 150, 251) : QColor(111, 122, 126)) : (on ? kTrackOn : kTrackOff);
 
     const QImage image = painted(button, scale);
-    // A pixel belongs to the pill when its centre is less than 15 from the line between the centres of both circles.
+    // A pixel is inside the pill if its centre is less than 15 from the line between the centres of both circles.
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
             const double px = (x + 0.5) / scale;
@@ -613,12 +613,12 @@ void TestSwitchButton::trackIsAPill()
                 QVERIFY2(alpha == 0, qPrintable(QString("paint at %1, %2").arg(x).arg(y)));
         }
     }
-    // Between the slider and the rim, and on the side that has neither slider nor text.
+    // Between slider and edge, and on the side without slider and text.
     for (const QPoint &at : {QPoint(50, 2), QPoint(50, 27), QPoint(on ? 8 : 92, 15)})
         QCOMPARE(image.pixelColor(at * scale), track);
 }
 
-void TestSwitchButton::textStandsBesideTheSlider_data()
+void TestSwitchButton::textIsBesideTheSlider_data()
 {
     QTest::addColumn<bool>("on");
     QTest::addColumn<int>("scale");
@@ -628,26 +628,26 @@ void TestSwitchButton::textStandsBesideTheSlider_data()
     }
 }
 
-void TestSwitchButton::textStandsBesideTheSlider()
+void TestSwitchButton::textIsBesideTheSlider()
 {
     QFETCH(bool, on);
     QFETCH(int, scale);
-    const auto button = coloured();
-    // A long and even bar, of which the font tells little.
+    const auto button = colouredButton();
+    // A wide text whose bounds hardly depend on the font.
     button->setTextOn("HHHH");
     button->setTextOff("HHHH");
     button->setChecked(on);
 
     const QRect text = textBounds(painted(*button, scale));
     QVERIFY(!text.isEmpty());
-    // Boxes of 79 from 0 or from 21: their centres.
+    // Centres of the text boxes, which are 79 wide and start at 0 or 21.
     const double centre = (text.left() + text.right() + 1) / 2.0 / scale;
     const double wanted = on ? 39.5 : 60.5;
     QVERIFY2(qAbs(centre - wanted) <= 2.0, qPrintable(QString::number(centre)));
     const double height = (text.top() + text.bottom() + 1) / 2.0 / scale;
     QVERIFY2(qAbs(height - 15.0) <= 3.0, qPrintable(QString::number(height)));
 
-    // The text of the other state is not to be seen.
+    // The text of the other state is hidden.
     if (on)
         button->setTextOff("");
     else
@@ -660,7 +660,7 @@ void TestSwitchButton::textStandsBesideTheSlider()
     QVERIFY(textBounds(painted(*button, scale)).isEmpty());
 }
 
-void TestSwitchButton::sliderIsARoundOfItsDiameterAtEachTick_data()
+void TestSwitchButton::sliderIsACircleOfItsDiameterAtEachTick_data()
 {
     QTest::addColumn<bool>("on");
     QTest::addColumn<int>("ticks");
@@ -676,13 +676,13 @@ void TestSwitchButton::sliderIsARoundOfItsDiameterAtEachTick_data()
     }
 }
 
-void TestSwitchButton::sliderIsARoundOfItsDiameterAtEachTick()
+void TestSwitchButton::sliderIsACircleOfItsDiameterAtEachTick()
 {
     QFETCH(bool, on);
     QFETCH(int, ticks);
     QFETCH(int, left);
     QFETCH(int, scale);
-    const auto button = coloured();
+    const auto button = colouredButton();
     button->setTextOn("");
     button->setTextOff("");
     button->setChecked(!on);
@@ -695,8 +695,8 @@ void TestSwitchButton::sliderIsARoundOfItsDiameterAtEachTick()
     const QRect wanted(left * scale, 2 * scale, 26 * scale, 26 * scale);
     const QRect found = boundsOf(image, color);
     QVERIFY2(near(found, wanted, 1), show(found).constData());
-    // Round: full on its diagonal as far as the circle goes, the track outside. Looked at on the side of the middle,
-    // where the rim of the track is far.
+    // Checks the circle on its diagonal: slider colour inside, track colour outside. Uses the side towards the middle,
+    // away from the edge of the track.
     const QPointF centre(left + 13.0, 15.0);
     const double side = centre.x() < kWidth / 2.0 ? 1.0 : -1.0;
     const auto at = [&](double distance) {
@@ -709,7 +709,7 @@ void TestSwitchButton::sliderIsARoundOfItsDiameterAtEachTick()
 
 void TestSwitchButton::spaceSetsTheDiameterOfTheSlider()
 {
-    const auto button = coloured();
+    const auto button = colouredButton();
     button->setSpace(6);
     const QRect found = boundsOf(painted(*button, 1), kSliderOff);
     QVERIFY2(near(found, QRect(6, 6, 18, 18), 1), show(found).constData());
@@ -718,9 +718,9 @@ void TestSwitchButton::spaceSetsTheDiameterOfTheSlider()
     QVERIFY2(near(moved, QRect(76, 6, 18, 18), 1), show(moved).constData());
 }
 
-void TestSwitchButton::translucentTrackShowsOnlyWhenDisabled()
+void TestSwitchButton::translucentTrackIsVisibleOnlyWhenDisabled()
 {
-    const auto button = coloured();
+    const auto button = colouredButton();
     button->setBgColorOff(QColor(0, 0, 160, 100));
     QCOMPARE(painted(*button, 1).pixelColor(92, 15), QColor(0, 0, 160, 255));
     QCOMPARE(button->bgColorOff().alpha(), 100);
@@ -731,9 +731,9 @@ void TestSwitchButton::translucentTrackShowsOnlyWhenDisabled()
     QCOMPARE(painted(*button, 1).pixelColor(8, 15).alpha(), 50);
 }
 
-void TestSwitchButton::storedFlagsChangeNoPixel()
+void TestSwitchButton::unusedFlagsDoNotChangeThePainting()
 {
-    const auto button = coloured();
+    const auto button = colouredButton();
     const QImage before = painted(*button, 1);
     QVERIFY(!textBounds(before).isEmpty());
     button->setShowText(true);
@@ -744,8 +744,8 @@ void TestSwitchButton::storedFlagsChangeNoPixel()
 
 void TestSwitchButton::edgesAreSmooth()
 {
-    // A circle painted without antialiasing has pixels of the whole colour or none.
-    const auto button = coloured();
+    // Without antialiasing each pixel of a circle has either the full colour or none.
+    const auto button = colouredButton();
     button->setTextOff("");
     const QImage image = painted(*button, 1);
     int rim = 0;
@@ -761,29 +761,29 @@ void TestSwitchButton::edgesAreSmooth()
     QVERIFY2(sliderRim > 20, qPrintable(QString::number(sliderRim)));
 }
 
-void TestSwitchButton::textIsCentredInItsBoxToAFractionOfAPixel_data()
+void TestSwitchButton::textIsCentredInItsBoxWithSubpixelAccuracy_data()
 {
     QTest::addColumn<bool>("on");
     QTest::addColumn<QRect>("box");
-    // With a gap of 2 the slider and its gaps take 30 - 2 * 2 - 5 = 21 of the 100 pixels.
+    // With a gap of 2, the slider and its gaps need 30 - 2 * 2 - 5 = 21 of the 100 pixels.
     QTest::newRow("on") << true << QRect(QPoint(0, 0), QPoint(78, 29));
     QTest::newRow("off") << false << QRect(QPoint(21, 0), QPoint(99, 29));
 }
 
-void TestSwitchButton::textIsCentredInItsBoxToAFractionOfAPixel()
+void TestSwitchButton::textIsCentredInItsBoxWithSubpixelAccuracy()
 {
     QFETCH(bool, on);
     QFETCH(QRect, box);
     constexpr int kScale = 8;
     for (const char *text : {"I", "HHHH"}) {
-        const auto button = coloured();
+        const auto button = colouredButton();
         QFont font = button->font();
-        font.setPixelSize(12); // points differ between a widget and an image
+        font.setPixelSize(12); // point sizes differ between a widget and an image
         button->setFont(font);
         button->setTextOn(text);
         button->setTextOff(text);
         button->setChecked(on);
-        // The same text alone, over the colour of the track.
+        // Only the text, on the colour of the track.
         QImage alone(button->size() * kScale, QImage::Format_ARGB32_Premultiplied);
         alone.setDevicePixelRatio(kScale);
         alone.fill(on ? kTrackOn : kTrackOff);
@@ -802,10 +802,10 @@ void TestSwitchButton::textIsCentredInItsBoxToAFractionOfAPixel()
 
 void TestSwitchButton::middleOfThePillStartsAtHalfTheHeightRoundedDown()
 {
-    // 9 x 3: circles with the centres 1.5 and 7.5, and between them a rectangle from 1 to 7. A hundredth of a pixel
-    // below the upper edge the rectangle alone has colour, as a circle is 0.05 pixels lower 0.4 beside its centre.
+    // Size 9x3: circles with centres at 1.5 and 7.5, and a rectangle from 1 to 7. At 0.01 pixels below the upper edge
+    // only the rectangle is painted, because a circle is 0.05 pixels lower at 0.4 pixels from its centre.
     constexpr int kScale = 64;
-    const auto button = coloured();
+    const auto button = colouredButton();
     button->resize(9, 3);
     button->setTextOff("");
     button->setSliderColorOff(Qt::transparent);
@@ -817,10 +817,10 @@ void TestSwitchButton::middleOfThePillStartsAtHalfTheHeightRoundedDown()
     QCOMPARE(alphaAt(7.05), 0);
 }
 
-void TestSwitchButton::edgesAreCrispAtScaleTwo()
+void TestSwitchButton::edgesAreSharpAtScaleTwo()
 {
-    // A picture blown up has equal pixels in twos; one drawn at the scale has a rim that differs within them.
-    const auto button = coloured();
+    // A scaled image has pairs of equal pixels. In an image drawn at scale 2, pixels of a pair differ at the edge.
+    const auto button = colouredButton();
     const QImage image = painted(*button, 2);
     int different = 0;
     for (int y = 0; y < image.height(); y += 2) {

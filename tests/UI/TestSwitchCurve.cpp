@@ -15,15 +15,15 @@
 namespace
 {
 
-// What is wanted is a tenth of each. A test must also hold under the sanitizers and on a busy machine; what a free one
-// takes is for the benchmark to tell.
+// The target is a tenth of each limit. The test must also pass under sanitizers and on a busy machine; the benchmark
+// measures the real times.
 constexpr qint64 kCurveLimitMs = 500;
 constexpr qint64 kTickLimitMs = 900;
 
 constexpr int kTwoHoursMinutes = 120;
 constexpr int kTwoHoursSamples = 36000;
 
-/** Waits for the next painting of a widget. */
+/** Waits for the next paint event of a widget. */
 class PaintWatch : public QObject
 {
 public:
@@ -45,11 +45,11 @@ private:
     bool m_painted = false;
 };
 
-/** Times between the ticks of a switch's glide. */
-class GlideWatch : public QObject
+/** Measures the times between the ticks of a switch's animation. */
+class AnimationWatch : public QObject
 {
 public:
-    explicit GlideWatch(const SwitchButton *button)
+    explicit AnimationWatch(const SwitchButton *button)
         : m_timer(button->findChild<QTimer *>())
     {
         connect(m_timer, &QTimer::timeout, this, [this] {
@@ -77,7 +77,7 @@ private:
 
 } // namespace
 
-/** The switches of the data settings on a flight of two hours: how long a user waits for a curve. */
+/** Measures how long the switches of the data settings need to show a curve of a two-hour flight. */
 class TestSwitchCurve : public QObject
 {
     Q_OBJECT
@@ -86,12 +86,12 @@ private slots:
     void initTestCase();
     void cleanupTestCase();
 
-    void switchShowsItsCurveAtOnce_data();
-    void switchShowsItsCurveAtOnce();
-    void glideGoesOnWhileAnotherCurveIsShown();
+    void switchShowsItsCurveQuickly_data();
+    void switchShowsItsCurveQuickly();
+    void animationContinuesWhileAnotherCurveIsShown();
 
 private:
-    /** Opens the settings from the menu, on a tab, and runs what a user does there. */
+    /** Opens the settings from the menu, selects a tab, and runs the user's actions. */
     template <typename Work>
     void inSettings(const char *tab, Work &&work);
     static SwitchButton *switchOf(const QDialog *dialog, const char *channel);
@@ -139,7 +139,7 @@ SwitchButton *TestSwitchCurve::switchOf(const QDialog *dialog, const char *chann
     qFatal("no switch of %s", channel);
 }
 
-void TestSwitchCurve::switchShowsItsCurveAtOnce_data()
+void TestSwitchCurve::switchShowsItsCurveQuickly_data()
 {
     QTest::addColumn<QString>("tab");
     QTest::addColumn<QString>("channel");
@@ -152,7 +152,7 @@ void TestSwitchCurve::switchShowsItsCurveAtOnce_data()
                                       << "俯仰差值" << true;
 }
 
-void TestSwitchCurve::switchShowsItsCurveAtOnce()
+void TestSwitchCurve::switchShowsItsCurveQuickly()
 {
     QFETCH(QString, tab);
     QFETCH(QString, channel);
@@ -177,18 +177,18 @@ void TestSwitchCurve::switchShowsItsCurveAtOnce()
     });
 }
 
-void TestSwitchCurve::glideGoesOnWhileAnotherCurveIsShown()
+void TestSwitchCurve::animationContinuesWhileAnotherCurveIsShown()
 {
     inSettings("tab_AP", [&](QDialog *dialog) {
         SwitchButton *const first = switchOf(dialog, "东向速度");
         SwitchButton *const second = switchOf(dialog, "北向速度");
-        GlideWatch firstGlide(first);
-        GlideWatch secondGlide(second);
+        AnimationWatch firstAnimation(first);
+        AnimationWatch secondAnimation(second);
         QTest::mouseClick(first, Qt::LeftButton);
-        QVERIFY(firstGlide.waitForTick());
+        QVERIFY(firstAnimation.waitForTick());
         QTest::mouseClick(second, Qt::LeftButton);
-        QVERIFY(firstGlide.waitForEnd());
-        QVERIFY(secondGlide.waitForEnd());
+        QVERIFY(firstAnimation.waitForEnd());
+        QVERIFY(secondAnimation.waitForEnd());
 
         for (const char *const channel : {"东向速度", "北向速度"}) {
             const QCPGraph *const curve = WindowFixture::curve(m_fixture->canvas(), channel);
@@ -197,8 +197,8 @@ void TestSwitchCurve::glideGoesOnWhileAnotherCurveIsShown()
         }
         for (const SwitchButton *const button : {first, second}) {
             QCOMPARE(button->startX(), button->width() - button->height());
-            const QVector<qint64> &gaps = (button == first ? firstGlide : secondGlide).gaps();
-            // One move a tick, and the tick that finds the slider at its end.
+            const QVector<qint64> &gaps = (button == first ? firstAnimation : secondAnimation).gaps();
+            // One move per tick, and a final tick at the end position.
             const int moves = (button->width() - button->height() + button->step() - 1) / button->step();
             QCOMPARE(gaps.size(), moves);
             const qint64 longest = *std::max_element(gaps.begin(), gaps.end());

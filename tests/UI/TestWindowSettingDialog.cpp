@@ -47,7 +47,7 @@ void press(const QDialog &dialog, QDialogButtonBox::StandardButton which)
     QTest::mouseClick(dialog.findChild<QDialogButtonBox *>("buttonBox")->button(which), Qt::LeftButton);
 }
 
-/** The widget that stands on the same height to the right of a label. */
+/** Whether the widget is right of the label at the same height. */
 bool isRightOf(const QWidget *control, const QWidget *label)
 {
     const QPoint a = label->mapTo(label->window(), label->rect().center());
@@ -72,26 +72,26 @@ private slots:
     void declaresItsSignalsAndSlotsInOrder();
     void formHasItsRowsInOrder();
     void rowsAreEnglishWithoutTheCatalogue();
-    void labelsLeadToTheirControls();
+    void labelsAreBuddiesOfTheirControls();
     void ticksShowTheOptions_data();
     void ticksShowTheOptions();
-    void openingReachesNeitherThemeNorTouchMode();
-    void touchBoxSetsTheModeAndTellsTheHub();
-    void nightBoxSwitchesTheThemeTwiceAtOnce();
-    void factorBoxSetsTheOptionAndTellsNobody();
-    void partlyTickedStateCountsAsOn();
+    void openingChangesNeitherThemeNorTouchMode();
+    void touchBoxSetsTheModeAndNotifiesTheHub();
+    void nightBoxSwitchesTheThemeTwiceImmediately();
+    void factorBoxSetsTheOptionWithoutANotification();
+    void partlyTickedStateIsOn();
     void cancelLeavesNightModeOn();
-    void cancelUndoesNothing();
+    void cancelRevertsNothing();
     void okAndCancelEndTheDialog_data();
     void okAndCancelEndTheDialog();
-    void colourButtonsOpenInTheirColours();
-    void defaultColourIsChosenStoredAndLogged();
-    void targetColourIsChosenAndStoredWithoutALogLine();
+    void colourButtonsShowTheirColours();
+    void chosenDefaultColourIsStoredAndLogged();
+    void chosenTargetColourIsStoredWithoutALogEntry();
     void coloursAreStoredAsRgb();
-    void cancelledColourTurnsTheButtonBlackAndIsStored_data();
-    void cancelledColourTurnsTheButtonBlackAndIsStored();
-    void laterChannelsTakeTheNewColours();
-    void configIsNeverWrittenFromHere();
+    void cancelledColourIsStoredAndSetsABlackButton_data();
+    void cancelledColourIsStoredAndSetsABlackButton();
+    void newChannelsUseTheNewColours();
+    void dialogNeverWritesTheConfiguration();
 
 private:
     std::unique_ptr<Fixture> m_fixture;
@@ -148,9 +148,9 @@ void TestWindowSettingDialog::rowsAreEnglishWithoutTheCatalogue()
         QCOMPARE(labels[i]->text(), QString::fromUtf8(kRows[i].label));
 }
 
-void TestWindowSettingDialog::labelsLeadToTheirControls()
+void TestWindowSettingDialog::labelsAreBuddiesOfTheirControls()
 {
-    // A screen reader names a control without a text by the label that leads to it.
+    // Screen readers use the buddy label as the name of a control without a text.
     WindowSettingDialog dialog(nullptr);
     const QList<QLabel *> labels = dialog.findChildren<QLabel *>();
     QCOMPARE(labels.size(), 5);
@@ -190,7 +190,7 @@ void TestWindowSettingDialog::ticksShowTheOptions()
     QCOMPARE(config.getShowFactor(), factor);
 }
 
-void TestWindowSettingDialog::openingReachesNeitherThemeNorTouchMode()
+void TestWindowSettingDialog::openingChangesNeitherThemeNorTouchMode()
 {
     AppConfig &config = AppConfig::getInstance();
     config.setTouchMode(true);
@@ -206,7 +206,7 @@ void TestWindowSettingDialog::openingReachesNeitherThemeNorTouchMode()
     QVERIFY(qApp->styleSheet().isEmpty());
 }
 
-void TestWindowSettingDialog::touchBoxSetsTheModeAndTellsTheHub()
+void TestWindowSettingDialog::touchBoxSetsTheModeAndNotifiesTheHub()
 {
     const WindowSettingDialog dialog(nullptr);
     QSignalSpy own(&dialog, &WindowSettingDialog::touchModeSignal);
@@ -222,7 +222,7 @@ void TestWindowSettingDialog::touchBoxSetsTheModeAndTellsTheHub()
     }
 }
 
-void TestWindowSettingDialog::nightBoxSwitchesTheThemeTwiceAtOnce()
+void TestWindowSettingDialog::nightBoxSwitchesTheThemeTwiceImmediately()
 {
     AppConfig &config = AppConfig::getInstance();
     config.applyDarkStyle();
@@ -246,7 +246,7 @@ void TestWindowSettingDialog::nightBoxSwitchesTheThemeTwiceAtOnce()
     }
 }
 
-void TestWindowSettingDialog::factorBoxSetsTheOptionAndTellsNobody()
+void TestWindowSettingDialog::factorBoxSetsTheOptionWithoutANotification()
 {
     const WindowSettingDialog dialog(nullptr);
     const QSignalSpy touch(&dialog, &WindowSettingDialog::touchModeSignal);
@@ -259,7 +259,7 @@ void TestWindowSettingDialog::factorBoxSetsTheOptionAndTellsNobody()
     QCOMPARE(theme.count(), 0);
 }
 
-void TestWindowSettingDialog::partlyTickedStateCountsAsOn()
+void TestWindowSettingDialog::partlyTickedStateIsOn()
 {
     AppConfig &config = AppConfig::getInstance();
     config.setTheme(lightTheme);
@@ -282,7 +282,7 @@ void TestWindowSettingDialog::cancelLeavesNightModeOn()
     QCOMPARE(config.getTheme(), darkTheme);
 }
 
-void TestWindowSettingDialog::cancelUndoesNothing()
+void TestWindowSettingDialog::cancelRevertsNothing()
 {
     AppConfig &config = AppConfig::getInstance();
     WindowSettingDialog dialog(nullptr);
@@ -316,7 +316,7 @@ void TestWindowSettingDialog::okAndCancelEndTheDialog()
     QCOMPARE(dialog.result(), result);
 }
 
-void TestWindowSettingDialog::colourButtonsOpenInTheirColours()
+void TestWindowSettingDialog::colourButtonsShowTheirColours()
 {
     defaultColor = QColor(1, 22, 233);
     targetColor = QColor(200, 0, 7);
@@ -328,14 +328,14 @@ void TestWindowSettingDialog::colourButtonsOpenInTheirColours()
              QStringLiteral("#btnTargetColor{background-color: rgb(200,0,7);            border: 1px solid #298DFF;"
                             "            border-radius: 3px;}"));
 
-    // What the sheet is for: the button shows the colour, whatever the theme.
+    // The style sheet makes the button show the colour in any theme.
     AppConfig::getInstance().applyLightStyle();
     dialog.show();
     const QImage image = button(dialog, "btnDefaultColor")->grab().toImage();
     QCOMPARE(image.pixelColor(image.rect().center()), QColor(1, 22, 233));
 }
 
-void TestWindowSettingDialog::defaultColourIsChosenStoredAndLogged()
+void TestWindowSettingDialog::chosenDefaultColourIsStoredAndLogged()
 {
     const WindowSettingDialog dialog(nullptr);
     const QString other = button(dialog, "btnTargetColor")->styleSheet();
@@ -355,7 +355,7 @@ void TestWindowSettingDialog::defaultColourIsChosenStoredAndLogged()
                             "            border-radius: 3px;}"));
     QCOMPARE(button(dialog, "btnTargetColor")->styleSheet(), other);
 
-    // 12, 34 and 56 over 255, as Qt writes a colour.
+    // 12, 34 and 56 divided by 255, as QDebug prints a colour.
     QStringList lines;
     for (const DebugOutput::Entry &entry : output.entries()) {
         if (entry.type == QtInfoMsg)
@@ -364,7 +364,7 @@ void TestWindowSettingDialog::defaultColourIsChosenStoredAndLogged()
     QCOMPARE(lines, QStringList("QColor(ARGB 1, 0.0470588, 0.133333, 0.219608)"));
 }
 
-void TestWindowSettingDialog::targetColourIsChosenAndStoredWithoutALogLine()
+void TestWindowSettingDialog::chosenTargetColourIsStoredWithoutALogEntry()
 {
     const WindowSettingDialog dialog(nullptr);
     const DebugOutput output;
@@ -385,7 +385,7 @@ void TestWindowSettingDialog::targetColourIsChosenAndStoredWithoutALogLine()
 
 void TestWindowSettingDialog::coloursAreStoredAsRgb()
 {
-    // A desktop's own colour dialog may answer in another system. Cyan is at 180 degrees.
+    // A native colour dialog may return another colour model. Cyan has the hue 180.
     class HsvDialog : public WindowSettingDialog
     {
     public:
@@ -403,14 +403,14 @@ void TestWindowSettingDialog::coloursAreStoredAsRgb()
     }
 }
 
-void TestWindowSettingDialog::cancelledColourTurnsTheButtonBlackAndIsStored_data()
+void TestWindowSettingDialog::cancelledColourIsStoredAndSetsABlackButton_data()
 {
     QTest::addColumn<bool>("isDefault");
     QTest::newRow("default") << true;
     QTest::newRow("target") << false;
 }
 
-void TestWindowSettingDialog::cancelledColourTurnsTheButtonBlackAndIsStored()
+void TestWindowSettingDialog::cancelledColourIsStoredAndSetsABlackButton()
 {
     QFETCH(bool, isDefault);
     defaultColor = QColor(1, 2, 3);
@@ -428,7 +428,7 @@ void TestWindowSettingDialog::cancelledColourTurnsTheButtonBlackAndIsStored()
     QCOMPARE(targetColor.isValid(), isDefault);
 }
 
-void TestWindowSettingDialog::laterChannelsTakeTheNewColours()
+void TestWindowSettingDialog::newChannelsUseTheNewColours()
 {
     const QColor before = findGraph(QStringLiteral("高度差值"))->color();
     const WindowSettingDialog dialog(nullptr);
@@ -437,7 +437,7 @@ void TestWindowSettingDialog::laterChannelsTakeTheNewColours()
         button(dialog, "btnTargetColor")->click();
         QVERIFY(answer.opened());
     }
-    // What exists keeps its colour; what is made later has none.
+    // Existing channels keep their colour; new ones have none.
     QVERIFY(before.isValid());
     QCOMPARE(findGraph(QStringLiteral("高度差值"))->color(), before);
     Fixture::renewStore();
@@ -448,7 +448,7 @@ void TestWindowSettingDialog::laterChannelsTakeTheNewColours()
     }
 }
 
-void TestWindowSettingDialog::configIsNeverWrittenFromHere()
+void TestWindowSettingDialog::dialogNeverWritesTheConfiguration()
 {
     WindowSettingDialog dialog(nullptr);
     const QSignalSpy write(&dialog, &WindowSettingDialog::writeConfigSignal);

@@ -1,4 +1,4 @@
-"""What the tests of an analyst's work share: a program on a screen of its own, and the ways that each of them goes."""
+"""Common base of the tests of an analyst's work: the program on a virtual screen, and steps that all tests use."""
 
 import argparse
 import contextlib
@@ -29,7 +29,7 @@ class AnalystTest(unittest.TestCase):
         self.desktop = self.enterContext(Desktop(*self.screen))
 
     def make_demo(self, kind, name, *arguments):
-        """A demo file in the program's working directory, or where name leads from there. Its path."""
+        """Writes a demo file; name is relative to the program's working directory. Returns its path."""
         path = self.work / name
         subprocess.run([options.demo, kind, *arguments, str(path)], check=True, stdout=subprocess.DEVNULL)
         return path
@@ -39,7 +39,7 @@ class AnalystTest(unittest.TestCase):
 
     @contextlib.contextmanager
     def running(self, **options):
-        """The program while it runs. A failure leaves a picture of the screen behind. The options are those of Popen."""
+        """Context manager: runs the program. Saves a screenshot after a failure. The options are those of Popen."""
         app = self.desktop.start(self.program, self.work, **options)
         try:
             yield app
@@ -54,7 +54,7 @@ class AnalystTest(unittest.TestCase):
         app.find(re.compile(re.escape(str(path))), role="status bar")
 
     def type_path(self, app, path):
-        """Chooses a file in the dialog that asks for one."""
+        """Types a path into the open file dialog and confirms it."""
         app.find(role="text")
         self.desktop.type(str(path))
         self.desktop.key("Return")
@@ -62,12 +62,12 @@ class AnalystTest(unittest.TestCase):
 
     @staticmethod
     def choose_entry(app, menu, entry):
-        """Chooses an entry of the menu bar, both by their texts."""
+        """Chooses an entry of a menu of the menu bar. Menu and entry are given by their texts."""
         app.find(menu, role="menu item").click()
         app.find(entry, role="menu item").click()
 
     def check_report(self, app, flight):
-        """Waits for the report of a read, compares it and closes it."""
+        """Waits for the report of a read, checks it and closes it."""
         app.find("解析完成:", role="label", timeout=READ_LIMIT)
         self.step("report")
         labels = [(label.name, label.rect) for label in app.find_all(role="label")]
@@ -86,7 +86,7 @@ class AnalystTest(unittest.TestCase):
         app.wait_until_gone("解析完成:")
 
     def canvases(self, app):
-        """The places of the two canvases: wide, without anything inside, one above the other."""
+        """The rectangles of the two canvases, found as wide widgets without children, one above the other."""
         found = [widget.rect for widget in app.find_all(role="filler")
                  if not widget.children and widget.rect.width > self.desktop.size[0] / 2]
         self.assertEqual(len(found), 2)
@@ -94,7 +94,7 @@ class AnalystTest(unittest.TestCase):
 
     @staticmethod
     def drawing(canvas):
-        """The part of a canvas that holds curves alone: neither the axes at the edges nor the legend below."""
+        """The part of a canvas that contains only curves, without axes and legend."""
         return Rect(canvas.x + canvas.width // 10, canvas.y + canvas.height // 20,
                     canvas.width * 8 // 10, canvas.height * 8 // 10)
 
@@ -116,13 +116,13 @@ class AnalystTest(unittest.TestCase):
         wait_for(drawn, f"{len(boxes)} curves in their colours")
 
     def click_curve(self, app, name, colour, canvas):
-        """Clicks on points in a colour until the status bar says that it was the curve that was hit. The point."""
+        """Clicks points of a colour until the status bar shows that the curve was clicked. Returns the point."""
         area = self.drawing(canvas)
 
         def visible():
             picture = self.step("shown")
             points = picture.pixels(colour, area, 5)
-            # Where two curves are closer than a click is wide, the upper one is hit.
+            # If two curves are closer than the click tolerance, the upper one is clicked.
             return picture.by_distance_from_others(points[::len(points) // 60 + 1], colour, area)[:12]
 
         points = wait_for(visible, f"a visible point of {name}")
@@ -144,7 +144,7 @@ class AnalystTest(unittest.TestCase):
         self.assertEqual(app.wait_for_end(60), 0)
 
     def check_log_order(self, lines, expected):
-        """All of the expected messages, in this order; others may lie between them. No error."""
+        """Checks that the log has no error and has the expected messages in order, possibly with others between."""
         self.assertEqual([line for line in lines if line.level not in ("info", "warning")], [])
         messages = [line.message for line in lines]
         at = 0
@@ -154,7 +154,7 @@ class AnalystTest(unittest.TestCase):
 
 
 def main(*helpers):
-    """Runs the tests. Helpers are options of a test's own that name further programs."""
+    """Runs the tests. Helpers are additional options of a test for the paths of other programs."""
     parser = argparse.ArgumentParser()
     parser.add_argument("--program", type=Path, required=True, help="the built program; a copy of its folder is run")
     parser.add_argument("--demo", type=Path, required=True, help="the program that makes demo flights")

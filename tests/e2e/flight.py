@@ -1,4 +1,4 @@
-"""What a recorded flight should come to: its frames decoded for a second time, with Python's own means."""
+"""Expected values of a recorded flight: an independent decoder in Python."""
 
 import calendar
 import math
@@ -13,11 +13,11 @@ def float32(value):
 
 
 class Flight:
-    """Frame counts, series by their labels, the start of the clock, both tracks."""
+    """Frame counts, series by label, start time and both tracks."""
 
     PERIOD_MS = 200
 
-    # function code: (longest frame that is not decoded, fields)
+    # function code: (maximum length of a frame that is not decoded, fields)
     FIELDS = {
         0x01: (16, {"原点经度": Field(8, ">i", 1e7), "原点纬度": Field(12, ">i", 1e7)}),
         0x02: (65, {"子飞行模式": Field(29, ">B", 1), "月": Field(44, ">B", 1),
@@ -31,7 +31,7 @@ class Flight:
     }
 
     def __init__(self, lines):
-        """Decodes frames, given as hexadecimal text, in their order."""
+        """Decodes the lines, each a frame as hexadecimal text, in order."""
         self.groups = {code: [] for code in self.FIELDS}
         self.frames = 0
         self.errors = 0
@@ -52,18 +52,18 @@ class Flight:
         raise KeyError(label)
 
     def start(self):
-        """Whole second of sample 0 on the aircraft's clock, counted as if that were a clock in UTC."""
+        """Time of sample 0 on the aircraft's clock in whole seconds since the epoch, as if the clock were in UTC."""
         clock = list(zip(*map(self.series, "月日时分秒")))
         for i, (month, day, hour, minute, second) in enumerate(clock):
             if month <= 12 and day <= 31 and hour <= 24 and minute <= 60 and second <= 60 and \
                     month == clock[len(clock) // 2][0]:
-                # The way back to sample 0 wraps at midnight and stays within the day.
+                # Going back to sample 0 wraps at midnight and keeps the date.
                 of_day = (1000 * int(3600 * hour + 60 * minute + second) - i * self.PERIOD_MS) % 86400000 // 1000
                 return calendar.timegm((2023, int(month), int(day), 0, 0, 0)) + of_day
         raise AssertionError("the clock of this flight was never set")
 
     def keys(self, label):
-        """Times of a series' samples, in seconds counted as start() does."""
+        """Times of a series' samples in seconds, with the same epoch as start()."""
         start = float(self.start())
         return [i * (self.PERIOD_MS / 1000.0) + start for i in range(len(self.series(label)))]
 
@@ -81,7 +81,7 @@ class Flight:
                      for field in fields.values()])
             else:
                 self._repeat(code)
-        # A group may lead the next one of the chain by one sample, never trail it.
+        # A group of the chain may have at most one sample more than the next group, and never fewer.
         for leader, follower in ((0x04, 0x05), (0x02, 0x04), (0x03, 0x02)):
             ahead = len(self.groups[leader]) - len(self.groups[follower])
             if ahead < 0:

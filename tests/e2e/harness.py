@@ -1,9 +1,8 @@
-"""Hands and eyes for end-to-end tests: a screen of their own, a program on it, real mouse and keys.
+"""Harness for end-to-end tests: a virtual screen, a program on it, real mouse and keyboard input.
 
-Widgets are found by the texts that a user sees, through the accessibility bus; clicks and keys go through the X server
-and the window manager, as a user's would. One Desktop a process, since the accessibility library binds itself to the
-first bus that it meets. Needs Debian's own Python (python3-pyatspi, python3-numpy), Xvfb, openbox, xdotool and
-ImageMagick.
+Finds widgets by their visible texts through the accessibility bus. Clicks and keys go through the X server and the
+window manager. Only one Desktop per process, because the accessibility library uses the first bus for the whole
+process. Needs Debian's Python (python3-pyatspi, python3-numpy), Xvfb, openbox, xdotool and ImageMagick.
 """
 
 import contextlib
@@ -20,12 +19,12 @@ from pathlib import Path
 
 import numpy
 
-LIMIT = 20.0  # seconds that any single thing may take before a wait gives up
+LIMIT = 20.0  # default time limit of a wait in seconds
 
-# All limits of time are multiplied by it: a program with sanitizers in it is slower, and so may a machine be.
+# Factor for all time limits, for programs with sanitizers and slow machines.
 PATIENCE = float(os.environ.get("OSTRAVEL_PATIENCE", "1"))
 
-# Some machines carry stand-ins for ImageMagick's programs in front of the packages' own.
+# Some machines have replacements of ImageMagick's programs earlier in PATH.
 _TOOL_PATH = "/usr/bin:/bin:" + os.environ.get("PATH", "")
 
 Rect = namedtuple("Rect", "x y width height")
@@ -35,7 +34,7 @@ _LOG_LINE = re.compile(r"\[([^\]]*)\] \[(\w+)\] \[([^\]]*)\] <([^>]*)> (.*)")
 
 
 class WaitFailed(AssertionError):
-    """Something that was waited for did not happen in time."""
+    """A wait reached its time limit."""
 
 
 def tool(name):
@@ -46,7 +45,7 @@ def tool(name):
 
 
 def wait_for(probe, what, timeout=LIMIT, interval=0.05):
-    """Calls probe until it gives something true, and returns that. Raises WaitFailed, naming what, after timeout s."""
+    """Calls probe until it returns a true value, and returns that. Raises WaitFailed with what after timeout s."""
     timeout *= PATIENCE
     end = time.monotonic() + timeout
     while True:
@@ -54,30 +53,30 @@ def wait_for(probe, what, timeout=LIMIT, interval=0.05):
         if result:
             return result
         if time.monotonic() > end:
-            raise WaitFailed(f"waited {timeout:g} s in vain for {what}")
+            raise WaitFailed(f"waited {timeout:g} s without success for {what}")
         time.sleep(interval)
 
 
 def tile_services(folder):
-    """The tile services that run out of a program's folder. They outlive the program and its screen."""
+    """Ids of the tile services started from a program's folder. They keep running after the program and its screen."""
     found = []
     for process in Path("/proc").glob("[0-9]*"):
-        with contextlib.suppress(OSError):  # gone just now
+        with contextlib.suppress(OSError):  # the process just ended
             if os.readlink(process / "exe") == str(Path(folder) / "wmts.exe"):
                 found.append(int(process.name))
     return found
 
 
 def _end_with_parent():
-    # A test that is killed by its time limit must leave no screen behind.
+    # The screen must end even if ctest kills the test at its time limit.
     pr_set_pdeathsig = 1
     ctypes.CDLL(None).prctl(pr_set_pdeathsig, signal.SIGKILL)
 
 
 def hide(*folders):
-    """Empties folders in this process's view of the file system; for a child, before its program starts.
+    """Hides the contents of folders from this process. Call it in a child before its program starts.
 
-    Raises OSError where the system does not permit it, as in many containers.
+    Raises OSError if the system does not permit it, as in many containers.
     """
     clone_newns, clone_newuser, ms_rec, ms_private = 0x20000, 0x10000000, 0x4000, 0x40000
     libc = ctypes.CDLL(None, use_errno=True)
@@ -89,7 +88,7 @@ def hide(*folders):
     uid, gid = os.getuid(), os.getgid()
     call(libc.unshare, clone_newns if uid == 0 else clone_newns | clone_newuser)
     if uid != 0:
-        # The same ids inside: the message bus compares them.
+        # Keep the user and group ids, because the message bus compares them.
         Path("/proc/self/setgroups").write_text("deny")
         Path("/proc/self/uid_map").write_text(f"{uid} {uid} 1")
         Path("/proc/self/gid_map").write_text(f"{gid} {gid} 1")
@@ -99,7 +98,7 @@ def hide(*folders):
 
 
 class Picture:
-    """A screenshot; data holds rows x columns x (red, green, blue)."""
+    """A screenshot. The shape of data is rows x columns x (red, green, blue)."""
 
     def __init__(self, path):
         self.path = Path(path)
@@ -114,13 +113,13 @@ class Picture:
         return self.data[max(rect.y, 0):rect.y + rect.height, max(rect.x, 0):rect.x + rect.width]
 
     def pixels(self, colour, rect=None, tolerance=0):
-        """All (x, y) inside rect (default: everywhere) that differ from (r, g, b) by at most tolerance in each part."""
+        """All (x, y) inside rect (default: all) that differ from (r, g, b) by at most tolerance in each component."""
         distance = numpy.abs(self.part(rect).astype(int) - numpy.array(colour)).max(axis=2)
         left, top = (max(rect.x, 0), max(rect.y, 0)) if rect else (0, 0)
         return [(left + int(x), top + int(y)) for y, x in numpy.argwhere(distance <= tolerance)]
 
     def by_distance_from_others(self, points, colour, rect):
-        """The points of a curve in a colour, those first that are farthest from what is drawn in another hue."""
+        """Sorts points of a curve by their distance from pixels of another hue, largest distance first."""
         def hue(data):
             low, high = data.min(axis=-1, keepdims=True), data.max(axis=-1, keepdims=True)
             return (data - low) / numpy.maximum(high - low, 1), (high - low)[..., 0]
@@ -133,12 +132,12 @@ class Picture:
         return sorted(points, reverse=True, key=lambda at: numpy.abs(places - at).max(axis=1).min())
 
     def colours(self, rect=None):
-        """Number of different colours inside rect: a plain surface has one or two, a drawing many."""
+        """Number of different colours inside rect. An empty area has one or two, a drawing many."""
         return len(numpy.unique(self.part(rect).reshape(-1, 3), axis=0))
 
 
 class Widget:
-    """Something on the screen that has a name or a role. Its answers are those of the moment."""
+    """An accessible object on the screen. Properties are read at each access."""
 
     def __init__(self, desktop, accessible):
         self._desktop = desktop
@@ -177,7 +176,7 @@ class Widget:
 
     @property
     def text(self):
-        """What stands in an edit."""
+        """The text of an edit."""
         return self.accessible.queryText().getText(0, -1)
 
     @property
@@ -192,7 +191,7 @@ class Widget:
         self._desktop.click(*self.centre, button=button)
 
     def find_all(self, name=None, role=None):
-        """Every showing widget below this one with that name (a text or a compiled pattern) and that role."""
+        """All visible descendants with this name (a text or a compiled pattern) and this role."""
         found = []
         waiting = [self.accessible]
         while waiting:
@@ -224,7 +223,7 @@ def _fits(widget, name, role):
 
 
 class Desktop:
-    """A virtual screen with a window manager and a message bus that nobody else uses. A context manager."""
+    """A private virtual screen with a window manager and a message bus. A context manager."""
 
     def __init__(self, width=1920, height=1080):
         self.size = width, height
@@ -251,7 +250,7 @@ class Desktop:
         for name in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "QT_QPA_PLATFORMTHEME", "XDG_CURRENT_DESKTOP",
                      "AT_SPI_BUS_ADDRESS", "DBUS_SESSION_BUS_ADDRESS", "QT_SCALE_FACTOR", "NO_AT_BRIDGE"):
             os.environ.pop(name, None)
-        # Settings of whoever starts the tests must not reach the program: the home is empty too.
+        # The program must not see the user's settings, so its home folder is empty.
         home = self._folder / "home"
         home.mkdir()
         os.environ.update(
@@ -279,9 +278,9 @@ class Desktop:
         import gi
         gi.require_version("Atspi", "2.0")
         from gi.repository import Atspi
-        # A program that reads a log does not answer for a while; waits ask again.
+        # A program that reads a log does not answer for some time; waits retry.
         Atspi.set_timeout(2000, 5000)
-        # The first question starts the registry. A program that asks at the same time may be left out of it.
+        # The first query starts the registry. A program that registers at the same time may be missing from it.
         wait_for(self._has_registry, "the accessibility registry")
 
     @staticmethod
@@ -302,7 +301,7 @@ class Desktop:
         return line
 
     def run_beside(self, command, prepare=None, **options):
-        """Starts a command that ends with this desktop, at the latest; the child calls prepare before."""
+        """Starts a command that is ended with this desktop at the latest. The child calls prepare first."""
         def in_child():
             _end_with_parent()
             if prepare:
@@ -314,7 +313,7 @@ class Desktop:
         return child
 
     def start(self, program, cwd, prepare=None, **options):
-        """Starts a program in the folder cwd and waits for its first window. The options are those of Popen."""
+        """Starts a program in the folder cwd and waits for its first window. Options are passed to Popen."""
         self._program_folders.add(Path(program).resolve().parent)
         app = App(self, self.run_beside([str(program)], prepare, cwd=str(cwd), **options), Path(cwd))
         app.wait_for_window()
@@ -323,7 +322,7 @@ class Desktop:
     def close(self):
         for child in reversed(self._children):
             try:
-                # The whole group: the bus starts programs of its own.
+                # Ends the whole process group, because the bus starts other programs.
                 os.killpg(child.pid, signal.SIGTERM)
             except ProcessLookupError:
                 pass
@@ -360,7 +359,7 @@ class Desktop:
         self.xdotool("mousemove", x, y, "click", "--repeat", 2, "--delay", 60, 1)
 
     def drag(self, start, end, until=None):
-        """Presses at a place, moves to another one in steps, as a hand does, and lets go once until() is true."""
+        """Presses the button at start, moves to end in steps, and releases the button when until() is true."""
         self.xdotool("mousemove", *start, "mousedown", 1)
         for step in range(1, 9):
             self.xdotool("mousemove", *(a + (b - a) * step // 8 for a, b in zip(start, end)))
@@ -372,21 +371,21 @@ class Desktop:
         self.xdotool("mouseup", 1)
 
     def windows(self):
-        """All windows on the screen with their titles, newest last. The tool's own search does not match Chinese."""
+        """All windows on the screen with their titles, newest last. xdotool's title search does not support Chinese."""
         def search():
             done = self._run_xdotool("search", "--onlyvisible", "--name", ".")
-            # Nothing found is no complaint; but the tool gives up when a window goes while it looks.
+            # No match is not an error, but xdotool fails if a window closes during the search.
             return None if done.stderr else [done.stdout.split()]
 
         found = wait_for(search, "a search for windows while none of them goes")[0]
         return {window: self.xdotool("getwindowname", window, check=False).strip() for window in found}
 
     def window(self, title, but=()):
-        """A window with that title, other than those of but; or None."""
+        """A window with this title that is not in but, or None."""
         return next((window for window, name in self.windows().items() if name == title and window not in but), None)
 
     def place(self, window):
-        """Where the inside of a window lies on the screen."""
+        """The rectangle of a window's contents on the screen."""
         values = dict(line.split("=") for line in self.xdotool("getwindowgeometry", "--shell", window).splitlines())
         return Rect(*(int(values[key]) for key in ("X", "Y", "WIDTH", "HEIGHT")))
 
@@ -406,7 +405,7 @@ class Desktop:
 
 
 class App:
-    """A running program: its windows, its menus, its log."""
+    """A running program: windows, menus and log."""
 
     def __init__(self, desktop, process, folder):
         self.desktop = desktop
@@ -420,11 +419,11 @@ class App:
         try:
             for application in pyatspi.Registry.getDesktop(0):
                 if application is not None and application.get_process_id() == self.process.pid:
-                    # The library would remember names, and a status bar does not tell when its text changes.
+                    # The library caches names, and a status bar emits no event when its text changes.
                     application.set_cache_mask(Atspi.Cache.NONE)
                     return [Widget(self.desktop, child) for child in application if child is not None]
         except (GLib.Error, LookupError):
-            pass  # not on the bus yet, or just busy
+            pass  # not on the bus yet, or busy
         return []
 
     def _alive(self):
@@ -447,10 +446,10 @@ class App:
                 found.extend(window.find_all(name, role))
             return found
         except (GLib.Error, LookupError):
-            return []  # a window went while it was looked through
+            return []  # a window closed during the search
 
     def find(self, name=None, role=None, timeout=LIMIT):
-        """Waits for one widget with that text and role on the screen."""
+        """Waits for a visible widget with this text and role."""
         def probe():
             self._alive()
             return self.find_all(name, role)
@@ -461,23 +460,23 @@ class App:
             raise WaitFailed(f"{failure}; there are: {', '.join(seen)}") from None
 
     def tool_tip(self):
-        """The text beside the pointer, or None. A tool tip is a window of its own, so no other one is searched."""
+        """The text of the tool tip, or None. A tool tip is a separate window, so other windows are not searched."""
         from gi.repository import GLib
         try:
             return next((window.name for window in self.windows if window.role == "tool tip" and window.showing), None)
         except (GLib.Error, LookupError):
-            return None  # it went just now
+            return None  # it just closed
 
     def wait_until_gone(self, name=None, role=None, timeout=LIMIT):
-        wait_for(lambda: not self.find_all(name, role), f"{role or 'widget'} {name!r} to go", timeout)
+        wait_for(lambda: not self.find_all(name, role), f"{role or 'widget'} {name!r} to disappear", timeout)
 
     def choose(self, entry, before):
-        """Picks an entry of the pop-up menu that the call before() opens, by its text. Returns the menu's texts."""
+        """Calls before(), which opens a pop-up menu, and chooses the entry with this text. Returns the menu's texts."""
         import pyatspi
         from gi.repository import GLib
         heard = []
         listener = heard.append
-        # A pop-up menu hangs on no window's tree. What it has in focus says where it is.
+        # A pop-up menu is not in the tree of a window; its focused entry gives its position.
         pyatspi.Registry.registerEventListener(listener, "object:state-changed:focused")
         try:
             before()
@@ -493,7 +492,7 @@ class App:
                             if event.detail1 and event.source.getRoleName() in ("menu item", "check menu item"):
                                 return event.source
                         except GLib.Error:
-                            pass  # an entry of the menu before, which has gone
+                            pass  # an entry of the previous menu, which is closed
                     time.sleep(0.01)
                 return None
 
@@ -509,7 +508,7 @@ class App:
         return texts
 
     def wait_for_end(self, timeout=LIMIT):
-        """The exit status, once the program has ended."""
+        """Waits until the program ends. Returns the exit status."""
         timeout *= PATIENCE
         try:
             return self.process.wait(timeout)
@@ -517,13 +516,13 @@ class App:
             raise WaitFailed(f"the program did not end within {timeout:g} s") from None
 
     def log_lines(self):
-        """What the program has logged so far, as LogLine; info lines come with up to three seconds' delay."""
+        """The log entries so far, as LogLine. Info entries are delayed by up to three seconds."""
         lines = []
         for text in (self.folder / "logs" / "log.txt").read_text(encoding="utf-8").splitlines():
             match = _LOG_LINE.fullmatch(text)
             if match:
                 lines.append(LogLine(*match.groups()))
-            elif lines:  # a message of several lines
+            elif lines:  # a message with several lines
                 lines[-1] = lines[-1]._replace(message=lines[-1].message + "\n" + text)
         return lines
 
@@ -533,7 +532,7 @@ class App:
 
 
 def install_copy(program, folder):
-    """Copies a program with what lies beside it into folder, without anything that earlier runs left. Its path."""
+    """Copies a program and the files beside it into folder, without files of earlier runs. Returns its path."""
     program = Path(program).resolve()
     left_by_runs = {"config.ini", "data.txt", "data_attack.txt", "logs"}
     shutil.copytree(program.parent, folder, ignore=lambda _, names: left_by_runs & set(names))

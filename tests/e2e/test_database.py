@@ -1,4 +1,4 @@
-"""A flight out of a database of several tasks, which stays as it is."""
+"""Reads a flight from a database with several tasks; the file must not change."""
 
 import hashlib
 import sqlite3
@@ -14,7 +14,7 @@ BOXES = [("俯仰", 0, (0, 255, 0)), ("目标俯仰", 0, (255, 0, 255)), ("俯�
 
 
 class FlightDatabase(AnalystTest):
-    def test_ticked_task_is_read_and_the_file_stays_as_it_is(self):
+    def test_ticked_task_is_read_and_the_file_is_unchanged(self):
         path = self.make_demo("db", "flights.db", "--minutes", "2", "--seed", "5")
         before = hashlib.sha256(path.read_bytes()).hexdigest()
         with closing(sqlite3.connect(f"file:{path}?mode=ro", uri=True)) as database:
@@ -43,13 +43,13 @@ class FlightDatabase(AnalystTest):
         app.find("fly data lists", role="dialog", timeout=READ_LIMIT)
         cells = {cell.name.strip(): cell for cell in app.find_all(role="table cell") if cell.name.strip()}
         for number, name in tasks:
-            # The list tells ids of eight bits.
+            # The list shows ids truncated to eight bits.
             self.assertEqual(cells[str(number % 256)].rect.y, cells[name].rect.y)
         row = cells[str(TASK)].rect
         tick = next(cell for cell in app.find_all("", role="table cell") if cell.rect.y == row.y)
         self.assertFalse(tick.checked)
         box = tick.rect
-        # The mark stands at the left of its cell.
+        # The check box is at the left of its cell.
         self.desktop.click(box.x + 10, box.y + box.height // 2)
         wait_for(lambda: tick.checked, f"task {TASK} to be ticked")
         self.step("tasks")

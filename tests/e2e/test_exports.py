@@ -1,4 +1,4 @@
-"""All that leaves the program: the workbook and the text files of a flight, a route's workbook, the calculators."""
+"""All outputs of the program: workbook and text files of a flight, workbook of a route, calculators."""
 
 import json
 import math
@@ -15,11 +15,11 @@ from harness import wait_for
 OFFICE = "/usr/bin/libreoffice"
 OFFICE_LIMIT = 240.0  # seconds; the first start of an office suite on a busy machine is slow
 
-# Sheets and files in their order: name, number of channels.
+# Sheets and files in order: name, number of channels.
 GROUPS = [("0x01-HeartBeat", 5), ("0x02-ControlSystemStatus", 37), ("0x03-AttitudeAndPositionInfo", 18),
           ("0x04-SensorValue", 34), ("0x05-FlightTargetValue", 13), ("0x41-PayloadInfo", 14), ("0x51-Difference", 5),
           ("0x53-EquipmentStatus", 16)]
-# In the text export alone: the first channel of another group.
+# Only in the text export: the first channel of another group.
 BACKUP, BACKUP_SOURCE = "0x52-Backup", "0x53-EquipmentStatus"
 
 HEADERS = {
@@ -31,14 +31,14 @@ HEADERS = {
 
 ROUTE_TITLES = ["id", "longitude", "latitude", "height", "radius", "speed", "distance", "flyTime", "totalTime"]
 
-# The worked example of the Australian geodetic datum's manual: 54,972.271 m at 306°52'05.37".
+# The example in the manual of the Australian geodetic datum: 54,972.271 m, bearing 306°52'05.37".
 FLINDERS_PEAK = ("144.424867889", "-37.951033417")
 BUNINYONG = ("143.926495528", "-37.652821139")
 METRES, BEARING = 54972.271, 306.87
 
 
 def streamed(value):
-    """A number as the text files have it: six significant digits, ties away from zero."""
+    """A number as in the text files: six significant digits, ties rounded away from zero."""
     if value == 0:
         return "0"
     exact = Decimal(value)
@@ -50,7 +50,7 @@ def streamed(value):
 
 
 def vincenty(first, second):
-    """Metres between two (longitude, latitude) in degrees on the ellipsoid, by Vincenty's iteration of 1975."""
+    """Distance in metres between two (longitude, latitude) in degrees, by Vincenty's iteration (1975)."""
     a, f = 6378137.0, 1 / 298.257223563
     b = a * (1 - f)
     u1, u2 = (math.atan((1 - f) * math.tan(math.radians(latitude))) for _, latitude in (first, second))
@@ -77,7 +77,7 @@ def vincenty(first, second):
 
 
 class Exports(AnalystTest):
-    def test_flight_and_route_go_out_and_the_calculators_agree_with_the_books(self):
+    def test_flight_and_route_are_exported_and_the_calculators_match_published_values(self):
         log = self.make_demo("log", "flight.2023.txt", "--minutes", "1", "--seed", "3")
         route = self.make_demo("route", "route.json", "--waypoints", "22")
         flight = Flight(log.read_text(encoding="latin-1").splitlines())
@@ -90,7 +90,7 @@ class Exports(AnalystTest):
             shown = self.convert(app, route)
             self.calculate(app)
             self.leave(app)
-        # Named after the log up to its first dot.
+        # The name is that of the log up to its first dot.
         sheets = self.check_workbook(self.work / "flight.xlsx")
         self.check_samples(sheets, flight)
         self.check_files(self.work / "flight-export", sheets)
@@ -107,7 +107,7 @@ class Exports(AnalystTest):
         app.wait_until_gone(words, role="label")
 
     def convert(self, app, route):
-        """What the table shows in the end, row by row; all of it is in view."""
+        """Converts a route. Returns the rows of the table; all rows are visible."""
         self.choose_entry(app, "其他(O)", "航线解析(R)")
         app.find("选择航线", role="push button").click()
         app.find("选择航线文件", role="dialog")
@@ -131,7 +131,7 @@ class Exports(AnalystTest):
         app.find("位置输入")
 
         def find(name, role, number):
-            """One of the widgets with that name, counted from top to bottom."""
+            """The widget with this name and number, counted from top to bottom."""
             def probe():
                 found = sorted(app.find_all(name, role), key=lambda widget: widget.rect.y)
                 return found[number] if len(found) > number else None
@@ -154,14 +154,14 @@ class Exports(AnalystTest):
         for name, text in zip(("1点经度：", "1点纬度：", "2点经度：", "2点纬度："), FLINDERS_PEAK + BUNINYONG):
             fill(edit(name), text)
         find("计算", "push button", 0).click()
-        # Positions are cut to 1e-7 degrees, about a centimetre; floats lie 4 mm apart there.
+        # Positions are truncated to 1e-7 degrees, about a centimetre. The float resolution is 4 mm there.
         self.assertAlmostEqual(value("相对距离："), METRES, delta=0.02)
         self.assertEqual(edit("相对方位：").text, f"{BEARING:.3f}")
         north, east = value("北向偏移量："), value("东向偏移量：")
         self.assertAlmostEqual(north, METRES * math.cos(math.radians(306.868158)), delta=0.05)
         self.assertAlmostEqual(east, METRES * math.sin(math.radians(306.868158)), delta=0.05)
 
-        # The separation applied to the first point leads to the second.
+        # The first point plus the offset is the second point.
         for name, text in zip(("1点经度：", "1点纬度："), FLINDERS_PEAK):
             fill(edit(name, 1), text)
         find("计算", "push button", 1).click()
@@ -172,7 +172,7 @@ class Exports(AnalystTest):
         app.wait_until_gone("位置输入")
 
     def office(self, path):
-        """The workbook as an office suite writes it after it has read it."""
+        """Opens the workbook in an office suite and saves it again. Returns the new workbook."""
         folder = self.folder / "office"
         subprocess.run([OFFICE, f"-env:UserInstallation=file://{self.folder}/profile", "--headless", "--convert-to",
                         "xlsx", "--outdir", str(folder), str(path)], check=True, stdout=subprocess.DEVNULL,
@@ -180,7 +180,7 @@ class Exports(AnalystTest):
         return openpyxl.load_workbook(folder / path.name)
 
     def check_workbook(self, path):
-        """The sheets by their names, as lists of rows of values."""
+        """Checks the workbook. Returns its sheets by name, as lists of rows of values."""
         ours, theirs = openpyxl.load_workbook(path), self.office(path)
         sheets = {}
         for book in (ours, theirs):
@@ -216,7 +216,7 @@ class Exports(AnalystTest):
                     self.assertEqual(getattr(cell.border, side).style, "thin", cell)
 
     def check_samples(self, sheets, flight):
-        """The channels that the second decode knows, and the length of their groups."""
+        """Checks the channels of the independent decoder and the length of their groups."""
         for code, (_, fields) in flight.FIELDS.items():
             rows = next(rows for name, rows in sheets.items() if name.startswith(f"0x{code:02X}-"))
             self.assertEqual(len(rows) - 1, len(flight.groups[code]))
@@ -248,7 +248,7 @@ class Exports(AnalystTest):
             texts = waypoint["longitude"], waypoint["latitude"]
             self.assertEqual(row[:6], [number, *map(float, texts), waypoint["height"], waypoint["radius"],
                                        waypoint["speed"]])
-            # Distances come from positions in single precision.
+            # Distances are computed from positions in single precision.
             place = [math.trunc(float32(float(text)) * 1e7) / 1e7 for text in texts]
             distance = vincenty(before, place) if before else 0.0
             self.assertAlmostEqual(row[6], distance, delta=1e-3)

@@ -1,4 +1,4 @@
-"""The way of an analyst's first flight: select a log, read it, show curves, move one, leave."""
+"""An analyst's first flight: select a log, read it, show curves, move one, quit."""
 
 import configparser
 import math
@@ -23,7 +23,7 @@ MOVED, MOVED_COLOUR = "横滚", (255, 255, 0)
 
 
 class FirstFlight(AnalystTest):
-    def test_log_is_selected_read_shown_moved_and_left_in_files(self):
+    def test_log_is_read_and_shown_and_its_track_files_are_written(self):
         log = self.make_demo("log", "flight.txt", "--minutes", "10", "--seed", "7")
         flight = Flight(log.read_text(encoding="latin-1").splitlines())
         with self.running() as app:
@@ -70,7 +70,7 @@ class FirstFlight(AnalystTest):
         self.assertEqual(len(rows), len(expected))
         for number, (row, point) in enumerate(zip(rows, expected)):
             for written, wanted in zip(row, point):
-                # Six significant digits, and what single precision loses on the way.
+                # Tolerance for six significant digits and single precision.
                 self.assertTrue(math.isclose(float(written), wanted, rel_tol=1e-5, abs_tol=1e-4),
                                 f"{name}, line {number + 1}: {row}, expected {point}")
 

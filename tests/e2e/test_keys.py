@@ -1,4 +1,4 @@
-"""The keyboard on the canvases: reading a curve sample by sample, views back and forth, and a picture in a file."""
+"""Keyboard control of the canvases: reading samples, going back and forward through views, saving an image."""
 
 import re
 
@@ -14,7 +14,7 @@ SAMPLE = re.compile(r"\((\d{4}-\d\d-\d\d \d\d:\d\d:\d\d),  (\S+)\)")
 
 
 class Keys(AnalystTest):
-    def test_keys_read_the_curve_walk_through_the_views_and_save_a_picture(self):
+    def test_keys_read_the_curve_change_the_view_and_save_an_image(self):
         log = self.make_demo("log", "flight.txt", "--minutes", "10", "--seed", "11")
         flight = Flight(log.read_text(encoding="latin-1").splitlines())
         with self.running() as app:
@@ -36,21 +36,21 @@ class Keys(AnalystTest):
         points = self.step("shown").pixels(ROLL[2], below, 5)
         self.assertTrue(points, "the legend shows no line in the curve's colour")
         self.desktop.click(*points[len(points) // 2])
-        # A selected curve has a pen of its own, so its colour is gone from the drawing.
+        # A selected curve has another pen, so its colour disappears from the drawing.
         wait_for(lambda: not self.step("selected").pixels(ROLL[2], self.drawing(canvas), 5), "the selected curve")
 
     def check_tip(self, app, flight, index):
-        """The read-out must be that of the sample with this number; negative ones count from the end."""
+        """Checks that the tool tip shows the sample with this index; negative indices count from the end."""
         value = flight.series(ROLL[0])[index]
         seen = []
 
-        def told():
+        def tip_matches():
             tip = app.tool_tip()
             match = tip and SAMPLE.fullmatch(tip)
             seen[:] = [tip]
             return match and match[2] == f"{value:.12g}"
 
-        wait_for(told, f"the read-out of sample {index}, {value:.12g}; the last one: {seen}")
+        wait_for(tip_matches, f"the read-out of sample {index}, {value:.12g}; the last one: {seen}")
 
     def check_read_out(self, app, flight):
         values = flight.series(ROLL[0])
@@ -78,18 +78,18 @@ class Keys(AnalystTest):
         self.desktop.key("a")
         fitted = None
 
-        def still():
+        def unchanged():
             nonlocal fitted
             before, fitted = fitted, self.upper_drawing(app, "fitted")
             return before is not None and (before == fitted).all()
 
-        wait_for(still, "the fitted view")
+        wait_for(unchanged, "the fitted view")
         canvas = self.canvases(app)[0]
         self.desktop.move(canvas.x + canvas.width // 2, canvas.y + canvas.height // 2)
         self.desktop.xdotool("click", "--repeat", 4, "--delay", 50, 4)
         wait_for(lambda: (self.upper_drawing(app, "zoomed") != fitted).mean() > 0.02, "the zoomed view")
         self.desktop.key("BackSpace")
-        # The crosshair has followed the mouse, so a few columns differ.
+        # The crosshair followed the mouse, so a few columns differ.
         wait_for(lambda: (self.upper_drawing(app, "back") != fitted).mean() < 0.02, "the view before")
         self.desktop.key("shift+BackSpace")
         wait_for(lambda: (self.upper_drawing(app, "forward") != fitted).mean() > 0.02, "the zoomed view again")

@@ -1,4 +1,4 @@
-"""The way to the manual: the entry and the button hand the page beside the program to the desktop's browser."""
+"""Opening the manual: the menu entry and the button open the page beside the program in the desktop's browser."""
 
 import os
 from urllib.parse import unquote, urlparse
@@ -10,7 +10,7 @@ from harness import wait_for
 class Manual(AnalystTest):
     def setUp(self):
         super().setUp()
-        # In place of the browser, a command that writes down what it was asked to open.
+        # A fake browser that records the pages that it should open.
         self.asked = self.folder / "asked"
         commands = self.folder / "commands"
         commands.mkdir()
@@ -40,7 +40,7 @@ class Manual(AnalystTest):
             self.desktop.key("Down", "Down", "Return")
             self.assertEqual(self.wait_for_pages(2), [str(page)] * 2)
 
-            # Without the page the desktop is asked all the same, and the program has nothing to say.
+            # The browser is also started without the page, and the program shows no message.
             page.unlink()
             app.find("Document", role="push button").click()
             self.wait_for_pages(3)

@@ -1,4 +1,4 @@
-"""The map from the window's button on: the flown track over tiles, a route, a measure, and the page in a browser."""
+"""The map, opened by the window's button: track over tiles, route, measurement, and the page in a browser."""
 
 import contextlib
 import json
@@ -14,35 +14,35 @@ from flight import Flight
 from harness import Rect, tile_services, wait_for
 
 SERVICE = "http://127.0.0.1:9800"
-ENGINE_LIMIT = 60.0  # seconds for a web engine that meets this machine for the first time
+ENGINE_LIMIT = 60.0  # seconds for the first start of the web engine on this machine
 
 TRACK = (216, 27, 96)
 ROUTE = (23, 99, 166)
 MEASURE = (122, 63, 160)
-GROUND = (238, 241, 243)  # where there is no tile
-MODE_NOTE = (33, 79, 112)  # the dark board that tells of a mode, as it lies on no tile
+GROUND = (238, 241, 243)  # background without tiles
+MODE_NOTE = (33, 79, 112)  # the dark message of a mode, on the background without tiles
 
-# Recorded instead of shown: the page in a browser is another test's.
+# A fake browser that records its arguments; another test checks the page in a browser.
 BROWSER = """#!/bin/sh
 printf '%s\\n' "$#" "$@" >>"$OPENED"
 """
 
 
 def ask_service():
-    """The layers that the tile service offers, or None while there is no service."""
+    """The layers of the tile service, or None if no service is running."""
     try:
         with urllib.request.urlopen(SERVICE + "/layers.json", timeout=5) as answer:
             return [layer["name"] for layer in json.load(answer)]
-    except (urllib.error.URLError, ConnectionError):  # one that ends cuts a question off in the middle
+    except (urllib.error.URLError, ConnectionError):  # a service that is ending may break the connection
         return None
 
 
 class Map(AnalystTest):
     def setUp(self):
         super().setUp()
-        # A folder whose name means something in an address.
+        # A folder name with characters that are special in a URL.
         self.program = self.program.parent.rename(self.folder / "程序 1%20#?") / self.program.name
-        # The page follows the program's theme. By night the ground where there is no tile has the colour of the window.
+        # The page uses the program's theme. In the night theme the background without tiles has the window's colour.
         (self.program.parent / "config.ini").write_text("[Global]\ntheme=lightTheme\n", encoding="ascii")
         hands = self.folder / "hands"
         hands.mkdir()
@@ -71,7 +71,7 @@ class Map(AnalystTest):
             app.wait_until_gone("画无人机航迹", role="push button")
             self.leave(app)
         self.assertEqual([line for line in app.log_lines() if line.level == "error"], [])
-        # It runs on without the program, and ends when it is asked.
+        # The service keeps running without the program, and ends on request.
         self.assertEqual(ask_service(), ["demo"])
         service, = tile_services(self.program.parent)
         os.kill(service, signal.SIGTERM)
@@ -80,7 +80,7 @@ class Map(AnalystTest):
     # ---- Steps ----
 
     def open_map(self, app):
-        """Presses the window's button. The place of the page on the screen, once the page is there."""
+        """Presses the window's button and waits for the page. Returns its rectangle on the screen."""
         app.find("Map", role="push button").click()
         left = app.find("画无人机航迹", role="push button", timeout=ENGINE_LIMIT).parent.rect.x
 
@@ -100,14 +100,14 @@ class Map(AnalystTest):
         self.assertEqual(self.colour("map", TRACK, area), 0)
         app.find("画无人机航迹", role="push button").click()
         self.wait_for_colour("track", TRACK, area, 1000)
-        # The view fits the flight.
+        # The view is fitted to the flight.
         points = self.step("track").pixels(TRACK, area, 20)
         width = max(x for x, _ in points) - min(x for x, _ in points)
         height = max(y for _, y in points) - min(y for _, y in points)
         self.assertTrue(width > 0.45 * area.width or height > 0.45 * area.height, (width, height))
 
     def start_service(self, app, area):
-        # The grid lies on a plain ground.
+        # The grid is on a plain background.
         before = self.colour("no-tiles", GROUND, area)
         self.assertGreater(before, area.width * area.height / 2)
         app.find("启功WMTS", role="push button").click()
@@ -121,7 +121,7 @@ class Map(AnalystTest):
             return len(picture.pixels(GROUND, area)) < before / 20 and len(picture.pixels(TRACK, area, 20)) > 1000
 
         wait_for(covered, "the track over tiles", interval=0.3)
-        # A second click leaves the one that runs alone.
+        # A second click does not affect the running service.
         app.find("启功WMTS", role="push button").click()
 
     def draw_route(self, app, area):
@@ -129,7 +129,7 @@ class Map(AnalystTest):
         self.switch(app, area, "航线使能", on=True)
         ends = self.click_line(area, (0.2, 0.3), (0.35, 0.6), (0.6, 0.75))
         wait_for(lambda: self.line_between("route", ends, ROUTE), "a route through the points that were clicked")
-        # A way point is dragged, and its legs follow.
+        # Dragging a waypoint moves its legs.
         moved = [ends[0], (ends[1][0], ends[1][1] + 90), ends[2]]
         with self.dragged(area, ends[1], moved[1]):
             wait_for(lambda: self.line_between("route", moved, ROUTE), "the route through the point that is dragged")
@@ -160,16 +160,16 @@ class Map(AnalystTest):
         self.assertEqual(wait_for(lambda: self.opened.read_text(encoding="utf-8").split("\n"), "its address"),
                          ["1", page.as_uri(), ""])
 
-    # ---- Hands and eyes ----
+    # ---- Helpers ----
 
     def switch(self, app, area, button, on):
-        """Presses a mode's button and waits for the page to show that it was told."""
+        """Presses a mode's button and waits until the page shows or hides the mode's message."""
         app.find(button, role="push button").click()
         top = Rect(area.x, area.y, area.width, area.height // 8)
         wait_for(lambda: (self.colour("mode", MODE_NOTE, top, 16) > 3000) == on, f"the note of {button}")
 
     def click_line(self, area, *parts):
-        """Clicks at parts of the map's width and height. The places."""
+        """Clicks points given as fractions of the map's width and height. Returns the points in pixels."""
         places = [(area.x + int(area.width * x), area.y + int(area.height * y)) for x, y in parts]
         for place in places:
             self.desktop.click(*place)
@@ -177,24 +177,24 @@ class Map(AnalystTest):
 
     @contextlib.contextmanager
     def dragged(self, area, start, end):
-        """With the pointer at the end and its button still held, since what is dragged follows a frame later."""
+        """Context manager: drags and keeps the button pressed at the end, because the map updates a frame later."""
         self.move_seen(area, *start)
         self.desktop.xdotool("mousedown", 1)
-        # The page takes the first movement for the start of a drag and leaves it out, so that one is as small as a hand's.
+        # The page uses the first movement only as the start of a drag, so that movement is small.
         for part in (0.04, 0.3, 0.6, 0.9, 1):
             self.move_seen(area, *(round(a + (b - a) * part) for a, b in zip(start, end)))
         yield
         self.desktop.xdotool("mouseup", 1)
 
     def move_seen(self, area, x, y):
-        """Moves the pointer and waits for the page to tell its new place; a busy one sees several moves as one."""
-        told = Rect(area.x + area.width - 320, area.y + area.height - 45, 320, 45)
-        before = self.step("moved").part(told)
+        """Moves the pointer and waits for the new coordinates, because a busy page merges several moves."""
+        label = Rect(area.x + area.width - 320, area.y + area.height - 45, 320, 45)
+        before = self.step("moved").part(label)
         self.desktop.move(x, y)
-        wait_for(lambda: (self.step("moved").part(told) != before).any(), "the pointer's coordinates")
+        wait_for(lambda: (self.step("moved").part(label) != before).any(), "the pointer's coordinates")
 
     def line_between(self, name, places, colour):
-        """Whether pixels of a colour lie along the straight lines between places, but for their ends and labels."""
+        """Whether the lines between places have pixels of the colour. Skips ends and middle, which have labels."""
         picture = self.step(name)
         for (x0, y0), (x1, y1) in zip(places, places[1:]):
             for part in (0.15, 0.25, 0.75, 0.85):
@@ -206,8 +206,8 @@ class Map(AnalystTest):
     def colour(self, name, colour, area, tolerance=12):
         return len(self.step(name).pixels(colour, area, tolerance))
 
-    def wait_for_colour(self, name, colour, area, least):
-        wait_for(lambda: self.colour(name, colour, area) >= least, f"{least} pixels of {colour}", interval=0.3)
+    def wait_for_colour(self, name, colour, area, minimum):
+        wait_for(lambda: self.colour(name, colour, area) >= minimum, f"{minimum} pixels of {colour}", interval=0.3)
 
 
 if __name__ == "__main__":

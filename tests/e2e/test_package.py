@@ -1,4 +1,4 @@
-"""What a user gets: the tarball is unpacked where nobody thought of, and runs without the folders that it came from."""
+"""The package: the unpacked tarball runs in any folder and without the folders of source and build."""
 
 import os
 import re
@@ -15,7 +15,7 @@ from harness import hide, wait_for
 
 SOURCE = Path(__file__).resolve().parents[2]
 
-# What the program and its user look for beside the executable.
+# Files that must be beside the executable.
 EXPECTED = {
     "LICENSE", "Leaflet/demo.html", "Leaflet/leaflet.css", "Leaflet/leaflet.js", "Ostravel", "myPlot/myMatlabPlot.m",
     "myPlot/pythonPlot.py", "myPlot/shell/plot_runner.py", "myPlot/shell/python", "ostravel-demo", "ostravel.desktop",
@@ -23,9 +23,9 @@ EXPECTED = {
 }
 PROGRAMS = {"Ostravel", "myPlot/shell/python", "ostravel-demo", "ostravel.sh", "wmts.exe"}
 
-NOBODY = 65534  # a user without rights: root may write everywhere
+NOBODY = 65534  # an unprivileged user, because root can write everywhere
 
-package = None  # the unpacked folder, made once
+package = None  # the unpacked folder, created once
 
 
 def build_folder():
@@ -61,27 +61,27 @@ def dynamic_section(path):
 
 
 class Contents(unittest.TestCase):
-    def test_everything_lies_beside_the_executable(self):
+    def test_all_files_are_beside_the_executable(self):
         files = {str(path.relative_to(package)) for path in package.rglob("*") if path.is_file()}
         self.assertEqual(EXPECTED - files, set())
         for name in PROGRAMS:
             self.assertTrue(os.access(package / name, os.X_OK), name)
 
-    def test_only_what_belongs_to_it_lies_beside_the_executable(self):
+    def test_no_other_files_are_beside_the_executable(self):
         allowed = {Path(name).parts[0] for name in EXPECTED} | {"README.html", "libostravel_web.so", "licences"}
         self.assertEqual({path.name for path in package.iterdir()} - allowed, set())
         self.assertEqual({path.name for path in (package / "myPlot").iterdir()},
                          {"myMatlabPlot.m", "pythonPlot.py", "shell"})
 
-    def test_web_plug_in_and_manual_are_there_when_they_were_built(self):
+    def test_web_plug_in_and_manual_are_included_if_built(self):
         for name in ("libostravel_web.so", "README.html"):
             self.assertEqual((package / name).exists(), (build_folder() / "bin" / name).exists(), name)
 
-    def test_licences_of_others_are_told(self):
+    def test_licences_of_other_parts_are_included(self):
         for name, holder in (("libjs-leaflet", "Agafonkin"), ("python3-qdarkstyle", "Colin Duquesnoy")):
             self.assertIn(holder, (package / "licences" / f"{name}.txt").read_text(encoding="utf-8"))
 
-    def test_libraries_are_not_looked_for_in_the_build(self):
+    def test_libraries_are_not_searched_in_the_build_folder(self):
         self.assertIn(package / "Ostravel", elf_files())
         for path in elf_files():
             self.assertEqual([entry for entry in dynamic_section(path) if entry[0] in ("RPATH", "RUNPATH")], [], path)
@@ -90,7 +90,7 @@ class Contents(unittest.TestCase):
 class UnpackedProgram(AnalystTest):
     def setUp(self):
         super().setUp()
-        # Nobody may write into the folder that the other tests look at.
+        # The program writes files, so it runs in a copy; other tests use the unpacked folder.
         self.program = shutil.copytree(package, self.folder / "飞行 数据" / package.name) / "ostravel.sh"
         self.work = self.folder / "我的 航班"
         self.work.mkdir()
@@ -107,14 +107,14 @@ class UnpackedProgram(AnalystTest):
         self.assertEqual(listing.split(), [f"{SOURCE}:", f"{build_folder()}:"])
         return True
 
-    def test_flight_is_read_without_the_folders_of_the_build(self):
+    def test_flight_is_read_without_source_and_build_folders(self):
         log = self.make_demo("log", "flight.txt", "--minutes", "3", "--seed", "7")
         flight = Flight(log.read_text(encoding="latin-1").splitlines())
         prepare = self.away_from_the_build if self.may_hide() else None
         app = self.desktop.start(self.program, self.work, prepare)
         try:
             self.check_files_in_use(app)
-            # The dialog opens where the program was started.
+            # The dialog opens in the folder where the program was started.
             self.select(app, log.name)
             self.desktop.key("ctrl+r")
             self.check_report(app, flight)
@@ -150,7 +150,7 @@ class Launcher(unittest.TestCase):
                               cwd=cwd or self.folder, capture_output=True, text=True, timeout=60, **rights)
 
     def replace(self, name, before, after):
-        """Another text of the same length in a file of the copy, a program too."""
+        """Replaces bytes in a file of the copy with other bytes of the same length, so that binaries stay valid."""
         self.assertEqual(len(before), len(after))
         data = (self.copy / name).read_bytes()
         self.assertIn(before, data)
@@ -178,26 +178,26 @@ class Launcher(unittest.TestCase):
             found = subprocess.run(["dpkg-query", "-S", f"*/{library}"], check=True, capture_output=True, text=True)
             self.assertIn(table[library], {line.split(":")[0] for line in found.stdout.splitlines()}, library)
 
-    def test_missing_libraries_are_named_by_their_packages(self):
-        # To the loader a library is missing when it has a name that nobody has; the table follows.
+    def test_missing_libraries_are_reported_with_their_packages(self):
+        # Changes the library names in the program and in the table to names that do not exist.
         for before, after in ((b"libQCustomPlot.so.2.1", b"libQCustomPlot.so.0.0"),
                               (b"libspdlog.so.1.10", b"libspdlog.so.0.00")):
             self.replace("Ostravel", before, after)
             self.replace("ostravel.sh", before, after)
-        said = self.check_refusal("libqcustomplot2.1 libspdlog1.10",
+        output = self.check_refusal("libqcustomplot2.1 libspdlog1.10",
                                   "sudo apt-get install --no-install-recommends libqcustomplot2.1 libspdlog1.10")
-        self.assertNotIn("libfmt9", said)
+        self.assertNotIn("libfmt9", output)
 
-    def test_library_of_no_known_package_is_named_itself(self):
+    def test_library_without_a_known_package_is_reported_by_name(self):
         self.replace("Ostravel", b"libfmt.so.9", b"libfmt.so.0")
         self.check_refusal("libfmt.so.0")
 
-    def test_system_older_than_the_program_is_told(self):
+    def test_too_old_system_is_reported(self):
         self.replace("Ostravel", b"\0Qt_5.15\0", b"\0Qt_5.99\0")
         self.check_refusal("Debian 12", "Qt_5.99")
 
     def readonly_folder(self):
-        """A folder that the user who starts the program may not write to, and that user when it is not us."""
+        """A read-only folder, and the user to start the program as, or None for the current user."""
         folder = self.folder / "只读"
         folder.mkdir()
         folder.chmod(0o555)
@@ -208,7 +208,7 @@ class Launcher(unittest.TestCase):
         path.write_text(f"#!/bin/sh\n{text}\n", encoding="utf-8")
         path.chmod(0o755)
 
-    def test_folder_without_write_access_is_told(self):
+    def test_folder_without_write_access_is_reported(self):
         folder, user = self.readonly_folder()
         self.stand_in(self.copy / "Ostravel", "echo started")
         done = self.run_launcher(user=user, cwd=folder)
@@ -218,7 +218,7 @@ class Launcher(unittest.TestCase):
         self.assertNotIn("apt-get", done.stderr)
         self.assertEqual(list(folder.iterdir()), [])
 
-    def test_log_of_somebody_else_is_told(self):
+    def test_log_of_another_user_is_reported(self):
         folder, user = self.readonly_folder()
         folder.chmod(0o755)
         (folder / "logs").mkdir()
@@ -229,25 +229,25 @@ class Launcher(unittest.TestCase):
         self.assertEqual((done.returncode, done.stdout), (1, ""), done)
         self.assertIn(f"{folder}/logs/log.txt", done.stderr)
 
-    def test_folder_without_write_access_is_told_in_a_window_where_there_is_no_terminal(self):
+    def test_folder_without_write_access_is_reported_in_a_window_without_a_terminal(self):
         folder, user = self.readonly_folder()
-        told = self.folder / "told"
-        told.mkdir()
-        told.chmod(0o777)
+        answers = self.folder / "answers"
+        answers.mkdir()
+        answers.chmod(0o777)
         tools = self.folder / "tools"
         tools.mkdir()
-        self.stand_in(tools / "zenity", f"for word; do last=$word; done; printf '%s' \"$last\" >'{told}/zenity'")
+        self.stand_in(tools / "zenity", f"for word; do last=$word; done; printf '%s' \"$last\" >'{answers}/zenity'")
         done = self.run_launcher(user=user, cwd=folder, DISPLAY=":99", PATH=f"{tools}:{os.environ['PATH']}")
         self.assertEqual(done.returncode, 1, done)
-        self.assertIn(f"{folder}/logs/log.txt", (told / "zenity").read_text(encoding="utf-8"))
+        self.assertIn(f"{folder}/logs/log.txt", (answers / "zenity").read_text(encoding="utf-8"))
 
-    def test_log_that_can_be_written_lets_the_program_start(self):
+    def test_program_starts_with_a_writable_log(self):
         self.stand_in(self.copy / "Ostravel", "echo started in $PWD")
         for _ in ("the first start", "the next one"):
             done = self.run_launcher()
             self.assertEqual((done.returncode, done.stdout), (0, f"started in {self.folder}\n"), done)
 
-    def test_check_names_the_plug_ins_that_are_missing(self):
+    def test_check_reports_missing_plug_ins(self):
         core = re.search(r"libQt5Core\.so\.5 => (\S+)", subprocess.run(
             ["ldd", package / "Ostravel"], check=True, capture_output=True, text=True).stdout)[1]
         libraries = self.folder / "libraries"
@@ -260,7 +260,7 @@ class Launcher(unittest.TestCase):
         self.assertRegex(done.stdout, r"(?m)^icons +lacks libqt5svg5$")
         self.assertRegex(done.stdout, r"(?m)^sudo apt-get install .*\blibqt5sql5-sqlite libqt5svg5\b")
 
-    def test_check_names_the_libraries_of_the_parts(self):
+    def test_check_reports_missing_libraries_of_the_parts(self):
         self.replace("wmts.exe", b"libcpp-httplib.so.0.11", b"libcpp-httplib.so.0.00")
         self.replace("ostravel.sh", b"libcpp-httplib.so.0.11", b"libcpp-httplib.so.0.00")
         done = self.run_launcher("--check")
@@ -268,10 +268,10 @@ class Launcher(unittest.TestCase):
         self.assertRegex(done.stdout, r"(?m)^tile-service +lacks libcpp-httplib0\.11$")
         self.assertRegex(done.stdout, r"(?m)^program +has what it needs$")
 
-    def test_unknown_argument_is_refused(self):
+    def test_unknown_argument_is_rejected(self):
         self.assertEqual(self.run_launcher("--chekc").returncode, 2)
 
-    def test_desktop_entry_starts_the_program_from_a_folder_of_any_name(self):
+    def test_desktop_entry_starts_the_program_from_any_folder(self):
         import gi
         gi.require_version("Gio", "2.0")
         from gi.repository import Gio

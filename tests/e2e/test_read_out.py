@@ -1,4 +1,4 @@
-"""Reading the curves: the tool tip beside the pointer, and a channel that only the data settings can show."""
+"""Reading the curves: the tool tip at the pointer, and a channel that only the data settings can show."""
 
 import configparser
 import re
@@ -13,14 +13,14 @@ from harness import Rect, WaitFailed, wait_for
 ACTUAL = ("横滚", 0, (255, 255, 0))
 TARGET = ("目标横滚", 0, (55, 200, 155))
 
-# A channel of the tab "AttitudeAndPositionInfo" that has no check box.
+# A channel of the tab "AttitudeAndPositionInfo" without a check box.
 HIDDEN = "地速"
 
-# One blank and six digits tell where the pointer is, two blanks and twelve digits tell a sample.
+# One blank and six digits: position of the pointer. Two blanks and twelve digits: a sample.
 POINTER = re.compile(r"\((\d{4}-\d\d-\d\d \d\d:\d\d:\d\d), (-?[\d.]+)\)")
 SAMPLE = re.compile(r"\((\d{4}-\d\d-\d\d \d\d:\d\d:\d\d),  (\S+)\)")
 
-PLACES = [0.12, 0.26, 0.37, 0.5, 0.71, 0.88]  # shares of a canvas's width
+PLACES = [0.12, 0.26, 0.37, 0.5, 0.71, 0.88]  # fractions of a canvas's width
 
 
 class ReadOut(AnalystTest):
@@ -38,7 +38,7 @@ class ReadOut(AnalystTest):
             self.check_short_text(app, canvas, flight)
             self.switch_factors_on(app)
             self.check_factors(app, canvas, flight)
-            self.give_selection_up(app, canvas)
+            self.clear_selection(app, canvas)
             self.show_hidden_channel(app, canvas, flight)
             self.leave(app)
         self.check_settings()
@@ -49,8 +49,8 @@ class ReadOut(AnalystTest):
             "mainwindow destructor", "close logger"])
 
     def tip(self, app, x, y):
-        """The text beside the pointer at a place of the screen, to which it comes from outside the canvas."""
-        # A tool tip goes by itself after ten seconds, which a busy machine may take to look at it.
+        """Moves the pointer from outside the canvas to a position. Returns the text of the tool tip."""
+        # A tool tip closes after ten seconds; on a busy machine, reading it may take longer.
         for _ in range(3):
             self.leave_canvas(app)
             self.desktop.move(x, y)
@@ -62,11 +62,11 @@ class ReadOut(AnalystTest):
 
     def leave_canvas(self, app):
         self.desktop.move(5, self.desktop.size[1] // 2)
-        wait_for(lambda: app.tool_tip() is None, "the tool tip to go")
+        wait_for(lambda: app.tool_tip() is None, "the tool tip to disappear")
 
     @staticmethod
     def at(canvas, share):
-        """A point in the middle of the curves."""
+        """A point at a fraction of the canvas's width, at half its height."""
         return canvas.x + canvas.width // 20 + int(canvas.width * 0.9 * share), canvas.y + canvas.height // 2
 
     @staticmethod
@@ -74,7 +74,7 @@ class ReadOut(AnalystTest):
         return time.strftime("%Y-%m-%d %H:%M:%S", time.gmtime(int(key)))
 
     def check_free_pointer(self, app, canvas, flight):
-        """Without a selected curve the pointer's own place is told, in six digits."""
+        """Checks that without a selected curve the tip shows the pointer's position with six digits."""
         left, right = self.shown_time(flight.start()), self.shown_time(flight.keys(ACTUAL[0])[-1])
         x, y = self.at(canvas, 0.5)
         seen = []
@@ -89,7 +89,7 @@ class ReadOut(AnalystTest):
         self.assertEqual(self.crosshair(canvas), set())
 
     def crosshair(self, canvas):
-        """Columns of the screen that are reddish over most of the curves' height: the tool tip may hide a part."""
+        """Columns of the screen that are red over most of the curves' height. The tool tip may hide a part."""
         curves = Rect(canvas.x, canvas.y + canvas.height // 20, canvas.width, canvas.height * 8 // 10)
         red, green, blue = numpy.moveaxis(self.step("crosshair").part(curves).astype(int), 2, 0)
         heights = (red - numpy.maximum(green, blue) > 40).sum(axis=0)
@@ -101,11 +101,11 @@ class ReadOut(AnalystTest):
         self.assertTrue(points, "the legend shows no line in the curve's colour")
         self.desktop.click(*points[len(points) // 2])
         self.leave_canvas(app)
-        # A selected curve has a pen of its own, so its colour is gone from the drawing.
+        # A selected curve has another pen, so its colour disappears from the drawing.
         wait_for(lambda: not self.step("selected").pixels(ACTUAL[2], self.drawing(canvas), 5), "the selected curve")
 
     def samples_at(self, flight, text):
-        """The samples that a read-out may tell of: those of its second with its value."""
+        """The samples that match a tip: the same second and the same value."""
         match = SAMPLE.fullmatch(text)
         self.assertTrue(match, text)
         found = [i for i, (key, value) in enumerate(zip(flight.keys(ACTUAL[0]), flight.series(ACTUAL[0])))
@@ -114,7 +114,7 @@ class ReadOut(AnalystTest):
         return found
 
     def check_short_text(self, app, canvas, flight):
-        """A sample of the selected curve with twelve digits, on one line as long as the factors are off."""
+        """Checks that the tip shows a sample of the selected curve with twelve digits in one line without factors."""
         self.samples_at(flight, self.tip(app, *self.at(canvas, 0.3)))
 
     def switch_factors_on(self, app):
@@ -153,20 +153,20 @@ class ReadOut(AnalystTest):
                      f"the crosshair below the pointer at {x}")
         self.assertGreater(len(rises), 2, "the places tell too little about the rise time")
 
-        # The sample is the one below the pointer: its number grows with the pointer's column at one constant rate.
+        # The sample is at the pointer, so its index is linear in the pointer's column.
         known = [(x, samples[0]) for x, samples in told if len(samples) == 1]
         self.assertGreater(len(known), 3, "the places tell too little about the sample")
         slope, offset = numpy.polyfit(*zip(*known), 1)
         for x, samples in told:
             self.assertLess(min(abs(slope * x + offset - i) for i in samples), 2.0, told)
 
-    def give_selection_up(self, app, canvas):
-        # Before the take-off both curves lie in the middle.
+    def clear_selection(self, app, canvas):
+        # Before take-off both curves are in the middle.
         x, y = self.at(canvas, 0.05)
         y -= canvas.height // 4
         self.desktop.click(x, y)
         self.assertRegex(self.tip(app, x, y), POINTER)
-        wait_for(lambda: not self.crosshair(canvas), "the crosshair to go")
+        wait_for(lambda: not self.crosshair(canvas), "the crosshair to disappear")
 
     def show_hidden_channel(self, app, canvas, flight):
         self.leave_canvas(app)
@@ -187,7 +187,7 @@ class ReadOut(AnalystTest):
         wait_for(lambda: self.is_drawn(before, self.step("hidden"), canvas, flight), f"the curve of {HIDDEN}")
 
     def is_drawn(self, before, after, canvas, flight):
-        """The axes still fit the first curve, so the new one is seen where its values lie within that one's."""
+        """The axes still fit the first curve, so the new curve is visible where its values are in that range."""
         first, values = flight.series(ACTUAL[0]), flight.series(HIDDEN)
         inside = sum(min(first) < value < max(first) for value in values) / len(values)
         self.assertTrue(0.3 < inside < 1, f"{inside} of the samples are on the canvas")

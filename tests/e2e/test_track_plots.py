@@ -1,4 +1,4 @@
-"""The track drawn outside: all nine buttons of the two plot dialogs, with the real Python and the real Octave."""
+"""External track plots: all nine buttons of the two plot dialogs, with the real Python and the real Octave."""
 
 import os
 import subprocess
@@ -9,7 +9,7 @@ from analyst import AnalystTest, main
 from flight import Flight
 from harness import Picture, WaitFailed, tool, wait_for
 
-ENGINE_LIMIT = 120.0  # seconds for an engine that meets this machine for the first time
+ENGINE_LIMIT = 120.0  # seconds for the first start of an engine on this machine
 
 PYTHON = [("高度", "Height", "高度曲线"), ("二维航迹", "XY", "二维航迹"), ("三维-全阶段", "XYZ", "三维航迹（全阶段）"),
           ("三维-末端攻击", "Attack", "三维航迹（末端攻击）"), ("demo", "Demo1", "演示：盘旋爬升与俯冲")]
@@ -17,7 +17,7 @@ OCTAVE = PYTHON[:4]
 
 
 class TrackPlots(AnalystTest):
-    def test_nine_plots_are_drawn_and_outlive_dialog_and_program(self):
+    def test_nine_plots_stay_open_after_dialog_and_program_are_closed(self):
         log = self.make_demo("log", "flight.txt", "--minutes", "20")
         with self.running() as app:
             self.select(app, log)
@@ -29,7 +29,7 @@ class TrackPlots(AnalystTest):
             self.assertEqual(len(set(figures)), 9, "every plot has a window of its own")
             self.desktop.focus(self.desktop.window("Ostravel"))
             self.leave(app)
-        # A figure stays until the user closes it, and its process ends with the last of them.
+        # A figure stays open until the user closes it; the process ends with its last figure.
         for window in figures:
             self.assertIn(window, self.desktop.windows())
             self.assertTrue(self.engines())
@@ -39,21 +39,21 @@ class TrackPlots(AnalystTest):
         wait_for(lambda: not self.engines(), "the engines to end with their figures")
 
     def draw(self, app, engine, title, plots):
-        """All plots of a dialog, which is closed again. Their windows."""
+        """Draws all plots of a dialog and closes the dialog. Returns the windows."""
         self.desktop.focus(self.desktop.window("Ostravel"))
         app.find(title, role="push button").click()
         figures = []
         for button, name, figure in plots:
-            before = self.desktop.windows()  # the other engine's figures have the same titles
+            before = self.desktop.windows()  # figures of the other engine have the same titles
             dialog = wait_for(lambda: self.desktop.window(title), f"the dialog {title} to be ready", ENGINE_LIMIT)
-            self.desktop.focus(dialog)  # the figure before lies on it
+            self.desktop.focus(dialog)  # the previous figure may cover it
             app.find(button, role="push button").click()
             window = wait_for(lambda figure=figure: self.desktop.window(f"Ostravel - {figure}", but=before),
                               f"the figure {figure}", ENGINE_LIMIT)
             figures.append(window)
             self.check_place(window, dialog if engine == "python" else None)
             picture = self.picture_of(window, f"{engine}-{name.lower()}")
-            # Neither empty nor plain: curves, letters, a scale of colours.
+            # The image has curves, text and a colour bar.
             self.assertGreater((picture.data.min(axis=2) < 200).mean(), 0.005, name)
         self.desktop.focus(dialog)
         self.desktop.key("alt+F4")
@@ -61,7 +61,7 @@ class TrackPlots(AnalystTest):
         return figures
 
     def check_place(self, window, dialog):
-        """The window lies on the screen, and beside the dialog whose buttons the user goes on to click."""
+        """Checks that the window is on the screen and does not cover the dialog, whose buttons the user needs."""
         width, height = self.desktop.size
 
         def placed():
@@ -73,10 +73,10 @@ class TrackPlots(AnalystTest):
             buttons = self.desktop.place(dialog)
             return place.x >= buttons.x + buttons.width or place.x + place.width <= buttons.x
 
-        wait_for(placed, "the figure to lie on the screen beside the buttons")
+        wait_for(placed, "the figure to be on the screen beside the buttons")
 
     def engines(self):
-        """The processes that stand in the plot folder of this test's program."""
+        """Ids of the processes whose working directory is the plot folder of this test's program."""
         folder = str(self.program.parent / "myPlot")
         found = []
         for process in Path("/proc").glob("[0-9]*"):
@@ -84,13 +84,13 @@ class TrackPlots(AnalystTest):
                 if os.readlink(process / "cwd") == folder:
                     found.append(int(process.name))
             except OSError:
-                pass  # gone just now
+                pass  # the process just ended
         return found
 
     def picture_of(self, window, name):
-        """A picture of the window alone, once it does not change any more."""
+        """Waits until the window does not change. Returns a screenshot of the window."""
         path = analyst.options.artifacts / f"{name}.png"
-        self.desktop.focus(window)  # a window manager may leave it below the dialog that was clicked
+        self.desktop.focus(window)  # the window manager may keep it below the dialog
         last = [None]
 
         def settled():

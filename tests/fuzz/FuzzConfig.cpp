@@ -1,5 +1,5 @@
-// The reading of config.ini on whatever bytes: it must not crash, must leave the file alone or set it aside whole, and
-// must give settings that are the same after they were written and read again.
+// Reads config.ini with arbitrary bytes. It must not crash, must leave the file unchanged or rename it unchanged, and
+// the settings must be the same after writing and reading them again.
 
 #include "AppConfig.h"
 #include "FuzzTarget.h"
@@ -23,28 +23,28 @@ auto settings()
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     static const QTemporaryDir folder;
-    // QSettings remembers the files that it has read, so each has a name of its own.
+    // QSettings caches files, so each input needs a new file name.
     static qint64 number = 0;
     const QString path = folder.filePath(QStringLiteral("%1.ini").arg(++number));
     const QString written = folder.filePath(QStringLiteral("%1-written.ini").arg(number));
     const QByteArray bytes(reinterpret_cast<const char *>(data), static_cast<int>(size));
-    demand(writeFile(path, bytes));
+    require(writeFile(path, bytes));
 
     AppConfig &config = AppConfig::getInstance();
     config.readConfigIni(path);
     const auto read = settings();
-    demand(config.getTheme() == lightTheme || config.getTheme() == darkTheme);
+    require(config.getTheme() == lightTheme || config.getTheme() == darkTheme);
     const QString aside = path + QStringLiteral(".damaged");
-    demand(fileContent(QFile::exists(aside) ? aside : path) == bytes);
+    require(fileContent(QFile::exists(aside) ? aside : path) == bytes);
     QFile::remove(aside);
 
     config.writeConfigIni(path);
-    demand(QFile::rename(path, written));
+    require(QFile::rename(path, written));
     config.setTheme(config.getTheme() == lightTheme ? darkTheme : lightTheme);
     config.setTouchMode(!config.getTouchMode());
     config.setShowFactor(!config.getShowFactor());
     config.readConfigIni(written);
-    demand(settings() == read);
-    demand(QFile::remove(written));
+    require(settings() == read);
+    require(QFile::remove(written));
     return 0;
 }

@@ -1,6 +1,6 @@
-// The reading of a flight database. The first byte chooses: an even one is followed by the bytes of the file itself, an
-// odd one by the choices of a generator of schemas and rows. A read must not crash, hang or change the file, and must
-// leave every group with one length; of ordinary tables it must give what a second decode of the same rows gives.
+// Reads a flight database. After an even first byte, the input is the content of the file; after an odd one, it
+// controls a generator of schemas and rows. A read must not crash, hang or change the file. All channels of a group
+// must have the same length. For ordinary tables, the samples must match the reference decoder.
 
 #include "DataHandler.h"
 #include "DataListDia.h"
@@ -22,7 +22,7 @@ namespace
 
 constexpr char kDefault[] = "qt_sql_default_connection";
 
-/** Takes the fuzzer's bytes one by one; zeros after the last. */
+/** Returns the fuzzer's bytes one by one, then zeros. */
 class Choices
 {
 public:
@@ -54,14 +54,14 @@ struct Record {
     QVariant frame;
 };
 
-/** What the generator has written, as far as it knows what a read makes of it. */
+/** The generated data. If ordinary is false, the expected result of a read is unknown. */
 struct Written {
     bool ordinary = true;
     QVector<int> tasks;
     QVector<Record> records;
 };
 
-/** A header in most cases, one of the codes that the downlink has in most cases, any bytes behind. */
+/** Usually a valid header and a valid code, then arbitrary bytes. */
 QString frameText(Choices &choices)
 {
     static constexpr int kCodes[] = {0x01, 0x02, 0x03, 0x04, 0x05, 0x41, 0x52, 0x53};
@@ -93,7 +93,7 @@ QVariant frameValue(Choices &choices, bool *plain)
     }
 }
 
-/** Other shapes of the two tables; the first of each is the ordinary one. */
+/** Variants of the two tables; the first of each is the ordinary one. */
 const char *const kTaskTables[] = {
     "create table t_fly_task (id integer, name text, ctime integer)",
     "create table t_fly_task (id integer primary key, name text, ctime integer) without rowid",
@@ -120,7 +120,7 @@ void insertRow(QSqlDatabase &database, const QString &statement, const QVariantL
 {
     QSqlQuery query(database);
     if (!query.prepare(statement))
-        return; // the table is missing, or is a view
+        return; // the table is missing or is a view
     for (const QVariant &value : values)
         query.addBindValue(value);
     query.exec();
@@ -131,7 +131,7 @@ Written generate(const QString &path, Choices choices)
     Written written;
     QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("generator"));
     database.setDatabaseName(path);
-    demand(database.open());
+    require(database.open());
     if (choices.below(4) == 0)
         QSqlQuery(database).exec(QStringLiteral("pragma journal_mode=wal"));
     const int taskTable = std::max(0, choices.next() - 240) % 8;
@@ -164,7 +164,7 @@ Written generate(const QString &path, Choices choices)
     return written;
 }
 
-/** Ticks every row whose bit is set; the ids of those rows. */
+/** Ticks every row whose bit is set. Returns the ids of these rows. */
 QList<int> tick(QDialog *dialog, int bits)
 {
     QList<int> ids;
@@ -178,15 +178,15 @@ QList<int> tick(QDialog *dialog, int bits)
     return ids;
 }
 
-void demandLengths()
+void checkLengths()
 {
     for (const ChannelGroup &group : channelGroups()) {
         for (int row = 0; row < group.count; ++row)
-            demand(std::as_const(*group.channels[row]).yvalue().size() == group.length());
+            require(std::as_const(*group.channels[row]).yvalue().size() == group.length());
     }
 }
 
-void demandSamples(const Written &written, const QList<int> &ticked)
+void checkSamples(const Written &written, const QList<int> &ticked)
 {
     ReferenceDecoder expected;
     for (const Record &record : written.records) {
@@ -199,7 +199,7 @@ void demandSamples(const Written &written, const QList<int> &ticked)
     expected.speedAngle();
     for (const ChannelGroup &group : channelGroups()) {
         for (int row = 0; row < group.count; ++row)
-            demand(std::as_const(*group.channels[row]).yvalue() == expected.channels[group.code][row]);
+            require(std::as_const(*group.channels[row]).yvalue() == expected.channels[group.code][row]);
     }
 }
 
@@ -222,7 +222,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     if (generated)
         written = generate(path, Choices(data + 2, size - 2));
     else
-        demand(writeFile(path, QByteArray(reinterpret_cast<const char *>(data + 2), static_cast<int>(size - 2))));
+        require(writeFile(path, QByteArray(reinterpret_cast<const char *>(data + 2), static_cast<int>(size - 2))));
     const QByteArray before = fileContent(path);
 
     QList<int> ticked;
@@ -234,14 +234,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
         });
         DataHandler handler;
         handler.readDataSlot(path);
-        demand(answer.allAnswered());
+        require(answer.allAnswered());
     }
     QSqlDatabase::removeDatabase(QLatin1String(kDefault));
 
-    demand(fileContent(path) == before);
-    demandLengths();
+    require(fileContent(path) == before);
+    checkLengths();
     if (written.ordinary)
-        demandSamples(written, ticked);
+        checkSamples(written, ticked);
     for (const char *const suffix : {"", "-wal", "-shm", "-journal"})
         QFile::remove(path + QLatin1String(suffix));
     return 0;

@@ -1,5 +1,5 @@
-// The reading of a text log on whatever bytes: it must not crash, and must leave what a second decode of the same lines
-// makes of them, with the plane filter and without.
+// Reads a text log with arbitrary bytes. It must not crash and must give the same result as the reference decoder, with
+// and without the plane filter.
 
 #include "DataHandler.h"
 #include "Fixture.h"
@@ -15,14 +15,14 @@ namespace
 
 constexpr int kPlane = 1;
 
-ReferenceDecoder secondDecode(const QString &path, bool filtered)
+ReferenceDecoder referenceDecode(const QString &path, bool filtered)
 {
-    static const ReferenceDecoder empty; // its tables are texts, which take longer than a small log
+    static const ReferenceDecoder empty; // parsing its tables takes longer than reading a small log
     ReferenceDecoder decoder = empty;
     decoder.planeSelected = filtered;
     decoder.plane = kPlane;
     QFile file(path);
-    demand(file.open(QIODevice::ReadOnly | QIODevice::Text));
+    require(file.open(QIODevice::ReadOnly | QIODevice::Text));
     QTextStream stream(&file);
     while (!stream.atEnd())
         decoder.decodeLine(stream.readLine());
@@ -30,59 +30,60 @@ ReferenceDecoder secondDecode(const QString &path, bool filtered)
     return decoder;
 }
 
-void demandCounters(const DataHandler &handler, const ReferenceDecoder &expected)
+void checkCounters(const DataHandler &handler, const ReferenceDecoder &expected)
 {
-    demand(handler.frameTotal() == expected.lines % 65536);
-    demand(handler.frameError() == expected.errors % 65536);
-    demand(handler.frameSelectedId() == expected.selected % 65536);
-    demand(handler.processed() <= handler.total()); // two digits, or a digit and a line end, make a byte
+    require(handler.frameTotal() == expected.lines % 65536);
+    require(handler.frameError() == expected.errors % 65536);
+    require(handler.frameSelectedId() == expected.selected % 65536);
+    require(handler.processed() <= handler.total()); // a byte needs two digits, or a digit and a line break
 }
 
-void demandChannels(ReferenceDecoder &expected)
+void checkChannels(ReferenceDecoder &expected)
 {
-    // A frame brings one sample to its group, and at most one from each side to keep in step; the tail is one more.
-    const qint64 most = 3 * expected.lines + 1;
+    // Each line adds at maxSamples three samples to a group: one from the frame and two from the repair. evenTail()
+    // adds one.
+    const qint64 maxSamples = 3 * expected.lines + 1;
     expected.differences();
     expected.speedAngle();
     for (const ChannelGroup &group : channelGroups()) {
-        demand(group.code == frame::kBackup || group.length() <= most);
+        require(group.code == frame::kBackup || group.length() <= maxSamples);
         for (int row = 0; row < group.count; ++row) {
             const QVector<double> &samples = std::as_const(*group.channels[row]).yvalue();
-            demand(samples.size() == group.length());
-            demand(samples == expected.channels[group.code][row]);
+            require(samples.size() == group.length());
+            require(samples == expected.channels[group.code][row]);
         }
     }
 }
 
-void demandTrack(const ReferenceDecoder::Track &expected, const std::vector<double> &x, const std::vector<double> &y,
-                 const std::vector<double> &z)
+void checkTrack(const ReferenceDecoder::Track &expected, const std::vector<double> &x, const std::vector<double> &y,
+                const std::vector<double> &z)
 {
-    demand(QVector<double>(x.begin(), x.end()) == expected.x);
-    demand(QVector<double>(y.begin(), y.end()) == expected.y);
-    demand(QVector<double>(z.begin(), z.end()) == expected.z);
+    require(QVector<double>(x.begin(), x.end()) == expected.x);
+    require(QVector<double>(y.begin(), y.end()) == expected.y);
+    require(QVector<double>(z.begin(), z.end()) == expected.z);
 }
 
-void demandTracks(ReferenceDecoder &expected)
+void checkTracks(ReferenceDecoder &expected)
 {
     constexpr int kFromEnd = 10;
     const ReferenceDecoder::Samples &lat = expected.channel("HBS_Lat");
     const ReferenceDecoder::Samples &lng = expected.channel("HBS_Lng");
     if (lat.size() >= kFromEnd) {
-        demand(originLat == static_cast<float>(lat[lat.size() - kFromEnd]));
-        demand(originLng == static_cast<float>(lng[lng.size() - kFromEnd]));
+        require(originLat == static_cast<float>(lat[lat.size() - kFromEnd]));
+        require(originLng == static_cast<float>(lng[lng.size() - kFromEnd]));
     }
-    demand(longitudeScale > 0.0 && longitudeScale <= 1.0);
+    require(longitudeScale > 0.0 && longitudeScale <= 1.0);
     const auto between = [&expected](int from, int to, double jump) {
         return expected.track(from, to, originLng, originLat, longitudeScale, jump);
     };
     const int end = expected.channel("PGS_GPS_Lng").size();
-    demandTrack(between(expected.trackStart(), end, 1000.0), trackX, trackY, trackZ);
+    checkTrack(between(expected.trackStart(), end, 1000.0), trackX, trackY, trackZ);
     const int from = expected.attackStart();
-    demandTrack(from < 0 ? ReferenceDecoder::Track() : between(from, expected.attackEnd(), 10000.0), attackTrackX,
-                attackTrackY, attackTrackZ);
+    checkTrack(from < 0 ? ReferenceDecoder::Track() : between(from, expected.attackEnd(), 10000.0), attackTrackX,
+               attackTrackY, attackTrackZ);
 }
 
-void readAndDemand(const QString &path, bool filtered)
+void readAndCheck(const QString &path, bool filtered)
 {
     Fixture::resetGlobals();
     Fixture::renewStore();
@@ -94,12 +95,12 @@ void readAndDemand(const QString &path, bool filtered)
     DataHandler handler;
     handler.readDataSlot(path);
 
-    ReferenceDecoder expected = secondDecode(path, filtered);
-    demandCounters(handler, expected);
+    ReferenceDecoder expected = referenceDecode(path, filtered);
+    checkCounters(handler, expected);
     const QDateTime start = expected.startTime(sampleInterval);
-    demand(startDateTime == (start.isValid() ? start : before));
-    demandTracks(expected);
-    demandChannels(expected);
+    require(startDateTime == (start.isValid() ? start : before));
+    checkTracks(expected);
+    checkChannels(expected);
 }
 
 } // namespace
@@ -110,8 +111,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     AppConfig::getInstance().getDataPath() = folder.filePath(QStringLiteral("data.txt"));
     AppConfig::getInstance().getAttackDataPath() = folder.filePath(QStringLiteral("data_attack.txt"));
     const QString path = folder.filePath(QStringLiteral("flight.txt"));
-    demand(writeFile(path, QByteArray(reinterpret_cast<const char *>(data), static_cast<int>(size))));
-    readAndDemand(path, false);
-    readAndDemand(path, true);
+    require(writeFile(path, QByteArray(reinterpret_cast<const char *>(data), static_cast<int>(size))));
+    readAndCheck(path, false);
+    readAndCheck(path, true);
     return 0;
 }

@@ -1,4 +1,4 @@
-// What stands around a fuzz target when libFuzzer runs it, as the test program does at a replay.
+// Sets up the environment of a fuzz target for libFuzzer, like the test program for a replay.
 
 #include <QApplication>
 
@@ -10,7 +10,7 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     qputenv("QT_QPA_PLATFORM", "offscreen");
     static const QApplication application(*argc, *argv);
-    // Messages are still made, which is part of what the bytes lead to, but millions of them are not kept.
+    // Messages are formatted, which is part of the tested code, but not stored.
     spdlog::set_default_logger(spdlog::null_logger_mt("fuzz"));
     return 0;
 }

@@ -1,5 +1,5 @@
-// The head of a request to the tile service, in pieces of whatever size: it must come out the same as in one piece, and
-// hold its limits.
+// Parses the head of a request to the tile service in pieces of arbitrary size. The result must be the same as for one
+// piece, and within the limits.
 
 #include "FuzzTarget.h"
 #include "RequestHead.h"
@@ -11,7 +11,7 @@ namespace
 
 using wmts::RequestHead;
 
-/** @return how many bytes were taken; each piece is as long as the byte before it says */
+/** Splits bytes into pieces; sizes gives the piece sizes modulo 64. @return number of bytes consumed */
 std::size_t takeInPieces(RequestHead &head, std::string_view bytes, std::string_view sizes)
 {
     std::size_t taken = 0;
@@ -20,7 +20,7 @@ std::size_t takeInPieces(RequestHead &head, std::string_view bytes, std::string_
         const std::size_t length = 1 + static_cast<unsigned char>(sizes[piece++ % sizes.size()]) % 64;
         const std::string_view part = bytes.substr(taken, length);
         const std::size_t count = head.take(part);
-        demand(count == part.size() || head.ended());
+        require(count == part.size() || head.ended());
         taken += count;
     }
     return taken;
@@ -36,20 +36,20 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     RequestHead whole;
     const std::size_t taken = whole.take(bytes);
     RequestHead pieces;
-    demand(takeInPieces(pieces, bytes, bytes) == taken);
-    demand(pieces.begun() == whole.begun());
-    demand(pieces.ended() == whole.ended());
-    demand(pieces.error() == whole.error());
-    demand(pieces.closes() == whole.closes());
-    demand(pieces.requestLine() == whole.requestLine());
+    require(takeInPieces(pieces, bytes, bytes) == taken);
+    require(pieces.begun() == whole.begun());
+    require(pieces.ended() == whole.ended());
+    require(pieces.error() == whole.error());
+    require(pieces.closes() == whole.closes());
+    require(pieces.requestLine() == whole.requestLine());
 
-    demand(taken <= size && (whole.ended() || taken == size));
-    demand(whole.requestLine().size() <= wmts::kMostRequestLine);
+    require(taken <= size && (whole.ended() || taken == size));
+    require(whole.requestLine().size() <= wmts::kMostRequestLine);
     const int error = whole.error();
-    demand(error == 0 || error == 400 || error == 403 || error == 414 || error == 431);
-    demand(error == 0 || whole.closes());
+    require(error == 0 || error == 400 || error == 403 || error == 414 || error == 431);
+    require(error == 0 || whole.closes());
     if (whole.ended() && error == 0)
-        demand(std::none_of(whole.requestLine().begin(), whole.requestLine().end(),
-                            [](unsigned char character) { return character < 0x20 && character != '\t'; }));
+        require(std::none_of(whole.requestLine().begin(), whole.requestLine().end(),
+                             [](unsigned char character) { return character < 0x20 && character != '\t'; }));
     return 0;
 }

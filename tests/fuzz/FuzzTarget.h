@@ -4,12 +4,12 @@
 #include <cstdint>
 #include <cstdlib>
 
-/** What a target does with whatever bytes. A broken promise ends the program. @return 0 */
+/** Runs a target with arbitrary bytes. A failed check aborts the program. @return 0 */
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
-/** Ends the program, which a fuzzer takes for a finding, unless a promise holds. */
-inline void demand(bool holds)
+/** Aborts the program if the condition is false. The fuzzer reports this as a finding. */
+inline void require(bool condition)
 {
-    if (!holds)
+    if (!condition)
         std::abort();
 }

@@ -1,5 +1,5 @@
-// An MBTiles file of whatever bytes: it serves as a layer or is refused with a sentence, what it says of itself is
-// within its limits, and what it serves is an image of at most the size that is allowed.
+// Opens an MBTiles file with arbitrary bytes. It is either a layer or rejected with an error message. The metadata must
+// be within the limits, and tiles must be images within the maximum size.
 
 #include "FuzzTarget.h"
 #include "TileAddress.h"
@@ -17,27 +17,27 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     static const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("layer.mbtiles"));
     const QByteArray content(reinterpret_cast<const char *>(data), static_cast<int>(size));
-    demand(writeFile(path, content));
+    require(writeFile(path, content));
     std::string error;
     {
         const std::unique_ptr<TileLayer> layer = TileLayer::open(path.toStdString(), "layer", &error);
-        demand(layer || !error.empty());
+        require(layer || !error.empty());
         if (layer) {
             const LayerInfo &info = layer->info();
-            demand(info.name == "layer" && !info.title.empty());
-            demand(info.format == "png" || info.format == "jpg" || info.format == "webp");
-            demand(info.minZoom >= 0 && info.minZoom <= info.maxZoom && info.maxZoom <= wmts::kMostZoom);
-            demand(info.bounds[0] < info.bounds[2] && info.bounds[1] < info.bounds[3]);
+            require(info.name == "layer" && !info.title.empty());
+            require(info.format == "png" || info.format == "jpg" || info.format == "webp");
+            require(info.minZoom >= 0 && info.minZoom <= info.maxZoom && info.maxZoom <= wmts::kMostZoom);
+            require(info.bounds[0] < info.bounds[2] && info.bounds[1] < info.bounds[3]);
             for (int zoom = info.minZoom; zoom <= std::min(info.maxZoom, info.minZoom + 2); ++zoom) {
                 std::string bytes;
                 const char *type = nullptr;
                 if (layer->tile(zoom, 0, 0, &bytes, &type) == TileLayer::Found::Yes)
-                    demand(type && type == wmts::imageType(bytes.data(), bytes.size())
-                           && bytes.size() <= wmts::kMostTileBytes);
+                    require(type && type == wmts::imageType(bytes.data(), bytes.size())
+                            && bytes.size() <= wmts::kMostTileBytes);
             }
         }
     }
-    demand(fileContent(path) == content);
+    require(fileContent(path) == content);
     for (const char *const suffix : {"", "-wal", "-shm", "-journal"})
         QFile::remove(path + QLatin1String(suffix));
     return 0;

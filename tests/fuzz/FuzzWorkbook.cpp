@@ -1,5 +1,5 @@
-// The zip and sheet reader on whatever bytes: an export over them must not crash, and where the archive around the
-// bytes is sound it must succeed and read back. A file that is set aside must be the one that was there.
+// Exports over a workbook with arbitrary bytes. It must not crash. If the archive is valid, the export must succeed and
+// be readable. A renamed file must be the previous file.
 
 #include "FuzzTarget.h"
 #include "QXlsx.h"
@@ -13,7 +13,7 @@ namespace
 
 constexpr double kMark = 1234.5;
 
-/** Where the first byte of an input says that the others belong. */
+/** The workbook part that the first byte selects for the other bytes. */
 QByteArray partFor(char kind)
 {
     switch (kind) {
@@ -42,28 +42,28 @@ void exportOver(const QString &path, bool mustSucceed)
     {
         QXlsx::Document document(path);
         document.read(1, 1);
-        // More than one block of output, so that what is written without a look at its end comes near it.
+        // Writes more than one output block, to test writes at the end of the block.
         for (int row = 2; row <= 1000; ++row)
             for (int column = 2; column <= 5; ++column)
                 document.write(row, column, kMark, format);
         document.write(1, 1, "text");
         document.addSheet(QStringLiteral("added"));
         if (!document.selectSheet(QStringLiteral("added")))
-            return; // there is one of that name which holds no cells
+            return; // a sheet with this name exists but has no cells
         document.write(3, 3, kMark);
         const bool saved = document.saveAs(path);
-        demand(saved || !mustSucceed);
-        demand(saved || fileContent(path) == before);
+        require(saved || !mustSucceed);
+        require(saved || fileContent(path) == before);
         if (!saved)
             return;
         const QString aside = path + QLatin1String(".old");
-        demand(document.savedAside().isEmpty() != QFile::exists(aside));
-        demand(document.savedAside().isEmpty() || fileContent(aside) == before);
+        require(document.savedAside().isEmpty() != QFile::exists(aside));
+        require(document.savedAside().isEmpty() || fileContent(aside) == before);
         QFile::remove(aside);
     }
     QXlsx::Document again(path);
-    demand(again.selectSheet(QStringLiteral("added")));
-    demand(again.read(3, 3).toDouble() == kMark);
+    require(again.selectSheet(QStringLiteral("added")));
+    require(again.read(3, 3).toDouble() == kMark);
 }
 
 } // namespace
@@ -79,12 +79,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     if (kind == 'F') {
         const QString text = QString::fromUtf8(bytes);
         QXlsx::movedFormula(text, 3, -2);
-        demand(QXlsx::unescapeCharacters(QXlsx::escapeCharacters(text)) == text);
+        require(QXlsx::unescapeCharacters(QXlsx::escapeCharacters(text)) == text);
         return 0;
     }
     const QByteArray part = partFor(kind);
     if (part.isEmpty()) {
-        demand(writeFile(path, bytes));
+        require(writeFile(path, bytes));
         exportOver(path, false);
         return 0;
     }
@@ -92,7 +92,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     for (auto &one : parts)
         if (one.first == part)
             one.second = bytes;
-    demand(writeParts(path, parts));
+    require(writeParts(path, parts));
     exportOver(path, true);
     return 0;
 }

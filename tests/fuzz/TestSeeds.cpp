@@ -3,17 +3,17 @@
 #include <QDir>
 #include <QTest>
 
-/** Replays the committed inputs of a fuzz target; one that breaks a promise ends the program. */
+/** Replays the committed inputs of a fuzz target. A failed check aborts the program. */
 class TestSeeds : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void seedIsSurvived_data();
-    void seedIsSurvived();
+    void seedPassesAllChecks_data();
+    void seedPassesAllChecks();
 };
 
-void TestSeeds::seedIsSurvived_data()
+void TestSeeds::seedPassesAllChecks_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     const QDir folder(QStringLiteral(SEEDS));
@@ -26,7 +26,7 @@ void TestSeeds::seedIsSurvived_data()
     }
 }
 
-void TestSeeds::seedIsSurvived()
+void TestSeeds::seedPassesAllChecks()
 {
     QFETCH(QByteArray, bytes);
     QCOMPARE(LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(bytes.constData()),

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs every fuzz target side by side, under the address and undefined-behaviour sanitizers.
+# Runs the fuzz targets in parallel with the address and undefined-behaviour sanitizers.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 # shellcheck source=scripts/common.sh
@@ -9,10 +9,10 @@ usage() {
     cat <<'USAGE'
 Usage: tests/fuzz/run.sh MINUTES [TARGET...]
 
-Installs what is missing (Debian 12), builds the fuzz targets with clang and runs all of them, or those that are named
-(Log, Workbook, ...), for MINUTES each, as many at once as there are processors. A corpus grows in
-build/fuzz/corpus/TARGET from the committed seeds. A finding goes to build/fuzz/findings/TARGET; mend it, then commit
-the file as a seed in tests/fuzz/seeds. Ends with status 1 when there is a finding.
+Installs missing packages (Debian 12), builds the fuzz targets with clang and runs all of them, or the named ones (Log,
+Workbook, ...), for MINUTES each, one per processor in parallel. The corpus in build/fuzz/corpus/TARGET starts with the
+committed seeds. Findings are written to build/fuzz/findings/TARGET. After fixing a finding, commit its file as a seed
+in tests/fuzz/seeds. Returns status 1 if there is a finding.
 USAGE
 }
 
@@ -27,7 +27,7 @@ esac
 seconds=$(($1 * 60))
 shift
 
-# Bytes that are enough for a target's input; a longer one only makes each run slower.
+# Sufficient input length of each target in bytes; longer inputs only make runs slower.
 declare -A length=([Config]=3000 [Database]=8192 [Log]=3000 [Request]=9000 [Route]=3000 [Tiles]=8192 [Workbook]=20000)
 targets=("$@")
 [ ${#targets[@]} -gt 0 ] || mapfile -t targets < <(printf '%s\n' "${!length[@]}" | sort)
@@ -43,7 +43,7 @@ export LSAN_OPTIONS=suppressions=$root/tests/sanitizers/leaks.txt:print_suppress
 run() {
     local target=$1 corpus=build/fuzz/corpus/$1 findings=build/fuzz/findings/$1
     mkdir -p "$corpus" "$findings"
-    # A read that hangs is a finding after 25 s; memory out of proportion after 2 GB.
+    # More than 25 s or more than 2 GB of memory is a finding.
     build/fuzz/bin/Fuzz"$target" -max_total_time="$seconds" -max_len="${length[$target]}" -timeout=25 -rss_limit_mb=2048 \
         -artifact_prefix="$findings/" "$corpus" "tests/fuzz/seeds/${target,,}" >"build/fuzz/$target.log" 2>&1
 }

@@ -41,7 +41,7 @@ QString fileText(const QString &path)
     return QString::fromUtf8(file.readAll());
 }
 
-/** Everything that a regular expression's first group meets in a text. */
+/** All matches of the first group of a regular expression. */
 QStringList found(const QString &pattern, const QString &text)
 {
     QStringList all;
@@ -67,7 +67,7 @@ void addActions(QStringList *texts, const QWidget *bar)
     }
 }
 
-/** What a user reads in a dialog: everything but what stands in edits. */
+/** The visible texts of a dialog, except the contents of edits. */
 QStringList textsOf(const QWidget &dialog)
 {
     QStringList texts;
@@ -97,7 +97,7 @@ QStringList textsOf(const QWidget &dialog)
 
 } // namespace
 
-/** The manual against the program: what a user can meet must stand in it, under the words of the screen. */
+/** Checks that the manual contains the texts of the program as shown on the screen. */
 class TestManual : public QObject
 {
     Q_OBJECT
@@ -108,27 +108,27 @@ private slots:
     void cleanup() { m_fixture.reset(); }
 
     void everyChapterIsPartOfThePage();
-    void everyTextOfTheCatalogueStandsInTheManual();
-    void everyMenuEntryAndButtonStandsInTheManual();
-    void everyContextMenuEntryStandsInTheManual();
-    void everyShortcutStandsInTheManual();
-    void everyTextOfTheDialogsStandsInTheManual();
-    void everyMessageWithoutATranslationStandsInTheManual();
-    void everyChannelStandsInTheTable();
-    void everyFlightModeStandsInTheTables();
-    void everyKeyOfTheConfigurationStandsInTheManual();
-    void everyPictureIsThereInBothThemes();
-    void everyLinkLeadsToAHeading();
-    void pageStandsBesideTheExecutableAndNeedsNoNetwork();
+    void everyTextOfTheCatalogueIsInTheManual();
+    void everyMenuEntryAndButtonIsInTheManual();
+    void everyContextMenuEntryIsInTheManual();
+    void everyShortcutIsInTheManual();
+    void everyTextOfTheDialogsIsInTheManual();
+    void everyMessageWithoutATranslationIsInTheManual();
+    void everyChannelIsInTheTable();
+    void everyFlightModeIsInTheTables();
+    void everyKeyOfTheConfigurationIsInTheManual();
+    void everyPictureExistsInBothThemes();
+    void everyLinkHasAHeading();
+    void pageIsBesideTheExecutableAndNeedsNoNetwork();
 
 private:
-    /** Those of the texts that stand nowhere in the manual in quotation marks, as code, in bold or alone in a cell. */
+    /** The texts that the manual does not contain in quotation marks, as code, in bold or alone in a table cell. */
     QString missing(const QStringList &texts) const;
     QStringList popUpTexts(QCustomPlot *canvas) const;
 
     QStringList m_chapters; // paths
-    QString m_manual; // all of them
-    QString m_plain; // with each run of blanks as one
+    QString m_manual; // text of all chapters
+    QString m_plain; // m_manual with simplified whitespace
     std::unique_ptr<WindowFixture> m_fixture;
 };
 
@@ -145,14 +145,14 @@ void TestManual::initTestCase()
 
 QString TestManual::missing(const QStringList &texts) const
 {
-    QStringList lost;
+    QStringList result;
     for (const QString &text : texts) {
         const QRegularExpression quoted(QStringLiteral("(“|`|\\*\\*|\\| )\\s*%1\\s*(”|`|\\*\\*| \\|)")
                                             .arg(QRegularExpression::escape(text.simplified())));
         if (!quoted.match(m_plain).hasMatch())
-            lost.append(text);
+            result.append(text);
     }
-    return lost.join(QStringLiteral("; "));
+    return result.join(QStringLiteral("; "));
 }
 
 void TestManual::everyChapterIsPartOfThePage()
@@ -163,12 +163,12 @@ void TestManual::everyChapterIsPartOfThePage()
         const int at = list.indexOf(QLatin1Char(' ') + QFileInfo(path).fileName());
         QVERIFY2(at > before, qPrintable(path + QStringLiteral(" is not listed, or not in the order of the numbers")));
         before = at;
-        // One heading of the first order a chapter.
+        // Each chapter has one first-level heading.
         QCOMPARE(found(QStringLiteral("(?m)^(# )"), fileText(path)).size(), 1);
     }
 }
 
-void TestManual::everyTextOfTheCatalogueStandsInTheManual()
+void TestManual::everyTextOfTheCatalogueIsInTheManual()
 {
     QFile file(QStringLiteral(OSTRAVEL_ROOT_DIR "/Resources/Ostravel_zh.ts"));
     QVERIFY(file.open(QIODevice::ReadOnly));
@@ -183,7 +183,7 @@ void TestManual::everyTextOfTheCatalogueStandsInTheManual()
     QCOMPARE(missing(texts), QString());
 }
 
-void TestManual::everyMenuEntryAndButtonStandsInTheManual()
+void TestManual::everyMenuEntryAndButtonIsInTheManual()
 {
     QStringList texts;
     addActions(&texts, m_fixture->window().menuBar());
@@ -210,7 +210,7 @@ QStringList TestManual::popUpTexts(QCustomPlot *canvas) const
     return texts;
 }
 
-void TestManual::everyContextMenuEntryStandsInTheManual()
+void TestManual::everyContextMenuEntryIsInTheManual()
 {
     m_fixture->pretendRead();
     for (QCheckBox *box : m_fixture->window().findChildren<QCheckBox *>())
@@ -228,7 +228,7 @@ void TestManual::everyContextMenuEntryStandsInTheManual()
     }
 }
 
-void TestManual::everyShortcutStandsInTheManual()
+void TestManual::everyShortcutIsInTheManual()
 {
     QStringList texts;
     for (const QAction *action : m_fixture->window().findChildren<QAction *>())
@@ -237,7 +237,7 @@ void TestManual::everyShortcutStandsInTheManual()
     QCOMPARE(missing(texts), QString());
 }
 
-void TestManual::everyTextOfTheDialogsStandsInTheManual()
+void TestManual::everyTextOfTheDialogsIsInTheManual()
 {
     const auto check = [this](const QWidget &dialog, int least) {
         const QStringList texts = textsOf(dialog);
@@ -253,16 +253,16 @@ void TestManual::everyTextOfTheDialogsStandsInTheManual()
     check(PyPlotDialog(nullptr), 6);
     check(DataListDia(nullptr), 5);
 
-    // The numbers of the release change.
+    // Skips version numbers, which change with each release.
     for (const QString &text : textsOf(AboutDialog(nullptr))) {
         const QString words = text.section(QRegularExpression(QStringLiteral("\\d")), 0, 0);
         QVERIFY2(m_manual.contains(words), qPrintable(words));
     }
 }
 
-void TestManual::everyMessageWithoutATranslationStandsInTheManual()
+void TestManual::everyMessageWithoutATranslationIsInTheManual()
 {
-    // What boxes, titles and the status bar say in English, whatever the language.
+    // Texts of boxes, titles and the status bar that are English in any language.
     QCOMPARE(missing({QStringLiteral("Info"),
                       QStringLiteral("info"),
                       QStringLiteral("error"),
@@ -291,9 +291,9 @@ void TestManual::everyMessageWithoutATranslationStandsInTheManual()
              QString());
 }
 
-void TestManual::everyChannelStandsInTheTable()
+void TestManual::everyChannelIsInTheTable()
 {
-    // | 序号 | 通道 | 内部名 | 单位 | 字节 | 宽度 | 符号 | 除数 |, below a heading that names the frame.
+    // | 序号 | 通道 | 内部名 | 单位 | 字节 | 宽度 | 符号 | 除数 |, below a heading with the name of the frame.
     const QString chapter = fileText(QStringLiteral(OSTRAVEL_MANUAL_DIR "/95-channels.md"));
     QStringList expected;
     for (const FrameInfo *frame = frameInfos; frame->name != nullptr; ++frame) {
@@ -310,7 +310,7 @@ void TestManual::everyChannelStandsInTheTable()
         }
     }
     QCOMPARE(expected.size(), 9 + 143);
-    // The unit, which the program does not know, is between name and byte.
+    // Removes the unit between name and byte, because the program has no units.
     QString rows = chapter;
     rows.replace(QRegularExpression(QStringLiteral("(?m)^(\\| \\d+ \\| [^|]+ \\| `[A-Za-z0-9_]+` \\|)[^|]*\\|")),
                  QStringLiteral("\\1"));
@@ -319,7 +319,7 @@ void TestManual::everyChannelStandsInTheTable()
     QCOMPARE(there, expected);
 }
 
-void TestManual::everyFlightModeStandsInTheTables()
+void TestManual::everyFlightModeIsInTheTables()
 {
     int modes = 0;
     for (int value = 0; value < 256; ++value) {
@@ -333,7 +333,7 @@ void TestManual::everyFlightModeStandsInTheTables()
     QCOMPARE(modes, 5 + 33);
 }
 
-void TestManual::everyKeyOfTheConfigurationStandsInTheManual()
+void TestManual::everyKeyOfTheConfigurationIsInTheManual()
 {
     const QString path = m_fixture->path(QStringLiteral("config.ini"));
     AppConfig::getInstance().writeConfigIni(path);
@@ -346,7 +346,7 @@ void TestManual::everyKeyOfTheConfigurationStandsInTheManual()
     }
 }
 
-void TestManual::everyPictureIsThereInBothThemes()
+void TestManual::everyPictureExistsInBothThemes()
 {
     const QDir dir(QStringLiteral(OSTRAVEL_MANUAL_DIR));
     QSet<QString> shown;
@@ -373,7 +373,7 @@ void TestManual::everyPictureIsThereInBothThemes()
         QVERIFY2(QFileInfo::exists(QStringLiteral(OSTRAVEL_ROOT_DIR "/") + name), qPrintable(name));
 }
 
-void TestManual::everyLinkLeadsToAHeading()
+void TestManual::everyLinkHasAHeading()
 {
     const QStringList headings = found(QStringLiteral("(?m)^#+ .*\\{#([a-z0-9-]+)\\}$"), m_manual);
     QCOMPARE(headings.size(), QSet<QString>(headings.begin(), headings.end()).size());
@@ -381,10 +381,10 @@ void TestManual::everyLinkLeadsToAHeading()
         QVERIFY2(headings.contains(link), qPrintable(link));
 }
 
-void TestManual::pageStandsBesideTheExecutableAndNeedsNoNetwork()
+void TestManual::pageIsBesideTheExecutableAndNeedsNoNetwork()
 {
     if (!OSTRAVEL_MANUAL_MADE)
-        QSKIP("pandoc is not installed, so that no page was made");
+        QSKIP("pandoc is not installed, so there is no page");
     const QString path = QStringLiteral(OSTRAVEL_MANUAL_PAGE);
     QVERIFY(QFileInfo::exists(path));
     const QString page = fileText(path);
@@ -394,7 +394,7 @@ void TestManual::pageStandsBesideTheExecutableAndNeedsNoNetwork()
                      && page.contains(QStringLiteral("id=\"%1\"").arg(id)),
                  qPrintable(chapter));
     }
-    // Whatever a browser would fetch or follow is in the page.
+    // The page embeds everything that a browser would load, and links only to itself.
     const QStringList targets
         = found(QStringLiteral("(?:src|srcset|href|action|data|poster|content)=[\"']([^\"']{0,40})"), page)
         + found(QStringLiteral("(?:url\\(|@import)\\s*[\"']?([^\"')]{0,40})"), page);
@@ -405,7 +405,7 @@ void TestManual::pageStandsBesideTheExecutableAndNeedsNoNetwork()
         QVERIFY2(inside, qPrintable(target));
     }
     QVERIFY(!page.contains(QLatin1String("<script")));
-    // Each screenshot twice: for the day and for the night.
+    // The page has each screenshot twice: day and night theme.
     const int screens = found(QStringLiteral("(\\]\\(\\.\\./screens/day-)"), m_manual).size();
     const int others = found(QStringLiteral("(!\\[[^\\]]*\\]\\((?!\\.\\./screens/))"), m_manual).size();
     QCOMPARE(page.count(QLatin1String("<img ")), 2 * screens + others);

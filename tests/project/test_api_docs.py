@@ -1,8 +1,7 @@
-"""The interfaces say what a caller must know.
+"""Checks that the public interfaces are documented.
 
-Doxygen reads the public headers. A class without a word is a fault, as is a function whose parameters leave a question
-open, and every comment that doxygen cannot follow. What says all in its name needs none: getters and setters, signals,
-constructors, fields, and overrides, which the base class describes.
+Doxygen reads the public headers. Faults are classes without documentation, functions with undocumented parameters, and
+comments that doxygen cannot parse. Getters, setters, signals, constructors, fields and overrides need no documentation.
 
     test_api_docs.py DOXYGEN DOXYFILE
 """
@@ -15,7 +14,7 @@ _MEMBER = re.compile(r"Member (?P<signature>.*) \((?P<kind>[\w ]+)\) of (?:class
                      r"(?P<owner>\S+) is not documented\.")
 
 
-def needs_no_words(warning):
+def needs_no_documentation(warning):
     found = _MEMBER.search(warning)
     if not found:
         return False
@@ -29,7 +28,7 @@ def needs_no_words(warning):
 def main():
     done = subprocess.run(sys.argv[1:3], stdin=subprocess.DEVNULL, capture_output=True, text=True)
     warnings = [line for line in done.stderr.splitlines() if re.search(r"\b(warning|error):", line)]
-    faults = [line for line in warnings if not needs_no_words(line)]
+    faults = [line for line in warnings if not needs_no_documentation(line)]
     print("\n".join(faults))
     if done.returncode != 0:
         print(f"doxygen ended with {done.returncode}")

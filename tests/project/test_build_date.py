@@ -1,4 +1,4 @@
-"""The date in the program is that of its own build, whatever was compiled earlier and whatever a cache holds."""
+"""Checks that the program contains the date of its own build, independent of earlier builds and caches."""
 
 import argparse
 import datetime
@@ -34,7 +34,7 @@ date_at_link(dated "{source}/Src/App/BuildDate.cpp")
 
 
 class SmallProgram(unittest.TestCase):
-    """The program's own rule and source, in a project that builds at once. The compiler's clock is set from outside."""
+    """Uses the program's CMake rule and source in a small project. The test sets the compiler's clock."""
 
     def setUp(self):
         self.folder = Path(tempfile.mkdtemp(prefix="build-date-"))
@@ -75,7 +75,7 @@ class SmallProgram(unittest.TestCase):
                 self.build(SECOND)
                 self.assertEqual(self.printed(), "Nov  9 200411:33:20 2")
 
-    def test_date_is_not_that_of_a_build_in_the_cache(self):
+    def test_date_is_not_taken_from_the_compiler_cache(self):
         for folder, now in (("made", FIRST), ("again", SECOND)):
             self.configure(folder)
             self.build(now, folder)
@@ -87,7 +87,7 @@ class SmallProgram(unittest.TestCase):
         self.assertIn("no work to do", self.build(SECOND))
         self.assertEqual(self.printed(), "Sep  9 200101:46:40 1")
 
-    def test_builds_of_the_same_moment_are_equal(self):
+    def test_builds_at_the_same_time_are_equal(self):
         self.configure()
         self.build(FIRST)
         first = (self.folder / "made" / "dated").read_bytes()
@@ -98,13 +98,13 @@ class SmallProgram(unittest.TestCase):
 
 class BuiltProgram(unittest.TestCase):
     @unittest.skipIf("SOURCE_DATE_EPOCH" in os.environ, "the compiler's clock is set")
-    def test_it_has_one_date_and_that_is_the_one_of_its_link(self):
+    def test_program_has_one_date_which_is_that_of_its_link(self):
         found = DATE.findall(options.program.read_bytes())
         self.assertEqual(len(found), 1, found)
         built = datetime.datetime.strptime(found[0][:-1].decode(), "%b %d %Y%H:%M:%S").timestamp()
         linked = options.program.stat().st_mtime
         self.assertLessEqual(built, linked + 1)
-        # The link is the rest of the time, with link-time optimisation a minute of it.
+        # The rest of the time is the link, which takes a minute with link-time optimisation.
         self.assertGreater(built, linked - 3600)
 
 

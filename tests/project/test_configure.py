@@ -1,4 +1,4 @@
-"""What a configuration of the whole project leaves for the scripts."""
+"""Checks what a configuration of the project provides for the scripts."""
 
 import shutil
 import subprocess
@@ -22,7 +22,7 @@ class Configured(unittest.TestCase):
         folder = self.configure("-DXLSXWRITER_LIBRARY=OFF")
         self.assertIn("bench_workbook, bench_export: libxlsxwriter-dev is missing\n",
                       (folder / "bench/not-built").read_text(encoding="utf-8"))
-        # With CONFIGURE_DEPENDS each build would look for files, and none would have nothing to do.
+        # With CONFIGURE_DEPENDS every build checks for new files, so no build has nothing to do.
         self.assertFalse((folder / "CMakeFiles/cmake.verify_globs").exists())
 
 

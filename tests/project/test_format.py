@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Every source is as .clang-format has it: test_format.py CLANG-FORMAT."""
+"""Checks that every source is formatted according to .clang-format: test_format.py CLANG-FORMAT."""
 
 import subprocess
 import sys

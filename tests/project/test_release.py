@@ -1,4 +1,4 @@
-"""The number of the release is the same wherever it stands."""
+"""Checks that the version number is the same everywhere."""
 
 import re
 import unittest

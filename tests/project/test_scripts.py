@@ -1,4 +1,4 @@
-"""The scripts of the top folder, run in a copy with stand-ins for what they call: packages, CMake, benchmarks, ctest."""
+"""Runs the scripts of the top folder in a copy with fake tools: packages, CMake, benchmarks, ctest."""
 
 import os
 import shutil
@@ -9,7 +9,7 @@ from pathlib import Path
 
 SOURCE = Path(__file__).resolve().parents[2]
 
-# Notes each configure, and makes what a configure makes.
+# Records each configuration and creates its files.
 CMAKE = """
 case $1 in
 --preset)
@@ -56,7 +56,7 @@ class Scripts(unittest.TestCase):
         self.install(*self.packages)
 
     def listed(self, *names):
-        """What the lists of packages hold, without the list of another script's purpose."""
+        """The packages of the given lists, without the list that only another script uses."""
         words = " ".join('"${%s[@]}"' % name for name in names)
         return subprocess.run(["bash", "-c", f'. scripts/packages.sh; printf "%s\\n" {words} | sort -u'], cwd=self.tree,
                               check=True, capture_output=True, text=True).stdout.split()
@@ -74,7 +74,7 @@ class Scripts(unittest.TestCase):
             "INSTALLED": str(self.installed), **environment})
 
     def configured(self, preset="release"):
-        """How often the script's own functions have configured by now."""
+        """How often the scripts have configured so far."""
         done = self.run_script("bash", "-euc", f". scripts/common.sh; configure {preset}")
         self.assertEqual(done.returncode, 0, done)
         return self.notes.read_text(encoding="utf-8").count(f"configure {preset}\n")
@@ -85,7 +85,7 @@ class Scripts(unittest.TestCase):
         self.assertEqual(self.configured(), 1)
         self.assertEqual(self.configured(), 1)
 
-    def test_package_that_came_later_is_configured_for(self):
+    def test_newly_installed_package_causes_a_configuration(self):
         self.install(*(set(self.packages) - {"libxlsxwriter-dev"}))
         self.assertEqual(self.configured(), 1)
         self.assertEqual(self.configured(), 1)
@@ -93,12 +93,12 @@ class Scripts(unittest.TestCase):
         self.assertEqual(self.configured(), 2)
         self.assertEqual(self.configured(), 2)
 
-    def test_package_of_no_concern_is_not_configured_for(self):
+    def test_unrelated_package_causes_no_configuration(self):
         self.assertEqual(self.configured(), 1)
         self.install("cowsay", *self.packages)
         self.assertEqual(self.configured(), 1)
 
-    def test_each_preset_is_configured_by_itself(self):
+    def test_each_preset_is_configured_separately(self):
         self.assertEqual(self.configured("release"), 1)
         self.assertEqual(self.configured("debug"), 1)
 
@@ -110,7 +110,7 @@ class Scripts(unittest.TestCase):
         self.program(folder / f"bench_{name}", text)
         return folder
 
-    def test_benchmark_that_cannot_be_built_is_named(self):
+    def test_unbuildable_benchmark_is_reported_by_name(self):
         folder = self.benchmark("read", "echo 'read | 1 | 2 | 3 | 4'\n")
         (folder / "not-built").write_text("bench_export: libxlsxwriter-dev is missing\n", encoding="utf-8")
         done = self.run_script("./bench.sh")
@@ -131,7 +131,7 @@ class Scripts(unittest.TestCase):
                                     capture_output=True, text=True).stdout
             self.assertEqual([line for line in status.splitlines() if line.startswith("??")], [])
 
-    def test_unknown_benchmark_is_refused_with_the_names_of_the_others(self):
+    def test_unknown_benchmark_is_rejected_with_the_valid_names(self):
         self.benchmark("read", "echo 'read | 1 | 2 | 3 | 4'\n")
         done = self.run_script("./bench.sh", "raed")
         self.assertEqual(done.returncode, 1, done)
@@ -149,7 +149,7 @@ class Scripts(unittest.TestCase):
         self.assertNotIn("--repeat", runs[0])
         self.assertIn(" -L e2e --repeat until-pass:2", runs[1])
 
-    def test_failure_in_either_part_fails_the_whole_and_both_parts_run(self):
+    def test_both_parts_run_and_a_failure_in_either_fails_the_check(self):
         for results in ({"UNIT_RESULT": "8"}, {"E2E_RESULT": "8"}):
             self.notes.write_text("", encoding="utf-8")
             done = self.run_script(".ci/run", **results)

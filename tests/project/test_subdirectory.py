@@ -1,4 +1,4 @@
-"""Another project takes this one in by add_subdirectory: it gets the libraries and programs, and none of our tests."""
+"""Another project uses this one with add_subdirectory: it gets the libraries and programs but not the tests."""
 
 import os
 import shutil
@@ -38,14 +38,14 @@ class OuterProject(unittest.TestCase):
         self.run_tool("cmake", "--build", self.made, "--target", "outer")
         self.assertTrue(os.access(self.made / "outer", os.X_OK))
 
-    def test_only_what_others_can_use_is_there(self):
+    def test_only_public_targets_are_available(self):
         targets = {line.split(":")[0] for line in
                    self.run_tool("cmake", "--build", self.made, "--target", "help").splitlines()}
         self.assertLessEqual({"Ostravel", "wmts", "ostravel-demo", "ostravel_ground"}, targets)
         self.assertEqual({"TestAppConfig", "bench_read", "api-docs", "format", "package"} & targets, set())
         self.assertIn("Total Tests: 0\n", self.run_tool("ctest", "--test-dir", self.made, "-N"))
 
-    def test_everything_that_is_laid_goes_into_the_folder_of_this_project(self):
+    def test_all_generated_files_are_in_the_folder_of_this_project(self):
         names = {path.name for path in self.made.iterdir()}
         self.assertEqual(names & {"bin", "bench", "tests", "e2e"}, set())
         commands = self.run_tool("ninja", "-C", self.made, "-t", "targets", "all")

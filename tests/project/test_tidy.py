@@ -1,9 +1,9 @@
 #!/usr/bin/python3
-"""clang-tidy over the sources of the program, its core and the tile service: no finding.
+"""Checks that clang-tidy reports nothing for the sources of the program, the core and the tile service.
 
-Looked at is what differs from the main branch, or on that branch itself what its last commits changed, the newest
-first and as many as some minutes allow. With --all it is everything, which takes a quarter of an hour and more. What
-there was no time for is named.
+Checks the files that differ from the main branch; on the main branch, the files changed by the last commits, newest
+first, until the time limit. --all checks all files, which takes at least 15 minutes. Lists the files that were not
+checked in time.
 """
 
 import argparse
@@ -20,10 +20,10 @@ from pathlib import Path
 SOURCE = Path(__file__).resolve().parents[2]
 FOLDERS = ("Src/", "core/", "wmts/")
 COMMITS = 10
-BUDGET = 8 * 60  # seconds in which a source may be begun
+BUDGET = 8 * 60  # seconds after which no further check starts
 SKIPPED = 77
 
-# Of GCC alone: clang does not read its precompiled headers.
+# GCC only; clang cannot read GCC's precompiled headers.
 DROPPED = {"-Winvalid-pch", "-fpch-preprocess", "-flto=auto", "-ffat-lto-objects", "-fno-fat-lto-objects"}
 
 
@@ -37,8 +37,7 @@ def first_line(lines):
 
 
 def changed_files():
-    """Paths relative to the top that differ from where this line of work began, the newest change first; None where git
-    cannot tell."""
+    """Changed paths relative to the top folder, newest change first. None if git has no answer."""
     head = first_line(git("rev-parse", "HEAD"))
     if not head:
         return None
@@ -47,7 +46,7 @@ def changed_files():
         if base and base != head:
             break
     else:
-        # A clone without history has all of it in one commit.
+        # In a clone without history, one commit contains all files.
         base = first_line(git("rev-parse", "-q", "--verify", f"HEAD~{COMMITS}"))
     if not base:
         return None
@@ -57,7 +56,7 @@ def changed_files():
 
 
 def command_of(entry):
-    """The entry's command as clang understands it: no compiler cache, no precompiled header."""
+    """The entry's command for clang, without compiler cache and precompiled header."""
     words = shlex.split(entry["command"]) if "command" in entry else list(entry["arguments"])
     while not Path(words[0]).name.endswith(("g++", "c++", "clang++")):
         words.pop(0)
@@ -72,7 +71,7 @@ def command_of(entry):
 
 
 def database(build):
-    """The commands of our own sources, by their paths relative to the top."""
+    """The commands of the project's sources by path relative to the top folder."""
     commands = {}
     for entry in json.loads((build / "compile_commands.json").read_text(encoding="utf-8")):
         try:
@@ -84,8 +83,8 @@ def database(build):
     return commands
 
 
-def wanted(commands, changed):
-    """A changed header is looked at through the source of its name."""
+def sources_to_check(commands, changed):
+    """The sources to check. A changed header is checked through the source with the same name."""
     if changed is None:
         return sorted(commands)
     stems = dict.fromkeys(name.rsplit(".", 1)[0] for name in changed)
@@ -107,13 +106,13 @@ def main():
     if not commands:
         print("the build knows none of our sources")
         return 1
-    names = wanted(commands, None if options.all else changed_files())
+    names = sources_to_check(commands, None if options.all else changed_files())
     print(f"{len(names)} of {len(commands)} sources")
     with tempfile.TemporaryDirectory(prefix="tidy-") as folder:
         path = Path(folder) / "compile_commands.json"
         path.write_text(json.dumps(list(commands.values())), encoding="utf-8")
 
-        def look(name):
+        def check_source(name):
             if not options.all and time.monotonic() > end:
                 return None
             return subprocess.run([options.tidy, "--quiet", "-p", folder, SOURCE / name], capture_output=True,
@@ -123,7 +122,7 @@ def main():
         failed = []
         left = []
         with ThreadPoolExecutor(len(os.sched_getaffinity(0))) as pool:
-            for name, done in zip(names, pool.map(look, names)):
+            for name, done in zip(names, pool.map(check_source, names)):
                 if done is None:
                     left.append(name)
                 elif done.returncode != 0:

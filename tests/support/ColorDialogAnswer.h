@@ -6,14 +6,14 @@
 #include <QTimer>
 
 /**
- * Answers the next colour dialog. Made before the click that opens it; the click returns when the dialog is answered.
+ * Answers the next colour dialog. Create it before the click that opens the dialog.
  *
- * A dialog that does not come within ten seconds leaves opened() false, and the test goes on.
+ * If no dialog opens within ten seconds, opened() stays false.
  */
 class ColorDialogAnswer
 {
 public:
-    /** Chooses a colour; an invalid one cancels. */
+    /** Chooses this colour. An invalid colour cancels the dialog. */
     explicit ColorDialogAnswer(const QColor &color)
         : m_color(color)
     {
@@ -24,7 +24,7 @@ public:
     }
 
     bool opened() const { return m_opened; }
-    /** What the dialog started from. */
+    /** The colour that the dialog showed first. */
     QColor initial() const { return m_initial; }
     bool hadParent() const { return m_hadParent; }
     QColorDialog::ColorDialogOptions options() const { return m_options; }

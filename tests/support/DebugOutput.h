@@ -4,7 +4,7 @@
 #include <QString>
 #include <QStringList>
 
-/** Collects what goes to Qt's message logger while it lives, in place of printing it. One at a time, main thread. */
+/** Collects Qt's log messages instead of printing them. Only one instance at a time, main thread only. */
 class DebugOutput
 {
 public:

@@ -6,7 +6,7 @@
 #include <QString>
 #include <QVector>
 
-/** A sheet or text file of an export as the tests know it. */
+/** The expected name and channels of one exported sheet or text file. */
 struct ExpectedGroup {
     QString name;
     MyGraph **channels;
@@ -14,7 +14,7 @@ struct ExpectedGroup {
     bool textOnly;
 };
 
-/** All groups in output order. Valid until the store is renewed. */
+/** All groups in output order. Valid until clearData(). */
 inline QVector<ExpectedGroup> expectedGroups()
 {
     return {{"0x01-HeartBeat", heartBeatGraphs, 5, false},
@@ -28,7 +28,7 @@ inline QVector<ExpectedGroup> expectedGroups()
             {"0x53-EquipmentStatus", equipmentGraphs, 16, false}};
 }
 
-/** Fills the store: each channel with so many samples that differ from channel to channel. */
+/** Fills each channel with the given number of samples. The values differ between channels. */
 inline void fillStore(int samples)
 {
     int number = 0;

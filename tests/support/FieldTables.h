@@ -4,7 +4,7 @@
 #include <QStringList>
 #include <QVector>
 
-/** A row of a field table as the tests know it. */
+/** The expected content of one row of a field table. */
 struct ExpectedField {
     int code;
     int number; // from 1
@@ -17,9 +17,9 @@ struct ExpectedField {
 };
 
 /**
- * The downlink as its description has it, in another form than the program's: a field is "type /divisor name label".
- * The first field lies at byte 7 and each further one behind the one before it; where a table does not follow that
- * rule, "@byte" stands behind the type. Row order is the order of the channels.
+ * The downlink frames, written independently of the program's tables. A field is "type /divisor name label".
+ * The first field starts at byte 7 and each other field directly after the previous one. "@byte" after the type
+ * marks an exception. Row order is channel order.
  */
 inline QVector<ExpectedField> expectedFields()
 {

@@ -14,11 +14,11 @@
 #include <spdlog/spdlog.h>
 
 /**
- * The surroundings of one test: a working directory of its own, the folder of the executable as after an
- * installation, the logging up, an empty store, all globals at their initial values.
+ * The environment of one test: its own working directory, a clean application directory, an open log, an empty
+ * store, and all globals at their initial values.
  *
- * Made at the start of a test (or in init()) and gone at its end. Needs the application object. The executable's
- * folder is that of the test program, so no two test programs may share one.
+ * Create it at the start of a test or in init(). Needs the application object. It cleans the application directory
+ * of the test program, so each test program needs its own directory.
  */
 class Fixture
 {
@@ -50,7 +50,7 @@ public:
     ~Fixture()
     {
         clearData();
-        // A test may have closed the logging itself.
+        // The test may already have closed the log.
         if (spdlog::get("file_logger"))
             closeLogger();
         QCoreApplication::removeTranslator(&m_translator);
@@ -62,7 +62,7 @@ public:
     Fixture(const Fixture &) = delete;
     Fixture &operator=(const Fixture &) = delete;
 
-    /** The working directory, which is empty but for "logs". */
+    /** The working directory. It contains only "logs". */
     QString dir() const { return m_dir.path(); }
     QString path(const QString &name) const { return m_dir.filePath(name); }
     QString applicationPath(const QString &name) const
@@ -71,8 +71,8 @@ public:
     }
 
     /**
-     * Moves the track files to where every user may write them: the folder of the executable may lie in one that only
-     * its owner can enter.
+     * Moves the track files to a folder that every user can write to. The application directory may be inside a folder
+     * that only its owner can enter.
      */
     bool letOthersWriteTracks() const
     {
@@ -85,7 +85,7 @@ public:
                    folder, QFile::permissions(folder) | QFile::ReadOther | QFile::WriteOther | QFile::ExeOther);
     }
 
-    /** All channels anew, as a decode makes them. */
+    /** Replaces all channels with new, empty ones, as each decode does. */
     static void renewStore()
     {
         clearData();
@@ -125,7 +125,7 @@ private:
     QTranslator m_translator;
 };
 
-/** Fills a channel; a test sets up a flight without decoding one. */
+/** Sets the samples of a channel, so that a test needs no decode. */
 inline void setSamples(const char *label, const QVector<double> &samples)
 {
     MyGraph *graph = findGraph(QString::fromUtf8(label));

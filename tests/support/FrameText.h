@@ -11,14 +11,14 @@
 #include <cmath>
 
 /**
- * Makes the hexadecimal text of one telemetry frame.
+ * Builds the hexadecimal text of one telemetry frame.
  *
- * FrameText(0x03).set("PGS_Roll", 12.34).text() is a line of a text log; all bytes that are not set are zero.
+ * FrameText(0x03).set("PGS_Roll", 12.34).text() is one line of a text log. Bytes that are not set are zero.
  */
 class FrameText
 {
 public:
-    /** A frame that holds its whole field table; 6 bytes (the header alone) for a code without one. */
+    /** A frame with room for its whole field table, or the 6 header bytes for a code without a table. */
     explicit FrameText(int functionCode, int planeId = 1)
         : m_bytes(wholeLength(functionCode), '\0')
         , m_code(functionCode)
@@ -29,7 +29,7 @@ public:
         m_bytes[3] = char(functionCode);
     }
 
-    /** Bytes from the first header byte to the last that the table of a code reaches. */
+    /** Length in bytes of a frame with its whole field table, including the header. */
     static int wholeLength(int functionCode)
     {
         switch (functionCode) {
@@ -78,7 +78,7 @@ public:
         }
     }
 
-    /** Puts an integer at a byte number, which counts from 1 as in the field tables, most significant byte first. */
+    /** Writes a big-endian integer. Byte numbers start at 1, as in the field tables. */
     FrameText &put(int byteNumber, int width, qint64 raw)
     {
         for (int i = 0; i < width; ++i)
@@ -86,7 +86,7 @@ public:
         return *this;
     }
 
-    /** Puts a channel's value, by the channel's name. Ends the test program for a name that the table does not have. */
+    /** Writes the value of the named channel. An unknown name ends the test program. */
     FrameText &set(const char *channel, double value)
     {
         for (int row = 0; row < rowCount(m_code); ++row) {
@@ -98,7 +98,7 @@ public:
         return *this;
     }
 
-    /** Cuts the frame, or fills it up with zeros. */
+    /** Truncates the frame or pads it with zeros. */
     FrameText &resize(int length)
     {
         const int before = m_bytes.size();
@@ -118,8 +118,8 @@ private:
 };
 
 /**
- * One frame of each of the codes 0x03, 0x02, 0x04 and 0x05, which together make one sample of the common time axis. In
- * this order no group ever leads another by more than one sample, so nothing is repeated.
+ * One frame each of the codes 0x03, 0x02, 0x04 and 0x05: one sample of the common time axis. In this order no group
+ * leads another by more than one sample, so the decoder repeats no sample.
  */
 inline QStringList oneCycle(int planeId = 1)
 {
@@ -127,7 +127,7 @@ inline QStringList oneCycle(int planeId = 1)
             FrameText(0x05, planeId).text()};
 }
 
-/** Writes a text log; the last line has a line end too. */
+/** Writes a text log. The last line also ends with a line break. */
 inline void writeLines(const QString &path, const QStringList &lines)
 {
     QFile file(path);

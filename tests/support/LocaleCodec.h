@@ -2,14 +2,14 @@
 
 #include <QTextCodec>
 
-/** Whether text in the locale's own codec is UTF-8. In others a damaged character may swallow a line end. */
+/** Whether the locale's codec is UTF-8. In other codecs an invalid character can consume the line break after it. */
 inline bool localeIsUtf8()
 {
-    constexpr int kUtf8 = 106; // its number in the register of character sets
+    constexpr int kUtf8 = 106; // IANA number of the character set (MIBenum)
     return QTextCodec::codecForLocale()->mibEnum() == kUtf8;
 }
 
-/** A locale whose 8-bit code is not UTF-8, as those of Chinese Windows systems, for the time of a test. */
+/** Sets the locale's codec to GB18030 during a test, as on Chinese Windows systems. */
 class OtherLocaleCodec
 {
 public:

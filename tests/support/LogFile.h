@@ -8,7 +8,7 @@
 
 #include <spdlog/spdlog.h>
 
-/** One entry of the log file, taken apart by the pattern "[time] [level] [file line] <function> message". */
+/** One entry of the log file, parsed from "[time] [level] [file line] <function> message". */
 struct LogLine {
     QString time;
     QString level;
@@ -19,10 +19,9 @@ struct LogLine {
 };
 
 /**
- * Reads what was written to the log file since this object was made.
+ * Reads the log entries that were written after this object was created.
  *
- * A message with line breaks stays one entry. An object that is made before the logging is up reads from the start of
- * a file that does not exist yet.
+ * A message with line breaks is one entry. If the log file does not exist yet, reading starts at its first entry.
  */
 class LogFile
 {
@@ -33,7 +32,7 @@ public:
         mark();
     }
 
-    /** Forgets what stands in the file by now. */
+    /** Ignores all entries that are in the file now. */
     void mark()
     {
         flush();
@@ -68,7 +67,7 @@ public:
         return result;
     }
 
-    /** The messages alone, in their order. */
+    /** The messages in file order, without level. */
     QStringList messages() const
     {
         QStringList result;
@@ -77,7 +76,7 @@ public:
         return result;
     }
 
-    /** "level: message" of each entry, in their order. */
+    /** "level: message" of each entry, in file order. */
     QStringList leveledMessages() const
     {
         QStringList result;

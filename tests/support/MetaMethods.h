@@ -4,7 +4,7 @@
 #include <QString>
 #include <QStringList>
 
-/** Signals and slots that a class declares itself, in the order of its declaration: "signal done(bool)". */
+/** The signals and slots that a class declares, in declaration order, for example "signal done(bool)". */
 inline QStringList ownMethods(const QMetaObject &metaObject)
 {
     QStringList result;

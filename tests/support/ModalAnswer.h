@@ -13,11 +13,11 @@
 #include <utility>
 
 /**
- * Answers modal dialogs while it lives, each as the test has said beforehand; the call that opened one returns when it
- * is answered.
+ * Answers modal dialogs with the answers that the test queued, so that the call that opened the dialog returns.
  *
- * A dialog that nobody spoke of is rejected and noted, so that a test ends in any case: allAnswered() is then false,
- * as it is when an expected dialog did not come. Progress dialogs are left alone. One at a time, main thread.
+ * Rejects and records a dialog without a queued answer, so that the test does not hang. allAnswered() is then false;
+ * it is also false when an expected dialog did not open. Ignores progress dialogs. Only one instance at a time, main
+ * thread only.
  */
 class ModalAnswer : public QObject
 {
@@ -30,11 +30,11 @@ public:
         qApp->installEventFilter(this);
     }
 
-    /** Speaks of the dialog after those already spoken of. One that the answer leaves open is rejected. */
+    /** Queues an answer for the next dialog. If the answer leaves the dialog open, the dialog is rejected. */
     void next(Answer answer) { m_answers.push_back(std::move(answer)); }
 
     bool allAnswered() const { return m_answers.empty() && m_unexpected.isEmpty(); }
-    /** Class and title of each dialog that nobody spoke of. */
+    /** Class and title of each dialog without a queued answer. */
     QStringList unexpected() const { return m_unexpected; }
 
     bool eventFilter(QObject *watched, QEvent *event) override
@@ -50,7 +50,7 @@ public:
             answer = std::move(m_answers.front());
             m_answers.pop_front();
         }
-        // Shown means that exec() is about to turn its event loop; the answer comes from inside it.
+        // exec() shows the dialog before it starts its event loop, so the answer must wait for that loop.
         QTimer::singleShot(0, dialog, [dialog, answer] {
             if (answer)
                 answer(dialog);

@@ -8,9 +8,9 @@
 #include <QStringList>
 
 /**
- * Writes down what a read does in its order: signals with their arguments, and the log lines between them.
+ * Records the events of a read in order: signals with their arguments, and log lines.
  *
- * "ready", "process 1 50", "status text", "finished 3 1 0", "info: message".
+ * Entries look like "ready", "process 1 50", "status text", "finished 3 1 0" or "info: message".
  */
 class ReadRecorder
 {
@@ -28,7 +28,7 @@ public:
                          });
     }
 
-    /** Adds an entry of the test's own. */
+    /** Adds a custom entry. */
     void note(const QString &entry)
     {
         takeLog();
@@ -54,9 +54,9 @@ private:
 };
 
 /**
- * What every read does behind its source: counters to the log, derivations, finish.
+ * The last events of every read: counters in the log, derivations, finished signal.
  *
- * @param total what progress runs up to
+ * @param total maximum of the progress
  */
 inline QStringList endOfRead(int total, int frames, int errors, int selected = 0, int selectedPlane = -1)
 {

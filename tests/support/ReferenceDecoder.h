@@ -13,8 +13,8 @@
 #include <cmath>
 
 /**
- * A second decode of a flight, written for clarity alone: every channel a plain vector, every rule as its description
- * words it, nothing of the program's but what it is compared with.
+ * An independent, simple decoder to compare the program's decoder with. Each channel is a plain vector; it uses no
+ * code of the program.
  */
 class ReferenceDecoder
 {
@@ -87,7 +87,7 @@ public:
             extend(0x05);
     }
 
-    // The derivations, in the order of a read.
+    // Derivations, in the order of a read.
 
     QDateTime startTime(int interval)
     {
@@ -101,7 +101,7 @@ public:
             const QTime time(int(at("FSS_Hours", i)), int(at("FSS_Minutes", i)), int(at("FSS_Seconds", i)));
             const QDate date(2023, int(at("FSS_Month", i)), int(at("FSS_Date", i)));
             if (!time.isValid())
-                return {}; // a QDateTime would make midnight of it
+                return {}; // QDateTime would replace it with midnight
             return QDateTime(date, time.addMSecs(-i * interval), Qt::LocalTime);
         }
         return {};
@@ -111,7 +111,7 @@ public:
         Samples x, y, z;
     };
 
-    /** @param scale the east-west factor, @param jump metres beyond which a lateral step is a glitch */
+    /** @param scale the east-west factor, @param jump maximum lateral step in metres; a longer step is an error */
     Track track(int from, int to, float lng0, float lat0, double scale, double jump)
     {
         constexpr double kMetres = 0.011131884530186653;
@@ -138,7 +138,7 @@ public:
         return result;
     }
 
-    /** First sample with more than ten satellites. */
+    /** Index of the first sample with more than ten satellites; 0 if there is none. */
     int trackStart()
     {
         const Samples &count = channel("PGS_GPS_SatelliteCount");
@@ -149,7 +149,7 @@ public:
         return 0;
     }
 
-    /** Start of the last run of sub-mode 26; the whole flight when there is none; -1 when the leg is empty. */
+    /** Start of the last run of sub-mode 26; 0 if there is no run; -1 if the run is empty. */
     int attackStart()
     {
         const Samples &mode = channel("FSS_SubFlightMode");
@@ -192,7 +192,7 @@ public:
     }
 
 private:
-    /** @param number counts from 1; a byte behind the end is zero */
+    /** @param number 1-based; a byte after the end is zero */
     static int byteOf(const QByteArray &frame, int number)
     {
         return number <= frame.size() ? int(quint8(frame[number - 1])) : 0;

@@ -8,12 +8,12 @@
 
 #include <csignal>
 
-/** Has a stand-in wait until the test makes the file "go" in its folder, half a minute at most. */
+/** Shell code: waits until the test creates the file "go" in the folder, at most 30 seconds. */
 constexpr char kUntilGo[] = "n=0; while [ ! -e $here/go ] && [ $n -lt 600 ]; do sleep 0.05; n=$((n + 1)); done";
 
 /**
- * A folder put first in the search path for stand-ins of outside programs, which are shell scripts with the folder as
- * their $here. At its end the search path is as before and whatever still runs from the folder is ended.
+ * A folder of fake external programs, put first in PATH. The programs are shell scripts; $here is the folder. The
+ * destructor restores PATH and kills processes that still run from the folder.
  */
 class StandIn
 {
@@ -49,7 +49,7 @@ public:
         file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     }
 
-    /** What a file of the folder holds; empty when there is none. */
+    /** Content of a file in the folder; empty if the file does not exist. */
     QByteArray text(const QString &name) const
     {
         QFile file(path(name));
@@ -58,10 +58,10 @@ public:
 
     QStringList files(const QString &pattern) const { return QDir(m_dir.path()).entryList({pattern}, QDir::Files); }
 
-    /** The processes, other than this one, whose command line names the folder. */
+    /** Ids of the processes, except this one, whose command line contains the folder's path. */
     QList<int> processes() const { return processesNaming(m_dir.path()); }
 
-    /** The processes, other than this one, whose command line holds a text. */
+    /** Ids of the processes, except this one, whose command line contains the text. */
     static QList<int> processesNaming(const QString &text)
     {
         QList<int> result;
@@ -79,7 +79,7 @@ private:
     QByteArray m_before;
 };
 
-/** How many threads this process has. */
+/** Number of threads of this process. */
 inline int threadCount()
 {
     return QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();

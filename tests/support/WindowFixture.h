@@ -15,7 +15,7 @@
 #include <memory>
 #include <qcustomplot.h>
 
-/** A main window in the surroundings of Fixture, as the program has it on the screen after its start. */
+/** A visible main window in a Fixture, as after the program's start. */
 class WindowFixture
 {
 public:
@@ -23,7 +23,7 @@ public:
         : m_window(std::make_unique<MainWindow>())
     {
         if (!QTest::qWaitForWindowExposed(m_window.get()))
-            qFatal("the window does not come up");
+            qFatal("the window does not appear");
     }
 
     ~WindowFixture() { closeWindow(); }
@@ -31,7 +31,7 @@ public:
     WindowFixture(const WindowFixture &) = delete;
     WindowFixture &operator=(const WindowFixture &) = delete;
 
-    /** Deletes the window, which closes log and store, and opens the store anew for the surroundings to close. */
+    /** Deletes the window, which closes the log and the store. Opens the store again, because Fixture closes it. */
     void closeWindow()
     {
         if (!m_window)
@@ -41,13 +41,13 @@ public:
     }
 
     MainWindow &window() { return *m_window; }
-    Fixture &surroundings() { return m_fixture; }
+    Fixture &fixture() { return m_fixture; }
     QString path(const QString &name) const { return m_fixture.path(name); }
 
     QCustomPlot *canvas() const { return m_window->findChild<QCustomPlot *>(QStringLiteral("customPlot")); }
     QCustomPlot *canvas_2() const { return m_window->findChild<QCustomPlot *>(QStringLiteral("customPlot_2")); }
     QString status() const { return m_window->statusBar()->currentMessage(); }
-    /** Milliseconds for which the text of the status bar stands in all; -1 without an end. */
+    /** Total display time of the status bar's text in milliseconds; -1 if there is no time limit. */
     int statusInterval() const
     {
         const auto *const timer = m_window->statusBar()->findChild<QTimer *>();
@@ -61,7 +61,7 @@ public:
         return found;
     }
 
-    /** The entry with this text in a menu of the menu bar. */
+    /** The entry with this text in the given menu. */
     QAction *entry(const char *menu, const char *text) const
     {
         for (QAction *action : m_window->findChild<QMenu *>(QString::fromLatin1(menu))->actions()) {
@@ -71,7 +71,7 @@ public:
         qFatal("no entry %s in %s", text, menu);
     }
 
-    /** Opens the store as a finished read does, with a few samples in each channel that has a check box. */
+    /** Puts the store in the state after a read, with a few samples in each channel that has a check box. */
     void pretendRead()
     {
         for (const char *label : {"俯仰", "目标俯仰", "俯仰差值", "横滚", "目标横滚", "横滚差值", "航向", "目标航向",
@@ -80,7 +80,7 @@ public:
         dataRead = true;
     }
 
-    /** The names of the curves, in their order on the canvas; the placeholder has an empty one. */
+    /** Curve names in canvas order. The placeholder's name is empty. */
     static QStringList curves(const QCustomPlot *canvas)
     {
         QStringList names;
@@ -89,7 +89,7 @@ public:
         return names;
     }
 
-    /** The curve of this name, or null. */
+    /** The curve with this name, or null. */
     static QCPGraph *curve(const QCustomPlot *canvas, const char *name)
     {
         for (int i = 0; i < canvas->graphCount(); ++i) {

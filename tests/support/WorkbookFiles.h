@@ -47,7 +47,7 @@ inline bool writeFile(const QString &path, const QByteArray &bytes)
     return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(bytes) == bytes.size();
 }
 
-/** A workbook as other programs write them, with its first sheet's XML as given and a second that nobody touches. */
+/** A workbook as other programs write it: the first sheet has the given XML, the second stays unchanged. */
 inline Parts foreignWorkbook(const QByteArray &sheet)
 {
     const QByteArray declaration("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n");

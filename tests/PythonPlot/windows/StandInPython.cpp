@@ -1,4 +1,4 @@
-// Plays python.exe: writes down its arguments where it stands, and complains.
+// A fake python.exe: appends its arguments to a file in the working directory and prints an error.
 
 #include <cstdio>
 

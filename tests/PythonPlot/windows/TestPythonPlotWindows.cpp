@@ -11,7 +11,7 @@ namespace
 
 using Slot = void (PythonPlot::*)();
 
-/** Puts the stand-in for python first in the search path, or leaves no interpreter in it, while it lives. */
+/** Puts the fake Python first in PATH, or removes every interpreter from PATH. The destructor restores PATH. */
 class CommandPath
 {
 public:
@@ -31,7 +31,7 @@ private:
     QByteArray m_before;
 };
 
-/** Each line in a write of its own, as a console sends them: the cmd of some systems drops the rest of a write. */
+/** Writes each line separately, like a console, because the cmd of some systems drops the rest of a write. */
 class LineByLine : public PythonPlot
 {
 public:
@@ -45,20 +45,20 @@ protected:
     }
 };
 
-/** What the stand-in was asked where the scripts are, a call a line. */
-QByteArrayList asked()
+/** The arguments of each call of the fake Python in the folder of the scripts. */
+QByteArrayList recordedCalls()
 {
     QFile file(AppConfig::getInstance().plotDir() + QStringLiteral("/asked.txt"));
     return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed().split('\n') : QByteArrayList();
 }
 
-/** Clicks until something is true: a shell that comes up slowly may get two lines as one and drop the second. */
-template <typename Done>
-bool clickUntil(PythonPlot &plot, Slot click, Done done)
+/** Clicks until the condition is true, because a slow shell may get two lines at once and drop the second. */
+template <typename Condition>
+bool clickUntil(PythonPlot &plot, Slot click, Condition condition)
 {
     for (int tries = 0; tries < 15; ++tries) {
         (plot.*click)();
-        if (QTest::qWaitFor(done, 2000))
+        if (QTest::qWaitFor(condition, 2000))
             return true;
     }
     return false;
@@ -68,7 +68,7 @@ bool clickUntil(PythonPlot &plot, Slot click, Done done)
 
 Q_DECLARE_METATYPE(Slot)
 
-/** The track plots through the shell that Windows has. */
+/** Tests the track plots with the Windows shell. */
 class TestPythonPlotWindows : public QObject
 {
     Q_OBJECT
@@ -78,24 +78,24 @@ private slots:
     {
         m_fixture = std::make_unique<Fixture>();
         m_log = m_fixture->path(QStringLiteral("logs/log.txt"));
-        // The "cd" of cmd does not change the drive: the program is started on its own.
+        // "cd" in cmd does not change the drive, so the working directory must be on the program's drive.
         QVERIFY(QDir::setCurrent(QCoreApplication::applicationDirPath()));
     }
     void cleanup() { m_fixture.reset(); }
 
-    void shellIsNamedAsThePlatformHasIt();
+    void shellNameIsThatOfThePlatform();
     void commandRunsInTheFolderOfTheScripts_data();
     void commandRunsInTheFolderOfTheScripts();
-    void shellTakesALaterCommandWithoutTheFolder();
-    void standardErrorReachesTheLog();
-    void missingPythonReachesTheLog();
+    void laterCommandNeedsNoFolder();
+    void standardErrorIsLogged();
+    void missingPythonIsLogged();
 
 private:
     std::unique_ptr<Fixture> m_fixture;
     QString m_log;
 };
 
-void TestPythonPlotWindows::shellIsNamedAsThePlatformHasIt()
+void TestPythonPlotWindows::shellNameIsThatOfThePlatform()
 {
     QCOMPARE(plotshell::program(), QStringLiteral("cmd"));
     QCOMPARE(plotshell::quoted(QStringLiteral("C:/试飞 1")), QStringLiteral("C:/试飞 1"));
@@ -118,22 +118,22 @@ void TestPythonPlotWindows::commandRunsInTheFolderOfTheScripts()
     QFETCH(QByteArray, argument);
     const CommandPath path(CommandPath::Python::StandIn);
     LineByLine plot(nullptr);
-    QVERIFY(clickUntil(plot, click, [] { return !asked().isEmpty(); }));
-    QCOMPARE(asked().first(), "pythonPlot.py " + argument);
+    QVERIFY(clickUntil(plot, click, [] { return !recordedCalls().isEmpty(); }));
+    QCOMPARE(recordedCalls().first(), "pythonPlot.py " + argument);
     QVERIFY(!QFile::exists(QStringLiteral("asked.txt")));
 }
 
-void TestPythonPlotWindows::shellTakesALaterCommandWithoutTheFolder()
+void TestPythonPlotWindows::laterCommandNeedsNoFolder()
 {
     const CommandPath path(CommandPath::Python::StandIn);
     LineByLine plot(nullptr);
-    QVERIFY(clickUntil(plot, &PythonPlot::plotXYSlot, [] { return !asked().isEmpty(); }));
-    const int before = asked().size();
-    QVERIFY(clickUntil(plot, &PythonPlot::plotXYSlot, [before] { return asked().size() > before; }));
-    QCOMPARE(asked().last(), QByteArray("pythonPlot.py XY"));
+    QVERIFY(clickUntil(plot, &PythonPlot::plotXYSlot, [] { return !recordedCalls().isEmpty(); }));
+    const int before = recordedCalls().size();
+    QVERIFY(clickUntil(plot, &PythonPlot::plotXYSlot, [before] { return recordedCalls().size() > before; }));
+    QCOMPARE(recordedCalls().last(), QByteArray("pythonPlot.py XY"));
 }
 
-void TestPythonPlotWindows::standardErrorReachesTheLog()
+void TestPythonPlotWindows::standardErrorIsLogged()
 {
     const CommandPath path(CommandPath::Python::StandIn);
     const LogFile log(m_log);
@@ -143,7 +143,7 @@ void TestPythonPlotWindows::standardErrorReachesTheLog()
              qPrintable(log.leveledMessages().first()));
 }
 
-void TestPythonPlotWindows::missingPythonReachesTheLog()
+void TestPythonPlotWindows::missingPythonIsLogged()
 {
     const CommandPath path(CommandPath::Python::None);
     const LogFile log(m_log);

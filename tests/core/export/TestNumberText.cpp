@@ -21,7 +21,7 @@ QByteArray text(double value)
     return result;
 }
 
-/** Writes many numbers with one stream, as a text file's writer does. */
+/** Formats numbers with one QTextStream, like the text file writer. */
 class Stream
 {
 public:
@@ -61,7 +61,7 @@ class TestNumberText : public QObject
 private slots:
     void writesSixSignificantDigits_data();
     void writesSixSignificantDigits();
-    void appendsBehindWhatIsThere();
+    void appendsToExistingText();
     void agreesWithTheStreamOnRandomBits();
     void agreesWithTheStreamOnEveryExponent();
     void agreesWithTheStreamOnTies();
@@ -100,10 +100,10 @@ void TestNumberText::writesSixSignificantDigits_data()
     QTest::newRow("smallest double") << std::numeric_limits<double>::denorm_min() << QByteArray("4.94066e-324");
     QTest::newRow("infinity") << infinity << QByteArray("inf");
     QTest::newRow("minus infinity") << -infinity << QByteArray("-inf");
-    QTest::newRow("no number") << nan << QByteArray("nan");
-    QTest::newRow("no number with a sign") << -nan << QByteArray("nan");
+    QTest::newRow("NaN") << nan << QByteArray("nan");
+    QTest::newRow("negative NaN") << -nan << QByteArray("nan");
 
-    // These are ties in the double itself, so no rounding of the source text decides them.
+    // These doubles are exact ties, so the compiler's rounding of the literals does not matter.
     QTest::newRow("tie above an even digit") << 123456.5 << QByteArray("123457");
     QTest::newRow("tie above an odd digit") << 123457.5 << QByteArray("123458");
     QTest::newRow("negative tie") << -123456.5 << QByteArray("-123457");
@@ -111,8 +111,8 @@ void TestNumberText::writesSixSignificantDigits_data()
     QTest::newRow("tie in the hundredths") << 1234.125 << QByteArray("1234.13");
     QTest::newRow("tie in a large number") << 1234565.0 << QByteArray("1.23457e+06");
     QTest::newRow("tie that carries over all digits") << 9999995.0 << QByteArray("1e+07");
-    // Not a tie: the double next to 2.000005 lies a little below it.
-    QTest::newRow("tie of the source text alone") << 2.000005 << QByteArray("2");
+    // Not a tie: the nearest double to 2.000005 is slightly smaller.
+    QTest::newRow("tie in the literal only") << 2.000005 << QByteArray("2");
     QTest::newRow("half") << 0.5 << QByteArray("0.5");
 }
 
@@ -125,7 +125,7 @@ void TestNumberText::writesSixSignificantDigits()
     QCOMPARE(stream(value), expected);
 }
 
-void TestNumberText::appendsBehindWhatIsThere()
+void TestNumberText::appendsToExistingText()
 {
     QByteArray line("x\t");
     appendNumber(line, -0.25);
@@ -136,7 +136,7 @@ void TestNumberText::appendsBehindWhatIsThere()
 
 void TestNumberText::agreesWithTheStreamOnRandomBits()
 {
-    // Uniform bits reach all exponents, denormals and what is no number.
+    // Random bits cover all exponents, denormals and NaN.
     std::mt19937_64 random(2302);
     Stream stream;
     for (int i = 0; i < 1000000; ++i) {
@@ -164,7 +164,7 @@ void TestNumberText::agreesWithTheStreamOnEveryExponent()
 
 void TestNumberText::agreesWithTheStreamOnTies()
 {
-    // m times 10 plus 5, over a power of two that keeps seven digits: exact in a double, and a tie at the seventh.
+    // Each value has seven significant digits, ends in 5 and is exact as a double, so it is a tie for six digits.
     std::mt19937 random(7);
     std::uniform_int_distribution<int> sixDigits(100000, 999999);
     Stream stream;
@@ -175,7 +175,7 @@ void TestNumberText::agreesWithTheStreamOnTies()
         const int whole = sixDigits(random);
         for (const double value : {whole + 0.5, whole / 10 + 0.25, whole / 100 + 0.125, whole / 1000 + 0.0625})
             QCOMPARE(text(value), stream(value));
-        // What a decimal fraction with a 5 behind six digits comes to in a double, and the doubles beside it.
+        // The doubles nearest to a decimal tie: slightly above it, slightly below it, or exact.
         for (const double divisor : {1e2, 1e4, 1e6, 1e8, 1e10}) {
             const double near = tie / divisor;
             for (const double value : {near, std::nextafter(near, 0.0), std::nextafter(near, 1e9)})

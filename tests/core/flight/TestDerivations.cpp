@@ -9,7 +9,7 @@ using namespace ostravel;
 namespace
 {
 
-/** A flight whose series are set by their channels' names. */
+/** Series of a flight, accessed by channel name. */
 struct Channels {
     SeriesArray all;
     SeriesRefs refs;
@@ -42,7 +42,7 @@ struct Channels {
         (*this)["FSS_Seconds"] = Series(count, seconds);
     }
 
-    /** Positions by their metres east of the initial origin, all on its latitude. */
+    /** Sets positions by metres east of the initial origin, all at the origin's latitude. */
     void setPath(const Series &east, const Series &height, double satellites = 12)
     {
         const LocalFrame frame = LocalFrame::initial();
@@ -61,7 +61,7 @@ struct Channels {
     }
 };
 
-/** To the metre, which tells a kept point from a repeated one. */
+/** Rounds to metres, enough to distinguish a new point from a repeated one. */
 QVector<int> metres(const std::vector<double> &values)
 {
     QVector<int> rounded;
@@ -77,32 +77,32 @@ class TestDerivations : public QObject
     Q_OBJECT
 
 private slots:
-    void startTimeIsWoundBackToSampleZero();
+    void startTimeIsThatOfSampleZero();
     void startTimeSkipsSamplesFromBeforeTheClockWasSet();
     void startTimeWrapsAtMidnightAndKeepsTheDate();
-    void startTimeFollowsTheInterval();
-    void clockWithoutATrustedSampleGivesNone_data();
-    void clockWithoutATrustedSampleGivesNone();
-    void trustedClockThatIsNoTimeSaysItsSample_data();
-    void trustedClockThatIsNoTimeSaysItsSample();
+    void startTimeUsesTheInterval();
+    void noPlausibleSampleGivesNoStartTime_data();
+    void noPlausibleSampleGivesNoStartTime();
+    void invalidTimeReturnsItsSampleIndex_data();
+    void invalidTimeReturnsItsSampleIndex();
     void originIsTheTenthHeartbeatFromTheEnd();
     void noOriginWithFewerThanTenHeartbeats();
-    void localFrameScalesByTheCosine();
+    void localFrameScalesLongitudeByTheCosine();
     void trackStartsAtTheFirstFix();
-    void trackOfFewSatellitesStartsAtZero();
-    void jumpsRepeatThePointBefore();
+    void trackWithFewSatellitesStartsAtZero();
+    void jumpRepeatsThePreviousPoint();
     void heightsAreLimited();
     void attackTrackStartsAtTheLastRun_data();
     void attackTrackStartsAtTheLastRun();
     void differencesAreActualMinusTarget();
     void differencesShareTheActualSamplesWithoutTargets();
-    void speedAngleHoldsWhereTheSpeedIsZero();
-    void fitsTargets_data();
-    void fitsTargets();
-    void emptySeriesGiveNothing();
+    void speedAngleKeepsItsValueAtZeroSpeed();
+    void fitTargetsMatchesTheAttitudeLength_data();
+    void fitTargetsMatchesTheAttitudeLength();
+    void emptySeriesGiveEmptyResults();
 };
 
-void TestDerivations::startTimeIsWoundBackToSampleZero()
+void TestDerivations::startTimeIsThatOfSampleZero()
 {
     Channels channels;
     channels.setClock(100, 7, 15, 1, 0, 5);
@@ -118,7 +118,7 @@ void TestDerivations::startTimeSkipsSamplesFromBeforeTheClockWasSet()
     Channels channels;
     channels.setClock(100, 7, 15, 10, 30, 0);
     for (int i = 0; i < 40; ++i)
-        channels["FSS_Month"][i] = i < 20 ? 255 : 1; // 1 could be a month, but not that of the middle
+        channels["FSS_Month"][i] = i < 20 ? 255 : 1; // 1 is a valid month but differs from the middle sample
     const ClockReading clock = readClock(channels.refs, 200);
     QCOMPARE(clock.sample, 40);
     QCOMPARE(clock.start, QDateTime(QDate(2023, 7, 15), QTime(10, 29, 52)));
@@ -133,7 +133,7 @@ void TestDerivations::startTimeWrapsAtMidnightAndKeepsTheDate()
     QCOMPARE(readClock(channels.refs, 200).start, QDateTime(QDate(2023, 12, 31), QTime(23, 59, 59)));
 }
 
-void TestDerivations::startTimeFollowsTheInterval()
+void TestDerivations::startTimeUsesTheInterval()
 {
     Channels channels;
     channels.setClock(20, 5, 6, 12, 0, 0);
@@ -142,7 +142,7 @@ void TestDerivations::startTimeFollowsTheInterval()
     QCOMPARE(readClock(channels.refs, 1000).start, QDateTime(QDate(2023, 5, 6), QTime(11, 59, 50)));
 }
 
-void TestDerivations::clockWithoutATrustedSampleGivesNone_data()
+void TestDerivations::noPlausibleSampleGivesNoStartTime_data()
 {
     QTest::addColumn<QString>("channel");
     QTest::addColumn<double>("value");
@@ -153,7 +153,7 @@ void TestDerivations::clockWithoutATrustedSampleGivesNone_data()
     QTest::newRow("seconds") << "FSS_Seconds" << 61.0;
 }
 
-void TestDerivations::clockWithoutATrustedSampleGivesNone()
+void TestDerivations::noPlausibleSampleGivesNoStartTime()
 {
     QFETCH(QString, channel);
     QFETCH(double, value);
@@ -166,7 +166,7 @@ void TestDerivations::clockWithoutATrustedSampleGivesNone()
     QVERIFY(clock.start.isNull());
 }
 
-void TestDerivations::trustedClockThatIsNoTimeSaysItsSample_data()
+void TestDerivations::invalidTimeReturnsItsSampleIndex_data()
 {
     QTest::addColumn<QString>("channel");
     QTest::addColumn<double>("value");
@@ -177,7 +177,7 @@ void TestDerivations::trustedClockThatIsNoTimeSaysItsSample_data()
     QTest::newRow("date 0") << "FSS_Date" << 0.0;
 }
 
-void TestDerivations::trustedClockThatIsNoTimeSaysItsSample()
+void TestDerivations::invalidTimeReturnsItsSampleIndex()
 {
     QFETCH(QString, channel);
     QFETCH(double, value);
@@ -200,7 +200,7 @@ void TestDerivations::originIsTheTenthHeartbeatFromTheEnd()
     QVERIFY(origin.has_value());
     QCOMPARE(origin->latitude, 62.0F);
     QCOMPARE(origin->longitude, 102.0F);
-    QVERIFY(std::abs(origin->scale - 0.46947156278589) < 1e-7); // cosine of 62 degrees
+    QVERIFY(std::abs(origin->scale - 0.46947156278589) < 1e-7); // cos(62°)
 }
 
 void TestDerivations::noOriginWithFewerThanTenHeartbeats()
@@ -208,15 +208,15 @@ void TestDerivations::noOriginWithFewerThanTenHeartbeats()
     Channels channels;
     channels["HBS_Lat"] = Series(9, 60.0);
     channels["HBS_Lng"] = Series(10, 100.0);
-    QVERIFY(!findOrigin(channels.refs).has_value()); // the latitude decides
+    QVERIFY(!findOrigin(channels.refs).has_value()); // the latitude series sets the index
     channels["HBS_Lat"].append(60.0);
     QVERIFY(findOrigin(channels.refs).has_value());
 }
 
-void TestDerivations::localFrameScalesByTheCosine()
+void TestDerivations::localFrameScalesLongitudeByTheCosine()
 {
     const LocalFrame frame = LocalFrame::at(60.0F, 100.0F);
-    // A degree is 111318.84530186653 m; the cosine of 60 degrees is one half.
+    // One degree is 111318.84530186653 m; cos(60°) is 0.5.
     QCOMPARE(frame.y(61.0), 111318.84530186653F);
     QCOMPARE(frame.x(99.0), -55659.422650933265F);
     QCOMPARE(frame.x(100.0), 0.0F);
@@ -233,14 +233,14 @@ void TestDerivations::trackStartsAtTheFirstFix()
     QCOMPARE(track.z, std::vector<double>({3, 4}));
 }
 
-void TestDerivations::trackOfFewSatellitesStartsAtZero()
+void TestDerivations::trackWithFewSatellitesStartsAtZero()
 {
     Channels channels;
     channels.setPath({0, 10, 20}, {1, 2, 3}, 10);
     QCOMPARE(metres(makeTrack(channels.refs, LocalFrame::initial()).x), QVector<int>({0, 10, 20}));
 }
 
-void TestDerivations::jumpsRepeatThePointBefore()
+void TestDerivations::jumpRepeatsThePreviousPoint()
 {
     Channels channels;
     channels.setPath({0, 1500, 900, 12000, 11000}, {0, 0, 0, 0, 0});
@@ -253,7 +253,7 @@ void TestDerivations::heightsAreLimited()
 {
     Channels channels;
     channels.setPath(Series(6, 0.0), {1200, 950, 1001, 849, -100, 800});
-    // The first is capped; 1001 is beyond the limit; from 950, 849 is more than 100 away.
+    // The first height is limited to 1000; 1001 is above the maximum; 849 differs from 950 by more than 100.
     QCOMPARE(makeTrack(channels.refs, LocalFrame::initial()).z, std::vector<double>({1000, 950, 950, 950, 950, 950}));
 }
 
@@ -265,7 +265,7 @@ void TestDerivations::attackTrackStartsAtTheLastRun_data()
     QTest::newRow("last of two runs") << Series({1, 26, 1, 26, 26}) << Metres({30, 40});
     QTest::newRow("no run") << Series({1, 2, 3, 4, 5}) << Metres({0, 10, 20, 30, 40});
     QTest::newRow("from sample 0 on") << Series({26, 26, 26, 26, 26}) << Metres({0, 10, 20, 30, 40});
-    QTest::newRow("starts behind the last position") << Series({1, 1, 1, 1, 1, 26}) << Metres();
+    QTest::newRow("starts after the last position") << Series({1, 1, 1, 1, 1, 26}) << Metres();
     QTest::newRow("fewer modes than positions") << Series({1, 26, 26}) << Metres({10, 20});
     QTest::newRow("no modes") << Series() << Metres();
 }
@@ -316,7 +316,7 @@ void TestDerivations::differencesShareTheActualSamplesWithoutTargets()
     QVERIFY(channels["DF_RollDiff"].isSharedWith(channels["PGS_Roll"]));
 }
 
-void TestDerivations::speedAngleHoldsWhereTheSpeedIsZero()
+void TestDerivations::speedAngleKeepsItsValueAtZeroSpeed()
 {
     Channels channels;
     channels["BU_SpeedAngle"] = {7};
@@ -332,7 +332,7 @@ void TestDerivations::speedAngleHoldsWhereTheSpeedIsZero()
     QCOMPARE(std::abs(angles[4]), 0.0);
 }
 
-void TestDerivations::fitsTargets_data()
+void TestDerivations::fitTargetsMatchesTheAttitudeLength_data()
 {
     QTest::addColumn<int>("targets");
     QTest::addColumn<int>("attitudes");
@@ -344,7 +344,7 @@ void TestDerivations::fitsTargets_data()
     QTest::newRow("longer") << 3 << 1 << Series({1});
 }
 
-void TestDerivations::fitsTargets()
+void TestDerivations::fitTargetsMatchesTheAttitudeLength()
 {
     QFETCH(int, targets);
     QFETCH(int, attitudes);
@@ -360,7 +360,7 @@ void TestDerivations::fitsTargets()
         QCOMPARE(channels.refs.at(frame::kTarget, row), expected);
 }
 
-void TestDerivations::emptySeriesGiveNothing()
+void TestDerivations::emptySeriesGiveEmptyResults()
 {
     Channels channels;
     QCOMPARE(readClock(channels.refs, 200).sample, -1);

@@ -16,17 +16,17 @@ class TestFlight : public QObject
     Q_OBJECT
 
 private slots:
-    void isEmptyAtFirst();
-    void channelThatDoesNotExistIsEmpty_data();
-    void channelThatDoesNotExistIsEmpty();
+    void isInitiallyEmpty();
+    void unknownChannelIsEmpty_data();
+    void unknownChannelIsEmpty();
     void holdsTheSamplesOfItsLines();
-    void seriesAreEvenedAndDerived();
+    void seriesAreExtendedAndDerived();
     void countsBeyond16Bits();
     void movesAndCopiesWithoutCopyingSamples();
-    void startTimeOfTheOptionsWins();
-    void periodsMakeTheTimeAxis();
+    void startTimeOfTheOptionsTakesPrecedence();
+    void timeAxisUsesThePeriods();
     void originNeedsTenHeartbeats();
-    void keepsWhyItBrokeOff();
+    void storesTheErrorThatEndedTheRead();
 };
 
 namespace
@@ -37,7 +37,7 @@ const Series &roll(const Flight &flight)
     return flight.samples(frame::kAttitude, frame::rowOf(frame::kAttitude, "PGS_Roll"));
 }
 
-/** A cycle whose clock says half past ten on 15 July. */
+/** Adds one cycle; its clock is 10:30 on 15 July. */
 void addCycle(FlightBuilder &builder, double rollAngle)
 {
     builder.add(FrameText(0x03).set("PGS_Roll", rollAngle).text());
@@ -49,7 +49,7 @@ void addCycle(FlightBuilder &builder, double rollAngle)
 
 } // namespace
 
-void TestFlight::isEmptyAtFirst()
+void TestFlight::isInitiallyEmpty()
 {
     const Flight flight;
     for (const frame::Layout &layout : frame::kLayouts) {
@@ -65,17 +65,17 @@ void TestFlight::isEmptyAtFirst()
     QCOMPARE(flight.origin().longitude, 113.91378F);
 }
 
-void TestFlight::channelThatDoesNotExistIsEmpty_data()
+void TestFlight::unknownChannelIsEmpty_data()
 {
     QTest::addColumn<int>("code");
     QTest::addColumn<int>("row");
     QTest::newRow("unknown code") << 0x06 << 0;
     QTest::newRow("row before the first") << 0x03 << -1;
-    QTest::newRow("row behind the last") << 0x03 << 18;
-    QTest::newRow("far behind the last of all") << 0x53 << 1000;
+    QTest::newRow("row after the last one") << 0x03 << 18;
+    QTest::newRow("large row number") << 0x53 << 1000;
 }
 
-void TestFlight::channelThatDoesNotExistIsEmpty()
+void TestFlight::unknownChannelIsEmpty()
 {
     QFETCH(int, code);
     QFETCH(int, row);
@@ -104,7 +104,7 @@ void TestFlight::holdsTheSamplesOfItsLines()
     QCOMPARE(flight.counts().accepted(), qint64(9));
 }
 
-void TestFlight::seriesAreEvenedAndDerived()
+void TestFlight::seriesAreExtendedAndDerived()
 {
     FlightBuilder builder({});
     addCycle(builder, 3);
@@ -112,7 +112,7 @@ void TestFlight::seriesAreEvenedAndDerived()
     const Flight flight = builder.finish();
     for (const std::uint8_t code : {frame::kControlStatus, frame::kSensor, frame::kTarget, frame::kEquipment})
         QCOMPARE(flight.samples(code, 0).size(), 2);
-    QCOMPARE(flight.samples(frame::kDifference, 1), Series({2.0, 3.0})); // the target is repeated
+    QCOMPARE(flight.samples(frame::kDifference, 1), Series({2.0, 3.0})); // the last target is repeated
     QCOMPARE(flight.samples(frame::kBackup, 0), Series({0.0, 45.0}));
     QCOMPARE(flight.track().x.size(), std::size_t(2));
     QCOMPARE(flight.startTime(), QDateTime(QDate(2023, 7, 15), QTime(10, 30)));
@@ -151,7 +151,7 @@ void TestFlight::movesAndCopiesWithoutCopyingSamples()
     QCOMPARE(moved.counts().lines, qint64(4));
 }
 
-void TestFlight::startTimeOfTheOptionsWins()
+void TestFlight::startTimeOfTheOptionsTakesPrecedence()
 {
     ReadOptions options;
     options.startTime = QDateTime(QDate(2020, 2, 3), QTime(4, 5, 6));
@@ -160,7 +160,7 @@ void TestFlight::startTimeOfTheOptionsWins()
     QCOMPARE(builder.finish().startTime(), *options.startTime);
 }
 
-void TestFlight::periodsMakeTheTimeAxis()
+void TestFlight::timeAxisUsesThePeriods()
 {
     ReadOptions options;
     options.startTime = QDateTime(QDate(1970, 1, 1), QTime(0, 1, 40, 900), Qt::UTC);
@@ -168,9 +168,9 @@ void TestFlight::periodsMakeTheTimeAxis()
     const Flight flight = FlightBuilder(options).finish();
     QCOMPARE(flight.periodMs(frame::kAttitude), 200);
     QCOMPARE(flight.periodMs(frame::kSensor), 50);
-    QCOMPARE(flight.timeOf(frame::kAttitude, 3), 100.6); // the milliseconds of the start do not count
+    QCOMPARE(flight.timeOf(frame::kAttitude, 3), 100.6); // the start time's milliseconds are ignored
     QCOMPARE(flight.timeOf(frame::kSensor, 3), 100.15);
-    // More milliseconds than 32 bits hold.
+    // The milliseconds exceed 32 bits.
     QCOMPARE(flight.timeOf(frame::kAttitude, 100'000'000), 100.0 + 20'000'000.0);
 }
 
@@ -185,7 +185,7 @@ void TestFlight::originNeedsTenHeartbeats()
     }
 }
 
-void TestFlight::keepsWhyItBrokeOff()
+void TestFlight::storesTheErrorThatEndedTheRead()
 {
     FlightBuilder builder({});
     addCycle(builder, 2);

@@ -9,7 +9,7 @@
 
 using ostravel::LineReader;
 
-/** The reader against QTextStream, which says what the lines of a text file are. */
+/** Compares the reader with QTextStream, which defines the expected lines. */
 class TestLineReader : public QObject
 {
     Q_OBJECT
@@ -20,7 +20,7 @@ private slots:
     void givesTheLinesOfATextStreamForRandomBytes_data();
     void givesTheLinesOfATextStreamForRandomBytes();
     void readsALineThatSpansManyBlocks();
-    void usesTheMemoryOfTheLineAgain();
+    void reusesTheMemoryOfTheLine();
     void plainLineIsNotCopied();
 
 private:
@@ -32,7 +32,7 @@ private:
 namespace
 {
 
-/** Bytes as an open text file. */
+/** A temporary file with the given bytes, open in text mode. */
 class TextFile
 {
 public:
@@ -52,7 +52,7 @@ private:
     QFile m_file;
 };
 
-constexpr int kBlock = 1 << 16; // of the reader, whose seams the cases aim at
+constexpr int kBlock = 1 << 16; // block size of the reader; tests put line breaks at block boundaries
 
 } // namespace
 
@@ -74,12 +74,12 @@ QStringList TestLineReader::readerLines(const QByteArray &bytes)
     QString line;
     while (reader.next(line)) {
         lines << line;
-        line.detach(); // the next line is written into the same memory
+        line.detach(); // the reader reuses the line's memory
     }
     return lines;
 }
 
-/** The same, with those lines taken as they lie in memory that do. */
+/** Like readerLines(), but uses nextPlain() for lines that need no copy. */
 QStringList TestLineReader::plainLines(const QByteArray &bytes)
 {
     TextFile text(bytes);
@@ -110,9 +110,9 @@ void TestLineReader::givesTheLinesOfATextStream_data()
     QTest::newRow("line end at the end") << QByteArray("AAEC\n") << 1;
     QTest::newRow("blank lines") << QByteArray("\n\n\n") << 3;
     QTest::newRow("carriage returns") << QByteArray("AA\r\nBB\r\n") << 2;
-    QTest::newRow("carriage returns alone are no line end") << QByteArray("AA\rBB\rCC") << 1;
-    QTest::newRow("a carriage return and nothing else") << QByteArray("\r") << 1;
-    QTest::newRow("a carriage return behind the last line") << QByteArray("AA\n\r") << 1;
+    QTest::newRow("a carriage return alone is no line break") << QByteArray("AA\rBB\rCC") << 1;
+    QTest::newRow("only a carriage return") << QByteArray("\r") << 1;
+    QTest::newRow("a carriage return after the last line") << QByteArray("AA\n\r") << 1;
     QTest::newRow("text of another kind") << chinese + '\n' + chinese << 2;
     QTest::newRow("byte order mark of UTF-8") << QByteArray("\xEF\xBB\xBF"
                                                             "AA\nBB\n")
@@ -126,9 +126,9 @@ void TestLineReader::givesTheLinesOfATextStream_data()
                                                       12)
                                         << 2;
     QTest::newRow("NUL in a line") << QByteArray("A\0B\nCC", 6) << 2;
-    QTest::newRow("line end at the seam of two blocks") << filled + "BB\nCC\n" << 3;
-    QTest::newRow("other text behind the first block") << filled + "BBB" + chinese + "\nCC\n" << 3;
-    QTest::newRow("other text in a line that began before the seam")
+    QTest::newRow("line break at a block boundary") << filled + "BB\nCC\n" << 3;
+    QTest::newRow("other text after the first block") << filled + "BBB" + chinese + "\nCC\n" << 3;
+    QTest::newRow("other text in a line across a block boundary")
         << QByteArray("AA\n") + QByteArray(kBlock, 'B') + chinese + '\n' + chinese << 3;
     QTest::newRow("a mark in the middle is text") << filled
             + "AA\n\xEF\xBB\xBF"
@@ -159,12 +159,12 @@ void TestLineReader::givesTheLinesOfATextStreamForRandomBytes()
     QFETCH(QByteArray, alphabet);
     QRandomGenerator random(20261120);
     for (int run = 0; run < 200; ++run) {
-        // Sizes about the blocks of the reader (64 KiB) and of the stream (16 KiB), and small ones.
+        // Sizes around the block sizes of the reader (64 KiB) and QTextStream (16 KiB), and small sizes.
         const int size = random.bounded(run % 4 == 0 ? 3 * kBlock : 40);
         QByteArray bytes(size, Qt::Uninitialized);
         for (char &byte : bytes)
             byte = alphabet.at(random.bounded(alphabet.size()));
-        bytes += 'A'; // an end of carriage returns alone is told apart by the stream's own blocks
+        bytes += 'A'; // QTextStream's result for trailing carriage returns depends on its block size
         QCOMPARE(readerLines(bytes), streamLines(bytes));
         QCOMPARE(plainLines(bytes), streamLines(bytes));
     }
@@ -180,7 +180,7 @@ void TestLineReader::readsALineThatSpansManyBlocks()
     QCOMPARE(plainLines(longLine + "\nBB"), lines);
 }
 
-void TestLineReader::usesTheMemoryOfTheLineAgain()
+void TestLineReader::reusesTheMemoryOfTheLine()
 {
     TextFile text("AAECAAEC\nBBBB\nCC\n");
     LineReader reader(text.file());

@@ -37,7 +37,7 @@ QByteArray content(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
 }
 
-/** Makes a database of statements. */
+/** Creates a database by executing the statements. */
 void makeDatabase(const QString &path, const QStringList &statements)
 {
     {
@@ -71,7 +71,7 @@ QStringList taskOf(int id, const QVector<int> &values)
     return statements;
 }
 
-/** The values of backup frames; a flight without attitude derives none behind them. */
+/** Values of the backup frames. A flight without attitude samples gets no derived values after them. */
 Series backups(const Result &result)
 {
     const auto *const flight = std::get_if<Flight>(&result);
@@ -112,26 +112,26 @@ class TestReadFlight : public QObject
 private slots:
     void init();
     void readsATextLog();
-    void emptyLogIsAFlightWithoutSamples();
+    void emptyLogGivesAFlightWithoutSamples();
     void unknownSuffixIsAnError_data();
     void unknownSuffixIsAnError();
-    void whatCannotBeOpenedIsAnError_data();
-    void whatCannotBeOpenedIsAnError();
+    void unopenableFileIsAnError_data();
+    void unopenableFileIsAnError();
     void pipeIsNotOpened_data();
     void pipeIsNotOpened();
     void fileWithoutFlightsIsAnError_data();
     void fileWithoutFlightsIsAnError();
     void readsAllTasksOfADatabase();
     void readsTheChosenTasks();
-    void taskThatIsMissingIsAnError();
-    void planeOfTheOptionsIsKept();
-    void progressRunsFromNothingToAll_data();
-    void progressRunsFromNothingToAll();
-    void progressCancels_data();
-    void progressCancels();
-    void damagedPageGivesWhatWasReadBefore();
-    void leavesNoConnectionAndTheFilesAsTheyWere();
-    void readsWithinAnotherRead();
+    void missingTaskIsAnError();
+    void onlyThePlaneOfTheOptionsIsRead();
+    void progressRunsFromZeroToTotal_data();
+    void progressRunsFromZeroToTotal();
+    void progressCallbackCancels_data();
+    void progressCallbackCancels();
+    void damagedPageKeepsTheRecordsBeforeIt();
+    void removesItsConnectionAndLeavesTheFilesUnchanged();
+    void readsInsideAProgressCallback();
     void eightThreadsReadAtOnce();
 
 private:
@@ -153,11 +153,11 @@ void TestReadFlight::readsATextLog()
     QCOMPARE(flight.counts().lines, qint64(7));
     QCOMPARE(flight.counts().badHeaders, qint64(2));
     QCOMPARE(flight.samples(frame::kSensor, 33), Series({0.0}));
-    QCOMPARE(flight.samples(frame::kBackup, 0), Series({-7.0, 0.0})); // the angle of the attitude sample is behind it
+    QCOMPARE(flight.samples(frame::kBackup, 0), Series({-7.0, 0.0})); // plus the derived angle of the attitude sample
     QVERIFY(!flight.brokenOff().has_value());
 }
 
-void TestReadFlight::emptyLogIsAFlightWithoutSamples()
+void TestReadFlight::emptyLogGivesAFlightWithoutSamples()
 {
     write(path("flight.txt"), {});
     const Result result = readFlight(path("flight.txt"));
@@ -182,14 +182,14 @@ void TestReadFlight::unknownSuffixIsAnError()
     QVERIFY(std::get<ReadError>(result).message.contains(path(name)));
 }
 
-void TestReadFlight::whatCannotBeOpenedIsAnError_data()
+void TestReadFlight::unopenableFileIsAnError_data()
 {
     QTest::addColumn<QString>("name");
     for (const char *name : {"missing.txt", "missing.db", "folder.txt", "folder.db", "nowhere/flight.txt"})
         QTest::newRow(name) << name;
 }
 
-void TestReadFlight::whatCannotBeOpenedIsAnError()
+void TestReadFlight::unopenableFileIsAnError()
 {
     QFETCH(QString, name);
     if (name.startsWith("folder"))
@@ -199,7 +199,7 @@ void TestReadFlight::whatCannotBeOpenedIsAnError()
     const QString message = std::get<ReadError>(result).message;
     QVERIFY2(message.contains(path(name)) && message.endsWith('.'), qPrintable(message));
     if (name.startsWith("missing"))
-        QVERIFY(!QFile::exists(path(name))); // SQLite would make a database of nothing
+        QVERIFY(!QFile::exists(path(name))); // SQLite would create an empty database
 }
 
 void TestReadFlight::pipeIsNotOpened_data()
@@ -260,14 +260,14 @@ void TestReadFlight::readsTheChosenTasks()
     makeDatabase(path("flight.db"), kTables + taskOf(3, {1, 2}) + taskOf(7, {3}) + taskOf(9, {4}));
     ReadOptions options;
     options.tasks = {9, 3};
-    Series sorted = backups(readFlight(path("flight.db"), options)); // the database's order is its own
+    Series sorted = backups(readFlight(path("flight.db"), options)); // the database defines the order
     std::sort(sorted.begin(), sorted.end());
     QCOMPARE(sorted, Series({1.0, 2.0, 4.0}));
     options.tasks = {7, 7};
     QCOMPARE(backups(readFlight(path("flight.db"), options)), Series({3.0}));
 }
 
-void TestReadFlight::taskThatIsMissingIsAnError()
+void TestReadFlight::missingTaskIsAnError()
 {
     makeDatabase(path("flight.db"), kTables + taskOf(3, {1, 2}));
     ReadOptions options;
@@ -277,7 +277,7 @@ void TestReadFlight::taskThatIsMissingIsAnError()
     QVERIFY(std::get<ReadError>(result).message.contains("task 4"));
 }
 
-void TestReadFlight::planeOfTheOptionsIsKept()
+void TestReadFlight::onlyThePlaneOfTheOptionsIsRead()
 {
     writeLines(path("flight.txt"),
                {FrameText(0x52, 1).put(11, 2, 10).text(), FrameText(0x52, 2).put(11, 2, 20).text()});
@@ -288,7 +288,7 @@ void TestReadFlight::planeOfTheOptionsIsKept()
     QCOMPARE(std::get<Flight>(result).counts().otherPlanes, qint64(1));
 }
 
-void TestReadFlight::progressRunsFromNothingToAll_data()
+void TestReadFlight::progressRunsFromZeroToTotal_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<qint64>("total");
@@ -297,7 +297,7 @@ void TestReadFlight::progressRunsFromNothingToAll_data()
     QTest::newRow("database, in records") << "flight.db" << frames;
 }
 
-void TestReadFlight::progressRunsFromNothingToAll()
+void TestReadFlight::progressRunsFromZeroToTotal()
 {
     QFETCH(QString, name);
     QFETCH(qint64, total);
@@ -323,7 +323,7 @@ void TestReadFlight::progressRunsFromNothingToAll()
     QVERIFY(std::is_sorted(told.begin(), told.end()));
 }
 
-void TestReadFlight::progressCancels_data()
+void TestReadFlight::progressCallbackCancels_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<int>("calls");
@@ -333,7 +333,7 @@ void TestReadFlight::progressCancels_data()
     }
 }
 
-void TestReadFlight::progressCancels()
+void TestReadFlight::progressCallbackCancels()
 {
     QFETCH(QString, name);
     QFETCH(int, calls);
@@ -348,7 +348,7 @@ void TestReadFlight::progressCancels()
     QCOMPARE(codeOf(result), int(ReadError::Code::Cancelled));
 }
 
-void TestReadFlight::damagedPageGivesWhatWasReadBefore()
+void TestReadFlight::damagedPageKeepsTheRecordsBeforeIt()
 {
     constexpr int kFrames = 2000;
     QVector<int> values;
@@ -373,7 +373,7 @@ void TestReadFlight::damagedPageGivesWhatWasReadBefore()
     QCOMPARE(content(path("flight.db")), bytes);
 }
 
-void TestReadFlight::leavesNoConnectionAndTheFilesAsTheyWere()
+void TestReadFlight::removesItsConnectionAndLeavesTheFilesUnchanged()
 {
     makeDatabase(path("flight.db"), kTables + taskOf(3, {1, 2}));
     const QByteArray before = content(path("flight.db"));
@@ -384,7 +384,7 @@ void TestReadFlight::leavesNoConnectionAndTheFilesAsTheyWere()
     QCOMPARE(QDir(m_dir->path()).entryList(QDir::Files | QDir::Hidden), QStringList("flight.db"));
 }
 
-void TestReadFlight::readsWithinAnotherRead()
+void TestReadFlight::readsInsideAProgressCallback()
 {
     demo::DemoOptions demoOptions;
     demoOptions.minutes = 2;
@@ -406,7 +406,7 @@ void TestReadFlight::readsWithinAnotherRead()
 void TestReadFlight::eightThreadsReadAtOnce()
 {
     constexpr int kThreads = 8;
-    // Four flights, each read by two threads: two logs, one of them damaged, and two databases.
+    // Two threads read each of four flights: two logs, one of them damaged, and two databases.
     QStringList paths;
     for (int i = 0; i < kThreads / 2; ++i) {
         demo::DemoOptions options;

@@ -25,7 +25,7 @@ Series &series(SeriesArray &all, const char *channel)
     return all[0];
 }
 
-int samplesInAll(const SeriesArray &all)
+int totalSampleCount(const SeriesArray &all)
 {
     int count = 0;
     for (const Series &samples : all)
@@ -50,27 +50,27 @@ class TestFrameDecoder : public QObject
     Q_OBJECT
 
 private slots:
-    void saysWhatALineWas_data();
-    void saysWhatALineWas();
+    void returnsTheKindOfALine_data();
+    void returnsTheKindOfALine();
     void keepsAllPlanesWithoutAFilter();
-    void badHeadersAndOtherPlanesLeaveTheSeriesAlone();
-    void samplesGoToTheSeriesThatItWasGiven();
-    void textAndBytesGiveTheSame_data();
-    void textAndBytesGiveTheSame();
+    void badHeadersAndOtherPlanesLeaveTheSeriesUnchanged();
+    void appendsToTheGivenSeries();
+    void textAndBytesGiveTheSameResult_data();
+    void textAndBytesGiveTheSameResult();
     void deviceStateGivesTheEquipmentBits();
-    void signOfAFieldDecides();
-    void frameAtItsGateRepeats_data();
-    void frameAtItsGateRepeats();
-    void unknownCodeRepairs();
-    void threeAttitudeFramesPullTheOthersAlong();
-    void seriesMayBeExchangedBetweenTwoFrames();
-    void reservesNoMoreThanTenHours_data();
-    void reservesNoMoreThanTenHours();
-    void randomFramesAgreeWithASecondDecode_data();
-    void randomFramesAgreeWithASecondDecode();
+    void decodesSignedAndUnsignedFields();
+    void frameAtItsGateRepeatsTheLastSamples_data();
+    void frameAtItsGateRepeatsTheLastSamples();
+    void unknownCodeRunsTheRepair();
+    void threeAttitudeFramesExtendTheOtherGroups();
+    void seriesCanBeReplacedBetweenTwoFrames();
+    void reservesAtMostTenHours_data();
+    void reservesAtMostTenHours();
+    void randomFramesMatchTheReferenceDecoder_data();
+    void randomFramesMatchTheReferenceDecoder();
 };
 
-void TestFrameDecoder::saysWhatALineWas_data()
+void TestFrameDecoder::returnsTheKindOfALine_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<ostravel::FrameKind>("kind");
@@ -91,7 +91,7 @@ void TestFrameDecoder::saysWhatALineWas_data()
     QTest::newRow("wrong header of another plane") << QStringLiteral("AAED0403") << FrameKind::BadHeader;
 }
 
-void TestFrameDecoder::saysWhatALineWas()
+void TestFrameDecoder::returnsTheKindOfALine()
 {
     QFETCH(QString, line);
     QFETCH(ostravel::FrameKind, kind);
@@ -113,10 +113,10 @@ void TestFrameDecoder::keepsAllPlanesWithoutAFilter()
     QCOMPARE(series(all, "HBS_Lng").size(), 2);
 }
 
-void TestFrameDecoder::badHeadersAndOtherPlanesLeaveTheSeriesAlone()
+void TestFrameDecoder::badHeadersAndOtherPlanesLeaveTheSeriesUnchanged()
 {
     SeriesArray all;
-    // The repair would extend the other groups, if it ran.
+    // The repair step would extend the other groups.
     SeriesRefs refs(all);
     for (int row = 0; row < 18; ++row)
         refs.at(frame::kAttitude, row) = {1.0, 2.0, 3.0, 4.0};
@@ -129,7 +129,7 @@ void TestFrameDecoder::badHeadersAndOtherPlanesLeaveTheSeriesAlone()
     QVERIFY(all == before);
 }
 
-void TestFrameDecoder::samplesGoToTheSeriesThatItWasGiven()
+void TestFrameDecoder::appendsToTheGivenSeries()
 {
     SeriesArray first;
     SeriesArray second;
@@ -144,7 +144,7 @@ void TestFrameDecoder::samplesGoToTheSeriesThatItWasGiven()
     QCOMPARE(series(second, "PGS_Roll"), Series({-5.5}));
 }
 
-void TestFrameDecoder::textAndBytesGiveTheSame_data()
+void TestFrameDecoder::textAndBytesGiveTheSameResult_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::newRow("whole") << FrameText(0x41).set("PI_Lock_Lng", 113.5).set("PI_Lock_Yaw", 359.99).bytes();
@@ -153,7 +153,7 @@ void TestFrameDecoder::textAndBytesGiveTheSame_data()
     QTest::newRow("nothing") << QByteArray();
 }
 
-void TestFrameDecoder::textAndBytesGiveTheSame()
+void TestFrameDecoder::textAndBytesGiveTheSameResult()
 {
     QFETCH(QByteArray, bytes);
     const QByteArray hex = bytes.toHex();
@@ -169,7 +169,7 @@ void TestFrameDecoder::textAndBytesGiveTheSame()
              int(kind));
     QVERIFY(text == latin1);
     QVERIFY(text == raw);
-    QCOMPARE(samplesInAll(text) > 0, !bytes.isEmpty());
+    QCOMPARE(totalSampleCount(text) > 0, !bytes.isEmpty());
 }
 
 void TestFrameDecoder::deviceStateGivesTheEquipmentBits()
@@ -185,7 +185,7 @@ void TestFrameDecoder::deviceStateGivesTheEquipmentBits()
     }
 }
 
-void TestFrameDecoder::signOfAFieldDecides()
+void TestFrameDecoder::decodesSignedAndUnsignedFields()
 {
     SeriesArray all;
     const SeriesRefs refs(all);
@@ -199,7 +199,7 @@ void TestFrameDecoder::signOfAFieldDecides()
     QCOMPARE(series(all, "FSS_PowerUptime").last(), 4294967295.0);
 }
 
-void TestFrameDecoder::frameAtItsGateRepeats_data()
+void TestFrameDecoder::frameAtItsGateRepeatsTheLastSamples_data()
 {
     QTest::addColumn<int>("code");
     QTest::addColumn<int>("gate");
@@ -213,7 +213,7 @@ void TestFrameDecoder::frameAtItsGateRepeats_data()
     QTest::newRow("0x41") << 0x41 << 34 << "PI_StateReport";
 }
 
-void TestFrameDecoder::frameAtItsGateRepeats()
+void TestFrameDecoder::frameAtItsGateRepeatsTheLastSamples()
 {
     QFETCH(int, code);
     QFETCH(int, gate);
@@ -230,11 +230,11 @@ void TestFrameDecoder::frameAtItsGateRepeats()
     decoder.decode(FrameText(zeros).resize(gate).text());
     decoder.decode(FrameText(zeros).resize(gate + 1).text());
     const Series &got = series(all, channel.toLatin1().constData());
-    const double one = channel.startsWith("SS_RC") ? 257.0 : 1.0; // two bytes of 1
+    const double one = channel.startsWith("SS_RC") ? 257.0 : 1.0; // two bytes, each 1
     QCOMPARE(got, Series({0.0, one, one, 0.0}));
 }
 
-void TestFrameDecoder::unknownCodeRepairs()
+void TestFrameDecoder::unknownCodeRunsTheRepair()
 {
     SeriesArray all;
     SeriesRefs refs(all);
@@ -242,13 +242,13 @@ void TestFrameDecoder::unknownCodeRepairs()
         refs.at(frame::kTarget, row) = {7.0};
     FrameDecoder decoder(refs);
     QCOMPARE(int(decoder.decode(FrameText(0x06).text())), int(FrameKind::UnknownCode));
-    // Sensors come up to the targets, control status with the equipment to them, attitude to that.
+    // Sensors are extended to the targets, control status and equipment to the sensors, attitude to control status.
     QCOMPARE(lengths(all), QVector<int>({1, 1, 1, 1, 1}));
     QCOMPARE(series(all, "SS_RC1"), Series({0.0}));
     QCOMPARE(series(all, "FTP_TargetYaw"), Series({7.0}));
 }
 
-void TestFrameDecoder::threeAttitudeFramesPullTheOthersAlong()
+void TestFrameDecoder::threeAttitudeFramesExtendTheOtherGroups()
 {
     SeriesArray all;
     const SeriesRefs refs(all);
@@ -260,7 +260,7 @@ void TestFrameDecoder::threeAttitudeFramesPullTheOthersAlong()
     QCOMPARE(lengths(all), QVector<int>({3, 1, 3, 1, 1}));
 }
 
-void TestFrameDecoder::seriesMayBeExchangedBetweenTwoFrames()
+void TestFrameDecoder::seriesCanBeReplacedBetweenTwoFrames()
 {
     SeriesArray first;
     SeriesArray second;
@@ -273,37 +273,37 @@ void TestFrameDecoder::seriesMayBeExchangedBetweenTwoFrames()
     QCOMPARE(series(second, "HBS_Version"), Series({2.5}));
 }
 
-void TestFrameDecoder::reservesNoMoreThanTenHours_data()
+void TestFrameDecoder::reservesAtMostTenHours_data()
 {
     QTest::addColumn<qint64>("bytes");
     QTest::addColumn<int>("samples");
     QTest::newRow("nothing") << qint64(0) << 0;
-    // A frame of each recorded code has 18 + 67 + 50 + 78 + 34 + 36 bytes: 566 digits and six line ends.
+    // One frame of each recorded code: 18 + 67 + 50 + 78 + 34 + 36 bytes, so 566 digits and six line breaks.
     QTest::newRow("ten rounds") << qint64(5720) << 10;
     QTest::newRow("a terabyte") << qint64(1'000'000'000'000) << 200'000;
 }
 
-void TestFrameDecoder::reservesNoMoreThanTenHours()
+void TestFrameDecoder::reservesAtMostTenHours()
 {
     QFETCH(qint64, bytes);
     QFETCH(int, samples);
     SeriesArray all;
     const SeriesRefs refs(all);
     FrameDecoder(refs).reserveForLog(bytes);
-    QCOMPARE(samplesInAll(all), 0);
+    QCOMPARE(totalSampleCount(all), 0);
     for (const char *channel : {"HBS_Lng", "PGS_Roll", "BU_SpeedAngle", "DS_Top"})
         QVERIFY(series(all, channel).capacity() >= samples && series(all, channel).capacity() <= 2 * samples);
     QCOMPARE(series(all, "DF_YawDiff").capacity(), 0);
 }
 
-void TestFrameDecoder::randomFramesAgreeWithASecondDecode_data()
+void TestFrameDecoder::randomFramesMatchTheReferenceDecoder_data()
 {
     QTest::addColumn<unsigned>("seed");
     for (unsigned seed = 1; seed <= 6; ++seed)
         QTest::addRow("seed %u", seed) << seed;
 }
 
-void TestFrameDecoder::randomFramesAgreeWithASecondDecode()
+void TestFrameDecoder::randomFramesMatchTheReferenceDecoder()
 {
     QFETCH(unsigned, seed);
     std::mt19937 random(seed);
@@ -340,7 +340,7 @@ void TestFrameDecoder::randomFramesAgreeWithASecondDecode()
         }
     }
     QCOMPARE(compared, 143);
-    QVERIFY(samplesInAll(all) > 100'000);
+    QVERIFY(totalSampleCount(all) > 100'000);
 }
 
 QTEST_GUILESS_MAIN(TestFrameDecoder)

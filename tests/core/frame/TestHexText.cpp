@@ -19,7 +19,7 @@ QByteArray decodedAs(const Text &text)
     return QByteArray(reinterpret_cast<const char *>(bytes.data()), int(length));
 }
 
-/** What the whole text gives, by way of a buffer that has room for it; as Latin-1 it has to give the same. */
+/** Decodes the text from UTF-16 and from Latin-1 into a large enough buffer. The results must be equal. */
 QByteArray decoded(const QString &text)
 {
     const QByteArray latin1 = text.toLatin1();
@@ -46,10 +46,10 @@ private slots:
     void agreesWithQtOnRandomText();
     void agreesWithQtOnEveryCharacter();
     void fillsTheRestWithZeros();
-    void writesNothingBehindItsRoom_data();
-    void writesNothingBehindItsRoom();
-    void countsMoreBytesThanItHasRoomFor();
-    void takesNoRoomAtAll();
+    void writesNothingAfterTheBuffer_data();
+    void writesNothingAfterTheBuffer();
+    void countsBytesBeyondTheBuffer();
+    void acceptsAnEmptyBuffer();
     void readsALineOf200MegabytesInPlace();
 };
 
@@ -71,7 +71,7 @@ void TestHexText::readsDigits_data()
     QTest::newRow("no digit at all") << QStringLiteral("xyz, !?") << QByteArray();
     QTest::newRow("prefix") << QStringLiteral("0xAA") << QByteArray("\x00\xAA", 2);
     QTest::newRow("digits of full width are no digits") << QStringLiteral("１２Ａ１") << QByteArray();
-    // The low byte of U+0141 is the letter A, which a careless cut would take for a digit.
+    // The low byte of U+0141 is 'A', so a truncated character would look like a digit.
     QTest::newRow("letters beyond Latin-1") << QStringLiteral("\u0141\u0131A1") << QByteArray("\xA1");
     QTest::newRow("neighbours of the digit ranges") << QStringLiteral("/:@G`g1") << QByteArray("\x01");
     QTest::newRow("null characters") << QString(QChar(0)) + QStringLiteral("1") + QChar(0) + QStringLiteral("2")
@@ -108,7 +108,7 @@ void TestHexText::agreesWithQtOnRandomText()
         const QByteArray expected = decodedByQt(text);
         QVERIFY2(decoded(text) == expected, qPrintable(text));
 
-        // The same with the room of a frame buffer.
+        // The same text with a 40-byte buffer.
         std::uint8_t bytes[40];
         const qint64 whole = decodeHex(text, bytes, int(sizeof bytes));
         QCOMPARE(int(whole), expected.size());
@@ -136,7 +136,7 @@ void TestHexText::fillsTheRestWithZeros()
     }
 }
 
-void TestHexText::writesNothingBehindItsRoom_data()
+void TestHexText::writesNothingAfterTheBuffer_data()
 {
     QTest::addColumn<QString>("text");
     QTest::newRow("digits alone") << QString(40, QLatin1Char('1'));
@@ -146,7 +146,7 @@ void TestHexText::writesNothingBehindItsRoom_data()
     QTest::newRow("one too many") << QString(9, QLatin1Char('1'));
 }
 
-void TestHexText::writesNothingBehindItsRoom()
+void TestHexText::writesNothingAfterTheBuffer()
 {
     QFETCH(QString, text);
     std::uint8_t bytes[8];
@@ -157,18 +157,18 @@ void TestHexText::writesNothingBehindItsRoom()
     QCOMPARE(int(bytes[3]), 0x11);
 }
 
-void TestHexText::countsMoreBytesThanItHasRoomFor()
+void TestHexText::countsBytesBeyondTheBuffer()
 {
     std::uint8_t bytes[2];
     QCOMPARE(decodeHex(QStringLiteral("0102030405"), bytes, 2), qint64(5));
     QCOMPARE(decodeHex(QStringLiteral("01 02 03 04 05"), bytes, 2), qint64(5));
-    // Nine digits pair from the end: 1 02 03 04 05.
+    // Nine digits are paired from the end: 1 02 03 04 05.
     QCOMPARE(decodeHex(QStringLiteral("102030405"), bytes, 2), qint64(5));
     QCOMPARE(int(bytes[0]), 0x01);
     QCOMPARE(int(bytes[1]), 0x02);
 }
 
-void TestHexText::takesNoRoomAtAll()
+void TestHexText::acceptsAnEmptyBuffer()
 {
     std::uint8_t untouched = 0xA5;
     QCOMPARE(decodeHex(QStringLiteral("010203"), &untouched, 0), qint64(3));

@@ -16,11 +16,11 @@ private slots:
     void longitudeScaleIsTheCosineRoundedOnceToFloat();
     void longitudeScaleIsNeverBelowOneHundredth_data();
     void longitudeScaleIsNeverBelowOneHundredth();
-    void longitudeScaleDoesNotLookAtTheLongitude();
+    void longitudeScaleIgnoresTheLongitude();
     void truncatesTowardZero_data();
     void truncatesTowardZero();
-    void whatDoesNotFitBecomesTheSmallestInteger_data();
-    void whatDoesNotFitBecomesTheSmallestInteger();
+    void outOfRangeValueBecomesTheMinimumInteger_data();
+    void outOfRangeValueBecomesTheMinimumInteger();
 };
 
 void TestGeodesy::longitudeScaleIsTheCosineRoundedOnceToFloat_data()
@@ -28,7 +28,7 @@ void TestGeodesy::longitudeScaleIsTheCosineRoundedOnceToFloat_data()
     QTest::addColumn<int>("latitude");
     QTest::addColumn<double>("cosine");
 
-    // Cosines to more digits than a float holds, from a table of trigonometric values and not from std::cos.
+    // Cosines from a table, not from std::cos, with more digits than a float has.
     QTest::newRow("equator") << 0 << 1.0;
     QTest::newRow("30 degrees north") << 300000000 << 0.86602540378443865;
     QTest::newRow("30 degrees south") << -300000000 << 0.86602540378443865;
@@ -62,11 +62,11 @@ void TestGeodesy::longitudeScaleIsNeverBelowOneHundredth_data()
 void TestGeodesy::longitudeScaleIsNeverBelowOneHundredth()
 {
     QFETCH(int, latitude);
-    // -214.7 and 214.7 degrees have a cosine of -0.82.
+    // cos(±214.7°) is -0.82.
     QVERIFY(longitude_scale({latitude, 0}) == 0.01f);
 }
 
-void TestGeodesy::longitudeScaleDoesNotLookAtTheLongitude()
+void TestGeodesy::longitudeScaleIgnoresTheLongitude()
 {
     const float atGreenwich = longitude_scale({339470710, 0});
     QVERIFY(longitude_scale({339470710, 1139137800}) == atGreenwich);
@@ -96,7 +96,7 @@ void TestGeodesy::truncatesTowardZero()
     QCOMPARE(truncatedToLocationUnit(scaled), whole);
 }
 
-void TestGeodesy::whatDoesNotFitBecomesTheSmallestInteger_data()
+void TestGeodesy::outOfRangeValueBecomesTheMinimumInteger_data()
 {
     QTest::addColumn<double>("scaled");
     QTest::newRow("one above the largest") << 2147483648.0;
@@ -109,7 +109,7 @@ void TestGeodesy::whatDoesNotFitBecomesTheSmallestInteger_data()
     QTest::newRow("no number") << std::numeric_limits<double>::quiet_NaN();
 }
 
-void TestGeodesy::whatDoesNotFitBecomesTheSmallestInteger()
+void TestGeodesy::outOfRangeValueBecomesTheMinimumInteger()
 {
     QFETCH(double, scaled);
     QCOMPARE(truncatedToLocationUnit(scaled), std::numeric_limits<std::int32_t>::min());

@@ -16,11 +16,11 @@ namespace
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kRadians = kPi / 180.0;
-constexpr double kRadius = 6378137.0; // WGS84: half the longer axis, and the flattening
+constexpr double kRadius = 6378137.0; // WGS84 semi-major axis in metres, and flattening
 constexpr double kFlattening = 1.0 / 298.257223563;
 constexpr int kPairs = 100000;
-constexpr std::int32_t kSmallest = std::numeric_limits<std::int32_t>::min();
-constexpr std::int32_t kLargest = std::numeric_limits<std::int32_t>::max();
+constexpr std::int32_t kMinInt = std::numeric_limits<std::int32_t>::min();
+constexpr std::int32_t kMaxInt = std::numeric_limits<std::int32_t>::max();
 
 Location at(double latitude, double longitude)
 {
@@ -32,7 +32,7 @@ struct Line {
     double azimuth; // degrees, 0 to 360
 };
 
-/** The way between two points by Vincenty's iteration (1975), another method than the program's. */
+/** The geodesic by Vincenty's iteration (1975). The program uses another method. */
 Line vincenty(Location from, Location to)
 {
     const double f = kFlattening;
@@ -75,7 +75,7 @@ Line vincenty(Location from, Location to)
     return {b * a * (sigma - delta), azimuth};
 }
 
-/** Metres along a meridian from the equator, by Simpson's rule over the radius of curvature. */
+/** Length of the meridian arc from the equator in metres, by Simpson's rule over the radius of curvature. */
 double meridianArc(double latitude)
 {
     const double e2 = kFlattening * (2 - kFlattening);
@@ -91,25 +91,25 @@ double meridianArc(double latitude)
     return sum * step * kRadians / 3;
 }
 
-/** Pairs of positions whose second lies up to so many metres from the first, roughly. */
+/** Random pairs of positions with a given approximate maximum distance in metres. */
 class RandomPairs
 {
 public:
-    explicit RandomPairs(double most)
-        : m_most(most)
+    explicit RandomPairs(double maxMetres)
+        : m_maxMetres(maxMetres)
     {
     }
 
     Location from()
     {
-        // Even over the sphere.
+        // Uniform distribution on the sphere.
         return at(std::asin(m_unit(m_random)) / kRadians, 180.0 * m_unit(m_random));
     }
 
-    /** A point near another on a sphere that is a little smaller than the earth, so that no leg is too long. */
+    /** A point near another one. The sphere's radius keeps the distance below the maximum. */
     Location near(Location from)
     {
-        const double angle = m_most * std::abs(m_unit(m_random)) / 6400000.0;
+        const double angle = m_maxMetres * std::abs(m_unit(m_random)) / 6400000.0;
         const double azimuth = kPi * m_unit(m_random);
         const double lat1 = from.latitude / 1e7 * kRadians;
         const double lat2
@@ -123,7 +123,7 @@ public:
 private:
     std::mt19937 m_random{72};
     std::uniform_real_distribution<double> m_unit{-1.0, 1.0};
-    double m_most;
+    double m_maxMetres;
 };
 
 QString text(Location location)
@@ -138,43 +138,43 @@ class TestGeodesyFunctions : public QObject
     Q_OBJECT
 
 private slots:
-    void recordsAreEightBytesInTheOrderOfTheirFields();
-    void publishedGeodesics_data();
-    void publishedGeodesics();
-    void alongTheEquatorAndTheMeridian();
+    void recordsAreEightBytesInFieldOrder();
+    void matchesPublishedGeodesics_data();
+    void matchesPublishedGeodesics();
+    void measuresAlongTheEquatorAndTheMeridian();
     void distanceAndBearingAgreeWithVincenty();
     void distanceIsTheSameBothWays();
     void bearingIsClockwiseFromNorth_data();
     void bearingIsClockwiseFromNorth();
     void bearingRoundsToNearestAndWrapsToZero();
-    void bearingStaysInTheCircle();
+    void bearingIsBetween0And35999();
     void equalPointsHaveNoDistanceBearingOrOffset_data();
     void equalPointsHaveNoDistanceBearingOrOffset();
     void offsetIsTheLengthSplitByTheBearing();
-    void offsetByTheDifferenceLeadsBack();
-    void offsetByTheDifferenceLeadsBackAtEdges_data();
-    void offsetByTheDifferenceLeadsBackAtEdges();
-    void offsetGoesNorthFirstThenEast();
-    void offsetByNothingStays_data();
-    void offsetByNothingStays();
+    void offsetByTheDifferenceReachesTheTarget();
+    void offsetByTheDifferenceReachesTheTargetAtEdges_data();
+    void offsetByTheDifferenceReachesTheTargetAtEdges();
+    void offsetAppliesNorthBeforeEast();
+    void zeroOffsetKeepsThePosition_data();
+    void zeroOffsetKeepsThePosition();
     void offsetWrapsAtTheAntimeridian();
     void offsetCrossesThePole();
-    void longitudeBeyondHalfACircleIsTheSamePlace();
-    void latitudeBeyondThePoleIsNoPosition_data();
-    void latitudeBeyondThePoleIsNoPosition();
-    void offsetThatIsNoNumberLeadsNowhere_data();
-    void offsetThatIsNoNumberLeadsNowhere();
+    void longitudeBeyond180DegreesWraps();
+    void latitudeBeyondThePoleIsInvalid_data();
+    void latitudeBeyondThePoleIsInvalid();
+    void nonFiniteOffsetGivesAnInvalidPosition_data();
+    void nonFiniteOffsetGivesAnInvalidPosition();
     void hugeOffsetStaysOnTheEarth();
     void sumAndDifference();
     void productsFollowTheirFormulas_data();
     void productsFollowTheirFormulas();
     void productsAreRoundedOnce();
-    void angleIsInDegreesWithoutSign_data();
-    void angleIsInDegreesWithoutSign();
+    void angleIsInUnsignedDegrees_data();
+    void angleIsInUnsignedDegrees();
     void angleAgreesWithTheDirectionsOfRandomVectors();
 };
 
-void TestGeodesyFunctions::recordsAreEightBytesInTheOrderOfTheirFields()
+void TestGeodesyFunctions::recordsAreEightBytesInFieldOrder()
 {
     QCOMPARE(sizeof(Location), std::size_t(8));
     QCOMPARE(offsetof(Location, latitude), std::size_t(0));
@@ -184,38 +184,38 @@ void TestGeodesyFunctions::recordsAreEightBytesInTheOrderOfTheirFields()
     QCOMPARE(offsetof(Vector2, y), std::size_t(4));
 }
 
-void TestGeodesyFunctions::publishedGeodesics_data()
+void TestGeodesyFunctions::matchesPublishedGeodesics_data()
 {
     QTest::addColumn<Location>("from");
     QTest::addColumn<Location>("to");
     QTest::addColumn<double>("metres");
     QTest::addColumn<int>("hundredths");
 
-    // The worked example of the Australian geodetic datum's manual: 54,972.271 m at 306°52'05.37", and back at
-    // 127°10'25.07". Its ellipsoid differs from WGS84 by a tenth of a millimetre.
+    // The example in the manual of the Australian geodetic datum: 54,972.271 m, bearing 306°52'05.37", reverse bearing
+    // 127°10'25.07". Its ellipsoid differs from WGS84 by 0.1 mm.
     const Location flindersPeak = at(-37.951033417, 144.424867889);
     const Location buninyong = at(-37.652821139, 143.926495528);
     QTest::newRow("Flinders Peak to Buninyong") << flindersPeak << buninyong << 54972.271 << 30687;
     QTest::newRow("Buninyong to Flinders Peak") << buninyong << flindersPeak << 54972.271 << 12717;
-    // Examples in the literature on geodesics.
+    // Examples from publications on geodesics.
     QTest::newRow("New York to London") << at(40.6, -73.8) << at(51.6, -0.5) << 5551759.400 << 5120;
     QTest::newRow("Wellington to Salamanca") << at(-41.32, 174.81) << at(40.96, -5.50) << 19959679.267 << 16107;
 }
 
-void TestGeodesyFunctions::publishedGeodesics()
+void TestGeodesyFunctions::matchesPublishedGeodesics()
 {
     QFETCH(Location, from);
     QFETCH(Location, to);
     QFETCH(double, metres);
     QFETCH(int, hundredths);
-    // A millionth of a degree's tenth is a centimetre, and a float has 24 bits.
+    // 1e-7 degrees are about one centimetre, and a float has 24 significant bits.
     const double tolerance = 0.012 + metres * 0x1p-24;
     const auto distance = double(get_distance(from, to));
     QVERIFY2(std::abs(distance - metres) <= tolerance, qPrintable(QString::number(distance, 'f', 4)));
     QCOMPARE(get_bearing_cd(from, to), hundredths);
 }
 
-void TestGeodesyFunctions::alongTheEquatorAndTheMeridian()
+void TestGeodesyFunctions::measuresAlongTheEquatorAndTheMeridian()
 {
     QVERIFY(get_distance({0, 0}, {0, 10000000}) == float(kRadius * kRadians));
     QVERIFY(get_distance({0, 0}, {0, -900000000}) == float(kRadius * kPi / 2));
@@ -224,14 +224,14 @@ void TestGeodesyFunctions::alongTheEquatorAndTheMeridian()
         QVERIFY(get_distance({0, 1139000000}, {latitude * 10000000, 1139000000}) == expected);
         QVERIFY(get_distance({0, 1139000000}, {-latitude * 10000000, 1139000000}) == expected);
     }
-    // Over the pole and down on the other side.
+    // Across the pole.
     const auto across = float(2 * (meridianArc(90) - meridianArc(80)));
     QVERIFY(get_distance({800000000, 200000000}, {800000000, -1600000000}) == across);
 }
 
 void TestGeodesyFunctions::distanceAndBearingAgreeWithVincenty()
 {
-    // Legs for which the iteration is good to a tenth of a millimetre.
+    // Distances for which the iteration is accurate to 0.1 mm.
     RandomPairs pairs(5000000.0);
     for (int i = 0; i < kPairs; ++i) {
         const Location from = pairs.from();
@@ -283,16 +283,16 @@ void TestGeodesyFunctions::bearingIsClockwiseFromNorth()
 
 void TestGeodesyFunctions::bearingRoundsToNearestAndWrapsToZero()
 {
-    // Within a kilometre of the equator the earth is a plane, with a degree of latitude 0.99330562 of one of longitude.
+    // Near the equator the earth is flat enough; a degree of latitude is 0.99330562 degrees of longitude.
     const auto bearing = [](int north, int east) { return get_bearing_cd({0, 0}, {north, east}); };
-    // atan(e / 0.993306) in degrees times 100, with e = units east over 100000 units north:
+    // Hundredths of a degree: 100 * atan(east / (0.993306 * 100000)) for 100000 units north.
     QCOMPARE(bearing(100000, 8), 0); // 0.4614
     QCOMPARE(bearing(100000, 9), 1); // 0.5191
     QCOMPARE(bearing(100000, -8), 0); // 35999.54
     QCOMPARE(bearing(100000, -9), 35999); // 35999.48
 }
 
-void TestGeodesyFunctions::bearingStaysInTheCircle()
+void TestGeodesyFunctions::bearingIsBetween0And35999()
 {
     RandomPairs pairs(200000.0);
     for (int i = 0; i < kPairs; ++i) {
@@ -311,7 +311,7 @@ void TestGeodesyFunctions::equalPointsHaveNoDistanceBearingOrOffset_data()
         QTest::newRow(qPrintable(text(location))) << location << location;
     QTest::newRow("a pole by two longitudes") << at(90, 10) << at(90, -120);
     QTest::newRow("the antimeridian from both sides") << at(10, 180) << at(10, -180);
-    QTest::newRow("smallest longitude") << Location{0, kSmallest} << Location{0, kSmallest};
+    QTest::newRow("smallest longitude") << Location{0, kMinInt} << Location{0, kMinInt};
 }
 
 void TestGeodesyFunctions::equalPointsHaveNoDistanceBearingOrOffset()
@@ -322,7 +322,7 @@ void TestGeodesyFunctions::equalPointsHaveNoDistanceBearingOrOffset()
     QCOMPARE(get_bearing_cd(from, to), 0);
     const Vector2 diff = location_diff(from, to);
     QVERIFY(diff.x == 0.0f && diff.y == 0.0f);
-    // Minus zero would be shown with its sign.
+    // Negative zero would be displayed with its sign.
     QVERIFY(!std::signbit(diff.x) && !std::signbit(diff.y));
 }
 
@@ -343,7 +343,7 @@ void TestGeodesyFunctions::offsetIsTheLengthSplitByTheBearing()
     }
 }
 
-void TestGeodesyFunctions::offsetByTheDifferenceLeadsBack()
+void TestGeodesyFunctions::offsetByTheDifferenceReachesTheTarget()
 {
     RandomPairs pairs(200000.0);
     for (int i = 0; i < kPairs; ++i) {
@@ -357,7 +357,7 @@ void TestGeodesyFunctions::offsetByTheDifferenceLeadsBack()
     }
 }
 
-void TestGeodesyFunctions::offsetByTheDifferenceLeadsBackAtEdges_data()
+void TestGeodesyFunctions::offsetByTheDifferenceReachesTheTargetAtEdges_data()
 {
     QTest::addColumn<Location>("from");
     QTest::addColumn<Location>("to");
@@ -370,7 +370,7 @@ void TestGeodesyFunctions::offsetByTheDifferenceLeadsBackAtEdges_data()
     QTest::newRow("over the equator") << at(0.3, 100) << at(-0.4, 101);
 }
 
-void TestGeodesyFunctions::offsetByTheDifferenceLeadsBackAtEdges()
+void TestGeodesyFunctions::offsetByTheDifferenceReachesTheTargetAtEdges()
 {
     QFETCH(Location, from);
     QFETCH(Location, to);
@@ -380,7 +380,7 @@ void TestGeodesyFunctions::offsetByTheDifferenceLeadsBackAtEdges()
     QVERIFY2(get_distance(from, to) <= 0.05f, qPrintable(text(from)));
 }
 
-void TestGeodesyFunctions::offsetGoesNorthFirstThenEast()
+void TestGeodesyFunctions::offsetAppliesNorthBeforeEast()
 {
     Location north = at(0, 100);
     location_offset(&north, float(meridianArc(1)), 0);
@@ -392,12 +392,12 @@ void TestGeodesyFunctions::offsetGoesNorthFirstThenEast()
     QVERIFY2(std::abs(east.longitude - 1010000000) <= 1, qPrintable(text(east)));
     Location southWest = at(0, 100);
     location_offset(&southWest, -1000, -2000);
-    // 110,574.3 m a degree of latitude here, 111,319.5 m a degree of longitude.
+    // Here a degree of latitude is 110,574.3 m and a degree of longitude 111,319.5 m.
     QVERIFY2(std::abs(southWest.latitude + 90437) <= 1, qPrintable(text(southWest)));
     QVERIFY2(std::abs(southWest.longitude - (1000000000 - 179663)) <= 1, qPrintable(text(southWest)));
 }
 
-void TestGeodesyFunctions::offsetByNothingStays_data()
+void TestGeodesyFunctions::zeroOffsetKeepsThePosition_data()
 {
     QTest::addColumn<Location>("location");
     for (const Location location :
@@ -405,7 +405,7 @@ void TestGeodesyFunctions::offsetByNothingStays_data()
         QTest::newRow(qPrintable(text(location))) << location;
 }
 
-void TestGeodesyFunctions::offsetByNothingStays()
+void TestGeodesyFunctions::zeroOffsetKeepsThePosition()
 {
     QFETCH(Location, location);
     Location moved = location;
@@ -416,13 +416,13 @@ void TestGeodesyFunctions::offsetByNothingStays()
 
 void TestGeodesyFunctions::offsetWrapsAtTheAntimeridian()
 {
-    // 1113.194908 m are a hundredth of a degree on the equator.
+    // 1113.194908 m are 0.01 degrees on the equator.
     Location location = at(0, 179.995);
     location_offset(&location, 0, 1113.194908f);
     QCOMPARE(text(location), text(at(0, -179.995)));
     location_offset(&location, 0, -1113.194908f);
     QCOMPARE(text(location), text(at(0, 179.995)));
-    // A longitude given beyond half a circle comes back within it.
+    // An input longitude beyond 180 degrees is normalized.
     Location beyond = at(0, 200);
     location_offset(&beyond, 0, 0);
     QCOMPARE(text(beyond), text(at(0, -160)));
@@ -436,26 +436,26 @@ void TestGeodesyFunctions::offsetCrossesThePole()
     QVERIFY2(std::abs(location.longitude + 1500000000) <= 100, qPrintable(text(location)));
 }
 
-void TestGeodesyFunctions::longitudeBeyondHalfACircleIsTheSamePlace()
+void TestGeodesyFunctions::longitudeBeyond180DegreesWraps()
 {
     QVERIFY(get_distance(at(10, 200), at(10, -160)) == 0.0f);
     QVERIFY(get_distance(at(0, 179.5), at(0, -179.5)) == float(kRadius * kRadians));
     QCOMPARE(get_bearing_cd(at(0, 179.5), at(0, -179.5)), 9000);
-    // The ends of the integer are at -214.7483648 and 214.7483647 degrees: 429.4967295 apart, less a whole circle.
-    QVERIFY(get_distance({0, kSmallest}, {0, kLargest}) == float(kRadius * kRadians * 69.4967295));
+    // The integer limits are -214.7483648 and 214.7483647 degrees. Their difference is 429.4967295 - 360 degrees.
+    QVERIFY(get_distance({0, kMinInt}, {0, kMaxInt}) == float(kRadius * kRadians * 69.4967295));
 }
 
-void TestGeodesyFunctions::latitudeBeyondThePoleIsNoPosition_data()
+void TestGeodesyFunctions::latitudeBeyondThePoleIsInvalid_data()
 {
     QTest::addColumn<int>("latitude");
     QTest::newRow("a unit beyond the north pole") << 900000001;
     QTest::newRow("a unit beyond the south pole") << -900000001;
     QTest::newRow("100 degrees") << 1000000000;
-    QTest::newRow("smallest integer") << kSmallest;
-    QTest::newRow("largest integer") << kLargest;
+    QTest::newRow("smallest integer") << kMinInt;
+    QTest::newRow("largest integer") << kMaxInt;
 }
 
-void TestGeodesyFunctions::latitudeBeyondThePoleIsNoPosition()
+void TestGeodesyFunctions::latitudeBeyondThePoleIsInvalid()
 {
     QFETCH(int, latitude);
     const Location nowhere{latitude, 50000000};
@@ -469,31 +469,31 @@ void TestGeodesyFunctions::latitudeBeyondThePoleIsNoPosition()
     }
     Location moved = nowhere;
     location_offset(&moved, 1, 1);
-    QCOMPARE(moved.latitude, kSmallest);
-    QCOMPARE(moved.longitude, kSmallest);
+    QCOMPARE(moved.latitude, kMinInt);
+    QCOMPARE(moved.longitude, kMinInt);
 }
 
-void TestGeodesyFunctions::offsetThatIsNoNumberLeadsNowhere_data()
+void TestGeodesyFunctions::nonFiniteOffsetGivesAnInvalidPosition_data()
 {
     QTest::addColumn<float>("north");
     QTest::addColumn<float>("east");
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const float infinity = std::numeric_limits<float>::infinity();
-    QTest::newRow("north is none") << nan << 1.0f;
-    QTest::newRow("east is none") << 1.0f << nan;
+    QTest::newRow("north is NaN") << nan << 1.0f;
+    QTest::newRow("east is NaN") << 1.0f << nan;
     QTest::newRow("north is infinite") << infinity << 0.0f;
     QTest::newRow("east is infinite") << 0.0f << -infinity;
     QTest::newRow("both") << nan << infinity;
 }
 
-void TestGeodesyFunctions::offsetThatIsNoNumberLeadsNowhere()
+void TestGeodesyFunctions::nonFiniteOffsetGivesAnInvalidPosition()
 {
     QFETCH(float, north);
     QFETCH(float, east);
     Location location = at(30, 110);
     location_offset(&location, north, east);
-    QCOMPARE(location.latitude, kSmallest);
-    QCOMPARE(location.longitude, kSmallest);
+    QCOMPARE(location.latitude, kMinInt);
+    QCOMPARE(location.longitude, kMinInt);
 }
 
 void TestGeodesyFunctions::hugeOffsetStaysOnTheEarth()
@@ -539,13 +539,13 @@ void TestGeodesyFunctions::productsFollowTheirFormulas()
 
 void TestGeodesyFunctions::productsAreRoundedOnce()
 {
-    // (1 + u)^2 - 1 with u = 2^-12 is 2^-11 + 2^-24; a product rounded to float on its own would lose the 2^-24.
+    // (1 + u)^2 - 1 with u = 2^-12 is 2^-11 + 2^-24. Rounding the product to float first would lose the 2^-24.
     const float u = 0x1p-12f;
     QVERIFY(Vector2MulDot({1 + u, 1}, {1 + u, -1}) == 0x1p-11f + 0x1p-24f);
     QVERIFY(Vector2MulCross({1 + u, 1}, {1, 1 + u}) == 0x1p-11f + 0x1p-24f);
 }
 
-void TestGeodesyFunctions::angleIsInDegreesWithoutSign_data()
+void TestGeodesyFunctions::angleIsInUnsignedDegrees_data()
 {
     QTest::addColumn<Vector2>("a");
     QTest::addColumn<Vector2>("b");
@@ -564,7 +564,7 @@ void TestGeodesyFunctions::angleIsInDegreesWithoutSign_data()
     QTest::newRow("tiny") << Vector2{1e-40f, 0} << Vector2{0, 1e-40f} << 90.0f;
 }
 
-void TestGeodesyFunctions::angleIsInDegreesWithoutSign()
+void TestGeodesyFunctions::angleIsInUnsignedDegrees()
 {
     QFETCH(Vector2, a);
     QFETCH(Vector2, b);

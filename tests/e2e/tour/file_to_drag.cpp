@@ -1,4 +1,4 @@
-// A file on a desktop, which the tour drags over to the program: a window whose press starts the drag of a file.
+// A window that acts like a file on the desktop: pressing the mouse starts a file drag, which the tour uses.
 
 #include <QApplication>
 #include <QDrag>
@@ -29,7 +29,7 @@ protected:
         content->setUrls({QUrl::fromLocalFile(m_path)});
         auto *drag = new QDrag(this);
         drag->setMimeData(content);
-        // Whoever holds the mouse lets go only after some window wants the file.
+        // The test releases the mouse only after a window accepts the file.
         connect(drag, &QDrag::actionChanged, [](Qt::DropAction action) {
             if (action == Qt::CopyAction) {
                 std::puts("wanted");

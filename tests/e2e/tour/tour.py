@@ -1,8 +1,7 @@
-"""One tour through everything that a user can do, as a user does it: by visible texts, with mouse and keys.
+"""Uses every function of the program like a user: by visible texts, with mouse and keyboard.
 
-It tells little about what each thing does, which other tests do. It fails when something is missing or cut off from its
-window, when a window stands there that nobody asked for, and when the program complains: a warning of the toolkit on
-standard error, or a line of level error in the log.
+Other tests check the results in detail. This test fails if a widget is missing or cut off, if an unexpected window is
+open, and if the program reports a problem: a toolkit warning on standard error, or a log entry with level error.
 """
 
 import os
@@ -18,7 +17,7 @@ from analyst import AnalystTest
 from flight import Flight
 from harness import Rect, WaitFailed, wait_for
 
-ENGINE_LIMIT = 120.0  # seconds for an engine that meets this machine for the first time
+ENGINE_LIMIT = 120.0  # seconds for the first start of an engine on this machine
 
 MENUS = {
     "文件(F)": ["选择文件(O)", "读取数据(R)", "写Excel", "写Txt"],
@@ -37,26 +36,26 @@ CURVE_MENU = ["聚焦Y", "聚焦", "去除错误帧", "删除选定的点", "删
 CURVE_MENU_2 = ["聚焦Y", "聚焦", "删除选定的点", "删除选定的曲线", "设置", "去除错误帧", "交换显示位置"]
 AXIS_MENU = ["修改字体大小"]
 
-# Text, canvas and colour of a few boxes; the first canvas's name comes first.
+# Text, canvas and colour of some boxes; the first canvas comes first.
 ROLL = ("横滚", 0, (255, 255, 0))
 TARGET = ("目标横滚", 0, (55, 200, 155))
 SPEED_DIFFERENCE = ("速度差值", 1, (255, 0, 0))
 
-# Tabs of the data settings with a channel of each that has no box in the main window.
+# Tabs of the data settings, each with a channel that has no check box in the main window.
 TABS = [("HeartBeat", "飞行器类型"), ("ControlSystemStatus", "主电池电压"), ("AttitudeAndPositionInfo", "地速"),
         ("SensorValue", "RC1"), ("FlightTargetValue", "目标半径"), ("PayloadInfo", "光轴俯仰角"),
         ("EquipmentStatus", "磁罗盘"), ("Other", "速度角度")]
 
-# What may stand on standard error or as an error in the log, with the reason why it does.
+# Permitted texts on standard error and permitted log errors, with their reasons.
 PERMITTED_ERRORS = []
 PERMITTED_NOISE = [
     # The view settings write each chosen curve colour to the debug output.
     re.compile(r"^QColor\(.*\)$"),
     # A read writes the suffix of its file to the debug output.
     re.compile(r'^"(txt|db)"$'),
-    # The toolkit asks where a window lies that closed a moment ago.
+    # The toolkit requests the position of a window that just closed.
     re.compile(r"^qt\.qpa\.xcb: QXcbConnection: XCB error: 3 \(BadWindow\)"),
-    # The web engine says so for user id 0, to whom it denies its sandbox.
+    # The web engine has no sandbox for user id 0 and prints this message.
     re.compile(r"^Sandboxing disabled by user\.$"),
 ]
 
@@ -64,15 +63,15 @@ PERMITTED_NOISE = [
 class Tour(AnalystTest):
     def setUp(self):
         super().setUp()
-        # Pages and programs that the system would open are noted down instead.
-        hands = self.folder / "hands"
-        hands.mkdir()
+        # Fake programs record the pages and programs that the system would open.
+        programs = self.folder / "programs"
+        programs.mkdir()
         self.opened = self.folder / "opened.txt"
         self.updates = self.folder / "updates.txt"
-        self.stand_in(hands / "xdg-open", self.opened)
-        self.stand_in(hands / "updater.exe", self.updates)
+        self.stand_in(programs / "xdg-open", self.opened)
+        self.stand_in(programs / "updater.exe", self.updates)
         path = os.environ["PATH"]
-        os.environ["PATH"] = f"{hands}:{path}"
+        os.environ["PATH"] = f"{programs}:{path}"
         self.addCleanup(os.environ.__setitem__, "PATH", path)
 
     @staticmethod
@@ -80,13 +79,13 @@ class Tour(AnalystTest):
         path.write_text(f'#!/bin/sh\nprintf "%s\\n" "$*" >>"{notes}"\n', encoding="utf-8")
         path.chmod(0o755)
 
-    def noted(self, notes, what):
+    def recorded(self, notes, what):
         wait_for(lambda: notes.exists() and notes.read_text(encoding="utf-8"), what)
         text = notes.read_text(encoding="utf-8").splitlines()
         notes.unlink()
         return text
 
-    def test_everything_can_be_used_and_nothing_complains(self):
+    def test_all_functions_work_without_errors(self):
         log = self.make_demo("log", "flight.txt", "--minutes", "10", "--seed", "3", "--backup")
         with self.visiting() as app:
             self.before_a_read(app)
@@ -100,28 +99,28 @@ class Tour(AnalystTest):
             self.export(app, log)
             self.convert_a_route(app)
             self.calculate(app)
-            self.plot_outside(app)
+            self.plot_externally(app)
             self.use_the_map(app)
             self.read_about(app)
-            self.leave_after_all(app)
+            self.quit_at_the_end(app)
         self.check_complaints(app)
 
-    def test_update_hands_over_and_leaves(self):
+    def test_update_starts_the_updater_and_quits(self):
         with self.visiting() as app:
             self.pick(app, "帮助(H)", "更新(D)")
             self.assertEqual(app.wait_for_end(60), 0)
-        arguments = self.noted(self.updates, "the updater's arguments")[0].split()
+        arguments = self.recorded(self.updates, "the updater's arguments")[0].split()
         self.assertEqual(arguments[:2] + arguments[3:], ["Ostravel", "2.3.2", "1"])
         self.assertRegex(arguments[2], r"^20\d{6}$")
         self.check_complaints(app)
 
-    # The ways of a hand
+    # Helpers
 
     def visiting(self):
         return self.running(stderr=(self.folder / "stderr.txt").open("wb"))
 
     def only(self, app, *expected):
-        """Nothing stands on the screen but the main window and the windows expected, given by their titles."""
+        """Checks that only the main window and the windows with the expected titles are on the screen."""
         def titles():
             return sorted(window.name for window in app.windows if window.showing and window.role != "tool tip")
 
@@ -140,13 +139,13 @@ class Tour(AnalystTest):
         app.find(name, role="push button").click()
 
     def close(self, app, title):
-        """Closes the window in front by the keyboard."""
+        """Closes the front window with the keyboard."""
         self.desktop.key("alt+F4")
         self.only(app)
         self.assertNotIn(title, self.desktop.windows().values())
 
     def answer(self, app, text, button):
-        """Presses a button of the message box that says text."""
+        """Presses a button of the message box with this text."""
         app.find(text, role="label")
         app.find(button, role="push button").click()
         app.wait_until_gone(text, role="label")
@@ -161,13 +160,13 @@ class Tour(AnalystTest):
             self.desktop.type(text)
             return edit.text == text
 
-        # A window that has just come up may move below the hand.
+        # A new window may still move during the click.
         wait_for(filled, f"{text!r} in {edit}", interval=0.5)
 
     def status(self, app, text):
         app.find(re.compile(text), role="status bar")
 
-    # The stations
+    # Steps
 
     def before_a_read(self, app):
         self.only(app)
@@ -215,11 +214,11 @@ class Tour(AnalystTest):
         self.status(app, f"^selected file is {re.escape(str(log))}$")
         app.wait_for_log(f"file selected is: {log}")
         file.terminate()
-        wait_for(lambda: not self.desktop.window("file to drag"), "the file to go")
+        wait_for(lambda: not self.desktop.window("file to drag"), "the file window to close")
         self.only(app)
 
     def read_ten_times(self, app, log):
-        """Text logs, whole and damaged, and a database by turns, with curves on the canvases or none."""
+        """Reads intact and damaged text logs and a database in turn, with and without curves on the canvases."""
         other = self.make_demo("log", "second.txt", "--minutes", "2", "--seed", "4", "--blanks")
         damaged = self.make_demo("damaged", "damaged.txt", "--minutes", "2", "--seed", "5")
         database = self.make_demo("db", "flight.db", "--minutes", "2", "--seed", "6")
@@ -250,7 +249,7 @@ class Tour(AnalystTest):
         dialog.find_all("Confirm")[0].click()
 
     def use_curves(self, app):
-        """Every entry of the first canvas's three menus, drag and wheel, and a new name in the legend."""
+        """Uses every entry of the first canvas's three menus, drag and wheel, and renames a curve in the legend."""
         self.show(app, [ROLL, TARGET])
         canvas = self.canvases(app)[0]
         free = canvas.x + canvas.width // 5, canvas.y + 40
@@ -263,7 +262,7 @@ class Tour(AnalystTest):
         self.context_menu(app, free, "自适应缩放", CANVAS_MENU)
 
         for entry in ("聚焦Y", "聚焦", "去除错误帧", "删除选定的点", "增加1个数据", "增加10个数据", "设置"):
-            # Some entries show the curve anew, and a new curve is not selected.
+            # Some entries show the curve again, and a new curve is not selected.
             self.desktop.click(*free)
             self.click_curve(app, ROLL[0], ROLL[2], canvas)
             self.context_menu(app, middle, entry, CURVE_MENU)
@@ -272,7 +271,7 @@ class Tour(AnalystTest):
             self.only(app)
         self.desktop.click(*free)
 
-        # Between the ticks of the lower axis there is nothing but that axis.
+        # Between the ticks of the lower axis there is only the axis.
         self.desktop.click(canvas.x + 20, middle[1])
         self.context_menu(app, middle, "修改字体大小", AXIS_MENU)
         app.find("字体大小", role="label")
@@ -291,11 +290,11 @@ class Tour(AnalystTest):
         self.step("pen")
         button = next(widget for widget in app.find_all(role="push button") if widget.name == "颜色")
         button.click()
-        self.take_colour(app)
+        self.choose_colour(app)
         app.find("OK", role="push button").click()
         self.only(app)
 
-    def take_colour(self, app):
+    def choose_colour(self, app):
         app.find("Select Color", role="dialog")
         self.step("colour")
         self.desktop.key("Return")
@@ -324,7 +323,7 @@ class Tour(AnalystTest):
             self.context_menu(app, middle, entry, CURVE_MENU_2)
             self.only(app)
         self.context_menu(app, free, "自适应Y轴", CANVAS_MENU)
-        # The curve stands above by now, and goes all the same: its box is cleared.
+        # The curve is now on the upper canvas and is also removed; its box is unticked.
         self.context_menu(app, free, "清空所有曲线", CANVAS_MENU)
         wait_for(lambda: not app.find(SPEED_DIFFERENCE[0], role="check box").checked, "the box to be cleared")
 
@@ -350,7 +349,7 @@ class Tour(AnalystTest):
         self.pick(app, "视图(V)", "清空(C)")
 
     def change_view(self, app):
-        """Every option, there and back, but for the theme: the second half of the tour goes by day."""
+        """Toggles every option twice, but the theme only once: the second half of the tour uses the day theme."""
         self.pick(app, "设置(S)", "界面设置(G)")
         app.find("显示设置", role="dialog")
         self.step("view-night")
@@ -362,7 +361,7 @@ class Tour(AnalystTest):
         self.step("view-day")
         for button in ("颜色1 ", "颜色2 "):
             app.find(button, role="push button").click()
-            self.take_colour(app)
+            self.choose_colour(app)
         app.find("OK", role="push button").click()
         self.only(app)
         canvas = self.canvases(app)[0]
@@ -411,13 +410,13 @@ class Tour(AnalystTest):
         app.find("CommonModule")
         edits = {}
         for edit in sorted(app.find_all(role="text"), key=lambda edit: edit.rect.y):
-            edits.setdefault(edit.name, edit)  # the offset's first position bears the same names, further down
+            edits.setdefault(edit.name, edit)  # the position of the offset group has the same names, further down
         for name, text in (("1点经度：", "113.5"), ("1点纬度：", "22.5"), ("2点经度：", "113.6"), ("2点纬度：", "22.6")):
             self.fill(edits[name], text)
         for button in app.find_all("计算", role="push button"):
             button.click()
         wait_for(lambda: edits["相对距离："].text, "the distance")
-        # Ten minutes of arc are 15 km; other tests look at the digits.
+        # Ten minutes of arc are 15 km; other tests check the digits.
         self.assertAlmostEqual(float(edits["相对距离："].text), 15100, delta=200)
         self.step("calculators")
         self.close(app, "CommonModule")
@@ -425,7 +424,7 @@ class Tour(AnalystTest):
         self.only(app, "CommonModule")
         self.close(app, "CommonModule")
 
-    def plot_outside(self, app):
+    def plot_externally(self, app):
         for open_it, title, figure in (
                 (lambda: self.tool(app, "PyPlot"), "PyPlot", "Ostravel - 高度曲线"),
                 (lambda: self.tool(app, "MPlot"), "MPlot", "Ostravel - 二维航迹"),
@@ -454,7 +453,7 @@ class Tour(AnalystTest):
             app.find(button, role="push button").click()
             self.step(f"map-{button}")
         app.find("在浏览器中打开", role="push button").click()
-        page = self.noted(self.opened, "the page in the browser")
+        page = self.recorded(self.opened, "the page in the browser")
         self.assertEqual(len(page), 1)
         self.assertRegex(page[0], r"^file://.*/Leaflet/demo\.html$")
         self.only(app, "Form")
@@ -466,7 +465,7 @@ class Tour(AnalystTest):
                 if os.readlink(process / "exe") == str(self.program.parent / "wmts.exe"):
                     os.kill(int(process.name), signal.SIGTERM)
             except OSError:
-                pass  # gone just now
+                pass  # the process just ended
 
     def read_about(self, app):
         self.pick(app, "帮助(H)", "关于(A)")
@@ -475,9 +474,9 @@ class Tour(AnalystTest):
         self.close(app, "About Ostravel")
         for open_it in (lambda: self.pick(app, "帮助(H)", "文档(D)"), lambda: self.tool(app, "Document")):
             open_it()
-            self.assertEqual(self.noted(self.opened, "the manual"), [f"file://{self.program.parent}/README.html"])
+            self.assertEqual(self.recorded(self.opened, "the manual"), [f"file://{self.program.parent}/README.html"])
 
-    def leave_after_all(self, app):
+    def quit_at_the_end(self, app):
         self.desktop.key("alt+F4")
         self.answer(app, "退出程序？", "No")
         self.only(app)

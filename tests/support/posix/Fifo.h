@@ -13,17 +13,16 @@
 #include <thread>
 #include <unistd.h>
 
-/** Whether files exist that are neither regular nor folders and wait for another process when they are opened. */
+/** Whether the platform has named pipes in the file system. */
 constexpr bool hasFifos()
 {
     return true;
 }
 
 /**
- * A named pipe without a process at its other end.
+ * A named pipe with no process at its other end.
  *
- * Opening it for reading or for writing blocks. Its thread then ends the wait at once, so that a test fails instead of
- * hanging.
+ * Opening it blocks. A thread of this class opens the other end soon after, so that a test fails instead of hanging.
  */
 class Fifo
 {
@@ -33,7 +32,7 @@ public:
         , m_valid(mkfifo(m_path.constData(), 0600) == 0)
         , m_thread([this] { release(); })
     {
-        std::signal(SIGPIPE, SIG_IGN); // a writer whose wait ends writes to nobody
+        std::signal(SIGPIPE, SIG_IGN); // a released writer writes to a pipe without a reader
     }
 
     ~Fifo()
@@ -51,7 +50,7 @@ public:
     Fifo &operator=(const Fifo &) = delete;
 
     bool isValid() const { return m_valid; }
-    /** Whether anybody has opened it. */
+    /** Whether the code under test opened the pipe. */
     bool wasOpened() const { return m_opened; }
 
 private:
@@ -59,7 +58,7 @@ private:
     {
         std::unique_lock<std::mutex> lock(m_mutex);
         while (!m_wake.wait_for(lock, std::chrono::milliseconds(20), [this] { return m_done; })) {
-            const int end = open(m_path.constData(), O_WRONLY | O_NONBLOCK); // fails while there is no reader
+            const int end = open(m_path.constData(), O_WRONLY | O_NONBLOCK); // fails if there is no reader
             if (end >= 0) {
                 m_opened = true;
                 close(end);
@@ -69,7 +68,7 @@ private:
             if (drain < 0)
                 continue;
             char bytes[512];
-            // Ends at once when there is no writer, and fails while there is one that has written nothing.
+            // Returns 0 if there is no writer; fails if a writer has written nothing yet.
             if (read(drain, bytes, sizeof bytes) != 0)
                 m_opened = true;
             close(drain);

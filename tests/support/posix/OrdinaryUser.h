@@ -12,42 +12,43 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/** Whether a test can act in a process and with rights of its own; where it cannot, all below does nothing. */
+/** Whether a test can run code in a child process as another user. */
 constexpr bool hasOrdinaryUser()
 {
     return true;
 }
 
-/** Lets every user read a file or walk a folder, and nobody but its owner (and root) change it. */
+/** Lets every user read a file or folder. Only its owner and root can change it. */
 inline bool letOthersRead(const QString &path)
 {
     return chmod(QFile::encodeName(path).constData(), 0755) == 0;
 }
 
-/** Takes everybody's rights to read a file or walk a folder; root still may. */
+/** Removes all permissions of a file or folder. Only root can still read it. */
 inline bool letNobodyRead(const QString &path)
 {
     return chmod(QFile::encodeName(path).constData(), 0) == 0;
 }
 
-/** Gives every user all rights. */
+/** Gives every user all permissions. */
 inline bool letOthersWrite(const QString &path)
 {
     return chmod(QFile::encodeName(path).constData(), 0777) == 0;
 }
 
-/** Lets every user add files to a folder, and rename or remove none of another's. */
+/** Lets every user add files to a folder, but not rename or remove the files of other users. */
 inline bool letOthersAdd(const QString &folder)
 {
     return chmod(QFile::encodeName(folder).constData(), 01777) == 0;
 }
 
 /**
- * Runs a piece of a test in a child process as a user without rights, since root may read and write everything.
+ * Runs a callable in a child process as an unprivileged user, because root can read and write everything.
  *
- * @param action  a callable that gives the child's exit code, 0 to 99
- * @return that code; 100 when it threw; 128 plus the number of the signal that ended the child; -1 when it did not
- *         start. Checks of QtTest inside the action count for nothing: report by the code.
+ * @param action  returns the child's exit code, 0 to 99
+ * @return the exit code; 100 if the action threw; 101 if the user could not be changed; 128 plus the signal number
+ *         if a signal ended the child; -1 if the child did not start. QtTest checks inside the action have no effect
+ *         on the test.
  */
 template <typename Action>
 int asOrdinaryUser(Action action)
@@ -67,7 +68,7 @@ int asOrdinaryUser(Action action)
         } catch (const std::exception &) {
         }
         std::fflush(nullptr);
-        // Not exit(): the parent's objects are the parent's to destroy.
+        // Not exit(), which would run the destructors of the parent's static objects.
         _exit(code);
     }
     int status = 0;
@@ -76,7 +77,7 @@ int asOrdinaryUser(Action action)
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-/** No file of this process may grow beyond that; what would is told as on a full disk. */
+/** Limits the size of files of this process. Writing more fails like on a full disk. */
 inline void limitFileSize(unsigned bytes)
 {
     std::signal(SIGXFSZ, SIG_IGN);
@@ -84,7 +85,7 @@ inline void limitFileSize(unsigned bytes)
     setrlimit(RLIMIT_FSIZE, &limit);
 }
 
-/** The most memory that this process ever held, in bytes. */
+/** Peak memory use of this process in bytes. */
 inline qint64 peakOfMemory()
 {
     rusage usage;
@@ -93,10 +94,10 @@ inline qint64 peakOfMemory()
 }
 
 /**
- * Runs a piece of a test in a child process and kills it at a mark.
+ * Runs a callable in a child process and kills the process when the callable reaches a mark.
  *
- * @param action  a callable that takes the function which sets the mark; that function does not return
- * @return whether the mark was set and the child killed there
+ * @param action  takes a function that sets the mark; the function does not return
+ * @return whether the child reached the mark and was killed there
  */
 template <typename Action>
 bool killedAtMark(Action action)

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-// No file of a folder is a pipe here: the tests that need one are skipped.
+// Windows has no named pipes in folders, so the tests that need one are skipped.
 
 constexpr bool hasFifos()
 {

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-// Processes are not forked here and rights are no bits of a file: the tests that need either are skipped.
+// Windows has neither fork() nor POSIX file permissions, so the tests that need them are skipped.
 
 constexpr bool hasOrdinaryUser()
 {
