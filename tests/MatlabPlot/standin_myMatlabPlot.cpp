@@ -97,7 +97,7 @@ __declspec(dllexport)
 void myMatlabPlot(const mwArray &a1, const mwArray &a2, const mwArray &a3, const mwArray &a4, const mwArray &a5,
                   const mwArray &a6, const mwArray &a7, const mwArray &a8)
 {
-    if (told("no plot"))
+    if (mode("no plot"))
         fail();
     std::FILE *const file = std::fopen("plots.txt", "ab");
     if (!file)
