@@ -121,7 +121,7 @@ bool Document::write(int row, int column, const QVariant &value, const Format &f
 QVariant Document::read(int row, int column) const
 {
     XlsxBook::SheetState *const state = d->current();
-    if (!state || row < 1 || row > kLastRow || column < 1 || column > kLastColumn)
+    if (!state || !isRow(row) || !isColumn(column))
         return {};
     XlsxCells::Cell cell;
     const XlsxCells *cells = &state->cells;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "XlsxFormat.h"
+#include "XlsxLimits.h"
 
 #include <QString>
 #include <QStringList>
@@ -26,11 +27,11 @@ class Document
 {
 public:
     /** Rows that a sheet may have. */
-    static constexpr int kLastRow = 1048576;
+    static constexpr int kLastRow = kMaxRow;
     /** Columns that a sheet may have. */
-    static constexpr int kLastColumn = 16384;
-    /** Characters that a cell may have; beyond it readers ask whether to repair the file. */
-    static constexpr int kLongestText = 32767;
+    static constexpr int kLastColumn = kMaxColumn;
+    /** Characters that a cell may have; readers offer to repair a file with longer texts. */
+    static constexpr int kLongestText = kMaxCellText;
 
     /** How a reader first shows the sheets that are added; those of an existing workbook keep their own. */
     struct SheetView {
@@ -83,7 +84,7 @@ public:
      * Writes a cell of the selected sheet; without a sheet "Sheet1" is made first.
      *
      * Finite numbers keep every bit. Infinity becomes the error `#DIV/0!`, not-a-number `#NUM!`. Texts are texts, also
-     * those that begin with an equals sign; beyond 32767 characters they are cut. With an empty format a cell that
+     * those that begin with an equals sign; they are cut to kLongestText characters. With an empty format a cell that
      * exists keeps its look.
      *
      * @return false when row or column lie outside 1 to kLastRow and 1 to kLastColumn: the cell is left out, and

@@ -37,8 +37,6 @@ public:
     const XlsxCells &stored(SheetState &state);
     QVector<int> styleNumbers(XlsxStyles &styles) const;
     bool writeInto(QIODevice &device, QString &reason);
-    bool writeParts(XlsxZipWriter &zip);
-    bool writeSheet(XlsxZipWriter &zip, SheetState &state, const QVector<int> &styles, bool &formulaReplaced);
     void warnOfRowsLeftOut(const QString &target);
     void takeOver(const QString &source);
     bool isCancelled() const { return cancelled && cancelled(); }

@@ -1,5 +1,7 @@
 #include "XlsxColumnWidths.h"
 
+#include "XlsxLimits.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -14,7 +16,6 @@ constexpr int kStandardPoints = 11;
 constexpr int kStandardDigit = 7; // pixels, in 11-point Calibri
 constexpr int kMargin = 7; // pixels: what readers keep free at both sides, and the lines
 constexpr int kMinWidth = 9; // about what a column has by itself
-constexpr int kMaxWidth = 255; // by the format
 constexpr int kShownDigits = 11; // of a number without a format of its own
 constexpr double kFirstLongNumber = 1e11;
 constexpr int kLongestNumber = kShownDigits + 2; // point and sign
@@ -117,7 +118,7 @@ QVector<int> columnWidths(const XlsxCells &cells, const QVector<Format> &formats
         if (numbers[place].any)
             width = std::max(width, numbers[place].characters() * kStandardDigit * points[place] / kStandardPoints);
         if (width > 0)
-            widths[column] = qBound(kMinWidth, (width + kMargin + kStandardDigit - 1) / kStandardDigit, kMaxWidth);
+            widths[column] = qBound(kMinWidth, (width + kMargin + kStandardDigit - 1) / kStandardDigit, kMaxColumnWidth);
     }
     return widths;
 }

@@ -1,5 +1,7 @@
 #include "XlsxText.h"
 
+#include "XlsxLimits.h"
+
 #include <algorithm>
 
 namespace QXlsx
@@ -8,9 +10,6 @@ namespace QXlsx
 namespace
 {
 
-constexpr int kLastRow = 1048576;
-constexpr int kLastColumn = 16384;
-constexpr int kLongestSheetName = 31;
 constexpr int kEscapeLength = 7; // _xHHHH_
 
 int hexDigit(QChar character)
@@ -100,7 +99,7 @@ bool parseReference(const QString &text, int place, Reference &reference)
     int end = letters;
     for (; end < letters + 4 && isAsciiLetter(at(end)); ++end)
         reference.column = reference.column * 26 + (at(end).toUpper().unicode() - 'A' + 1);
-    if (reference.column > kLastColumn)
+    if (reference.column > kMaxColumn)
         return false;
     if (reference.column > 0) {
         reference.fixedColumn = dollar;
@@ -112,7 +111,7 @@ bool parseReference(const QString &text, int place, Reference &reference)
     for (; end < digits + 8 && isAsciiDigit(at(end)); ++end)
         reference.row = reference.row * 10 + (at(end).unicode() - '0');
     if (end > digits) {
-        if (reference.row < 1 || reference.row > kLastRow)
+        if (!isRow(reference.row))
             return false;
         reference.fixedRow = dollar;
         i = end;
@@ -126,13 +125,13 @@ QString referenceText(const Reference &reference, int rows, int columns)
     QString result;
     if (reference.column > 0) {
         const int column = reference.column + (reference.fixedColumn ? 0 : columns);
-        if (column < 1 || column > kLastColumn)
+        if (!isColumn(column))
             return {};
         result += QLatin1String(reference.fixedColumn ? "$" : "") + QString::fromLatin1(columnName(column));
     }
     if (reference.row > 0) {
         const int row = reference.row + (reference.fixedRow ? 0 : rows);
-        if (row < 1 || row > kLastRow)
+        if (!isRow(row))
             return {};
         result += QLatin1String(reference.fixedRow ? "$" : "") + QString::number(row);
     }
@@ -204,7 +203,7 @@ QString escapeCharacters(const QString &text)
         }
         result += text.midRef(copied, i - copied);
         result += QStringLiteral("_x%1_")
-                      .arg(uint(code), 4, 16, QLatin1Char('0'))
+                      .arg(static_cast<uint>(code), 4, 16, QLatin1Char('0'))
                       .toUpper()
                       .replace(1, 1, QLatin1Char('x'));
         copied = i + 1;
@@ -274,8 +273,8 @@ QString safeSheetName(const QString &name)
     for (QChar &character : result)
         if (QStringLiteral(":\\/?*[]").contains(character) || character.unicode() < 0x20)
             character = QLatin1Char(' ');
-    if (result.size() > kLongestSheetName) {
-        result.truncate(kLongestSheetName);
+    if (result.size() > kMaxSheetName) {
+        result.truncate(kMaxSheetName);
         if (result.at(result.size() - 1).isHighSurrogate())
             result.chop(1);
     }

@@ -31,12 +31,32 @@ public:
     /** Writes the reader's current token. */
     void copy(const XlsxXmlReader &reader);
 
-    /** Writes an element from its start, the current token, to its end; false when the document ends before. */
-    bool copyElement(XlsxXmlReader &reader);
+    /**
+     * Writes an element, from its start tag, which is the reader's current token, to its end.
+     *
+     * @param next goes to the reader's next token
+     * @return false when next() does before the element ends
+     */
+    template <typename Next>
+    bool copyElement(XlsxXmlReader &reader, Next next)
+    {
+        const int outside = reader.depth() - 1;
+        copy(reader);
+        while (reader.depth() > outside) {
+            if (!next())
+                return false;
+            copy(reader);
+        }
+        return true;
+    }
+    /** The same with XlsxXmlReader::next. */
+    bool copyElement(XlsxXmlReader &reader)
+    {
+        return copyElement(reader, [&reader] { return reader.next(); });
+    }
 
-    /** Ends elements until so many are open. */
-    void endTo(std::size_t depth);
-    std::size_t depth() const { return m_names.size(); }
+    /** Ends elements until only the outermost count are open. */
+    void endTo(std::size_t count);
 
 private:
     void closeTag();

@@ -257,7 +257,7 @@ void TestQXlsxExisting::prefixOfTheSheetIsKept()
 /** Several blocks of output of cells whose every name is as long as it may be. */
 void TestQXlsxExisting::everyCellOfAPrefixedSheetHasRoom()
 {
-    const QByteArray prefix(QXlsx::XlsxSheetWriter::kLongestPrefix - 1, 'p');
+    const QByteArray prefix(QXlsx::XlsxCellWriter::kMaxPrefix - 1, 'p');
     QVERIFY(writeParts(path(),
                        foreignWorkbook('<' + prefix + ":worksheet xmlns:" + prefix
                                        + "=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><" + prefix
@@ -276,7 +276,7 @@ void TestQXlsxExisting::everyCellOfAPrefixedSheetHasRoom()
 
 void TestQXlsxExisting::sheetOfALongPrefixIsLeftAsItIs()
 {
-    const QByteArray prefix(QXlsx::XlsxSheetWriter::kLongestPrefix, 'p');
+    const QByteArray prefix(QXlsx::XlsxCellWriter::kMaxPrefix, 'p');
     QVERIFY(writeParts(path(),
                        foreignWorkbook('<' + prefix + ":worksheet xmlns:" + prefix
                                        + "=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><" + prefix
