@@ -112,9 +112,8 @@ void XlsxBook::warnOfRowsLeftOut(const QString &target)
 {
     for (const std::unique_ptr<SheetState> &state : sheets)
         if (const int count = state->leftOut)
-            warnings.append(
-                QStringLiteral("%1 rows of sheet %2 are left out of %3: a sheet ends at row %4")
-                    .arg(QString::number(count), state->sheet.name, target, QString::number(kMaxRow)));
+            warnings.append(QStringLiteral("%1 rows of sheet %2 are left out of %3: a sheet ends at row %4")
+                                .arg(QString::number(count), state->sheet.name, target, QString::number(kMaxRow)));
 }
 
 /** Continues as if the workbook that is written over did not exist: written sheets become new ones. */

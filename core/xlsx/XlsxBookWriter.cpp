@@ -155,9 +155,8 @@ bool XlsxBookWriter::writeSheet(XlsxBook::SheetState &state)
     XlsxSheetWriter writer(state.cells, m_styleNumbers, output, m_book.cancelled);
     const Outcome outcome = writeCells(state, old, writer);
     if (outcome == Outcome::Refused)
-        m_book.warnings.append(
-            QStringLiteral("sheet %1 of %2 has elements whose names are too long to be written over")
-                .arg(state.sheet.name, m_book.path));
+        m_book.warnings.append(QStringLiteral("sheet %1 of %2 has elements whose names are too long to be written over")
+                                   .arg(state.sheet.name, m_book.path));
     if (outcome == Outcome::Stopped || outcome == Outcome::Refused || !m_source.refusal().isEmpty())
         return false;
     if (outcome == Outcome::Damaged) {

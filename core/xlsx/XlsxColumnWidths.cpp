@@ -118,7 +118,8 @@ QVector<int> columnWidths(const XlsxCells &cells, const QVector<Format> &formats
         if (numbers[place].any)
             width = std::max(width, numbers[place].characters() * kStandardDigit * points[place] / kStandardPoints);
         if (width > 0)
-            widths[column] = qBound(kMinWidth, (width + kMargin + kStandardDigit - 1) / kStandardDigit, kMaxColumnWidth);
+            widths[column]
+                = qBound(kMinWidth, (width + kMargin + kStandardDigit - 1) / kStandardDigit, kMaxColumnWidth);
     }
     return widths;
 }

@@ -172,7 +172,8 @@ bool XlsxXmlGuard::endsAt(int unit, int mark)
     return ends;
 }
 
-/** At the end of a processing instruction. @return false for an XML declaration whose encoding does not fit the bytes */
+/** At the end of a processing instruction. @return false for an XML declaration whose encoding does not fit the bytes
+ */
 bool XlsxXmlGuard::takesDeclaration()
 {
     if (!m_inDeclaration)
