@@ -12,7 +12,7 @@ namespace QXlsx
 namespace
 {
 
-/** At the start of a text item: its text without the readings that stand over Chinese and Japanese. */
+/** At the start of a text item: goes to its end. @return its text without phonetic readings */
 QString itemText(XlsxXmlReader &reader)
 {
     QString result;

@@ -35,7 +35,7 @@ bool isXmlCharacter(const QString &text, int place)
     return code == '\t' || code == '\n' || (code >= 0x20 && code < 0xfffe);
 }
 
-/** The character that an _xHHHH at a place, with whatever behind it, stands for, or -1 when there is none. */
+/** The character code of an _xHHHH at a position, whatever follows it; -1 when there is none. */
 int escapeAt(const QString &text, int place)
 {
     if (place + kEscapeLength > text.size() || text.at(place) != QLatin1Char('_')
@@ -56,7 +56,7 @@ bool isEscapeAt(const QString &text, int place)
     return escapeAt(text, place) >= 0 && text.at(place + kEscapeLength - 1) == QLatin1Char('_');
 }
 
-/** An escape, or what the underscore of an escape behind it would make one. */
+/** Whether a text at a position is an escape, or becomes one with the underscore of an escape that follows. */
 bool needsGuard(const QString &text, int place)
 {
     const int last = place + kEscapeLength - 1;
@@ -138,7 +138,7 @@ QString referenceText(const Reference &reference, int rows, int columns)
     return result;
 }
 
-/** The end of a stretch in quotes, double quotes or brackets that begins at a place. */
+/** The position after a part in single quotes, double quotes or brackets that begins at place. */
 int quotedEnd(const QString &text, int place)
 {
     const QChar opening = text.at(place);
@@ -147,7 +147,7 @@ int quotedEnd(const QString &text, int place)
             if (text.at(i) != opening)
                 continue;
             if (i + 1 < text.size() && text.at(i + 1) == opening)
-                ++i; // a doubled quote is a quote inside
+                ++i; // a doubled quote stands for one quote
             else
                 return i + 1;
         }
@@ -278,7 +278,7 @@ QString safeSheetName(const QString &name)
         if (result.at(result.size() - 1).isHighSurrogate())
             result.chop(1);
     }
-    // An apostrophe at either end would not be told from the quotes that formulas put around a name.
+    // Formulas quote sheet names with apostrophes, so a name must not begin or end with one.
     if (result.startsWith(QLatin1Char('\'')))
         result[0] = QLatin1Char(' ');
     if (result.endsWith(QLatin1Char('\'')))
@@ -309,7 +309,7 @@ QString movedFormula(const QString &formula, int rows, int columns)
         const QChar after = end < formula.size() ? formula.at(end) : QChar();
         Reference reference;
         const bool whole = parseReference(word, 0, reference) && reference.end == word.size();
-        // A lone column or row is one only beside a colon: in A:C and 1:3, but not in the name ABC or the number 3.
+        // A column or row alone is a reference only beside a colon: in A:C and 1:3, but not in the name ABC.
         const bool beside = after == QLatin1Char(':') || (i > 0 && formula.at(i - 1) == QLatin1Char(':'));
         const bool isReference = whole && after != QLatin1Char('(') && after != QLatin1Char('!')
             && ((reference.row > 0 && reference.column > 0) || beside);

@@ -8,7 +8,7 @@
 namespace QXlsx
 {
 
-/** Writes XML in UTF-8, most of it token by token as a reader meets it. */
+/** Writes XML in UTF-8: elements and attributes, or the tokens of a reader. */
 class XlsxXmlWriter
 {
 public:
@@ -22,10 +22,10 @@ public:
     void attribute(const QByteArray &name, const QString &value);
     void end();
 
-    /** Puts bytes between the elements as they are. */
+    /** Writes bytes as they are, after ending an open start tag. */
     void raw(const QByteArray &bytes);
 
-    /** Lets the caller write content into the output itself. */
+    /** Ends an open start tag. @return the output, for content that the caller writes */
     XlsxOutput &content();
 
     /** Writes the reader's current token. */

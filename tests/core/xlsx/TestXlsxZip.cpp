@@ -76,8 +76,8 @@ private slots:
     void otherFilesAreRefused_data();
     void otherFilesAreRefused();
     void cancelledOpeningIsRefused();
-    void fullDiskIsToldWithItsReason_data();
-    void fullDiskIsToldWithItsReason();
+    void fullDiskIsReportedWithItsReason_data();
+    void fullDiskIsReportedWithItsReason();
     void archiveWithAnOpenPartIsNotFinished();
 
 private:
@@ -228,7 +228,7 @@ void TestXlsxZip::cancelledOpeningIsRefused()
     QCOMPARE(zip.refusal(), QString("cancelled"));
 }
 
-void TestXlsxZip::fullDiskIsToldWithItsReason_data()
+void TestXlsxZip::fullDiskIsReportedWithItsReason_data()
 {
     QTest::addColumn<qint64>("room");
     const qint64 whole = archiveOf({{"a.xml", kLong}}).size();
@@ -237,7 +237,7 @@ void TestXlsxZip::fullDiskIsToldWithItsReason_data()
     QTest::newRow("the directory does not fit") << whole - 10;
 }
 
-void TestXlsxZip::fullDiskIsToldWithItsReason()
+void TestXlsxZip::fullDiskIsReportedWithItsReason()
 {
     QFETCH(qint64, room);
     FullDisk disk(room);
