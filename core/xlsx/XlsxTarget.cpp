@@ -14,11 +14,11 @@ namespace QXlsx
 namespace
 {
 
-// The unfinished file's name is longer than the target's by a few characters, and 255 is what file systems take: bytes
-// of the local encoding or UTF-16 units, of both of which UTF-8 has at least as many.
+// QSaveFile appends a few characters to the name, and file systems limit names to 255 bytes of the local encoding or
+// UTF-16 units. UTF-8 has at least as many bytes as either.
 constexpr int kLongestTemporaryBase = 240;
 
-/** A path in the system's own code. std::filesystem would make UTF-8 of it where QFile uses the local encoding. */
+/** A path in the encoding of the system. std::filesystem would use UTF-8 where QFile uses the local encoding. */
 std::filesystem::path native(const QString &path)
 {
     if constexpr (std::is_same_v<std::filesystem::path::value_type, wchar_t>)
@@ -27,7 +27,7 @@ std::filesystem::path native(const QString &path)
         return QFile::encodeName(path).toStdString();
 }
 
-/** Gives a file another name in its folder, or the reason why not. QFile would copy what it cannot rename. */
+/** Renames a file. @return the reason when that fails. QFile::rename would copy a file that it cannot rename */
 QString renamed(const QString &from, const QString &to)
 {
     std::error_code error;
@@ -38,7 +38,7 @@ QString renamed(const QString &from, const QString &to)
 bool isTaken(const QString &path)
 {
     const QFileInfo info(path);
-    return info.exists() || info.isSymLink(); // also a link to nothing
+    return info.exists() || info.isSymLink(); // a link without a target, too
 }
 
 } // namespace
@@ -52,7 +52,7 @@ XlsxTarget::XlsxTarget(const QString &path)
 bool XlsxTarget::open(bool setAside)
 {
     const QFileInfo info(m_place);
-    // QSaveFile gives the new file the rights of the one that it replaces, and replaces none that is write-protected.
+    // QSaveFile copies the permissions of the file that it replaces, and refuses to replace a write-protected one.
     if (setAside || info.fileName().toUtf8().size() > kLongestTemporaryBase)
         m_name = info.absoluteDir().filePath(QUuid::createUuid().toString(QUuid::WithoutBraces));
     m_file = std::make_unique<QSaveFile>(m_name.isEmpty() ? m_place : m_name);
@@ -69,7 +69,8 @@ void XlsxTarget::cancel()
 
 bool XlsxTarget::commit(bool setAside)
 {
-    // A device forgets why it failed when it is closed, and knows it only once a block fails from its first byte on.
+    // The error string is lost when the device is closed, and set only when a block fails at its first byte: a second
+    // flush provokes that.
     if (!m_file->flush() && !m_file->flush()) {
         m_error = m_file->errorString();
         cancel();
@@ -97,7 +98,7 @@ bool XlsxTarget::commit(bool setAside)
 bool XlsxTarget::moveAside()
 {
     if (!isTaken(m_place))
-        return true; // it is gone by now
+        return true; // there is no file any more
     QString name = m_place + QLatin1String(".old");
     for (int number = 2; isTaken(name); ++number)
         name = m_place + QLatin1String(".old") + QString::number(number);
