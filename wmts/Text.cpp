@@ -88,6 +88,25 @@ std::string urlSegment(std::string_view text)
     return result;
 }
 
+std::string decodedUrl(std::string_view text, Plus plus)
+{
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const std::string_view digits = text.substr(i).substr(0, 3).substr(1);
+        unsigned char byte = 0;
+        if (text[i] == '%' && digits.size() == 2) {
+            const auto [end, error] = std::from_chars(digits.data(), digits.data() + 2, byte, 16);
+            if (error == std::errc() && end == digits.data() + 2) {
+                result += static_cast<char>(byte);
+                i += 2;
+                continue;
+            }
+        }
+        result += text[i] == '+' && plus == Plus::IsSpace ? ' ' : text[i];
+    }
+    return result;
+}
+
 std::string numberText(double value)
 {
     std::array<char, 400> buffer{};

@@ -18,6 +18,12 @@ std::string xmlText(std::string_view text);
 /** One segment of a URL's path. */
 std::string urlSegment(std::string_view text);
 
+/** The meaning of a plus sign: a space in a query, a plus sign in a path. */
+enum class Plus { IsPlus, IsSpace };
+
+/** Decodes percent escapes. A percent sign that begins no escape stays as it is. */
+std::string decodedUrl(std::string_view text, Plus plus);
+
 /** Shortest decimal text that reads back as the same number, whatever the locale. */
 std::string numberText(double value);
 
