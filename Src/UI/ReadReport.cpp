@@ -1,6 +1,7 @@
 #include "ReadReport.h"
 
 #include "ChannelStore.h"
+#include "FrameTable.h"
 
 #include <QCoreApplication>
 #include <QFont>
@@ -12,7 +13,8 @@ namespace
 {
 
 /** The groups that a log delivers. */
-constexpr quint8 kReportedCodes[] = {0x01, 0x02, 0x03, 0x04, 0x05, 0x41};
+constexpr quint8 kReportedCodes[] = {frame::kHeartBeat, frame::kControlStatus, frame::kAttitude,
+                                     frame::kSensor,    frame::kTarget,        frame::kPayload};
 
 constexpr int kPointSize = 16;
 
