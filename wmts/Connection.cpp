@@ -15,13 +15,14 @@ constexpr milliseconds kMaxIdle{5000};
 constexpr milliseconds kMaxHead{5000};
 constexpr milliseconds kMaxResponse{10000};
 constexpr milliseconds kMaxDrain{1000};
+constexpr milliseconds kWatchInterval{200};
 constexpr int kMaxRequests = 10000;
 
 } // namespace
 
 Connection::Connection(Socket socket, const TileAnswers &answers, Load &load)
     : m_socket(std::move(socket))
-    , m_limit(m_socket.get_executor())
+    , m_timer(m_socket.get_executor())
     , m_answers(answers)
     , m_load(load)
 {
@@ -40,6 +41,7 @@ void Connection::start()
         boost::system::error_code ignored;
         self->m_socket.set_option(boost::asio::ip::tcp::no_delay(true), ignored);
         self->awaitRequest();
+        self->watch();
     });
 }
 
@@ -132,27 +134,38 @@ void Connection::drain(std::size_t drained)
         });
 }
 
-/** Ends the operations that begin from now on when the time has passed. */
+/** Checks the time limit every now and then. Setting a timer for each limit would cost more than sending a tile. */
+void Connection::watch()
+{
+    m_timer.expires_after(kWatchInterval);
+    m_timer.async_wait([weak = weak_from_this()](const boost::system::error_code &) {
+        const auto self = weak.lock();
+        if (!self)
+            return;
+        if (self->isOverdue())
+            self->interrupt();
+        self->watch();
+    });
+}
+
+void Connection::interrupt()
+{
+    boost::system::error_code ignored;
+    // Sending takes several operations; after a mere cancel() the next one could wait without a limit.
+    if (m_isSending)
+        m_socket.close(ignored);
+    else
+        m_socket.cancel(ignored);
+}
+
 void Connection::limitTo(milliseconds time)
 {
-    m_limit.expires_after(time);
-    m_limit.async_wait([weak = weak_from_this()](const boost::system::error_code &error) {
-        const auto self = weak.lock();
-        // A wait that ended just before the limit was moved is not cancelled any more.
-        if (error || !self || !self->isOverdue())
-            return;
-        boost::system::error_code ignored;
-        // Sending takes several operations; after a mere cancel() the next one could wait without a limit.
-        if (self->m_isSending)
-            self->m_socket.close(ignored);
-        else
-            self->m_socket.cancel(ignored);
-    });
+    m_deadline = std::chrono::steady_clock::now() + time;
 }
 
 bool Connection::isOverdue() const
 {
-    return m_limit.expiry() <= std::chrono::steady_clock::now();
+    return m_deadline <= std::chrono::steady_clock::now();
 }
 
 } // namespace wmts

@@ -42,11 +42,14 @@ private:
     void sent(bool good);
     void drain(std::size_t drained);
 
+    void watch();
+    void interrupt();
     void limitTo(std::chrono::milliseconds time);
     bool isOverdue() const;
 
     Socket m_socket;
-    boost::asio::steady_timer m_limit;
+    boost::asio::steady_timer m_timer;
+    std::chrono::steady_clock::time_point m_deadline;
     const TileAnswers &m_answers;
     Load &m_load;
     std::array<char, 4096> m_buffer{};
