@@ -29,7 +29,7 @@ constexpr int kBackupEverySamples = 10 * kSamplesPerSecond;
 
 bool failed(QString *error, const QString &message)
 {
-    if (error != nullptr)
+    if (error)
         *error = message;
     return false;
 }
@@ -124,7 +124,7 @@ public:
         // The recorder lost its power in the middle of a frame.
         m_text.append(frameText(m_last.left(m_last.size() / 2), m_options.blanks));
         ++m_counts.cutLastLine;
-        if (counts != nullptr)
+        if (counts)
             *counts = m_counts;
         return m_text;
     }

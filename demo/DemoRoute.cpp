@@ -54,7 +54,7 @@ bool writeRoute(const QString &path, const RouteOptions &options, QString *error
         if (file.commit())
             return true;
     }
-    if (error != nullptr)
+    if (error)
         *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
     return false;
 }

@@ -50,27 +50,28 @@ bool airborne(const FlightState &state)
     return state.phase != Phase::Debugging && state.phase != Phase::Ready;
 }
 
-// The device state word: a set bit says that the device is well or that the state holds.
+// The device state word: a set bit says that the device works or that the state holds.
 std::uint16_t deviceState(const FlightState &state)
 {
     const bool flying = airborne(state);
+    // The parentheses keep clang-format from taking "<" and ">" for a template's.
     const std::array bits{
         true, // gyroscope
         state.phase != Phase::Debugging, // armed
         true, // compass
         true, // barometer
-        state.time > 2.0, // airspeed meter
+        (state.time > 2.0), // airspeed meter
         state.fixed, // positioning
         true, // remote control
-        std::fmod(state.time, 317.0) < 315.0, // data link, with short gaps
-        state.progress<0.93, // voltage
-                       flying, // outside the tube
-                       state.upSpeed<-3.5, // losing height
-                                     !flying, // throttle locked
-                                     std::fabs(state.roll) < 45.0, // posture
-                                     state.fixed && state.satellites> 8, // inertial navigation
-                       state.engineSpeed> 1500.0, // power
-        state.time > 4.0, // payload
+        (std::fmod(state.time, 317.0) < 315.0), // data link, with short gaps
+        (state.progress < 0.93), // voltage
+        flying, // outside the tube
+        (state.upSpeed < -3.5), // losing height
+        !flying, // throttle locked
+        (std::fabs(state.roll) < 45.0), // posture
+        (state.fixed && state.satellites > 8), // inertial navigation
+        (state.engineSpeed > 1500.0), // power
+        (state.time > 4.0), // payload
     };
     unsigned word = 0;
     for (std::size_t i = 0; i < bits.size(); ++i)
@@ -155,6 +156,28 @@ FrameBytes FrameWriter::heartBeat(const FlightState &state)
     return bytes;
 }
 
+void FrameWriter::putClock(FrameBytes &bytes, const FlightState &state) const
+{
+    using frame::kControlStatus;
+    if (state.fixed) {
+        const int second = m_startSecond + static_cast<int>(std::floor(state.time + 1e-6));
+        bytes.put(FIELD(kControlStatus, "FSS_Year"), 23);
+        bytes.put(FIELD(kControlStatus, "FSS_Month"), 7);
+        bytes.put(FIELD(kControlStatus, "FSS_Date"), 18 + second / 86400 % 14);
+        bytes.put(FIELD(kControlStatus, "FSS_Hours"), second / 3600 % 24);
+        bytes.put(FIELD(kControlStatus, "FSS_Minutes"), second / 60 % 60);
+        bytes.put(FIELD(kControlStatus, "FSS_Seconds"), second % 60);
+        return;
+    }
+    // Without a position fix the clock has no time. All ones are no valid month.
+    bytes.put(FIELD(kControlStatus, "FSS_Year"), 0xFF);
+    bytes.put(FIELD(kControlStatus, "FSS_Month"), 0xFF);
+    bytes.put(FIELD(kControlStatus, "FSS_Date"), 0xFF);
+    bytes.put(FIELD(kControlStatus, "FSS_Hours"), 0xFF);
+    bytes.put(FIELD(kControlStatus, "FSS_Minutes"), 0xFF);
+    bytes.put(FIELD(kControlStatus, "FSS_Seconds"), 0xFF);
+}
+
 FrameBytes FrameWriter::controlStatus(const FlightState &state)
 {
     using frame::kControlStatus;
@@ -192,23 +215,7 @@ FrameBytes FrameWriter::controlStatus(const FlightState &state)
     bytes.put(FIELD(kControlStatus, "FSS_DistanceFromHome"), metresBetween(state.place, home));
     bytes.put(FIELD(kControlStatus, "FSS_YawDistance"), state.offTrack);
 
-    // Without a fix the clock has no time: all ones, and no month has that number.
-    if (state.fixed) {
-        const int second = m_startSecond + static_cast<int>(std::floor(state.time + 1e-6));
-        bytes.put(FIELD(kControlStatus, "FSS_Year"), 23);
-        bytes.put(FIELD(kControlStatus, "FSS_Month"), 7);
-        bytes.put(FIELD(kControlStatus, "FSS_Date"), 18 + second / 86400 % 14);
-        bytes.put(FIELD(kControlStatus, "FSS_Hours"), second / 3600 % 24);
-        bytes.put(FIELD(kControlStatus, "FSS_Minutes"), second / 60 % 60);
-        bytes.put(FIELD(kControlStatus, "FSS_Seconds"), second % 60);
-    } else {
-        bytes.put(FIELD(kControlStatus, "FSS_Year"), 0xFF);
-        bytes.put(FIELD(kControlStatus, "FSS_Month"), 0xFF);
-        bytes.put(FIELD(kControlStatus, "FSS_Date"), 0xFF);
-        bytes.put(FIELD(kControlStatus, "FSS_Hours"), 0xFF);
-        bytes.put(FIELD(kControlStatus, "FSS_Minutes"), 0xFF);
-        bytes.put(FIELD(kControlStatus, "FSS_Seconds"), 0xFF);
-    }
+    putClock(bytes, state);
     bytes.put(FIELD(kControlStatus, "FSS_FlightStage"), mode.stage);
     bytes.put(FIELD(kControlStatus, "FSS_YawFromHome"), bearing(state.place.east, state.place.north));
     bytes.put(FIELD(kControlStatus, "FSS_YawHeight"), state.height - state.targetHeight);

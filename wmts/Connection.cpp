@@ -99,9 +99,8 @@ void Connection::send(Response response)
     m_isSending = true;
     limitTo(kMaxResponse);
     boost::beast::http::async_write(
-        m_socket, m_response, [self = shared_from_this()](const boost::system::error_code &error, std::size_t) {
-            self->sent(!error);
-        });
+        m_socket, m_response,
+        [self = shared_from_this()](const boost::system::error_code &error, std::size_t) { self->sent(!error); });
 }
 
 void Connection::sent(bool good)

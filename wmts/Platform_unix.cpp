@@ -55,8 +55,8 @@ std::filesystem::path programFolder()
 
 boost::system::error_code makePortExclusive(boost::asio::ip::tcp::acceptor &acceptor)
 {
-    // A port has one owner here anyway, unless both ask for SO_REUSEPORT. SO_REUSEADDR lets the next start of the service
-    // take the port at once; without it the system keeps the port for a minute after the end.
+    // A port has one owner here anyway, unless both ask for SO_REUSEPORT. SO_REUSEADDR lets the next start of the
+    // service take the port at once; without it the system keeps the port for a minute after the end.
     boost::system::error_code error;
     acceptor.set_option(boost::asio::ip::tcp::acceptor::reuse_address(true), error);
     return error;

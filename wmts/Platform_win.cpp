@@ -27,7 +27,8 @@ BOOL WINAPI onConsoleEvent(DWORD)
 
 void begin()
 {
-    // Sockets do not share the numbers of the standard streams here, and writing to a closed pipe is an error by itself.
+    // Sockets do not share the numbers of the standard streams here, and writing to a closed pipe is an error by
+    // itself.
     endEvent();
     ::SetConsoleCtrlHandler(&onConsoleEvent, TRUE);
 }

@@ -181,7 +181,8 @@ Response TileAnswers::wmtsTile(const RequestTarget &target) const
     const auto row = wholeNumber(*target.parameter("TILEROW"));
     if (!column || !row || !isInWorld(zoom, *column, *row)) {
         const bool isColumnGood = column && isInWorld(zoom, *column, 0);
-        return wmtsException(400, "TileOutOfRange", isColumnGood ? "TILEROW" : "TILECOL", "The level has no such tile.");
+        return wmtsException(400, "TileOutOfRange", isColumnGood ? "TILEROW" : "TILECOL",
+                             "The level has no such tile.");
     }
     return tile(*layer->second, zoom, *column, *row);
 }

@@ -60,6 +60,8 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
+    void switchMode(const QString &function, bool *enabled, bool *otherEnabled);
+
     std::unique_ptr<Ui::MapWidget> m_ui;
     WebWidget *m_webWidget = nullptr;
     bool m_drawRoutesEnabled = false;

@@ -43,7 +43,8 @@ private:
 namespace
 {
 
-// The entry point with C++ arguments bears another name with each compiler that MATLAB works with. Both call it alike.
+// The C++ name of the entry point depends on the compiler that built the library. This program is built by GCC; the call
+// is the same for both.
 constexpr char kMsvcPlot[] = "?myMatlabPlot@@YAXAEBVmwArray@@0000000@Z";
 constexpr char kGccPlot[] = "_Z12myMatlabPlotRK7mwArrayS1_S1_S1_S1_S1_S1_S1_";
 
@@ -58,7 +59,7 @@ using Arguments = std::array<const ::mwArray *, 8>;
 struct EntryPoints {
     Initialize initialize = nullptr;
     Plot plot = nullptr;
-    bool plotIsForeign = false; // compiled by another compiler than this program
+    bool plotIsForeign = false; // compiled by MSVC
     int (*getScalarInt32)(void **, int real, int imaginary, int complexity) = nullptr;
     int (*getLastError)(error_info **) = nullptr;
     int (*createError)(error_info **, const char *) = nullptr;
@@ -175,17 +176,10 @@ void resolve(QLibrary &library, Function &function, const char *symbol)
 
 void resolvePlot(QLibrary &library, EntryPoints &points)
 {
-#ifdef _MSC_VER
-    constexpr const char *kOwn = kMsvcPlot;
-    constexpr const char *kOther = kGccPlot;
-#else
-    constexpr const char *kOwn = kGccPlot;
-    constexpr const char *kOther = kMsvcPlot;
-#endif
-    points.plot = reinterpret_cast<Plot>(library.resolve(kOwn));
+    points.plot = reinterpret_cast<Plot>(library.resolve(kGccPlot));
     if (points.plot)
         return;
-    resolve(library, points.plot, kOther);
+    resolve(library, points.plot, kMsvcPlot);
     points.plotIsForeign = points.plot != nullptr;
 }
 

@@ -54,9 +54,6 @@ public:
     /** The same, for the channel of that name. */
     bool myRemoveGraph(const QString &graphName);
 
-    /** What the status bar says of a click on a curve; empty where the curve has no such point (any more). */
-    static QString clickedText(QCPAbstractPlottable *plottable, int dataIndex);
-
     /** Seconds until the actual channel reaches the target's value at index; negative for never. O(samples). */
     double calRisingTime(MyGraph *g, MyGraph *t, int index);
     /** Signed area between the two about index, in value units times seconds. */

@@ -51,7 +51,7 @@ QString sample(const QString &curveName, double key, double value)
 
     // Without a channel, as after an edit of the name, the line of time and value is all there is to tell.
     const MyGraph *const channel = findGraph(curveName);
-    if (channel != nullptr && channel->role() == MyGraph::Actual && AppConfig::getInstance().getShowFactor())
+    if (channel && channel->role() == MyGraph::Actual && AppConfig::getInstance().getShowFactor())
         return start + QLatin1Char(')') + factors(channel, key);
 
     const bool mainMode = curveName == curvemath::kMainFlightModeLabel;
@@ -65,7 +65,7 @@ QString click(QCPAbstractPlottable *plottable, int dataIndex)
 {
     // A point may be taken out between the press and the release of one click.
     const QCPPlottableInterface1D *const points = plottable->interface1D();
-    if (points == nullptr || dataIndex < 0 || dataIndex >= points->dataCount())
+    if (!points || dataIndex < 0 || dataIndex >= points->dataCount())
         return {};
     // All three at once: a curve's name is the user's to edit and may itself hold a place marker.
     return QStringLiteral("Clicked on graph '%1' at data point #%2 with value %3.")

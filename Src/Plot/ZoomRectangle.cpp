@@ -18,7 +18,7 @@ ZoomRectangle::ZoomRectangle(QCustomPlot *canvas)
     setBrush(kFilling);
     // The library leaves a cancelled rectangle on the screen.
     connect(this, &QCPSelectionRect::canceled, this, [this] {
-        if (layer() != nullptr)
+        if (layer())
             layer()->replot();
     });
     connect(canvas, &QWidget::customContextMenuRequested, this, &QCPSelectionRect::cancel);

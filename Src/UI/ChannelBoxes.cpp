@@ -20,7 +20,7 @@ bool tie(QCheckBox *box, const ostravel::frame::TriadMember &channel)
     if (box->text() != name)
         return false;
     box->setProperty(kGraphName, name);
-    box->setProperty(kFunctionCode, uint(channel.code));
+    box->setProperty(kFunctionCode, static_cast<uint>(channel.code));
     return true;
 }
 
@@ -44,7 +44,7 @@ QString graphNameOf(const QCheckBox *box)
 
 quint8 functionCodeOf(const QCheckBox *box)
 {
-    return quint8(box->property(kFunctionCode).toUInt());
+    return static_cast<quint8>(box->property(kFunctionCode).toUInt());
 }
 
 MyGraph *channelOf(const QCheckBox *box)

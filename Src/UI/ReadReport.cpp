@@ -56,7 +56,7 @@ ReadReport::ReadReport(ushort frameTotal, ushort frameError, ushort frameSelecte
         addLine(grid, name, frameTotal - frameError, font);
     }
     for (const quint8 code : kReportedCodes) {
-        const QString name = QStringLiteral("0x%1:").arg(uint(code), 2, 16, QLatin1Char('0'));
+        const QString name = QStringLiteral("0x%1:").arg(static_cast<uint>(code), 2, 16, QLatin1Char('0'));
         addLine(grid, name, channelGroup(code)->length(), font);
     }
 }

@@ -28,7 +28,31 @@ public:
     bool next(QString &line);
 
     /**
-     * Gives the next line as it lies in memory, where it stays until the next call.
+     * Gives the rest of the lines, without a copy where that is possible.
+     *
+     * @param take called with each line, as a QLatin1String in nearly every case and as a const QString & where the
+     * text is not plain ASCII; returning false stops
+     * @return false when take stopped
+     */
+    template <typename Take>
+    bool forEach(const Take &take)
+    {
+        QLatin1String plain;
+        QString line;
+        while (true) {
+            if (nextPlain(plain)) {
+                if (!take(plain))
+                    return false;
+            } else if (!next(line)) {
+                return true;
+            } else if (!take(line)) {
+                return false;
+            }
+        }
+    }
+
+    /**
+     * Gives the next line as it lies in memory, where it stays until the next call. Most callers want forEach().
      *
      * @return false when it does not lie there as a whole, or not as plain ASCII; next() gives it then
      */
