@@ -312,7 +312,7 @@ bool fillDatabase(QSqlDatabase &database, const QVector<DemoTask> &tasks, QStrin
 int DemoOptions::sampleCount() const
 {
     const qint64 wanted = samples > 0 ? samples : qint64{minutes} * kSamplesPerMinute;
-    return static_cast<int>(std::clamp(wanted, qint64{1}, qint64{kMostSamples}));
+    return static_cast<int>(std::clamp(wanted, qint64{1}, qint64{kMaxSamples}));
 }
 
 void makeFlight(const DemoOptions &options, const FrameSink &sink)

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <type_traits>
 
-// A field by its channel name, looked up by the compiler: a name that the table does not have does not compile.
+// A field by its channel name, found at compile time. An unknown name does not compile.
 #define FIELD(code, name) frame::layoutOf(code).rows[std::integral_constant<int, frame::rowOf(code, name)>::value]
 
 namespace demo
@@ -93,7 +93,7 @@ FrameBytes::FrameBytes(std::uint8_t code, std::uint8_t planeId, std::uint16_t co
     m_bytes[1] = static_cast<char>(frame::kHeader2);
     m_bytes[frame::kPlaneIdPosition] = static_cast<char>(planeId);
     m_bytes[frame::kFunctionCodePosition] = static_cast<char>(code);
-    // The downlink leaves these two bytes open; a frame counter makes every frame another.
+    // The downlink does not use these two bytes. A frame counter here makes every frame different.
     m_bytes[4] = static_cast<char>(counter >> 8U);
     m_bytes[5] = static_cast<char>(counter & 0xFFU);
 }
@@ -234,7 +234,7 @@ FrameBytes FrameWriter::attitude(const FlightState &state)
 {
     using frame::kAttitude;
     const bool flying = airborne(state);
-    // A receiver's error wanders, so that the track stays smooth.
+    // The position error of the receiver drifts slowly, so the track stays smooth.
     m_gpsDrift.east += m_random.bell(0.05) - 0.01 * m_gpsDrift.east;
     m_gpsDrift.north += m_random.bell(0.05) - 0.01 * m_gpsDrift.north;
     const Place measured{state.place.east + m_gpsDrift.east, state.place.north + m_gpsDrift.north};
@@ -243,7 +243,7 @@ FrameBytes FrameWriter::attitude(const FlightState &state)
     FrameBytes bytes = begin(kAttitude);
     bytes.put(FIELD(kAttitude, "PGS_Roll"), noisy(state.roll, 0.05));
     bytes.put(FIELD(kAttitude, "PGS_Pitch"), noisy(state.pitch, 0.04));
-    // Rounded to 360.00 it would be a full turn away from its neighbours.
+    // Rounding up to 360.00 would make a jump of a full turn.
     bytes.put(FIELD(kAttitude, "PGS_Yaw"), std::min(359.99, wrap360(noisy(state.yaw, 0.05))));
     bytes.put(FIELD(kAttitude, "PGS_GPS_Precise"), state.fixed ? noisy(state.precision, 0.01) : state.precision);
     bytes.put(FIELD(kAttitude, "PGS_GPS_State"), state.fixed ? 3 : 0);
@@ -260,7 +260,7 @@ FrameBytes FrameWriter::attitude(const FlightState &state)
     bytes.put(FIELD(kAttitude, "PGS_NorthSpeed"), flying ? noisy(state.northSpeed, 0.04) : 0.0);
     bytes.put(FIELD(kAttitude, "PGS_UpSkySpeed"), flying ? noisy(state.upSpeed, 0.04) : 0.0);
     bytes.put(FIELD(kAttitude, "PGS_GroundSpeed"), flying ? std::max(0.0, noisy(groundSpeed, 0.04)) : 0.0);
-    // At rest the pitot tube still shows a breath of wind.
+    // At rest the pitot tube still measures a little wind.
     const double breath = flying ? 0.0 : std::fabs(m_random.bell(0.5));
     bytes.put(FIELD(kAttitude, "PGS_IndicateAirSpeed"), std::max(0.0, noisy(state.indicatedAirspeed + breath, 0.07)));
     bytes.put(FIELD(kAttitude, "PGS_RealAirSpeed"), std::max(0.0, noisy(state.trueAirspeed + breath, 0.07)));
@@ -303,7 +303,7 @@ FrameBytes FrameWriter::sensor(const FlightState &state)
     for (double pulse : remote)
         bytes.put(*field++, std::clamp(noisy(pulse, 0.8), 1000.0, 2000.0));
 
-    // The servos: ailerons left and right, elevator, rudder, throttle, parachute, payload pan and tilt, two spare.
+    // Servos: ailerons left and right, elevator, rudder, throttle, parachute, payload pan and tilt, two spare.
     const double aileron = flying ? 9.0 * (state.targetRoll - state.roll) - 1.5 * state.rollRate : 0.0;
     const double elevator = flying ? 12.0 * (state.targetPitch - state.pitch) - 2.0 * state.pitchRate : 0.0;
     const std::array<double, 10> out{1500 + aileron,

@@ -12,7 +12,7 @@ namespace
 
 constexpr int kFailed = 1;
 constexpr int kWrongUse = 2;
-constexpr int kMaxMinutes = demo::kMostSamples / 300;
+constexpr int kMaxMinutes = demo::kMaxSamples / 300;
 
 /** What the command line asks for. */
 struct Request {
@@ -98,10 +98,10 @@ CommandLine::CommandLine()
         {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")},
         {QStringLiteral("minutes"), QStringLiteral("Length of the flight, 1 to %1 (20).").arg(kMaxMinutes), number},
         {QStringLiteral("samples"),
-         QStringLiteral("Length in samples of 200 ms, 1 to %1, instead of minutes.").arg(demo::kMostSamples), number},
+         QStringLiteral("Length in samples of 200 ms, 1 to %1, instead of minutes.").arg(demo::kMaxSamples), number},
         {QStringLiteral("seed"), QStringLiteral("Another seed is another flight (1)."), number},
         {QStringLiteral("plane"), QStringLiteral("Plane id, 0 to 255 (1)."), number},
-        {QStringLiteral("waypoints"), QStringLiteral("Length of a route, 0 to %1 (60).").arg(demo::kMostWaypoints),
+        {QStringLiteral("waypoints"), QStringLiteral("Length of a route, 0 to %1 (60).").arg(demo::kMaxWaypoints),
          number},
         {QStringLiteral("blanks"), QStringLiteral("Put a blank between the bytes of a frame.")},
         {QStringLiteral("backup"), QStringLiteral("Add a 0x52 frame every ten seconds of flight.")},
@@ -118,7 +118,7 @@ QString CommandLine::read(Request *request) const
     for (const QString &reason :
          {readFile(request), readLength(&request->flight), readNumber("seed", 0, ~quint64{0}, &request->flight.seed),
           readNumber("plane", 0, 255, &request->flight.planeId),
-          readNumber("waypoints", 0, demo::kMostWaypoints, &request->route.waypoints)}) {
+          readNumber("waypoints", 0, demo::kMaxWaypoints, &request->route.waypoints)}) {
         if (!reason.isEmpty())
             return reason;
     }
@@ -161,7 +161,7 @@ QString CommandLine::readLength(demo::DemoOptions *options) const
     if (isSet("minutes") && isSet("samples"))
         return QStringLiteral("--minutes and --samples are the same thing: give one");
     const QString reason = readNumber("minutes", 1, kMaxMinutes, &options->minutes);
-    return reason.isEmpty() ? readNumber("samples", 1, demo::kMostSamples, &options->samples) : reason;
+    return reason.isEmpty() ? readNumber("samples", 1, demo::kMaxSamples, &options->samples) : reason;
 }
 
 int wrongUse(const QString &reason)

@@ -123,7 +123,7 @@ void Connection::sent(bool good)
 
 void Connection::drain(std::size_t drained)
 {
-    if (drained >= kMostDiscarded || isOverdue())
+    if (drained >= kMaxDiscardedBytes || isOverdue())
         return;
     m_socket.async_read_some(
         boost::asio::buffer(m_buffer),

@@ -27,7 +27,7 @@ bool isPlainText(std::string_view text)
         }
         constexpr std::array<std::uint32_t, 4> kLeast{0, 0x80, 0x800, 0x10000};
         const bool surrogate = code >= 0xd800 && code < 0xe000;
-        // C1 controls, and the two that XML forbids.
+        // C1 control characters, and the two characters that XML forbids.
         const bool forbidden = code < 0xa0 || code == 0xfffe || code == 0xffff;
         if (code < kLeast[static_cast<std::size_t>(more)] || code > 0x10ffff || surrogate || forbidden)
             return false;

@@ -174,7 +174,7 @@ Response TileAnswers::wmtsTile(const RequestTarget &target) const
     if (*target.parameter("TILEMATRIXSET") != kMatrixSet)
         return wmtsException(400, "InvalidParameterValue", "TILEMATRIXSET", "The set is GoogleMapsCompatible.");
     const auto level = wholeNumber(*target.parameter("TILEMATRIX"));
-    if (!level || *level > kMostZoom)
+    if (!level || *level > kMaxZoom)
         return wmtsException(400, "InvalidParameterValue", "TILEMATRIX", "There is no such level.");
     const int zoom = static_cast<int>(*level);
     const auto column = wholeNumber(*target.parameter("TILECOL"));

@@ -123,14 +123,14 @@ void AppConfig::readConfigIni(const QString &path)
             file.open(QFile::ReadWrite);
             file.close();
         } catch (const std::exception &exception) {
-            // The line holds the words alone: its format has no place for the reason.
+            // The format has no placeholder, so the line does not show the reason.
             logToBoth(error, "create config.ini failed, exception:", exception.what());
         }
     }
     QSettings settings(path, QSettings::IniFormat);
     settings.beginGroup(QLatin1String(kGroup));
     m_touchMode = settings.value(QLatin1String(kTouchMode)).toBool();
-    // Every other word, and none, means the dark theme.
+    // Any other value, or none, means the dark theme.
     const bool light = settings.value(QLatin1String(kTheme)).toString() == QLatin1String(kLightTheme);
     m_theme = light ? lightTheme : darkTheme;
     m_showFactor = settings.value(QLatin1String(kShowFactor)).toBool();
@@ -139,7 +139,7 @@ void AppConfig::readConfigIni(const QString &path)
 void AppConfig::writeConfigIni(const QString &path)
 {
     logToBoth(info, "write config ini");
-    if (!setAsideIfHarmful(path)) // it is read before it is written
+    if (!setAsideIfHarmful(path)) // QSettings reads the file before it writes it.
         return;
     QSettings settings(path, QSettings::IniFormat);
     settings.beginGroup(QLatin1String(kGroup));

@@ -7,7 +7,8 @@
  * The text of an INI file as QSettings reads it: without quotes and line continuations, and with numbered escapes
  * ("\x40", "\100") replaced by their characters.
  *
- * Meant for a search before QSettings opens the file: groups, keys and values stay one text. All other escapes become
- * "?". They must not vanish: QSettings writes such characters as escapes again, so the words around them stay apart.
+ * Meant for a search before QSettings opens the file: groups, keys and values stay one text. The escapes of single
+ * characters ("\n") become "?". They must not vanish: QSettings writes them as escapes again, so that the words around
+ * them stay apart.
  */
 QString iniText(const QByteArray &ini);

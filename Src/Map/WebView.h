@@ -23,7 +23,7 @@ public:
     explicit WebView(QWidget *parent);
     ~WebView() override;
 
-    /** The view at this address, or null when there is none (any more). */
+    /** The view at this address; null if no view exists there. */
     static WebView *find(const void *address);
 
     /**

@@ -104,7 +104,7 @@ void TestDemoTiles::longestFlightsStayOnTheMap()
     const double eastDegrees = east / (kMetresPerDegree * std::cos(qDegreesToRadians(34.01)));
     const double northDegrees = north / kMetresPerDegree;
     QSqlQuery query(QSqlDatabase::database("tiles"));
-    for (int zoom = demo::kLeastTileZoom; zoom <= 14; ++zoom) {
+    for (int zoom = demo::kMinTileZoom; zoom <= 14; ++zoom) {
         const QPoint first = tileAt(zoom, 113.9 - eastDegrees, 34.01 + northDegrees);
         const QPoint last = tileAt(zoom, 113.93 + eastDegrees, 33.98 - northDegrees);
         for (int column = first.x(); column <= last.x(); ++column)

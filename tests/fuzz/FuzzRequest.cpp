@@ -44,7 +44,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     demand(pieces.requestLine() == whole.requestLine());
 
     demand(taken <= size && (whole.ended() || taken == size));
-    demand(whole.requestLine().size() <= wmts::kMostRequestLine);
+    demand(whole.requestLine().size() <= wmts::kMaxRequestLine);
     const int error = whole.error();
     demand(error == 0 || error == 400 || error == 403 || error == 414 || error == 431);
     demand(error == 0 || whole.closes());

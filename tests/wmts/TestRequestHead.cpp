@@ -96,12 +96,12 @@ void TestRequestHead::boundedWhateverComes()
     const std::string text = piece.toStdString();
     RequestHead head;
     std::size_t sent = 0;
-    for (; !head.ended() && sent < 2 * wmts::kMostDiscarded; sent += text.size())
+    for (; !head.ended() && sent < 2 * wmts::kMaxDiscardedBytes; sent += text.size())
         head.take(text);
     QVERIFY(head.ended());
-    QVERIFY(sent <= wmts::kMostDiscarded + 2 * text.size());
+    QVERIFY(sent <= wmts::kMaxDiscardedBytes + 2 * text.size());
     QTEST(head.error(), "error");
-    QVERIFY(head.requestLine().size() <= wmts::kMostRequestLine);
+    QVERIFY(head.requestLine().size() <= wmts::kMaxRequestLine);
 }
 
 void TestRequestHead::sameInPieces()

@@ -197,8 +197,8 @@ void TestTileLayer::tilesThatAreNoImagesAreUnreadable()
         tiles.addTile(3, 0, 7, pngBytes(3, 0, 0));
         tiles.addTile(3, 1, 7, "<script>alert(1)</script>");
         tiles.addTile(3, 2, 7, {});
-        tiles.addTile(3, 3, 7, pngBytes(3, 3, 0) + QByteArray(int(wmts::kMostTileBytes) - 13, 'x'));
-        tiles.addTile(3, 4, 7, pngBytes(3, 4, 0) + QByteArray(int(wmts::kMostTileBytes) - 12, 'x'));
+        tiles.addTile(3, 3, 7, pngBytes(3, 3, 0) + QByteArray(int(wmts::kMaxTileBytes) - 13, 'x'));
+        tiles.addTile(3, 4, 7, pngBytes(3, 4, 0) + QByteArray(int(wmts::kMaxTileBytes) - 12, 'x'));
         tiles.addTile(3, 5, 7, pngBytes(3, 5, 0) + QByteArray(20000000, 'x'));
         tiles.run("INSERT INTO tiles VALUES (3, 6, 7, NULL)");
         tiles.run("INSERT INTO tiles VALUES (3, 7, 7, 'text')");
