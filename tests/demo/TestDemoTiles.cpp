@@ -49,7 +49,7 @@ private slots:
     void cleanupTestCase();
     void everyTileIsASmallPicture();
     void longestFlightsStayOnTheMap();
-    void gridLiesAtItsDegrees();
+    void gridLinesAreAtTheirDegrees();
     void fileStaysSmall();
     void programReplacesAnOldFileOnlyWhenItCanWrite();
 
@@ -120,7 +120,7 @@ void TestDemoTiles::longestFlightsStayOnTheMap()
     }
 }
 
-void TestDemoTiles::gridLiesAtItsDegrees()
+void TestDemoTiles::gridLinesAreAtTheirDegrees()
 {
     // Level 13 has a line every 0.02 degrees. A line is one colour from edge to edge, which no relief is.
     const QPoint tile = tileAt(13, 113.92, 33.99);
