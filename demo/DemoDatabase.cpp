@@ -65,7 +65,7 @@ bool replaceDatabase(const QString &path, const FillDatabase &fill, QString *err
             return true;
         QFile::remove(unfinished);
     }
-    if (error != nullptr)
+    if (error)
         *error = QStringLiteral("cannot write %1: %2").arg(path, reason);
     return false;
 }

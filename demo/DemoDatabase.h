@@ -8,13 +8,14 @@ class QSqlDatabase;
 namespace demo
 {
 
-/** Fills an empty SQLite database, or says why not. */
+/** Fills an empty SQLite database; returns false with the reason in *error. */
 using FillDatabase = std::function<bool(QSqlDatabase &database, QString *reason)>;
 
 /**
- * Makes an SQLite file under a name of its own beside path and puts it there only when it is whole, in place of an
- * older one. False with the reason in *error (which may be null) when that failed; what stood at path stands there
- * still.
+ * Makes an SQLite file under a temporary name and renames it to path when it is complete. Replaces an older file.
+ *
+ * @param error receives the reason; may be null
+ * @return false on failure; an older file at path is unchanged then
  */
 bool replaceDatabase(const QString &path, const FillDatabase &fill, QString *error);
 

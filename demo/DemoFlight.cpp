@@ -29,7 +29,7 @@ constexpr int kBackupEverySamples = 10 * kSamplesPerSecond;
 
 bool failed(QString *error, const QString &message)
 {
-    if (error != nullptr)
+    if (error)
         *error = message;
     return false;
 }
@@ -124,7 +124,7 @@ public:
         // The recorder lost its power in the middle of a frame.
         m_text.append(frameText(m_last.left(m_last.size() / 2), m_options.blanks));
         ++m_counts.cutLastLine;
-        if (counts != nullptr)
+        if (counts)
             *counts = m_counts;
         return m_text;
     }
@@ -312,7 +312,7 @@ bool fillDatabase(QSqlDatabase &database, const QVector<DemoTask> &tasks, QStrin
 int DemoOptions::sampleCount() const
 {
     const qint64 wanted = samples > 0 ? samples : qint64{minutes} * kSamplesPerMinute;
-    return static_cast<int>(std::clamp(wanted, qint64{1}, qint64{kMostSamples}));
+    return static_cast<int>(std::clamp(wanted, qint64{1}, qint64{kMaxSamples}));
 }
 
 void makeFlight(const DemoOptions &options, const FrameSink &sink)

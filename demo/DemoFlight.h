@@ -8,9 +8,9 @@
 /**
  * Recorded flights for demonstrations, tests and benchmarks.
  *
- * The same options give the same bytes on every platform and in every run. A flight is one mission: clock unset until
- * the receiver has a fix, more than ten satellites before the catapult, climb, rounds of way points and orbits, a
- * stand-by leg, and an attack leg (sub-mode 26) that lasts to the end of the log.
+ * The same options give the same bytes on every platform and in every run. A flight is one mission. The clock is unset
+ * until the receiver has a fix; there are more than ten satellites before the launch by catapult. Then follow a climb,
+ * rounds of way points and orbits, a stand-by leg, and an attack leg (sub-mode 26) until the end of the log.
  */
 namespace demo
 {
@@ -18,42 +18,42 @@ namespace demo
 /** Which flight, and how its text is laid out. */
 struct DemoOptions {
     int minutes = 20;
-    int samples = 0; // when above 0, this many samples of 200 ms instead of minutes * 300
+    int samples = 0; // Number of samples of 200 ms; replaces minutes if greater than 0.
     quint64 seed = 1;
     quint8 planeId = 1;
-    bool blanks = false; // a blank between the bytes of a frame's text
-    bool backupFrames = false; // a 0x52 frame every ten seconds
+    bool blanks = false; // A space between the bytes of a frame.
+    bool backupFrames = false; // A 0x52 frame every ten seconds.
 
-    /** Samples of the flight. Below 300 it is the beginning of a one-minute flight, without an attack leg. */
+    /** Number of samples. Fewer than 300 samples are the start of a one-minute flight, without an attack leg. */
     int sampleCount() const;
 };
 
-/** Longest flight that can be made, in samples: over 50 hours. */
-inline constexpr int kMostSamples = 1000000;
+/** Maximum length of a flight in samples: over 50 hours. */
+inline constexpr int kMaxSamples = 1000000;
 
-/** Frames of each sample, in this order: 0x01, 0x03, 0x02, 0x04, 0x05, 0x41. */
+/** Number of frames of each sample: 0x01, 0x03, 0x02, 0x04, 0x05, 0x41, in this order. */
 inline constexpr int kFramesPerSample = 6;
 
 using FrameSink = std::function<void(const QByteArray &frame)>;
 
 /**
- * Give every frame of a flight to sink, in order, as bytes and without damage.
+ * Gives every frame of a flight to sink, in order, as undamaged bytes.
  *
- * The order within a sample is one that the decoder's repair leaves alone, so that every series of the flight has
- * sampleCount() samples. About 10 microseconds a sample; nothing is held. Any thread.
+ * The decoder's repair does not change series whose frames arrive in this order, so that every series gets
+ * sampleCount() samples. Takes about 10 microseconds for a sample and keeps nothing in memory. Any thread.
  */
 void makeFlight(const DemoOptions &options, const FrameSink &sink);
 
-/** A frame as a text log has it: upper-case digits, two a byte, no line end. */
+/** A frame as in a text log: two upper-case hexadecimal digits for each byte, no line end. */
 QByteArray frameText(const QByteArray &frame, bool blanks = false);
 
-/** The flight as the bytes of a text log, one frame a line, each ended by LF; about 172 kB a minute. */
+/** The flight as a text log: one frame in each line, line ends LF. About 172 kB for a minute of flight. */
 QByteArray makeTextLog(const DemoOptions &options);
 
-/** Write makeTextLog(options); the file is replaced only when complete. */
+/** Writes makeTextLog(options). Replaces the file only when complete. */
 bool writeTextLog(const QString &path, const DemoOptions &options, QString *error = nullptr);
 
-/** A row of the database's task table, with the flight recorded for it. */
+/** A row of the task table, with the flight that is recorded for it. */
 struct DemoTask {
     int id = 1;
     QString name;
@@ -65,14 +65,14 @@ struct DemoTask {
 QVector<DemoTask> demoTasks(const DemoOptions &flight);
 
 /**
- * Write a flight database (SQLite): tables t_fly_task (id, name, ctime) and t_fly_record (id, task_id, frame), records
+ * Writes a flight database (SQLite): tables t_fly_task (id, name, ctime) and t_fly_record (id, task_id, frame), records
  * in the order of tasks and flights.
  *
  * Replaces the file only when complete. Needs an application object, for Qt's database drivers.
  */
 bool writeDatabase(const QString &path, const QVector<DemoTask> &tasks, QString *error = nullptr);
 
-/** How often each kind of damage was done. */
+/** How often each kind of damage occurs. */
 struct DamageCounts {
     int emptyLines = 0; // added
     int textLines = 0; // added, one of them with Chinese characters
@@ -87,10 +87,10 @@ struct DamageCounts {
     int cutLastLine = 0; // the last line, half a frame without a line end
 };
 
-/** As makeTextLog, with every kind of damage of DamageCounts spread over the flight by its seed. */
+/** Like makeTextLog(), with every kind of damage of DamageCounts. The seed of the flight chooses the places. */
 QByteArray makeDamagedLog(const DemoOptions &options, DamageCounts *counts = nullptr);
 
-/** Write makeDamagedLog(options); the file is replaced only when complete. */
+/** Writes makeDamagedLog(options). Replaces the file only when complete. */
 bool writeDamagedLog(const QString &path, const DemoOptions &options, QString *error = nullptr,
                      DamageCounts *counts = nullptr);
 

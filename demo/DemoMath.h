@@ -1,10 +1,10 @@
 #pragma once
 
 /**
- * Angles in degrees from additions, multiplications, divisions and square roots alone.
+ * Trigonometry in degrees, computed only by additions, multiplications, divisions and square roots.
  *
- * The mathematical functions of the standard library differ in their last bits from platform to platform, and a demo
- * flight must be the same bytes everywhere. Good to about 1e-10, which no field of a frame can show. O(1), any thread.
+ * The functions of the standard library differ in their last bits between platforms, but a demo flight must have the
+ * same bytes everywhere. The error is about 1e-10, less than any field of a frame resolves. O(1), any thread.
  */
 namespace demo
 {

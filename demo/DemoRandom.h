@@ -6,8 +6,8 @@ namespace demo
 {
 
 /**
- * A sequence of random numbers that its seed alone decides, on every platform (SplitMix64; the distributions of the
- * standard library are not fixed to the bit).
+ * Random numbers that depend on the seed alone, on every platform (SplitMix64). The distributions of the standard
+ * library may differ between platforms.
  */
 class DemoRandom
 {
@@ -26,7 +26,7 @@ public:
         return z ^ (z >> 31U);
     }
 
-    /** Evenly from [low, high). */
+    /** Uniformly distributed in [low, high). */
     double uniform(double low, double high)
     {
         return low + (high - low) * (static_cast<double>(bits() >> 11U) * 0x1p-53);
@@ -35,7 +35,7 @@ public:
     /** From 0 to bound - 1. */
     int below(int bound) { return static_cast<int>(bits() % static_cast<std::uint64_t>(bound)); }
 
-    /** Bell-shaped about 0: the sum of four even numbers, so never beyond 3.5 deviations. */
+    /** Nearly normal with mean 0: the sum of four uniform numbers, at most 3.5 standard deviations. */
     double bell(double deviation)
     {
         const std::uint64_t word = bits();

@@ -34,7 +34,7 @@ QByteArray makeRoute(const RouteOptions &options)
         const double latitude = kFirstLatitude + lane % kLanes * kLaneDegrees + random.uniform(-2e-4, 2e-4);
         const int height = 500 + lane / kLanes * 10 + random.below(20);
         const bool turns = leg == 0 || leg == kLegsOfALane;
-        // Coordinates are texts in a route file, the other values numbers.
+        // In a route file the coordinates are strings and the other values are numbers.
         text.append(i == 0 ? "\n" : ",\n");
         text.append("    {\"longitude\": \"").append(QByteArray::number(longitude, 'f', 7));
         text.append("\", \"latitude\": \"").append(QByteArray::number(latitude, 'f', 7));
@@ -54,7 +54,7 @@ bool writeRoute(const QString &path, const RouteOptions &options, QString *error
         if (file.commit())
             return true;
     }
-    if (error != nullptr)
+    if (error)
         *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
     return false;
 }

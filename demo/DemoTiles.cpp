@@ -23,7 +23,7 @@ namespace
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kEquator = 40075016.686; // metres
-// The middle of the places where demo flights start.
+// The centre of the area in which demo flights start.
 constexpr double kLongitude = 113.915;
 constexpr double kLatitude = 33.995;
 
@@ -32,7 +32,7 @@ double worldPixels(int zoom)
     return kTilePixels * static_cast<double>(1 << zoom);
 }
 
-/** Where the square world map has a longitude and a latitude, 0 to 1 from its north-west corner. */
+/** Position on the square world map, from 0 to 1, from the north-west corner. */
 double worldX(double longitude)
 {
     return longitude / 360.0 + 0.5;
@@ -48,7 +48,7 @@ double latitudeAt(double y)
     return std::atan(std::sinh((0.5 - y) * 2.0 * kPi)) * 180.0 / kPi;
 }
 
-/** 0 to 1, the same for the same corner of a lattice. */
+/** Pseudo-random value from 0 to 1 for a corner of a lattice. */
 double lattice(int level, std::int64_t column, std::int64_t row)
 {
     std::uint64_t bits = static_cast<std::uint64_t>(column) * 0x9E3779B97F4A7C15U
@@ -63,7 +63,7 @@ double smooth(double part)
     return part * part * (3.0 - 2.0 * part);
 }
 
-// Hills of each size: cells across the world as a power of two, height in metres.
+// The sizes of hills: number of cells across the world (as a power of two) and height in metres.
 struct Hills {
     int level;
     double height;
@@ -144,7 +144,7 @@ void paintRelief(QImage &image, int zoom, int column, int row)
                 = heightAt((column * 256.0 + x + 0.5) / pixels, (row * 256.0 + y + 0.5) / pixels, zoom);
 
     const double pixelMetres = kEquator * std::cos(kLatitude * kPi / 180.0) / pixels;
-    // Far away the slopes of small hills are too short to see; a steeper light keeps the relief.
+    // At low zoom levels the small hills are left out. Stronger shading keeps the relief visible.
     const double steepness = 16.0 * std::max(1.0, std::sqrt(pixelMetres / 10.0)) / pixelMetres;
     for (int y = 0; y < kTilePixels; ++y) {
         uchar *const line = image.scanLine(y);
@@ -154,7 +154,7 @@ void paintRelief(QImage &image, int zoom, int column, int row)
             const double below = heights.at((y + 1) * kSide + x);
             const int tint = std::clamp(static_cast<int>(here / kTintMetres), 0, kTints - 1);
             const double band = std::floor(here / kContourMetres);
-            // Where contours would be closer than a few pixels they are a blot.
+            // Contours that are only a few pixels apart would merge into a blot.
             const bool contour = zoom >= 12
                 && (band != std::floor(right / kContourMetres) || band != std::floor(below / kContourMetres));
             const double light = steepness * ((right - here) + (below - here)); // from the north-west
@@ -164,7 +164,7 @@ void paintRelief(QImage &image, int zoom, int column, int row)
     }
 }
 
-// Glyphs of our own, five by seven, a row a number with the leftmost dot at 16: the picture does not hang on fonts.
+// Glyphs of 5 x 7 dots, so that the tiles do not depend on fonts. Each number is one row; its leftmost dot is 16.
 struct Glyph {
     char16_t character;
     std::array<int, 7> rows;
@@ -203,21 +203,21 @@ void paintText(QImage &image, int left, int top, const QString &text)
             at += 6;
         }
     };
-    // A pale rim keeps the text readable on every ground.
+    // A light outline keeps the text readable on every background.
     for (int dy = -1; dy <= 1; ++dy)
         for (int dx = -1; dx <= 1; ++dx)
             paint(dx, dy, kPaper);
     paint(0, 0, kInk);
 }
 
-/** Steps of the grid in ten-thousandths of a degree, by zoom level from kLeastTileZoom: 90 to 300 pixels each. */
+/** Steps of the grid in ten-thousandths of a degree, by zoom level from kMinTileZoom: 90 to 300 pixels each. */
 constexpr std::array kGridSteps{20000, 10000, 5000, 2500, 2000, 1000, 500, 200, 100, 50};
-static_assert(kGridSteps.size() == kMostTileZoom - kLeastTileZoom + 1);
+static_assert(kGridSteps.size() == kMaxTileZoom - kMinTileZoom + 1);
 
 void paintGrid(QImage &image, int zoom, int column, int row)
 {
     const double pixels = worldPixels(zoom);
-    const int step = kGridSteps[static_cast<std::size_t>(zoom - kLeastTileZoom)];
+    const int step = kGridSteps[static_cast<std::size_t>(zoom - kMinTileZoom)];
     const double left = column * 256.0;
     const double top = row * 256.0;
     const auto numbers = [step](double from, double to) {
@@ -251,7 +251,7 @@ void paintGrid(QImage &image, int zoom, int column, int row)
         }
 }
 
-/** Kilometres around the origin that a zoom level covers: less where a tile is small, which keeps the file small. */
+/** Radius of the map at a zoom level, in kilometres. Smaller at high levels, to keep the file small. */
 double reachAt(int zoom)
 {
     return zoom == 15 ? 4.0 : zoom == 14 ? 8.0 : 16.0;
@@ -281,7 +281,7 @@ bool failed(QString *error, const QString &text)
 bool fillTiles(QSqlDatabase &database, QString *error)
 {
     QSqlQuery query(database);
-    // The file is thrown away when anything fails, so nothing need be kept safe on the way.
+    // No journal: when anything fails, the whole file is deleted.
     for (const char *const statement :
          {"PRAGMA journal_mode = OFF", "PRAGMA synchronous = OFF", "CREATE TABLE metadata (name TEXT, value TEXT)",
           "CREATE TABLE tiles (zoom_level INTEGER, tile_column INTEGER, tile_row INTEGER, tile_data BLOB)",
@@ -289,7 +289,7 @@ bool fillTiles(QSqlDatabase &database, QString *error)
         if (!query.exec(QLatin1String(statement)))
             return failed(error, query.lastError().text());
 
-    const Box whole = boxAt(kLeastTileZoom);
+    const Box whole = boxAt(kMinTileZoom);
     const auto number = [](double value) { return QString::number(value, 'f', 6); };
     const QVector<QPair<QString, QString>> metadata{
         {QStringLiteral("name"), QStringLiteral("演示地图")},
@@ -297,8 +297,8 @@ bool fillTiles(QSqlDatabase &database, QString *error)
         {QStringLiteral("type"), QStringLiteral("baselayer")},
         {QStringLiteral("version"), QStringLiteral("1")},
         {QStringLiteral("format"), QStringLiteral("png")},
-        {QStringLiteral("minzoom"), QString::number(kLeastTileZoom)},
-        {QStringLiteral("maxzoom"), QString::number(kMostTileZoom)},
+        {QStringLiteral("minzoom"), QString::number(kMinTileZoom)},
+        {QStringLiteral("maxzoom"), QString::number(kMaxTileZoom)},
         {QStringLiteral("bounds"),
          QStringList{number(whole.west), number(whole.south), number(whole.east), number(whole.north)}.join(
              QLatin1Char(','))},
@@ -313,7 +313,7 @@ bool fillTiles(QSqlDatabase &database, QString *error)
     }
 
     query.prepare(QStringLiteral("INSERT INTO tiles VALUES (?, ?, ?, ?)"));
-    for (int zoom = kLeastTileZoom; zoom <= kMostTileZoom; ++zoom) {
+    for (int zoom = kMinTileZoom; zoom <= kMaxTileZoom; ++zoom) {
         const Box box = boxAt(zoom);
         const int side = 1 << zoom;
         for (int column = static_cast<int>(worldX(box.west) * side);
@@ -342,7 +342,7 @@ QByteArray makeTile(int zoom, int column, int row)
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG", 10); // of 100: small before quick
+    image.save(&buffer, "PNG", 10); // Of 100: a small file is preferred to a fast one.
     return bytes;
 }
 

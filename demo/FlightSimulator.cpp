@@ -14,7 +14,7 @@ namespace
 constexpr double kGravity = 9.80665;
 constexpr double kDegrees = 57.29577951308232; // of a radian
 constexpr double kSampleSeconds = 1.0 / kSamplesPerSecond;
-// Small steps keep the lags of the surfaces smooth at five samples a second.
+// Several steps per sample keep the simulated response of the control surfaces smooth.
 constexpr int kStepsPerSample = 4;
 constexpr double kRampPitch = 12.0;
 constexpr double kCatapultSeconds = 1.2;
@@ -46,7 +46,7 @@ Place moved(Place from, double bearingDegrees, double metres)
     return {from.east + metres * sine(bearingDegrees), from.north + metres * cosine(bearingDegrees)};
 }
 
-// Thin air makes the indicated speed the smaller one.
+// Indicated airspeed is below true airspeed because the air is thinner at height.
 double indicatedShare(double height)
 {
     return 1.0 - 4.8e-5 * (height + 112.0);
@@ -77,7 +77,7 @@ FlightSimulator::FlightSimulator(int samples, std::uint64_t seed)
     planCycle(m_launchYaw + m_random.uniform(-12.0, 12.0));
 }
 
-// A round of way points about a centre near home; every cycle flies another one.
+// Way points on a circle around a centre near home. Each cycle has a different circle.
 void FlightSimulator::planCycle(double firstBearing)
 {
     ++m_cycleNumber;
@@ -121,7 +121,7 @@ void FlightSimulator::beginOrbit()
     ++m_pointCount;
 }
 
-// The target lies where a run-in of the time that is left ends just short of it.
+// Chooses the target so that the attack leg ends just before it when the flight time is over.
 void FlightSimulator::chooseTarget()
 {
     const double straightHome = bearingTo(m_state.place, Place{});
@@ -151,7 +151,7 @@ const FlightState &FlightSimulator::next()
 
 void FlightSimulator::updatePhase()
 {
-    // Sample times are sums of fifths, so a boundary is met a little early rather than a sample late.
+    // Sample times are sums of rounded fifths; the tolerance avoids entering a phase one sample late.
     const double now = m_state.time + 1e-6;
     const Phase before = m_state.phase;
     if (now < m_fix)
@@ -181,12 +181,12 @@ void FlightSimulator::updatePhase()
         chooseTarget();
         break;
     case Phase::Attack: {
-        // The payload has found the target somewhat beside the place that was expected.
+        // The payload found the target near the expected place, not exactly there.
         const double beside = side() * std::min(180.0, 4.0 * (m_end - m_attack));
         m_target = moved(m_target, bearingTo(m_state.place, m_target) + 90.0, beside);
         m_attackHeight = m_state.height;
         m_diveStart = m_end - std::min(0.75 * (m_end - m_attack), std::max(12.0, m_attackHeight / 9.0));
-        // A short flight ends higher rather than in a dive that the aircraft cannot follow.
+        // A short flight ends at a greater height: the aircraft could not follow a steeper dive.
         m_diveEndHeight
             = std::max(std::min(45.0, 0.4 * m_attackHeight), m_attackHeight - kSteadySink * (m_end - m_diveStart));
         m_speedCommand = m_state.targetSpeed;
@@ -292,7 +292,7 @@ FlightSimulator::Command FlightSimulator::flyToTarget()
     if (m_state.phase == Phase::Standby)
         return command;
 
-    // Weaving on a long run-in, straight from the dive on.
+    // The aircraft weaves during a long approach and flies straight in the dive.
     const double untilDive = m_diveStart - m_state.time;
     const double runIn = m_diveStart - m_attack;
     if (untilDive > 0.0 && runIn > 15.0)
@@ -305,7 +305,7 @@ FlightSimulator::Command FlightSimulator::flyToTarget()
                                   0.6 * kSampleSeconds / kStepsPerSample);
     m_state.targetSpeed = m_speedCommand * indicatedShare(m_state.height);
 
-    // The dive bends down over its first fifth and is straight from there.
+    // The path bends down during the first fifth of the dive and is straight after that.
     const double part = std::clamp((m_state.time - m_diveStart) / (m_end - m_diveStart), 0.0, 1.0);
     constexpr double kBend = 0.2;
     constexpr double kSlope = 1.0 / (1.0 - 0.5 * kBend);
@@ -322,7 +322,7 @@ void FlightSimulator::followCommand(const Command &command, double step)
     const bool onRail = m_state.time < m_launch + kCatapultSeconds;
     const bool onLaunchCourse = m_state.time < m_launch + 3.0;
 
-    // The nose points into the wind as far as the course over ground asks for it.
+    // The heading includes the wind correction angle for the wanted course over ground.
     const double crosswind = m_wind.east * cosine(command.course) - m_wind.north * sine(command.course);
     const double crab = m_speed > 10.0 ? -arcTangent(crosswind, m_speed) : 0.0;
     m_state.targetYaw = wrap360(command.course + crab);
@@ -339,7 +339,7 @@ void FlightSimulator::followCommand(const Command &command, double step)
 
     if (onRail)
         return;
-    // The surfaces: well damped, with a small overshoot.
+    // Response of the control surfaces: well damped, with a small overshoot.
     m_rollRate += (6.2 * (m_state.targetRoll - m_roll) - 3.3 * m_rollRate) * step;
     m_roll += m_rollRate * step;
     m_pitchRate += (5.0 * (m_state.targetPitch - m_pitch) - 3.1 * m_pitchRate) * step;
@@ -385,7 +385,7 @@ void FlightSimulator::move(double step)
     m_state.trueAirspeed = std::max(0.0, m_speed + calm * wander(m_speedGust, step));
     m_state.indicatedAirspeed = m_state.trueAirspeed * indicatedShare(m_state.height);
 
-    // Rates over the small step, softened as a gyro's own filter would.
+    // Rates over one step, low-pass filtered as in a real gyro.
     const double soften = std::min(1.0, step / 0.15);
     m_state.rollRate += ((m_state.roll - oldRoll) / step - m_state.rollRate) * soften;
     m_state.pitchRate += ((m_state.pitch - oldPitch) / step + turnRate * sine(m_roll) - m_state.pitchRate) * soften;
@@ -439,7 +439,7 @@ void FlightSimulator::pointPayload(double step)
     m_state.lookYaw = wrap180(m_state.lookYaw + wrap180(yaw - m_state.lookYaw) * follow);
 }
 
-// Right or left.
+// Randomly 1 (right) or -1 (left).
 double FlightSimulator::side()
 {
     return m_random.below(2) == 0 ? 1.0 : -1.0;

@@ -8,7 +8,7 @@
 namespace demo
 {
 
-/** Samples a second of every frame code. */
+/** Samples per second, for every function code. */
 inline constexpr int kSamplesPerSecond = 5;
 inline constexpr int kSamplesPerMinute = 60 * kSamplesPerSecond;
 
@@ -21,7 +21,7 @@ struct Place {
 };
 
 /**
- * What is true of the aircraft at one sample: metres, metres a second, degrees, degrees a second, seconds.
+ * The state of the aircraft at one sample, in metres, metres per second, degrees, degrees per second and seconds.
  *
  * Right roll, raised nose and clockwise yaw are positive; body axes are forward, right, down.
  */

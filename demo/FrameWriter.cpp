@@ -6,7 +6,7 @@
 #include <cmath>
 #include <type_traits>
 
-// A field by its channel name, looked up by the compiler: a name that the table does not have does not compile.
+// A field by its channel name, found at compile time. An unknown name does not compile.
 #define FIELD(code, name) frame::layoutOf(code).rows[std::integral_constant<int, frame::rowOf(code, name)>::value]
 
 namespace demo
@@ -50,27 +50,28 @@ bool airborne(const FlightState &state)
     return state.phase != Phase::Debugging && state.phase != Phase::Ready;
 }
 
-// The device state word: a set bit says that the device is well or that the state holds.
+// The device state word: a set bit says that the device works or that the state holds.
 std::uint16_t deviceState(const FlightState &state)
 {
     const bool flying = airborne(state);
+    // The parentheses keep clang-format from taking "<" and ">" for a template's.
     const std::array bits{
         true, // gyroscope
         state.phase != Phase::Debugging, // armed
         true, // compass
         true, // barometer
-        state.time > 2.0, // airspeed meter
+        (state.time > 2.0), // airspeed meter
         state.fixed, // positioning
         true, // remote control
-        std::fmod(state.time, 317.0) < 315.0, // data link, with short gaps
-        state.progress<0.93, // voltage
-                       flying, // outside the tube
-                       state.upSpeed<-3.5, // losing height
-                                     !flying, // throttle locked
-                                     std::fabs(state.roll) < 45.0, // posture
-                                     state.fixed && state.satellites> 8, // inertial navigation
-                       state.engineSpeed> 1500.0, // power
-        state.time > 4.0, // payload
+        (std::fmod(state.time, 317.0) < 315.0), // data link, with short gaps
+        (state.progress < 0.93), // voltage
+        flying, // outside the tube
+        (state.upSpeed < -3.5), // losing height
+        !flying, // throttle locked
+        (std::fabs(state.roll) < 45.0), // posture
+        (state.fixed && state.satellites > 8), // inertial navigation
+        (state.engineSpeed > 1500.0), // power
+        (state.time > 4.0), // payload
     };
     unsigned word = 0;
     for (std::size_t i = 0; i < bits.size(); ++i)
@@ -92,7 +93,7 @@ FrameBytes::FrameBytes(std::uint8_t code, std::uint8_t planeId, std::uint16_t co
     m_bytes[1] = static_cast<char>(frame::kHeader2);
     m_bytes[frame::kPlaneIdPosition] = static_cast<char>(planeId);
     m_bytes[frame::kFunctionCodePosition] = static_cast<char>(code);
-    // The downlink leaves these two bytes open; a frame counter makes every frame another.
+    // The downlink does not use these two bytes. A frame counter here makes every frame different.
     m_bytes[4] = static_cast<char>(counter >> 8U);
     m_bytes[5] = static_cast<char>(counter & 0xFFU);
 }
@@ -155,6 +156,28 @@ FrameBytes FrameWriter::heartBeat(const FlightState &state)
     return bytes;
 }
 
+void FrameWriter::putClock(FrameBytes &bytes, const FlightState &state) const
+{
+    using frame::kControlStatus;
+    if (state.fixed) {
+        const int second = m_startSecond + static_cast<int>(std::floor(state.time + 1e-6));
+        bytes.put(FIELD(kControlStatus, "FSS_Year"), 23);
+        bytes.put(FIELD(kControlStatus, "FSS_Month"), 7);
+        bytes.put(FIELD(kControlStatus, "FSS_Date"), 18 + second / 86400 % 14);
+        bytes.put(FIELD(kControlStatus, "FSS_Hours"), second / 3600 % 24);
+        bytes.put(FIELD(kControlStatus, "FSS_Minutes"), second / 60 % 60);
+        bytes.put(FIELD(kControlStatus, "FSS_Seconds"), second % 60);
+        return;
+    }
+    // Without a position fix the clock has no time. All ones are no valid month.
+    bytes.put(FIELD(kControlStatus, "FSS_Year"), 0xFF);
+    bytes.put(FIELD(kControlStatus, "FSS_Month"), 0xFF);
+    bytes.put(FIELD(kControlStatus, "FSS_Date"), 0xFF);
+    bytes.put(FIELD(kControlStatus, "FSS_Hours"), 0xFF);
+    bytes.put(FIELD(kControlStatus, "FSS_Minutes"), 0xFF);
+    bytes.put(FIELD(kControlStatus, "FSS_Seconds"), 0xFF);
+}
+
 FrameBytes FrameWriter::controlStatus(const FlightState &state)
 {
     using frame::kControlStatus;
@@ -192,23 +215,7 @@ FrameBytes FrameWriter::controlStatus(const FlightState &state)
     bytes.put(FIELD(kControlStatus, "FSS_DistanceFromHome"), metresBetween(state.place, home));
     bytes.put(FIELD(kControlStatus, "FSS_YawDistance"), state.offTrack);
 
-    // Without a fix the clock has no time: all ones, and no month has that number.
-    if (state.fixed) {
-        const int second = m_startSecond + static_cast<int>(std::floor(state.time + 1e-6));
-        bytes.put(FIELD(kControlStatus, "FSS_Year"), 23);
-        bytes.put(FIELD(kControlStatus, "FSS_Month"), 7);
-        bytes.put(FIELD(kControlStatus, "FSS_Date"), 18 + second / 86400 % 14);
-        bytes.put(FIELD(kControlStatus, "FSS_Hours"), second / 3600 % 24);
-        bytes.put(FIELD(kControlStatus, "FSS_Minutes"), second / 60 % 60);
-        bytes.put(FIELD(kControlStatus, "FSS_Seconds"), second % 60);
-    } else {
-        bytes.put(FIELD(kControlStatus, "FSS_Year"), 0xFF);
-        bytes.put(FIELD(kControlStatus, "FSS_Month"), 0xFF);
-        bytes.put(FIELD(kControlStatus, "FSS_Date"), 0xFF);
-        bytes.put(FIELD(kControlStatus, "FSS_Hours"), 0xFF);
-        bytes.put(FIELD(kControlStatus, "FSS_Minutes"), 0xFF);
-        bytes.put(FIELD(kControlStatus, "FSS_Seconds"), 0xFF);
-    }
+    putClock(bytes, state);
     bytes.put(FIELD(kControlStatus, "FSS_FlightStage"), mode.stage);
     bytes.put(FIELD(kControlStatus, "FSS_YawFromHome"), bearing(state.place.east, state.place.north));
     bytes.put(FIELD(kControlStatus, "FSS_YawHeight"), state.height - state.targetHeight);
@@ -227,7 +234,7 @@ FrameBytes FrameWriter::attitude(const FlightState &state)
 {
     using frame::kAttitude;
     const bool flying = airborne(state);
-    // A receiver's error wanders, so that the track stays smooth.
+    // The position error of the receiver drifts slowly, so the track stays smooth.
     m_gpsDrift.east += m_random.bell(0.05) - 0.01 * m_gpsDrift.east;
     m_gpsDrift.north += m_random.bell(0.05) - 0.01 * m_gpsDrift.north;
     const Place measured{state.place.east + m_gpsDrift.east, state.place.north + m_gpsDrift.north};
@@ -236,7 +243,7 @@ FrameBytes FrameWriter::attitude(const FlightState &state)
     FrameBytes bytes = begin(kAttitude);
     bytes.put(FIELD(kAttitude, "PGS_Roll"), noisy(state.roll, 0.05));
     bytes.put(FIELD(kAttitude, "PGS_Pitch"), noisy(state.pitch, 0.04));
-    // Rounded to 360.00 it would be a full turn away from its neighbours.
+    // Rounding up to 360.00 would make a jump of a full turn.
     bytes.put(FIELD(kAttitude, "PGS_Yaw"), std::min(359.99, wrap360(noisy(state.yaw, 0.05))));
     bytes.put(FIELD(kAttitude, "PGS_GPS_Precise"), state.fixed ? noisy(state.precision, 0.01) : state.precision);
     bytes.put(FIELD(kAttitude, "PGS_GPS_State"), state.fixed ? 3 : 0);
@@ -253,7 +260,7 @@ FrameBytes FrameWriter::attitude(const FlightState &state)
     bytes.put(FIELD(kAttitude, "PGS_NorthSpeed"), flying ? noisy(state.northSpeed, 0.04) : 0.0);
     bytes.put(FIELD(kAttitude, "PGS_UpSkySpeed"), flying ? noisy(state.upSpeed, 0.04) : 0.0);
     bytes.put(FIELD(kAttitude, "PGS_GroundSpeed"), flying ? std::max(0.0, noisy(groundSpeed, 0.04)) : 0.0);
-    // At rest the pitot tube still shows a breath of wind.
+    // At rest the pitot tube still measures a little wind.
     const double breath = flying ? 0.0 : std::fabs(m_random.bell(0.5));
     bytes.put(FIELD(kAttitude, "PGS_IndicateAirSpeed"), std::max(0.0, noisy(state.indicatedAirspeed + breath, 0.07)));
     bytes.put(FIELD(kAttitude, "PGS_RealAirSpeed"), std::max(0.0, noisy(state.trueAirspeed + breath, 0.07)));
@@ -296,7 +303,7 @@ FrameBytes FrameWriter::sensor(const FlightState &state)
     for (double pulse : remote)
         bytes.put(*field++, std::clamp(noisy(pulse, 0.8), 1000.0, 2000.0));
 
-    // The servos: ailerons left and right, elevator, rudder, throttle, parachute, payload pan and tilt, two spare.
+    // Servos: ailerons left and right, elevator, rudder, throttle, parachute, payload pan and tilt, two spare.
     const double aileron = flying ? 9.0 * (state.targetRoll - state.roll) - 1.5 * state.rollRate : 0.0;
     const double elevator = flying ? 12.0 * (state.targetPitch - state.pitch) - 2.0 * state.pitchRate : 0.0;
     const std::array<double, 10> out{1500 + aileron,

@@ -43,6 +43,7 @@ public:
 
     FrameBytes heartBeat(const FlightState &state);
     FrameBytes controlStatus(const FlightState &state);
+    void putClock(FrameBytes &bytes, const FlightState &state) const;
     FrameBytes attitude(const FlightState &state);
     FrameBytes sensor(const FlightState &state);
     FrameBytes target(const FlightState &state);

@@ -6,7 +6,7 @@ packages_build=(
     cmake g++ ninja-build ccache git pkg-config
     qtbase5-dev libqt5sql5-sqlite libqt5svg5-dev qttools5-dev qttools5-dev-tools
     libqcustomplot-dev libspdlog-dev libfmt-dev libminizip-dev zlib1g-dev libdouble-conversion-dev
-    libgeographiclib-dev qtwebengine5-dev python3-qdarkstyle libjs-leaflet libcpp-httplib-dev libsqlite3-dev
+    libgeographiclib-dev qtwebengine5-dev python3-qdarkstyle libjs-leaflet libboost-dev libsqlite3-dev
     fonts-noto-cjk python3-matplotlib python3-numpy octave fonts-freefont-otf xdg-utils pandoc
 )
 

@@ -9,7 +9,7 @@ namespace
 {
 
 constexpr std::string_view kScheme = "http://";
-constexpr int kSchemePort = 80; // which clients leave out
+constexpr int kSchemePort = 80; // Clients omit it from the host.
 
 } // namespace
 
@@ -29,7 +29,7 @@ bool LocalNames::isHost(std::string_view host) const
 
 bool LocalNames::isOrigin(std::string_view origin) const
 {
-    // A file page's origin is "null" with browsers of today and "file://" with old engines. No web site has the latter.
+    // A page from a file has the origin "null" in current browsers and "file://" in old engines.
     if (origin == "null" || origin == "file://")
         return true;
     return origin.substr(0, kScheme.size()) == kScheme && isHost(origin.substr(kScheme.size()));

@@ -8,23 +8,23 @@ namespace wmts
 {
 
 /**
- * Who may ask the service: this machine's programs, by its own names, and the pages of this machine.
+ * Decides which requests come from this machine's own programs and pages.
  *
- * Every web site that a browser of this machine shows can send requests to 127.0.0.1, and with a name of its own that
- * resolves to 127.0.0.1 it even counts as the service's own page. The name in the Host header and the page in the
- * Origin header give both away, since no script can change them.
+ * A web site that a local browser shows can send requests to 127.0.0.1. With a host name that resolves to 127.0.0.1
+ * (DNS rebinding) the browser even treats the service as part of that site. The headers Host and Origin reveal both,
+ * because scripts cannot change them.
  */
 class LocalNames
 {
 public:
     explicit LocalNames(int port);
 
-    /** Whether a value of the Host header, in lower case, is one of 127.0.0.1, localhost and [::1] with the port. */
+    /** @param host value of the Host header, in lower case: 127.0.0.1, localhost or [::1] with the port is accepted */
     bool isHost(std::string_view host) const;
 
     /**
-     * Whether a page of this origin, in lower case, may read the answers: the service's own pages, and "null" or
-     * "file://", which is the map page's because it is opened as a file.
+     * Whether a page of this origin (in lower case) may read the answers: the service's own pages, and the map page.
+     * The map page is opened from a file, so its origin is "null" or "file://".
      */
     bool isOrigin(std::string_view origin) const;
 

@@ -1,55 +1,29 @@
 #pragma once
 
-#include <chrono>
+#include <boost/asio/ip/tcp.hpp>
 #include <filesystem>
-#include <httplib.h>
-#include <string>
 
-/** What differs between systems: signals, standard streams and the edges of sockets. One source a system. */
+/** What differs between systems: signals, standard streams and the owner of a port. One source file for each system. */
 namespace wmts::platform
 {
 
 /**
- * To be called first, before any thread: standard streams that are closed are opened on nothing (a socket could
- * get their number otherwise, and our messages with it), writing to a closed pipe is an error and no end, and requests
- * to end wait for waitForEndRequest. Started by a program and not by hand, it leaves the program's terminal, whose end
- * would be its own.
+ * Prepares the process; to be called first, before any thread starts.
+ *
+ * Opens closed standard streams on the null device: a socket could get their number otherwise, and our messages with
+ * it. Makes writing to a closed pipe an error instead of the end of the process. Keeps requests to end for
+ * waitForEndRequest(). A process that was started by a program leaves its terminal, so that closing the terminal does
+ * not end the service.
  */
 void begin();
 
-/** Return when the process is asked to end: SIGTERM, SIGINT, SIGHUP or a console event; or by requestEnd. */
+/** Returns when the process is asked to end: SIGTERM, SIGINT, SIGHUP or a console event. */
 void waitForEndRequest();
-void requestEnd();
 
 /** Folder of the executable. */
 std::filesystem::path programFolder();
 
-/** Options of the listening socket: one owner of the port, whoever asks second is refused. */
-void setListeningOptions(socket_t listener);
-
-/** Why the last call on a socket failed; to be asked at once. */
-struct SocketError {
-    bool portTaken = false;
-    std::string text;
-};
-SocketError lastSocketError();
-
-/** Let many connections wait to be accepted; the library asks for five. */
-void widenBacklog(socket_t listener, int length);
-
-/** Options of an accepted socket: no call waits, small writes leave at once. */
-void setConnectionOptions(socket_t connection);
-/** Wait until bytes can be read (or the end of them), or written; false when the time passes first. */
-bool waitReadable(socket_t connection, std::chrono::milliseconds most);
-bool waitWritable(socket_t connection, std::chrono::milliseconds most);
-
-enum class Transfer { Done, WouldWait, Ended };
-/** Move some bytes, at least one when Done. */
-Transfer receiveSome(socket_t connection, char *bytes, std::size_t size, std::size_t *moved);
-Transfer sendSome(socket_t connection, const char *bytes, std::size_t size, std::size_t *moved);
-
-/** Tell the other side that nothing more is sent. */
-void endSending(socket_t connection);
-void closeConnection(socket_t connection);
+/** Lets one program own the port: the second one that asks for it is refused. To be called before bind(). */
+boost::system::error_code makePortExclusive(boost::asio::ip::tcp::acceptor &acceptor);
 
 } // namespace wmts::platform

@@ -35,7 +35,7 @@ std::size_t RequestHead::take(std::string_view bytes)
         const std::string_view rest = bytes.substr(taken);
         const std::size_t lineFeed = rest.find('\n');
         const std::string_view piece = rest.substr(0, lineFeed);
-        m_line.append(piece.substr(0, kMostRequestLine + 1 - std::min(m_line.size(), kMostRequestLine + 1)));
+        m_line.append(piece.substr(0, kMaxRequestLine + 1 - std::min(m_line.size(), kMaxRequestLine + 1)));
         m_lineBytes += piece.size();
         m_bytes += piece.size();
         taken += piece.size();
@@ -44,9 +44,9 @@ std::size_t RequestHead::take(std::string_view bytes)
             ++m_bytes;
             endLine();
         }
-        if (m_bytes > kMostHeadBytes)
+        if (m_bytes > kMaxHeadBytes)
             fail(m_lines == 0 ? 414 : 431);
-        if (m_bytes > kMostDiscarded)
+        if (m_bytes > kMaxDiscardedBytes)
             m_ended = true;
     }
     return taken;
@@ -56,12 +56,12 @@ void RequestHead::endLine()
 {
     if (m_lineBytes == m_line.size() && !m_line.empty() && m_line.back() == '\r')
         m_line.pop_back();
-    // An empty line before a request is an old habit that servers forgive.
+    // Servers should ignore empty lines before a request (RFC 7230, 3.5).
     if (m_lines == 0 && m_line.empty()) {
         m_lineBytes = 0;
         return;
     }
-    if (m_line.size() > kMostRequestLine)
+    if (m_line.size() > kMaxRequestLine)
         fail(m_lines == 0 ? 414 : 431);
     else if (std::any_of(m_line.begin(), m_line.end(), [](unsigned char character) {
                  return (character < 0x20 && character != '\t') || character == 0x7f;
@@ -73,7 +73,7 @@ void RequestHead::endLine()
         m_ended = true;
     else
         takeHeader();
-    // A head at fault is read to its end too.
+    // A bad head is read to its end too, so that the client can read the answer.
     if (m_lines > 0 && m_lineBytes <= 1 && (m_line.empty() || m_line == "\r"))
         m_ended = true;
     ++m_lines;

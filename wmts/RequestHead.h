@@ -8,39 +8,38 @@
 namespace wmts
 {
 
-inline constexpr std::size_t kMostRequestLine = 8000;
-inline constexpr std::size_t kMostHeadBytes = 32U << 10;
-/** What is read and thrown away of a head that is too long, so that its sender gets to read the answer. */
-inline constexpr std::size_t kMostDiscarded = 4U << 20;
+inline constexpr std::size_t kMaxRequestLine = 8000;
+inline constexpr std::size_t kMaxHeadBytes = 32U << 10;
+/** How much of an oversized head is read and discarded. Otherwise the client could lose the answer. */
+inline constexpr std::size_t kMaxDiscardedBytes = 4U << 20;
 
 /**
- * The head of one HTTP request, taken byte by byte from whoever sends it.
+ * Reads the head of one HTTP request, in pieces as they arrive.
  *
- * The HTTP library keeps a request line and headers of any length and acts on headers that a tile needs not (ranges by
- * the thousand, bodies, compression). It is given requestLine() alone, so memory and work of a request are bounded.
+ * Keeps only what the service uses: the request line, Host, Origin, and whether the connection closes. The HTTP parser
+ * gets requestLine() alone. So the memory and the work for a request are bounded, whatever fields it has.
  */
 class RequestHead
 {
 public:
     /**
-     * Take bytes up to the end of the head; does nothing once it is ended.
+     * Takes bytes up to the end of the head. Takes none after that.
      *
-     * @return how many were taken: what follows belongs to the next request
+     * @return how many bytes were taken; the rest belongs to the next request
      */
     std::size_t take(std::string_view bytes);
 
-    /** Whether anything beside leading line ends has come. */
+    /** Whether the head has any byte besides leading empty lines. */
     bool begun() const { return m_lines > 0 || !m_line.empty() || m_lineBytes > 0; }
-    /** The empty line has come, or more than will ever be read. */
+    /** The empty line at the end was read, or kMaxDiscardedBytes were. */
     bool ended() const { return m_ended; }
-    /** 0 for a head in order, else the status that answers it: 400, 414 or 431. */
+    /** The status that refuses a bad head: 400, 414 or 431. 0 for a good one. */
     int error() const { return m_error; }
-    /** Without its line end, at most kMostRequestLine bytes. */
+    /** Without the line end; at most kMaxRequestLine bytes. */
     const std::string &requestLine() const { return m_requestLine; }
-    /** The sender wants no further request on this connection, or sends a body, which is not read. */
+    /** The client wants to close the connection, or sends a body (which is not read). */
     bool closes() const { return m_closes; }
-    /** The values of the header fields Host and Origin, in lower case; there is one of each at most in a good request.
-     */
+    /** The values of all fields Host or Origin, in lower case. A good request has at most one of each. */
     ///@{
     const std::vector<std::string> &hosts() const { return m_hosts; }
     const std::vector<std::string> &origins() const { return m_origins; }
@@ -51,7 +50,7 @@ private:
     void takeHeader();
     void fail(int status);
 
-    std::string m_line; // without what is beyond its limit
+    std::string m_line; // The current line, cut at its limit.
     std::size_t m_lineBytes = 0;
     std::string m_requestLine;
     std::vector<std::string> m_hosts;

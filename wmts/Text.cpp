@@ -27,7 +27,7 @@ bool isPlainText(std::string_view text)
         }
         constexpr std::array<std::uint32_t, 4> kLeast{0, 0x80, 0x800, 0x10000};
         const bool surrogate = code >= 0xd800 && code < 0xe000;
-        // C1 controls, and the two that XML forbids.
+        // C1 control characters, and the two characters that XML forbids.
         const bool forbidden = code < 0xa0 || code == 0xfffe || code == 0xffff;
         if (code < kLeast[static_cast<std::size_t>(more)] || code > 0x10ffff || surrogate || forbidden)
             return false;
@@ -84,6 +84,25 @@ std::string urlSegment(std::string_view text)
         result += '%';
         result += kDigits[byte >> 4];
         result += kDigits[byte & 15];
+    }
+    return result;
+}
+
+std::string decodedUrl(std::string_view text, Plus plus)
+{
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const std::string_view digits = text.substr(i).substr(0, 3).substr(1);
+        unsigned char byte = 0;
+        if (text[i] == '%' && digits.size() == 2) {
+            const auto [end, error] = std::from_chars(digits.data(), digits.data() + 2, byte, 16);
+            if (error == std::errc() && end == digits.data() + 2) {
+                result += static_cast<char>(byte);
+                i += 2;
+                continue;
+            }
+        }
+        result += text[i] == '+' && plus == Plus::IsSpace ? ' ' : text[i];
     }
     return result;
 }

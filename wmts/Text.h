@@ -6,19 +6,28 @@
 namespace wmts
 {
 
-/** Whether text is UTF-8 without control characters, so that it may stand in JSON and XML once escaped. */
+/** Whether the text is UTF-8 without control characters. Such text can be escaped for JSON and XML. */
 bool isPlainText(std::string_view text);
 
-/** As a JSON string, with its quotes. The text must be plain. */
+/** Plain text as a JSON string, with quotes. */
 std::string jsonText(std::string_view text);
 
-/** For content and attributes of XML. The text must be plain. */
+/**
+ * Escapes plain text for content and attributes of XML. The workbook library escapes QString, which this program does
+ * not have.
+ */
 std::string xmlText(std::string_view text);
 
-/** One segment of a URL's path. */
+/** Encodes text as one segment of a URL's path. */
 std::string urlSegment(std::string_view text);
 
-/** Shortest decimal text that reads back as the same number, whatever the locale. */
+/** The meaning of a plus sign: a space in a query, a plus sign in a path. */
+enum class Plus { IsPlus, IsSpace };
+
+/** Decodes percent escapes. A percent sign that begins no escape stays as it is. */
+std::string decodedUrl(std::string_view text, Plus plus);
+
+/** Shortest decimal text that reads back as the same number. Does not depend on the locale. */
 std::string numberText(double value);
 
 } // namespace wmts

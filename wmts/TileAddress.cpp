@@ -8,7 +8,7 @@ namespace wmts
 
 std::optional<std::int64_t> wholeNumber(std::string_view text)
 {
-    // from_chars takes a minus sign.
+    // from_chars() accepts a minus sign.
     if (text.empty() || text.front() < '0' || text.front() > '9')
         return std::nullopt;
     std::int32_t value = 0;
@@ -20,7 +20,7 @@ std::optional<std::int64_t> wholeNumber(std::string_view text)
 
 bool isInWorld(int zoom, std::int64_t column, std::int64_t row)
 {
-    if (zoom < 0 || zoom > kMostZoom)
+    if (zoom < 0 || zoom > kMaxZoom)
         return false;
     const std::int64_t side = std::int64_t{1} << zoom;
     return column >= 0 && column < side && row >= 0 && row < side;
@@ -42,7 +42,7 @@ std::optional<TileAddress> parseTilePath(std::string_view path)
     const auto zoom = wholeNumber(parts[1]);
     const auto column = wholeNumber(parts[2]);
     const auto row = wholeNumber(parts[3]);
-    if (parts[0].empty() || !zoom || *zoom > kMostZoom || !column || !row
+    if (parts[0].empty() || !zoom || *zoom > kMaxZoom || !column || !row
         || !isInWorld(static_cast<int>(*zoom), *column, *row))
         return std::nullopt;
     return TileAddress{std::string(parts[0]), static_cast<int>(*zoom), *column, *row};

@@ -8,7 +8,7 @@
 namespace wmts
 {
 
-inline constexpr int kMostZoom = 30;
+inline constexpr int kMaxZoom = 30;
 
 /** One tile of one layer; rows count from the north, as in the addresses of web maps. */
 struct TileAddress {
@@ -18,21 +18,21 @@ struct TileAddress {
     std::int64_t row = 0;
 };
 
-/** The decimal number that is the whole of text: digits alone, no sign, below 2^31. */
+/** The text as a number below 2^31. Nothing unless the whole text is decimal digits. */
 std::optional<std::int64_t> wholeNumber(std::string_view text);
 
-/** Whether the zoom level is one of 0 to kMostZoom and has such a column and row. */
+/** Whether the zoom level is from 0 to kMaxZoom and has this column and row. */
 bool isInWorld(int zoom, std::int64_t column, std::int64_t row);
 
 /**
- * Read a decoded request path "/{layer}/{z}/{x}/{y}".
+ * Parses a decoded request path "/{layer}/{z}/{x}/{y}".
  *
- * Nothing for every other shape and for tiles outside the world. The layer is taken as it stands: it is a name to look
- * up, never a path.
+ * Returns nothing for a path of another shape or a tile outside the world. The layer may be any text: it is a name to
+ * look up, not a path.
  */
 std::optional<TileAddress> parseTilePath(std::string_view path);
 
-/** The row as MBTiles counts it, from the south. Its own inverse. */
+/** Converts a row between the count from the north and that of MBTiles, from the south. */
 std::int64_t flippedRow(int zoom, std::int64_t row);
 
 } // namespace wmts

@@ -15,8 +15,8 @@ namespace fs = std::filesystem;
 namespace
 {
 
-// Of all caches together, and of what a damaged file may ask for.
-constexpr sqlite3_int64 kMostDatabaseBytes = 128 << 20;
+// Limit for all caches together, and for what a damaged file can make SQLite allocate.
+constexpr sqlite3_int64 kMaxDatabaseBytes = 128 << 20;
 
 bool isInside(const fs::path &path, const fs::path &folder)
 {
@@ -30,7 +30,7 @@ bool isInside(const fs::path &path, const fs::path &folder)
 
 Layers openLayers(const fs::path &folder, const std::function<void(const std::string &)> &say)
 {
-    sqlite3_hard_heap_limit64(kMostDatabaseBytes);
+    sqlite3_hard_heap_limit64(kMaxDatabaseBytes);
     std::error_code code;
     std::vector<fs::path> files;
     for (fs::directory_iterator i(folder, code), end; !code && i != end; i.increment(code))
@@ -52,8 +52,8 @@ Layers openLayers(const fs::path &folder, const std::function<void(const std::st
             error = "it is a link out of the folder";
         else if (!fs::is_regular_file(file, code)) // opening a pipe would wait for its writer
             error = "it is not a file";
-        else if (layers.size() == kMostLayers)
-            error = "there are " + std::to_string(kMostLayers) + " others already";
+        else if (layers.size() == kMaxLayers)
+            error = "there are " + std::to_string(kMaxLayers) + " others already";
         if (error.empty())
             if (auto layer = TileLayer::open(file, name, &error)) {
                 layers.emplace(name, std::move(layer));

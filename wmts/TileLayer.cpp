@@ -13,12 +13,12 @@ namespace wmts
 namespace
 {
 
-// A view may make the simplest question endless.
-constexpr std::chrono::seconds kMostTime{2};
+// "tiles" may be a view, whose query could run forever.
+constexpr std::chrono::seconds kMaxTime{2};
 constexpr int kStepsBetweenLooks = 5000;
 constexpr double kMercatorEnd = 85.05112877980659; // latitude where the square world map ends
 
-/** Ends a statement with its scope. */
+/** Finalizes a statement at the end of its scope. */
 class Statement
 {
 public:
@@ -93,12 +93,12 @@ bool TileLayer::prepare(const std::filesystem::path &path, std::string *error)
     }
     sqlite3_busy_timeout(m_database, 500);
     sqlite3_progress_handler(m_database, kStepsBetweenLooks, &TileLayer::pastDeadline, this);
-    // The file comes from anywhere: its own schema may do no more than name tables, and no other file is attached.
+    // The file is untrusted: its schema must not call functions, and must not attach other files.
     sqlite3_db_config(m_database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(m_database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     sqlite3_limit(m_database, SQLITE_LIMIT_ATTACHED, 0);
-    // Some room beside the tile for the other columns of its row.
-    sqlite3_limit(m_database, SQLITE_LIMIT_LENGTH, static_cast<int>(kMostTileBytes + 65536));
+    // The limit covers a whole row: the tile and some room for its other columns.
+    sqlite3_limit(m_database, SQLITE_LIMIT_LENGTH, static_cast<int>(kMaxTileBytes + 65536));
     startClock();
     sqlite3_exec(m_database, "PRAGMA cache_size=-1024; PRAGMA mmap_size=0; PRAGMA temp_store=MEMORY", nullptr, nullptr,
                  nullptr);
@@ -125,7 +125,7 @@ bool TileLayer::readInfo(std::string *error)
         *error = "its tiles are not PNG, JPEG or WebP images";
         return false;
     }
-    // The tiles themselves know better than the metadata, where "jpeg" and nothing at all are found too.
+    // The first tile is more reliable than the metadata, which may say "jpeg" or nothing.
     m_info.format = formatOf(type);
     m_info.title = metadata("name");
     if (m_info.title.empty())
@@ -149,8 +149,8 @@ std::string TileLayer::metadata(const char *key)
     if (!text)
         return {};
     std::string value(text, static_cast<std::size_t>(sqlite3_column_bytes(select, 0)));
-    constexpr std::size_t kMostText = 1000;
-    return value.size() <= kMostText && isPlainText(value) ? value : std::string();
+    constexpr std::size_t kMaxText = 1000;
+    return value.size() <= kMaxText && isPlainText(value) ? value : std::string();
 }
 
 void TileLayer::readBounds()
@@ -171,19 +171,19 @@ bool TileLayer::readZoom()
 {
     const auto least = wholeNumber(metadata("minzoom"));
     const auto most = wholeNumber(metadata("maxzoom"));
-    if (least && most && *least <= *most && *most <= kMostZoom) {
+    if (least && most && *least <= *most && *most <= kMaxZoom) {
         m_info.minZoom = static_cast<int>(*least);
         m_info.maxZoom = static_cast<int>(*most);
         return true;
     }
-    // Each of the two by itself is one step in the index; both in one question would read all of it.
+    // Two queries: each takes one step in the index. One query for both would read the whole index.
     startClock();
     const Statement select(m_database,
                            "SELECT (SELECT min(zoom_level) FROM tiles), (SELECT max(zoom_level) FROM tiles)");
     if (!select || sqlite3_step(select) != SQLITE_ROW)
         return false;
-    m_info.minZoom = std::max(0, std::min(kMostZoom, sqlite3_column_int(select, 0)));
-    m_info.maxZoom = std::max(m_info.minZoom, std::min(kMostZoom, sqlite3_column_int(select, 1)));
+    m_info.minZoom = std::max(0, std::min(kMaxZoom, sqlite3_column_int(select, 0)));
+    m_info.maxZoom = std::max(m_info.minZoom, std::min(kMaxZoom, sqlite3_column_int(select, 1)));
     return true;
 }
 
@@ -203,19 +203,19 @@ TileLayer::Found TileLayer::tile(int zoom, std::int64_t column, std::int64_t row
         const void *const data = sqlite3_column_blob(m_select, 0);
         const auto size = static_cast<std::size_t>(sqlite3_column_bytes(m_select, 0));
         *type = data ? imageType(data, size) : nullptr;
-        if (*type && size <= kMostTileBytes) {
+        if (*type && size <= kMaxTileBytes) {
             bytes->assign(static_cast<const char *>(data), size);
             found = Found::Yes;
         }
     }
-    // Gives the read lock back, so that the file may be replaced between two requests.
+    // Releases the read lock, so that the file can be replaced between two requests.
     sqlite3_reset(m_select);
     return found;
 }
 
 void TileLayer::startClock()
 {
-    m_deadline = std::chrono::steady_clock::now() + kMostTime;
+    m_deadline = std::chrono::steady_clock::now() + kMaxTime;
 }
 
 int TileLayer::pastDeadline(void *layer)

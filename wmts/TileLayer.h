@@ -14,20 +14,20 @@ struct sqlite3_stmt;
 namespace wmts
 {
 
-/** What a layer's file says of itself. */
+/** The metadata of a layer. */
 struct LayerInfo {
-    std::string name; // of the file, without its suffix
-    std::string title; // of the metadata, else the name
+    std::string name; // The file name without its suffix.
+    std::string title; // From the metadata; else the name.
     std::string format; // png, jpg or webp
     int minZoom = 0;
     int maxZoom = 0;
     std::array<double, 4> bounds{}; // west, south, east, north in degrees
 };
 
-/** Largest tile that is served; real ones have a tenth of it. */
-inline constexpr std::size_t kMostTileBytes = 2U << 20;
+/** Maximum size of a tile; real tiles have a tenth of it. */
+inline constexpr std::size_t kMaxTileBytes = 2U << 20;
 
-/** Media type of an image by its first bytes, nullptr when it is none of PNG, JPEG and WebP. */
+/** Media type of an image, from its first bytes. Null if it is not PNG, JPEG or WebP. */
 const char *imageType(const void *bytes, std::size_t size);
 
 /** One MBTiles file, opened read-only. */
@@ -37,8 +37,8 @@ public:
     enum class Found { Yes, No, Unreadable };
 
     /**
-     * @param name plain text, see isPlainText
-     * @return nothing when the file cannot serve as a layer; error is then one sentence
+     * @param name plain text, see isPlainText()
+     * @return null when the file cannot be served; error is one sentence then
      */
     static std::unique_ptr<TileLayer> open(const std::filesystem::path &path, const std::string &name,
                                            std::string *error);
@@ -49,12 +49,12 @@ public:
     const LayerInfo &info() const { return m_info; }
 
     /**
-     * Read one tile, its row counted from the north.
+     * Reads one tile. Rows count from the north.
      *
-     * At most two seconds; a tile that is too large, no image or in a damaged part of the file is Unreadable. Any
-     * thread: requests to one layer wait for each other.
+     * Takes two seconds at most. A tile is Unreadable if it is too large, is no image, or is in a damaged part of the
+     * file. Any thread; requests to one layer wait for each other.
      *
-     * @param type media type, a constant
+     * @param type media type; a constant string
      */
     Found tile(int zoom, std::int64_t column, std::int64_t row, std::string *bytes, const char **type);
 

@@ -11,7 +11,7 @@ namespace wmts
 namespace
 {
 
-// Of a level 0 tile of 256 pixels of 0.28 mm, the standard's pixel, on the equator of the Mercator sphere.
+// Scale of level 0 on the equator: one tile of 256 pixels. The standard defines a pixel as 0.28 mm.
 constexpr double kScaleAtZoom0 = 559082264.0287178;
 constexpr std::string_view kTopLeft = "-20037508.3427892 20037508.3427892";
 

@@ -1,15 +1,15 @@
 #include "Platform.h"
+#include "RunningCopy.h"
 #include "TileAddress.h"
 #include "TileFolder.h"
 #include "TileServer.h"
 
+#include <boost/asio/error.hpp>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <string>
 #include <string_view>
 #include <system_error>
-#include <thread>
 
 namespace
 {
@@ -59,40 +59,32 @@ int serve(int port)
         return NoFolder;
     }
 
-    // The port first: a second copy should not open every map before it finds out.
+    // The port first: a second copy must not open every map before it notices the first.
     wmts::TileServer server;
-    wmts::platform::SocketError error;
-    const int bound = server.bind(port, &error);
-    if (bound < 0) {
-        const bool ours = error.portTaken && wmts::isOursAt(port);
-        complain(ours ? "the tile service runs already at port " + std::to_string(port)
-                      : "cannot listen at port " + std::to_string(port)
-                         + " of 127.0.0.1: " + (error.portTaken ? "another program has it" : error.text));
-        // The question may still wait for its answer in another thread.
-        std::fflush(nullptr);
-        std::_Exit(ours ? AlreadyRunning : error.portTaken ? PortTaken : Failed);
+    if (const auto error = server.bind(port)) {
+        const bool isTaken = error == boost::asio::error::address_in_use;
+        if (isTaken && wmts::isRunningAt(port)) {
+            complain("the tile service runs already at port " + std::to_string(port));
+            return AlreadyRunning;
+        }
+        complain("cannot listen at port " + std::to_string(port)
+                 + " of 127.0.0.1: " + (isTaken ? "another program has it" : error.message()));
+        return isTaken ? PortTaken : Failed;
     }
 
-    // Damaged maps among good ones are told and left out; only when nothing is left is there no use in running.
+    // Reports damaged maps and serves the others. Without any map there is no use in running.
     const wmts::Layers layers = wmts::openLayers(folder, complain);
     if (layers.empty()) {
         complain("there is no map (*.mbtiles) to serve in " + folder.u8string());
         return NothingToServe;
     }
-    std::printf("Serving %zu maps at http://127.0.0.1:%d/\n", layers.size(), bound);
+    std::printf("Serving %zu maps at http://127.0.0.1:%d/\n", layers.size(), server.port());
     std::fflush(stdout);
 
-    std::thread ender([&server] {
-        wmts::platform::waitForEndRequest();
-        server.end();
-    });
-    const bool good = server.serve(layers);
-    if (!good)
-        wmts::platform::requestEnd();
-    ender.join();
-    if (!good)
-        complain("the service has stopped listening");
-    return good ? Ended : Failed;
+    server.start(layers);
+    wmts::platform::waitForEndRequest();
+    server.end();
+    return Ended;
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "AppConfig.h"
 
 #include "ChannelStore.h"
+#include "IniText.h"
 #include "Logging.h"
 #include "RegularFile.h"
 
@@ -33,67 +34,11 @@ void applyStyle(const QString &path)
     qApp->setStyleSheet(QTextStream(&file).readAll());
 }
 
-/** Appends the character whose number stands behind a backslash. */
-void appendNumbered(QString &text, const QByteArray &ini, int &at, int base)
-{
-    const int first = at;
-    uint value = 0;
-    for (bool isDigit = true; at < ini.size(); ++at) {
-        const uint digit = ini.mid(at, 1).toUInt(&isDigit, base);
-        if (!isDigit)
-            break;
-        value = value * static_cast<uint>(base) + digit;
-    }
-    if (at > first)
-        text += QChar(static_cast<ushort>(value));
-}
-
 /**
- * A file's characters without the quotes and escapes that QSettings takes away.
+ * Renames a file that holds serialised objects. QSettings creates such objects whatever their key is, and a damaged pen
+ * or picture crashes there. Our own files never hold any.
  *
- * What stands for a character keeps its place. QSettings writes a control character as an escape, so a gap there would
- * join letters in a file that it wrote which are apart in the file that it read.
- */
-QString unescaped(const QByteArray &ini)
-{
-    const QByteArray escapes("abfnrtv\"?'\\");
-    const auto endsLine = [](char c) { return c == '\n' || c == '\r'; };
-    const auto isBlank = [](char c) { return c == ' ' || c == '\t'; };
-    QString text;
-    text.reserve(ini.size());
-    for (int at = 0; at < ini.size();) {
-        const char c = ini.at(at++);
-        if (c == '"') {
-            while (at < ini.size() && isBlank(ini.at(at)))
-                ++at;
-            continue;
-        }
-        if (c != '\\' || at == ini.size()) {
-            text += QLatin1Char(c);
-            continue;
-        }
-        const char kind = ini.at(at);
-        if (kind >= '0' && kind <= '7') {
-            appendNumbered(text, ini, at, 8);
-            continue;
-        }
-        ++at;
-        if (escapes.contains(kind))
-            text += QLatin1Char('?'); // whatever it is, no letter of the words that matter
-        else if (kind == 'x')
-            appendNumbered(text, ini, at, 16);
-        else if (endsLine(kind) && at < ini.size() && endsLine(ini.at(at)) && ini.at(at) != kind)
-            ++at;
-    }
-    return text;
-}
-
-/**
- * Sets a file with serialised objects aside. QSettings brings them to life whatever their key, and a damaged pen or
- * picture ends the process in there; no config of ours has any.
- *
- * @return false when such a file, or one that is not regular, is still in its place, where QSettings must not look at
- * it
+ * @return false when QSettings must not open the path: the file could not be renamed, or it is not a regular file
  */
 bool setAsideIfHarmful(const QString &path)
 {
@@ -104,7 +49,7 @@ bool setAsideIfHarmful(const QString &path)
     QFile file(path);
     if (!file.exists() || !file.open(QFile::ReadOnly))
         return true;
-    const QString text = unescaped(file.readAll());
+    const QString text = iniText(file.readAll());
     file.close();
     if (!text.contains(QLatin1String("@Variant(")) && !text.contains(QLatin1String("@DateTime(")))
         return true;
@@ -178,14 +123,14 @@ void AppConfig::readConfigIni(const QString &path)
             file.open(QFile::ReadWrite);
             file.close();
         } catch (const std::exception &exception) {
-            // The line holds the words alone: its format has no place for the reason.
+            // The format has no placeholder, so the line does not show the reason.
             logToBoth(error, "create config.ini failed, exception:", exception.what());
         }
     }
     QSettings settings(path, QSettings::IniFormat);
     settings.beginGroup(QLatin1String(kGroup));
     m_touchMode = settings.value(QLatin1String(kTouchMode)).toBool();
-    // Every other word, and none, means the dark theme.
+    // Any other value, or none, means the dark theme.
     const bool light = settings.value(QLatin1String(kTheme)).toString() == QLatin1String(kLightTheme);
     m_theme = light ? lightTheme : darkTheme;
     m_showFactor = settings.value(QLatin1String(kShowFactor)).toBool();
@@ -194,7 +139,7 @@ void AppConfig::readConfigIni(const QString &path)
 void AppConfig::writeConfigIni(const QString &path)
 {
     logToBoth(info, "write config ini");
-    if (!setAsideIfHarmful(path)) // it is read before it is written
+    if (!setAsideIfHarmful(path)) // QSettings reads the file before it writes it.
         return;
     QSettings settings(path, QSettings::IniFormat);
     settings.beginGroup(QLatin1String(kGroup));

@@ -6,37 +6,37 @@
 #include <QString>
 
 /**
- * What survives between two runs of the program, the paths that it derives from its own folder, and the order in which
- * it comes up and goes down. Main thread only.
+ * The persistent settings, the paths that depend on the program's folder, and the order of start-up and shutdown. Main
+ * thread only.
  */
 class AppConfig : public QObject
 {
     Q_OBJECT
 
 public:
-    /** The one of the process. Its construction does no work; init() does. */
+    /** The instance of the process. Only init() does work, not the construction. */
     static AppConfig &getInstance();
 
-    /** Brings the program up: paths, plot folder, logging, configuration, channel store, style sheet. Once. */
+    /** Starts the program: paths, plot folder, logging, configuration, channel store, style sheet. Call once. */
     void init();
-    /** Ends the run: writes the configuration, empties the store, closes the logging. */
+    /** Writes the configuration, empties the store and closes the logging. */
     void shutdown();
 
     /** Derives the four paths from the folder of the executable. */
     void initPaths();
-    /** Makes the folder of the track files when it is missing. Whether that worked is not looked at. */
+    /** Creates the folder of the track files if it is missing. Ignores a failure. */
     void createPlotDir();
-    /** Throws spdlog::spdlog_ex when the log file cannot be opened; nobody catches it, and the start ends there. */
+    /** Throws spdlog::spdlog_ex when the log file cannot be opened. Nobody catches it, so the process ends. */
     void initLogger();
 
     /**
-     * Takes over what the file says, and makes an empty file where there is none. Anything unreadable is the default.
+     * Reads the settings. Creates an empty file if there is none. A value that cannot be read gets its default.
      */
     void readConfigIni(const QString &path);
-    /** Writes the three settings. A failure is not noticed. */
+    /** Writes the three settings. Ignores a failure. */
     void writeConfigIni(const QString &path);
 
-    /** A setting, which reaches the disk at the end of the run. A setter stores and tells nobody. */
+    /** A setting. It is written to the file when the program ends. Setters send no signal. */
     ///@{
     MyThemes getTheme() const { return m_theme; }
     void setTheme(MyThemes theme) { m_theme = theme; }
@@ -57,7 +57,7 @@ public:
     QString &getAttackDataPath() { return m_attackDataPath; }
 
     /**
-     * Sets the style sheet of the whole application. Without the resource the present one stays, with a word on stdout.
+     * Sets the style sheet of the application. If the resource is missing, keeps the style sheet and prints a message.
      */
     ///@{
     void applyDarkStyle();
@@ -65,11 +65,11 @@ public:
     ///@}
 
 signals:
-    /** The style sheet has changed; the canvases follow. */
+    /** Emitted after the style sheet has changed, for the canvases. */
     void switchThemeSignal(MyThemes theme);
 
 public slots:
-    /** Applies a theme to the whole application and tells the canvases. Does not store it. */
+    /** Applies a theme and emits switchThemeSignal(). Does not store the theme. */
     void switchThemeSlot(MyThemes theme);
 
 private:

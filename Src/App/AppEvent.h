@@ -9,13 +9,13 @@ class AppEvent : public QObject
     Q_OBJECT
 
 public:
-    /** The one of the process. */
+    /** The instance of the process. */
     static AppEvent &getInstance();
 
 signals:
     /** The user has switched touch mode. */
     void touchModeSignal(bool flag);
-    /** The selected curves shall have this pen. */
+    /** The user has chosen this pen for the selected curves. */
     void resetGraphSignal(QPen pen);
 
 private:

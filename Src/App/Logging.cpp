@@ -27,7 +27,7 @@ void openLogger()
     const auto console = spdlog::stdout_color_mt(logging::kConsoleLogger);
     console->set_level(spdlog::level::trace);
     spdlog::set_default_logger(console);
-    // Also lowers the trace level of the two loggers above.
+    // Also sets the level of the two loggers above.
     spdlog::set_level(spdlog::level::debug);
     spdlog::set_error_handler(logLoggerError);
 }

@@ -12,7 +12,7 @@
 #include <spdlog/spdlog.h>
 
 /// @cond
-/** Lets a log statement take a QString as it takes any text. */
+/** Allows QString arguments in log statements. */
 template <>
 struct fmt::formatter<QString> : fmt::formatter<fmt::string_view> {
     template <typename FormatContext>
@@ -25,7 +25,7 @@ struct fmt::formatter<QString> : fmt::formatter<fmt::string_view> {
 };
 /// @endcond
 
-/** What the log statement is made of. */
+/** The implementation of the log statement. */
 namespace logging
 {
 
@@ -45,8 +45,8 @@ inline constexpr char kConsoleLogger[] = "console";
 /**
  * Writes one message through the default logger and then through the file logger.
  *
- * Each logger is held while it writes. One that is gone is skipped, so that a worker which reports after the end of
- * the logging does no harm. Safe from any thread.
+ * Keeps each logger alive while it writes, and skips a logger that is closed already: a worker thread may still log
+ * after the logging has ended. Safe from any thread.
  */
 template <typename... Args>
 void write(const spdlog::source_loc &where, spdlog::level::level_enum level, fmt::format_string<Args...> format,
@@ -63,7 +63,7 @@ void write(const spdlog::source_loc &where, spdlog::level::level_enum level, fmt
 /**
  * The project's log statement: logToBoth(info, "read {} frames", count) with the level info, warn or error.
  *
- * A macro, so that file, line and function of the calling statement travel with the message.
+ * It is a macro to pass the file, line and function of the calling statement.
  */
 #define logToBoth(level, ...)                                                                                          \
     logging::write(spdlog::source_loc{__FILE__, __LINE__, SPDLOG_FUNCTION}, logging::level, __VA_ARGS__)

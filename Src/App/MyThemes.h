@@ -7,7 +7,7 @@
 
 #include <QMetaType>
 
-/** The two looks of the program; the configuration file names them by these words. */
+/** The two themes. The configuration file uses these names. */
 enum MyThemes : int { lightTheme = 0, darkTheme = 1 };
 
 Q_DECLARE_METATYPE(MyThemes)

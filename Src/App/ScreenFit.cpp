@@ -7,7 +7,7 @@
 namespace
 {
 
-/** What a window's frame may take of the screen; it is not known before the window is up. */
+/** Estimated size of a window's frame; the real size is known only after the window is shown. */
 constexpr QSize kFrameReserve{16, 40};
 
 class ScreenFit : public QObject
@@ -18,7 +18,7 @@ public:
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override
     {
-        // Before the window places itself, so that a dialog is centred with the size that it gets here.
+        // The show event comes before the window is placed, so a dialog is centred with its new size.
         auto *const window = qobject_cast<QWidget *>(watched);
         if (window && event->type() == QEvent::Show && !event->spontaneous())
             window->resize(window->size().boundedTo(window->screen()->availableSize() - kFrameReserve));

@@ -3,8 +3,7 @@
 class QWidget;
 
 /**
- * Keeps a window usable on a screen that is smaller than its design size: whenever it comes up larger than what the
- * screen has free, it is made as small as that, as far as its layout goes. A window that fits is left alone. Call it
- * once, in the window's constructor, after its form is built.
+ * Shrinks a window to the available size of the screen each time it is shown, as far as its layout allows. Does not
+ * change a window that fits. Call it once, in the window's constructor, after setupUi().
  */
 void keepOnScreen(QWidget *window);

@@ -3,18 +3,17 @@
 #include <atomic>
 
 /**
- * Orders what one thread did to an object before the destruction of that object on another thread.
+ * Tells the thread sanitizer that one thread's use of an object happens before its destruction on another thread.
  *
- * Qt orders both already, by its event queue and by the end of QThread, but with locks that the thread sanitizer does
- * not see: Debian's Qt is not instrumented. Without this its reports of the two places in use would have to be
- * suppressed, and the real races there with them.
+ * Qt already synchronises both, by its event queue and by the end of QThread. The sanitizer cannot see that, because
+ * Debian's Qt is not instrumented. Suppressing its reports would also hide real races at the same places.
  */
 class ThreadHandOver
 {
 public:
-    /** The last thing that the one thread does. */
+    /** Call at the end of the work on the first thread. */
     void give() noexcept { m_given.fetch_add(1, std::memory_order_release); }
-    /** The first thing that the destructor on the other thread does. */
+    /** Call at the start of the destructor on the other thread. */
     void take() const noexcept { m_given.load(std::memory_order_acquire); }
 
 private:

@@ -10,7 +10,7 @@ int main(int argc, char *argv[])
     QApplication application(argc, argv);
 
     const QString family = QStringLiteral("Microsoft YaHei");
-    // Where that family is not installed, a sans serif with Chinese glyphs stands in for it.
+    // If that family is not installed, a sans-serif font with Chinese glyphs replaces it.
     QFont::insertSubstitutions(family, {QStringLiteral("Noto Sans CJK SC"), QStringLiteral("WenQuanYi Micro Hei")});
     QFont font = QApplication::font();
     font.setFamily(family);

@@ -60,7 +60,7 @@ ostravel::SeriesRefs seriesOfChannels;
 MyGraph *findInGroup(const ChannelGroup &group, const QString &graphName)
 {
     MyGraph **const found = std::find_if(group.begin(), group.end(), [&graphName](const MyGraph *graph) {
-        return graph != nullptr && graph->graphName() == graphName;
+        return graph && graph->graphName() == graphName;
     });
     return found != group.end() ? *found : nullptr;
 }
@@ -108,7 +108,7 @@ void clearData()
 MyGraph *createGraph(quint16 code, int row)
 {
     const FrameField *const field = findFrameField(code, row);
-    if (field == nullptr)
+    if (!field)
         return nullptr;
     return new MyGraph(field->label, selectedPlaneId, static_cast<quint8>(code));
 }
@@ -125,7 +125,7 @@ MyGraph *findGraph(const QString &graphName)
 MyGraph *findGraphByCode(const QString &graphName, quint8 functionCode)
 {
     const ChannelGroup *const group = channelGroup(functionCode == kEquipmentAlias ? frame::kEquipment : functionCode);
-    if (group == nullptr) {
+    if (!group) {
         qInfo("%s", "功能码错误");
         return nullptr;
     }

@@ -117,9 +117,9 @@ void DataHandler::readDataSlot(QString filePath)
 void DataHandler::writeTracks()
 {
     // A database read has no file operator, so it uses this one to write the tracks.
-    TxtOperator fallbackWriter;
-    connect(&fallbackWriter, &TxtOperator::statusFeedbackSignal, this, &DataHandler::statusFeedbackSignal);
-    TxtOperator &writer = m_fileOperator != nullptr ? *m_fileOperator : fallbackWriter;
+    TxtOperator stranger;
+    connect(&stranger, &TxtOperator::statusFeedbackSignal, this, &DataHandler::statusFeedbackSignal);
+    TxtOperator &writer = m_fileOperator ? *m_fileOperator : stranger;
     AppConfig &config = AppConfig::getInstance();
     writer.writeTrack(config.getDataPath(), trackX, trackY, trackZ);
     writer.writeTrack(config.getAttackDataPath(), attackTrackX, attackTrackY, attackTrackZ);
@@ -127,7 +127,7 @@ void DataHandler::writeTracks()
 
 void DataHandler::handleTxt(const QString &filePath)
 {
-    if (m_fileOperator == nullptr) {
+    if (!m_fileOperator) {
         m_fileOperator = std::make_unique<TxtOperator>();
         connect(m_fileOperator.get(), &TxtOperator::statusFeedbackSignal, this, &DataHandler::statusFeedbackSignal);
     }

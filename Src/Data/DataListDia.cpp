@@ -65,7 +65,7 @@ void DataListDia::onCellChanged(int row, int column)
     const QTableWidget *const table = m_ui->tableWidget;
     const QTableWidgetItem *const idItem = table->item(row, IdColumn);
     const QTableWidgetItem *const changed = table->item(row, column);
-    if (idItem == nullptr || changed == nullptr)
+    if (!idItem || !changed)
         return;
     const auto id = static_cast<quint8>(idItem->text().toUInt());
     // A text cell counts as unchecked, so editing one removes its task from the selection.

@@ -2,32 +2,31 @@
 
 #include "ChannelStore.h"
 #include "FrameTable.h"
+#include "Triads.h"
 
 #include <QObject>
 #include <QRandomGenerator>
-#include <array>
+#include <cstddef>
+#include <iterator>
 
 namespace
 {
 
-/** A triad of actual, target and difference channel. Names are source texts of the catalogue. */
-struct Triad {
-    const char *actual;
-    const char *target;
-    const char *difference;
-    QRgb actualColor;
-    QRgb targetColor;
+/** Colours of the curves of one triad. */
+struct TriadColors {
+    QRgb actual;
+    QRgb target;
 };
 
-// clang-format off
-constexpr std::array kTriads {
-    Triad {QT_TRANSLATE_NOOP("QObject", "Roll"),              QT_TRANSLATE_NOOP("QObject", "TargetRoll"),   QT_TRANSLATE_NOOP("QObject", "RollDiff"),   qRgb(255, 255, 0),  qRgb(55, 200, 155)},
-    Triad {QT_TRANSLATE_NOOP("QObject", "Pitch"),             QT_TRANSLATE_NOOP("QObject", "TargetPitch"),  QT_TRANSLATE_NOOP("QObject", "PitchDiff"),  qRgb(0, 255, 0),    qRgb(255, 0, 255)},
-    Triad {QT_TRANSLATE_NOOP("QObject", "Yaw"),               QT_TRANSLATE_NOOP("QObject", "TargetYaw"),    QT_TRANSLATE_NOOP("QObject", "YawDiff"),    qRgb(37, 190, 255), qRgb(255, 114, 121)},
-    Triad {QT_TRANSLATE_NOOP("QObject", "IndicatedAirspeed"), QT_TRANSLATE_NOOP("QObject", "TargetSpeed"),  QT_TRANSLATE_NOOP("QObject", "SpeedDiff"),  qRgb(255, 130, 0),  qRgb(0, 250, 255)},
-    Triad {QT_TRANSLATE_NOOP("QObject", "RelativeHeight"),    QT_TRANSLATE_NOOP("QObject", "TargetHeight"), QT_TRANSLATE_NOOP("QObject", "HeightDiff"), qRgb(255, 103, 0),  qRgb(198, 255, 46)},
+/** In the order of frame::kTriads. */
+constexpr TriadColors kTriadColors[] = {
+    {qRgb(255, 255, 0), qRgb(55, 200, 155)}, // Roll
+    {qRgb(0, 255, 0), qRgb(255, 0, 255)}, // Pitch
+    {qRgb(37, 190, 255), qRgb(255, 114, 121)}, // Yaw
+    {qRgb(255, 130, 0), qRgb(0, 250, 255)}, // IndicatedAirspeed
+    {qRgb(255, 103, 0), qRgb(198, 255, 46)}, // RelativeHeight
 };
-// clang-format on
+static_assert(std::size(kTriadColors) == frame::kTriads.size());
 
 QColor randomColor()
 {
@@ -52,20 +51,21 @@ MyGraph::MyGraph(const QString &graphName, quint8 planeId, quint8 functionCode)
     , m_functionCode(functionCode)
     , m_interval(sampleInterval)
 {
-    for (const Triad &triad : kTriads) {
-        const QString actual = QObject::tr(triad.actual);
-        const QString target = QObject::tr(triad.target);
-        const QString difference = QObject::tr(triad.difference);
+    for (std::size_t i = 0; i < frame::kTriads.size(); ++i) {
+        const frame::Triad &triad = frame::kTriads[i];
+        const QString actual = QObject::tr(triad.actual.text);
+        const QString target = QObject::tr(triad.target.text);
+        const QString difference = QObject::tr(triad.difference.text);
         if (graphName == actual) {
             m_role = Actual;
             m_diffName = difference;
             m_targetName = target;
-            m_color = QColor(triad.actualColor);
+            m_color = QColor(kTriadColors[i].actual);
         } else if (graphName == target) {
             m_role = Target;
             m_diffName = difference;
             m_actualName = actual;
-            m_color = QColor(triad.targetColor);
+            m_color = QColor(kTriadColors[i].target);
         } else if (graphName == difference) {
             m_role = Difference;
             m_targetName = target;

@@ -37,7 +37,7 @@ MapWidget::MapWidget(QWidget *parent)
     , m_ui(std::make_unique<Ui::MapWidget>())
 {
     m_ui->setupUi(this);
-    // exec() would come too late for it: the dialog is on the screen by then.
+    // exec() makes the dialog modal only after showMaximized() has shown it.
     setModal(true);
 
     wkeDllPath = L"node.dll";
@@ -47,7 +47,7 @@ MapWidget::MapWidget(QWidget *parent)
 
     m_webWidget = new WebWidget(pagePath(), this);
     m_ui->verticalLayout->addWidget(m_webWidget);
-    // The engine's window reaches beyond the map area where the dialog does not begin at the screen's corner.
+    // The engine's window covers the buttons where the dialog is not in the corner of the screen.
     m_ui->groupBox->raise();
 }
 
@@ -79,7 +79,7 @@ void MapWidget::on_pushButton_clicked()
     const QVector<double> &lng = attitude(kLng);
     QJsonArray points;
     for (int i = 0; i < lng.size(); ++i) {
-        // An edit may have shortened one of the two; a number that is none goes to the page as null.
+        // An edit may have shortened one of the two series. JSON has no NaN: the page gets null.
         points.append(QJsonValue(lat.value(i, qQNaN())));
         points.append(QJsonValue(lng[i]));
     }
@@ -88,27 +88,21 @@ void MapWidget::on_pushButton_clicked()
 
 void MapWidget::on_btn_enableRoutes_clicked()
 {
-    if (m_drawRoutesEnabled) {
-        m_webWidget->runJs(QStringLiteral("enableDrawLines"), QStringLiteral("0"));
-        m_drawRoutesEnabled = false;
-        return;
-    }
-    // The page itself leaves the other mode.
-    m_webWidget->runJs(QStringLiteral("enableDrawLines"), QStringLiteral("1"));
-    m_drawRoutesEnabled = true;
-    m_measureEnabled = false;
+    switchMode(QStringLiteral("enableDrawLines"), &m_drawRoutesEnabled, &m_measureEnabled);
 }
 
 void MapWidget::on_btn_measureDis_clicked()
 {
-    if (m_measureEnabled) {
-        m_webWidget->runJs(QStringLiteral("enableMeasureDis"), QStringLiteral("0"));
-        m_measureEnabled = false;
-        return;
-    }
-    m_webWidget->runJs(QStringLiteral("enableMeasureDis"), QStringLiteral("1"));
-    m_measureEnabled = true;
-    m_drawRoutesEnabled = false;
+    switchMode(QStringLiteral("enableMeasureDis"), &m_measureEnabled, &m_drawRoutesEnabled);
+}
+
+/** Tells the page the new state of one mode. The page itself leaves the other mode then. */
+void MapWidget::switchMode(const QString &function, bool *enabled, bool *otherEnabled)
+{
+    *enabled = !*enabled;
+    m_webWidget->runJs(function, *enabled ? QStringLiteral("1") : QStringLiteral("0"));
+    if (*enabled)
+        *otherEnabled = false;
 }
 
 void MapWidget::on_btn_clear_clicked()

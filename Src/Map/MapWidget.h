@@ -13,30 +13,30 @@ class MapWidget;
 /**
  * The map: the page "Leaflet/demo.html" beside the executable, and the buttons that drive it. Modal, maximised.
  *
- * The page tells nothing back. Not deleted when it closes; its destruction shuts the web engine down.
+ * The page sends nothing back. The dialog is not deleted when it closes. Its destructor shuts the web engine down.
  */
 class MapWidget : public QDialog
 {
     Q_OBJECT
 
 public:
-    /** Loads the web engine, comes up maximised and starts loading the page. Call exec() next. */
+    /** Loads the web engine, shows the dialog maximised and starts to load the page. Call exec() next. */
     explicit MapWidget(QWidget *parent);
     ~MapWidget() override;
 
     /** Calls a function of the page with one argument. */
     void runJs(const QString &name, const QString &argument);
-    /** Marks a point: the page gets second, then first, with six significant digits. */
+    /** Marks a point. The page gets second, then first, with six significant digits. */
     void addOnePoint(const double &first, const double &second);
 
-    /** What this dialog last told the page. */
+    /** The mode that this dialog last sent to the page. */
     ///@{
     bool drawRoutesEnabled() const { return m_drawRoutesEnabled; }
     bool measureEnabled() const { return m_measureEnabled; }
     ///@}
 
 signals:
-    /** Never emitted: the page has no way to send. */
+    /** Never emitted: there is no channel from the page to the program. */
     void doSendMessage(QString s);
 
 public slots:
@@ -56,10 +56,12 @@ protected:
     void mousePressEvent(QMouseEvent *event) override;
     /** Maximises the window. */
     void mouseDoubleClickEvent(QMouseEvent *event) override;
-    /** Does nothing: the web view follows by itself. */
+    /** Does nothing: the layout resizes the web view. */
     void resizeEvent(QResizeEvent *event) override;
 
 private:
+    void switchMode(const QString &function, bool *enabled, bool *otherEnabled);
+
     std::unique_ptr<Ui::MapWidget> m_ui;
     WebWidget *m_webWidget = nullptr;
     bool m_drawRoutesEnabled = false;

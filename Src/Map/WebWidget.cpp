@@ -17,7 +17,7 @@ QString addressOf(const QString &url)
 WebWidget::WebWidget(const QString &url, QWidget *parent)
     : QWidget(parent)
 {
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): Qt has the system's handle as a number
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): Qt returns the native handle as a number
     m_webView = wke.wkeCreateWebWindow(kWkeWindowTypeControl, reinterpret_cast<WkeWindow>(parent->winId()), 0, 0,
                                        width(), height());
     wke.wkeShowWindow(m_webView, true);
@@ -26,7 +26,7 @@ WebWidget::WebWidget(const QString &url, QWidget *parent)
 
 void WebWidget::runJs(const QString &name, const QString &argument)
 {
-    // A track comes as several megabytes: one text, made at its full length.
+    // A track has several megabytes: allocate the text once, with its full length.
     QString script;
     script.reserve(name.size() + argument.size() + 3);
     script.append(name).append(QLatin1Char('(')).append(argument).append(QLatin1String(");"));
@@ -59,7 +59,7 @@ void WebWidget::startWmts()
     }
     if (m_wmtsProcess)
         return;
-    // Without a parent, and left behind while it runs: a QProcess that is destroyed would kill the service.
+    // Without a parent, and not deleted while it runs: the destructor of QProcess would kill the service.
     m_wmtsProcess = new QProcess;
     m_wmtsProcess->setProgram(path);
     m_wmtsProcess->start(QIODevice::ReadWrite);
@@ -86,7 +86,7 @@ void WebWidget::statusFeedbackSlot() { }
 void WebWidget::resizeEvent(QResizeEvent *)
 {
     wke.wkeResize(m_webView, width(), height());
-    // The window stays at its parent's origin and is made larger by this widget's place on the screen, so that it
+    // The window stays at the origin of its parent. Its size is increased by this widget's global position, so that it
     // covers the map area of a maximised dialog.
     const QPoint global = mapToGlobal(QPoint(0, 0));
     wke.wkeMoveWindow(m_webView, 0, 0, width() + global.x(), height() + global.y() / 2);

@@ -6,46 +6,48 @@
 #include <QWidget>
 
 /**
- * A web page in a dialog: one window of the web engine, a child of the widget's parent, kept over the widget's area.
+ * A web page in a dialog. The engine's window is a child of this widget's parent and covers this widget's area.
  *
- * The engine's table must be loaded before. Main thread only.
+ * Call loadWkeApi() before. Main thread only.
  */
 class WebWidget : public QWidget
 {
     Q_OBJECT
 
 public:
-    /** @param url a web address or a file's path; an empty one stands for a fixed page on the web
-     *  @param parent must not be null: its native window takes the engine's */
+    /**
+     * @param url a web address or the path of a file; empty for a fixed page on the web
+     * @param parent must not be null; its native window becomes the parent of the engine's window
+     */
     WebWidget(const QString &url, QWidget *parent);
     ~WebWidget() override = default;
 
-    /** Calls a function of the page: "name(argument);". Whether it is there and what it gives is not looked at. */
+    /** Calls a function of the page: "name(argument);". Ignores its result, and a missing function. */
     void runJs(const QString &name, const QString &argument);
     /** Calls a function of the page with two arguments: "name(first,second)". */
     void runJs2(const QString &name, const QString &first, const QString &second);
 
-    /** As the constructor's url, but handed over in the local 8-bit encoding. */
+    /** Like the url of the constructor, but passed in the local 8-bit encoding. */
     void load(const QString &url);
-    /** Moves the engine's window to the widget's place on the screen. */
+    /** Moves the engine's window to the global position of the widget. */
     void moveToGlobal();
 
     /**
-     * Starts the tile service "wmts.exe" beside the executable unless it runs already. It outlives this widget and the
-     * program. A message box says when the file is missing; a start that fails is not reported.
+     * Starts the tile service "wmts.exe" beside the executable, unless this widget runs it already. The service
+     * outlives the widget and the program. A message box reports a missing file. A failed start is not reported.
      */
     void startWmts();
-    /** The tile service, or null when this widget has none running. */
+    /** The running tile service, or null. */
     QProcess *wmtsProcess() const { return m_wmtsProcess; }
 
 public slots:
-    /** The tile service has ended; how is not looked at. The next startWmts() may start it again. */
+    /** Forgets the tile service, which has ended. The next startWmts() starts it again. */
     void slotProcessQuit(int exitCode, QProcess::ExitStatus stuts);
-    /** What the tile service prints is not used. */
+    /** Does nothing with the output of the tile service. */
     void statusFeedbackSlot();
 
 protected:
-    /** Moves the engine's window along. */
+    /** Moves and resizes the engine's window. */
     void resizeEvent(QResizeEvent *event) override;
 
 private:

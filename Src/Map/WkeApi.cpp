@@ -13,7 +13,7 @@ void *wkeDllHandle = nullptr;
 namespace
 {
 
-/** Keeps the stand-in that is in entry when the library has no such function. */
+/** Resolves one function. Without it, reports the name and keeps the stand-in. */
 template <typename Function>
 bool find(void *handle, const char *name, Function &entry)
 {
@@ -58,7 +58,8 @@ int loadWkeApi(const WkeSettings *settings)
     findOrSay(handle, "wkeRunJS", table.wkeRunJS);
     findOrSay(handle, "wkeFinalize", table.wkeFinalize);
 
-    // The views of one side mean nothing to the other, so without these two all of the table stands in.
+    // Stand-ins cannot use views of the engine, nor the engine those of the stand-ins. Without these two functions the
+    // whole table consists of stand-ins.
     if (!starts || !makesWindows) {
         logToBoth(error, "web engine not used: its library lacks {}",
                   starts ? "wkeCreateWebWindow" : "wkeInitializeEx");

@@ -2,58 +2,58 @@
 
 /**
  * @file
- * The web engine, as the map uses it: eight entry points, found in a library at run time.
+ * The interface of the web engine: eight functions, resolved from a library at run time.
  *
- * The names are those of the engine that Windows users have ("node.dll"). Elsewhere a library of ours exports the same
- * eight over Qt's web engine. Main thread only.
+ * The names are those of the engine on Windows ("node.dll"). On other systems our own library exports the same eight
+ * functions over Qt's web engine. Main thread only.
  */
 
 struct WkeSettings;
 struct WkeView;
 /** A view of the engine. */
 using WkeWebView = WkeView *;
-/** A native window, as QWidget::winId gives it. */
+/** A native window, from QWidget::winId(). */
 using WkeWindow = void *;
 
-/** The type of window that stands inside another one. */
+/** The type of a child window. */
 constexpr int kWkeWindowTypeControl = 2;
 
-/** The eight entry points, under the names that the library exports. */
+/** The eight functions under their exported names. */
 struct WkeApi {
-    /** Starts the engine; null for its defaults. */
+    /** Starts the engine. Null for the default settings. */
     void (*wkeInitializeEx)(const WkeSettings *settings);
-    /** A new view inside a window, place and size in pixels; null when there can be none. */
+    /** Creates a hidden view in a window; position and size in pixels. Null on failure. */
     WkeWebView (*wkeCreateWebWindow)(int type, WkeWindow parent, int x, int y, int width, int height);
-    /** A new view is hidden. */
+    /** Shows or hides a view. */
     void (*wkeShowWindow)(WkeWebView view, bool show);
-    /** A web address or the plain path of a file, in UTF-8. */
+    /** Loads a web address or the path of a file, in UTF-8. */
     void (*wkeLoadURL)(WkeWebView view, const char *url);
-    /** Pixels; the upper left corner stays. */
+    /** Sets the size in pixels. */
     void (*wkeResize)(WkeWebView view, int width, int height);
-    /** Place and size in pixels. */
+    /** Sets position and size in pixels. */
     void (*wkeMoveWindow)(WkeWebView view, int x, int y, int width, int height);
-    /** Script in UTF-8; gives the engine's own handle of the result. */
+    /** Runs a script in UTF-8. Returns the engine's handle of the result. */
     long long (*wkeRunJS)(WkeWebView view, const char *script);
-    /** Ends what wkeInitializeEx began; the last of several takes every view along. */
+    /** Ends one wkeInitializeEx(). The last one also ends all views. */
     void (*wkeFinalize)();
 };
 
-/** The table. Holds stand-ins until an engine is loaded, and wherever one has no function: never a null pointer. */
+/** The functions in use. Until an engine is loaded, and for missing functions, these are stand-ins; never null. */
 extern WkeApi wke;
 
-/** May be set before loading: the library's path, and the system's handle of a library that is loaded already. */
+/** The library's path, or the system's handle of a library that is already loaded. Set before loadWkeApi(). */
 ///@{
 extern const wchar_t *wkeDllPath;
 extern void *wkeDllHandle;
 ///@}
 
 /**
- * Finds the engine's library and its entry points and starts the engine with settings, which may be null. May be called
- * again and again.
+ * Loads the engine's library, resolves its functions and starts the engine. May be called several times.
  *
- * A message box names each entry point that is missing. An engine that cannot start or make a window is not used at
- * all.
+ * A message box names each missing function. An engine without the function to start or to create a window is not used
+ * at all.
  *
- * @return 1, or 0 when the library cannot be loaded; the map area then says what is missing
+ * @param settings may be null
+ * @return 1; or 0 if the library cannot be loaded. The map area then shows what is missing.
  */
 int loadWkeApi(const WkeSettings *settings);

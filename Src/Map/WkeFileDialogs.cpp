@@ -10,7 +10,7 @@
 namespace
 {
 
-/** The folder of the last choice, for as long as the process runs. */
+/** The folder of the last choice in this run of the program. */
 QString &lastFolder()
 {
     static QString folder = QStringLiteral("./");
@@ -43,10 +43,10 @@ QStringList WkeFileDialogs::chooseFiles(QWidget *parent, bool several)
 
 void WkeFileDialogs::saveDownload(QWidget *parent, QWebEngineDownloadItem *item)
 {
-    // The dialog runs an event loop, in which the page may go and its downloads with it.
+    // The dialog runs an event loop. The page and its downloads may be deleted meanwhile.
     const QPointer<QWebEngineDownloadItem> download(item);
     const QPointer<QWidget> owner(parent);
-    // The page's name for it without any folder: only the user chooses one.
+    // Drops any folder in the page's suggested name: only the user chooses the folder.
     const QString name = QFileInfo(item->suggestedFileName()).fileName();
     const QString path
         = QFileDialog::getSaveFileName(parent, QStringLiteral("保存"), QDir(lastFolder()).filePath(name));

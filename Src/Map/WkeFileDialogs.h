@@ -5,16 +5,16 @@
 class QWebEngineDownloadItem;
 class QWidget;
 
-/** The two file dialogs of the map's page. Both block until they are answered. Main thread only. */
+/** The file dialogs of the map page. Both block until the user answers. Main thread only. */
 namespace WkeFileDialogs
 {
 
-/** Files to open for a file field of the page, one or several; empty when the user cancels. */
+/** Asks for one or several files to open. Empty if the user cancels. */
 QStringList chooseFiles(QWidget *parent, bool several);
 
 /**
- * Asks where a file that the page saves goes, and saves it there. An existing file is replaced only when the user
- * agrees. Cancelled: nothing is written. A failure is told in a message box.
+ * Asks where to save a file of the page and saves it. Replaces an existing file only if the user agrees. Writes nothing
+ * if the user cancels. Reports a failure in a message box.
  */
 void saveDownload(QWidget *parent, QWebEngineDownloadItem *item);
 

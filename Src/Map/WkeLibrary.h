@@ -2,11 +2,11 @@
 
 #include <QString>
 
-/** The web engine's library: how it is loaded differs by platform. */
+/** Loads the web engine's library. One source file for each platform. */
 namespace wkelibrary
 {
 
-/** Any function, to be cast to its own type. */
+/** Any function; cast it to its real type before the call. */
 using Symbol = void (*)();
 
 /** The system's handle of the engine's library, or null. The library is never unloaded. */
@@ -15,10 +15,10 @@ void *load(const wchar_t *path);
 /** A function of a loaded library, or null. */
 Symbol symbol(void *handle, const char *name);
 
-/** Shows a modal box with a lone OK button. */
+/** Shows a modal message box with an OK button only. */
 void reportMissing(const char *text, const char *caption);
 
-/** What a user lacks when load gives null: one Chinese sentence. */
+/** A Chinese sentence that tells the user what is missing when load() returns null. */
 QString whatIsMissing();
 
 } // namespace wkelibrary

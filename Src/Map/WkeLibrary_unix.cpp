@@ -14,8 +14,8 @@ QString enginePath()
 }
 
 /**
- * Swallows a line of Qt's web engine while it is loaded: it would have OpenGL contexts shared, which must be asked for
- * before the application object is made. Here it draws by software.
+ * Suppresses a warning that Qt's web engine prints when it is loaded late: it wants shared OpenGL contexts, which must
+ * be requested before the application object exists. Our engine uses software rendering, which does not need them.
  */
 class NoSharingHint
 {
@@ -41,8 +41,8 @@ QtMessageHandler NoSharingHint::s_before = nullptr;
 
 } // namespace
 
-// The name that the caller gives is that of a Windows library; what takes its place here lies beside the executable.
-// It is loaded at the first map only: linked to the program, the engine would add 0.15 s to every start.
+// The caller passes the name of the Windows library. Here our own library beside the executable is loaded instead. It
+// is loaded only when a map is opened: linked to the program, it would add 0.15 s to every start.
 void *wkelibrary::load(const wchar_t *)
 {
     const NoSharingHint quiet;

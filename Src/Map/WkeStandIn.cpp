@@ -13,7 +13,7 @@ QString &reasonText()
     return reason;
 }
 
-/** The labels that are alive; a view that is none of them is left alone. */
+/** All labels that exist. Calls for any other view are ignored. */
 QSet<QObject *> &labels()
 {
     static QSet<QObject *> set;

@@ -4,15 +4,14 @@
 
 #include <QString>
 
-/** What fills the table where no engine does: a label in the place of the page, which says in Chinese what is missing.
- */
+/** Functions that replace a missing engine: they show a label that says in Chinese what is missing. */
 namespace wkestandin
 {
 
-/** Every entry takes any view, its own, another's or null. */
+/** All functions accept null and views of an engine, and ignore them. */
 WkeApi table();
 
-/** The sentence that labels show from now on, in Chinese; it ends with a full stop. */
+/** Sets the Chinese sentence, with its full stop, that new labels show. */
 void setReason(const QString &reason);
 
 } // namespace wkestandin

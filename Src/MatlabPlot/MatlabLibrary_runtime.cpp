@@ -58,7 +58,7 @@ using Arguments = std::array<const ::mwArray *, 8>;
 struct EntryPoints {
     Initialize initialize = nullptr;
     Plot plot = nullptr;
-    bool plotIsForeign = false; // built with another compiler than this program
+    bool plotIsForeign = false; // compiled by MSVC
     int (*getScalarInt32)(void **, int real, int imaginary, int complexity) = nullptr;
     int (*getLastError)(error_info **) = nullptr;
     int (*createError)(error_info **, const char *) = nullptr;
@@ -175,17 +175,10 @@ void resolve(QLibrary &library, Function &function, const char *symbol)
 
 void resolvePlot(QLibrary &library, EntryPoints &points)
 {
-#ifdef _MSC_VER
-    constexpr const char *kOwn = kMsvcPlot;
-    constexpr const char *kOther = kGccPlot;
-#else
-    constexpr const char *kOwn = kGccPlot;
-    constexpr const char *kOther = kMsvcPlot;
-#endif
-    points.plot = reinterpret_cast<Plot>(library.resolve(kOwn));
+    points.plot = reinterpret_cast<Plot>(library.resolve(kGccPlot));
     if (points.plot)
         return;
-    resolve(library, points.plot, kOther);
+    resolve(library, points.plot, kMsvcPlot);
     points.plotIsForeign = points.plot != nullptr;
 }
 

@@ -38,7 +38,7 @@ int indexNear(const QCPGraphDataContainer &samples, double key)
     // time, and an unoptimised one is incompatible with the optimised library, so the next replot crashes.
     const auto it = std::lower_bound(samples.constBegin(), samples.constEnd(), key,
                                      [](const QCPGraphData &sample, double wanted) { return sample.key < wanted; });
-    const int after = int(it - samples.constBegin());
+    const int after = static_cast<int>(it - samples.constBegin());
     if (after == 0 || after >= samples.size())
         return qBound(0, after, samples.size() - 1);
     return key - (it - 1)->key < it->key - key ? after - 1 : after;
@@ -92,7 +92,7 @@ bool CanvasKeys::handleKey(const QKeyEvent &event)
             moveTo(curve, 0);
         return plain;
     case Qt::Key_End:
-        if (plain && curve != nullptr)
+        if (plain && curve)
             moveTo(curve, curve->data()->size() - 1);
         return plain;
     case Qt::Key_A:
@@ -125,7 +125,7 @@ bool CanvasKeys::handleArrow(int direction, Qt::KeyboardModifiers modifiers)
     if (modifiers != Qt::NoModifier && modifiers != Qt::ShiftModifier && modifiers != Qt::ControlModifier)
         return false;
     QCPGraph *const curve = m_control->selectedCurve();
-    if (curve == nullptr || curve->data()->isEmpty())
+    if (!curve || curve->data()->isEmpty())
         return true;
     const int index = currentIndex(*curve);
     if (modifiers == Qt::ControlModifier)
@@ -150,7 +150,7 @@ int CanvasKeys::currentIndex(const QCPGraph &curve) const
 
 void CanvasKeys::moveTo(QCPGraph *curve, int index)
 {
-    if (curve == nullptr || curve->data()->isEmpty())
+    if (!curve || curve->data()->isEmpty())
         return;
     const QCPGraphData sample = *(curve->data()->constBegin() + qBound(0, index, curve->data()->size() - 1));
     bringIntoView(m_control->plot()->yAxis, sample.value);

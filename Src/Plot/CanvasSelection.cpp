@@ -28,7 +28,7 @@ void complete(QCustomPlot *plot)
     for (int i = 0; i < plot->graphCount(); ++i) {
         QCPGraph *const curve = plot->graph(i);
         QCPPlottableLegendItem *const item = plot->legend->itemWithPlottable(curve);
-        if (item == nullptr || !(item->selected() || curve->selected()))
+        if (!item || !(item->selected() || curve->selected()))
             continue;
         item->setSelected(true);
         curve->setSelection(QCPDataSelection(curve->data()->dataRange()));

@@ -90,7 +90,7 @@ bool exceeds(double sample, double neighbour)
 const QVector<double> &samplesOf(const MyGraph *graph)
 {
     static const QVector<double> kNone;
-    return graph != nullptr ? graph->yvalue() : kNone;
+    return graph ? graph->yvalue() : kNone;
 }
 
 bool contains(const QVector<double> &series, qint64 index)

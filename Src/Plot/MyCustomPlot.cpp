@@ -133,13 +133,13 @@ QCPGraph *MyCustomPlot::curveNamed(const QString &graphName) const
 
 QCPGraph *MyCustomPlot::selectedCurve() const
 {
-    return m_plot != nullptr ? m_plot->selectedGraphs().value(0) : nullptr;
+    return m_plot ? m_plot->selectedGraphs().value(0) : nullptr;
 }
 
 MyGraph *MyCustomPlot::selectedChannel() const
 {
     const QCPGraph *const curve = selectedCurve();
-    return curve != nullptr ? findGraph(curve->name()) : nullptr;
+    return curve ? findGraph(curve->name()) : nullptr;
 }
 
 void MyCustomPlot::replot()
@@ -149,12 +149,12 @@ void MyCustomPlot::replot()
 
 void MyCustomPlot::myAddGraph(MyGraph *graphSelected)
 {
-    if (graphSelected == nullptr) {
+    if (!graphSelected) {
         emit statusShowSignal(tr("not find graph"));
         return;
     }
     MyGraph &channel = *graphSelected;
-    if (curveNamed(channel.graphName()) != nullptr) {
+    if (curveNamed(channel.graphName())) {
         logToBoth(warn, "add graph,but graph is exist:{}", channel.graphName());
         return;
     }
@@ -193,7 +193,7 @@ void MyCustomPlot::myAddGraph(const QString &graphName, uchar functionCode)
         emit statusShowSignal(tr("not read data yet"));
         return;
     }
-    if (curveNamed(graphName) != nullptr) {
+    if (curveNamed(graphName)) {
         logToBoth(warn, "add graph,but graph is exist:{}", graphName);
         return;
     }
@@ -215,7 +215,7 @@ void MyCustomPlot::myAddGraph(const QString &graphName, const QVector<double> &y
 
 bool MyCustomPlot::myRemoveGraph(MyGraph *graph)
 {
-    if (graph == nullptr) {
+    if (!graph) {
         emit statusShowSignal(tr("not find graph"));
         return false;
     }
@@ -244,7 +244,7 @@ bool MyCustomPlot::myRemoveGraph(const QString &graphName)
 void MyCustomPlot::removeSelectedGraphSlot()
 {
     QCPGraph *const curve = selectedCurve();
-    if (curve == nullptr)
+    if (!curve)
         return;
     const QString name = curve->name();
     m_plot->removeGraph(curve);
@@ -273,7 +273,7 @@ void MyCustomPlot::removeGraphFeedback(const QString &graphName)
             if (group.code == frame::kBackup)
                 continue;
             for (MyGraph *const channel : group) {
-                if (channel != nullptr)
+                if (channel)
                     channel->setShown(false);
             }
         }
@@ -288,7 +288,7 @@ void MyCustomPlot::deleteErrorDataSlot()
     QCPGraph *const curve = selectedCurve();
     MyGraph *const channel = selectedChannel();
     // A single sample has no neighbour to compare with.
-    if (channel == nullptr || channel->yvalue().size() < 2)
+    if (!channel || channel->yvalue().size() < 2)
         return;
     curvemath::removeSpikes(channel->yvalue());
     m_plot->removeGraph(curve);
@@ -299,7 +299,7 @@ void MyCustomPlot::deleteErrorDataSlot()
 void MyCustomPlot::removeSelectedPointSlot()
 {
     QCPGraph *const curve = m_tracer ? m_tracer->graph() : nullptr;
-    if (curve == nullptr)
+    if (!curve)
         return;
     curve->data()->remove(m_tracer->position->key());
     replot();
@@ -320,7 +320,7 @@ void MyCustomPlot::delaySelectedCurve(int count)
     // Showing the partner again emits graphCheckedSignal(), whose receivers may remove this curve.
     const QPointer<QCPGraph> curve = selectedCurve();
     MyGraph *const channel = selectedChannel();
-    if (channel == nullptr || channel->yvalue().isEmpty())
+    if (!channel || channel->yvalue().isEmpty())
         return;
 
     // The number of differences to recalculate is the sample count before the delay.
@@ -330,17 +330,17 @@ void MyCustomPlot::delaySelectedCurve(int count)
     if (isActual || channel->role() == MyGraph::Target) {
         MyGraph *const partner = findGraph(isActual ? channel->targetName() : channel->actualName());
         MyGraph *const difference = findGraph(channel->diffName());
-        if (partner != nullptr)
+        if (partner)
             curvemath::repeatLast(partner->yvalue(), count);
-        if (difference != nullptr)
+        if (difference)
             curvemath::appendZeros(difference->yvalue(), count);
-        if (partner != nullptr && partner->shown()) {
+        if (partner && partner->shown()) {
             // The partner may be shown on the other canvas.
             MyCustomPlot *const home = m_canvasOf ? m_canvasOf(partner) : this;
             home->myRemoveGraph(partner);
             home->myAddGraph(partner);
         }
-        if (partner != nullptr && difference != nullptr) {
+        if (partner && difference) {
             const MyGraph *const minuend = isActual ? channel : partner;
             const MyGraph *const subtrahend = isActual ? partner : channel;
             curvemath::recalculateDifferences(difference->yvalue(), minuend->yvalue(), subtrahend->yvalue(), samples);
@@ -354,7 +354,7 @@ void MyCustomPlot::delaySelectedCurve(int count)
 void MyCustomPlot::onSwapPosSlot()
 {
     MyGraph *const channel = selectedChannel();
-    if (channel == nullptr)
+    if (!channel)
         return;
     channel->setPosition(channel->position() == MyGraph::FirstCanvas ? MyGraph::SecondCanvas : MyGraph::FirstCanvas);
     myRemoveGraph(channel);
@@ -364,7 +364,7 @@ void MyCustomPlot::onSwapPosSlot()
 void MyCustomPlot::resetGraphSlot(const QPen &pen)
 {
     QCPGraph *const curve = selectedCurve();
-    if (curve == nullptr)
+    if (!curve)
         return;
     curve->setPen(pen);
     replot();
@@ -372,7 +372,7 @@ void MyCustomPlot::resetGraphSlot(const QPen &pen)
 
 void MyCustomPlot::rescale(QCPGraph *curve, bool timeAxisToo)
 {
-    if (curve == nullptr)
+    if (!curve)
         return;
     if (timeAxisToo)
         curve->rescaleAxes(false);
@@ -412,7 +412,7 @@ void MyCustomPlot::resetAxisSizeSlot(const QFont &font)
 void MyCustomPlot::switchThemeSlot(MyThemes mode)
 {
     // AppConfig may emit the signal before initCustomPlot().
-    if (m_plot == nullptr)
+    if (!m_plot)
         return;
     if (mode == lightTheme)
         logToBoth(info, "graph set day mode");
@@ -425,7 +425,7 @@ void MyCustomPlot::switchThemeSlot(MyThemes mode)
 
 void MyCustomPlot::switchRectMode(bool flag)
 {
-    if (m_plot == nullptr)
+    if (!m_plot)
         return;
     if (flag)
         logToBoth(info, "graph enable touch mode");
@@ -452,14 +452,9 @@ void MyCustomPlot::mouseWheel()
 
 void MyCustomPlot::graphClicked(QCPAbstractPlottable *plottable, int dataIndex)
 {
-    const QString text = clickedText(plottable, dataIndex);
+    const QString text = readouttext::click(plottable, dataIndex);
     if (!text.isEmpty())
         emit statusShowSignal(text);
-}
-
-QString MyCustomPlot::clickedText(QCPAbstractPlottable *plottable, int dataIndex)
-{
-    return readouttext::click(plottable, dataIndex);
 }
 
 double MyCustomPlot::calRisingTime(MyGraph *g, MyGraph *t, int index)

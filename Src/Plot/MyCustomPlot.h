@@ -53,10 +53,7 @@ public:
     /** Removes the curve of the channel with this name. */
     bool myRemoveGraph(const QString &graphName);
 
-    /** Status bar text for a click on a curve; empty when the point does not exist. */
-    static QString clickedText(QCPAbstractPlottable *plottable, int dataIndex);
-
-    /** Seconds until the actual channel reaches the target's value at index; negative when never. O(samples). */
+    /** Seconds until the actual channel reaches the target's value at index; negative for never. O(samples). */
     double calRisingTime(MyGraph *g, MyGraph *t, int index);
     /** Signed area between the two around index, in value units times seconds. */
     double calArea(MyGraph *g, MyGraph *t, int index);

@@ -51,7 +51,7 @@ QString sample(const QString &curveName, double key, double value)
 
     // Null when the user has edited the curve's name; then only time and value are shown.
     const MyGraph *const channel = findGraph(curveName);
-    if (channel != nullptr && channel->role() == MyGraph::Actual && AppConfig::getInstance().getShowFactor())
+    if (channel && channel->role() == MyGraph::Actual && AppConfig::getInstance().getShowFactor())
         return start + QLatin1Char(')') + factors(channel, key);
 
     const bool mainMode = curveName == curvemath::kMainFlightModeLabel;
@@ -65,7 +65,7 @@ QString click(QCPAbstractPlottable *plottable, int dataIndex)
 {
     // The point may be removed between press and release of the click.
     const QCPPlottableInterface1D *const points = plottable->interface1D();
-    if (points == nullptr || dataIndex < 0 || dataIndex >= points->dataCount())
+    if (!points || dataIndex < 0 || dataIndex >= points->dataCount())
         return {};
     // One arg() call for all three: the user can edit the curve's name, which may contain a place marker.
     return QStringLiteral("Clicked on graph '%1' at data point #%2 with value %3.")

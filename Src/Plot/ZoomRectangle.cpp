@@ -17,7 +17,7 @@ ZoomRectangle::ZoomRectangle(QCustomPlot *canvas)
     setBrush(kFillColor);
     // The library does not repaint after a cancelled rectangle.
     connect(this, &QCPSelectionRect::canceled, this, [this] {
-        if (layer() != nullptr)
+        if (layer())
             layer()->replot();
     });
     connect(canvas, &QWidget::customContextMenuRequested, this, &QCPSelectionRect::cancel);

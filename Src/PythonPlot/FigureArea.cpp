@@ -12,7 +12,7 @@ QRect figureArea(const QRect &dialog, const QRect &available)
     sides[1].setRight(dialog.left() - 1);
     sides[2].setTop(dialog.bottom() + 1);
     sides[3].setBottom(dialog.top() - 1);
-    const auto size = [](const QRect &side) { return side.isValid() ? qint64(side.width()) * side.height() : 0; };
+    const auto size = [](const QRect &side) { return side.isValid() ? qint64{side.width()} * side.height() : 0; };
     return *std::max_element(sides.begin(), sides.end(),
                              [&](const QRect &a, const QRect &b) { return size(a) < size(b); });
 }

@@ -42,7 +42,7 @@ CommonModule::~CommonModule() = default;
 void CommonModule::nameForAssistance()
 {
     for (const QLabel *const label : findChildren<QLabel *>()) {
-        if (label->buddy() != nullptr)
+        if (label->buddy())
             label->buddy()->setAccessibleName(label->text());
     }
     m_ui->lineEdit_jiaodu->setAccessibleName(m_ui->groupBox_8->title());
@@ -67,7 +67,7 @@ void CommonModule::alignColumns()
         for (const QGridLayout *const group : groups) {
             for (int row = 0; row < group->rowCount(); ++row) {
                 QLayoutItem *const item = group->itemAtPosition(row, column);
-                if (item != nullptr && qobject_cast<QPushButton *>(item->widget()) == nullptr)
+                if (item && !qobject_cast<QPushButton *>(item->widget()))
                     width = std::max(width, item->sizeHint().width());
             }
         }

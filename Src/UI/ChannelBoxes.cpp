@@ -1,6 +1,7 @@
 #include "ChannelBoxes.h"
 
 #include "ChannelStore.h"
+#include "Triads.h"
 
 #include <QCheckBox>
 #include <QCoreApplication>
@@ -9,46 +10,27 @@
 namespace
 {
 
-/** A check box of the main channels, identified by its text. The texts are in the catalogue's MainWindow context. */
-struct BoxChannel {
-    const char *text;
-    quint8 functionCode;
-};
-
-// clang-format off
-constexpr BoxChannel kBoxChannels[] = {
-    {QT_TRANSLATE_NOOP("MainWindow", "Pitch"),             0x03},
-    {QT_TRANSLATE_NOOP("MainWindow", "TargetPitch"),       0x05},
-    {QT_TRANSLATE_NOOP("MainWindow", "PitchDiff"),         0x51},
-    {QT_TRANSLATE_NOOP("MainWindow", "Roll"),              0x03},
-    {QT_TRANSLATE_NOOP("MainWindow", "TargetRoll"),        0x05},
-    {QT_TRANSLATE_NOOP("MainWindow", "RollDiff"),          0x51},
-    {QT_TRANSLATE_NOOP("MainWindow", "Yaw"),               0x03},
-    {QT_TRANSLATE_NOOP("MainWindow", "TargetYaw"),         0x05},
-    {QT_TRANSLATE_NOOP("MainWindow", "YawDiff"),           0x51},
-    {QT_TRANSLATE_NOOP("MainWindow", "RelativeHeight"),    0x03},
-    {QT_TRANSLATE_NOOP("MainWindow", "TargetHeight"),      0x05},
-    {QT_TRANSLATE_NOOP("MainWindow", "HeightDiff"),        0x51},
-    {QT_TRANSLATE_NOOP("MainWindow", "IndicatedAirspeed"), 0x03},
-    {QT_TRANSLATE_NOOP("MainWindow", "TargetSpeed"),       0x05},
-    {QT_TRANSLATE_NOOP("MainWindow", "SpeedDiff"),         0x51},
-};
-// clang-format on
-
 constexpr char kGraphName[] = "graphName";
 constexpr char kFunctionCode[] = "functionCode";
+
+/** Ties the box to the channel if its text names it. The catalogue keeps the names with the window's texts. */
+bool tie(QCheckBox *box, const ostravel::frame::TriadMember &channel)
+{
+    const QString name = QCoreApplication::translate("MainWindow", channel.text);
+    if (box->text() != name)
+        return false;
+    box->setProperty(kGraphName, name);
+    box->setProperty(kFunctionCode, static_cast<uint>(channel.code));
+    return true;
+}
 
 } // namespace
 
 void setUpChannelBox(QCheckBox *box)
 {
-    for (const BoxChannel &channel : kBoxChannels) {
-        const QString name = QCoreApplication::translate("MainWindow", channel.text);
-        if (box->text() == name) {
-            box->setProperty(kGraphName, name);
-            box->setProperty(kFunctionCode, uint(channel.functionCode));
+    for (const ostravel::frame::Triad &triad : ostravel::frame::kTriads) {
+        if (tie(box, triad.actual) || tie(box, triad.target) || tie(box, triad.difference))
             break;
-        }
     }
     // A laptop screen at 200 % scaling has 540 logical pixels. Let the rows shrink so that the window fits.
     box->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Preferred);
@@ -62,7 +44,7 @@ QString graphNameOf(const QCheckBox *box)
 
 quint8 functionCodeOf(const QCheckBox *box)
 {
-    return quint8(box->property(kFunctionCode).toUInt());
+    return static_cast<quint8>(box->property(kFunctionCode).toUInt());
 }
 
 MyGraph *channelOf(const QCheckBox *box)

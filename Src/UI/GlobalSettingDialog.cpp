@@ -94,7 +94,7 @@ void GlobalSettingDialog::showPeriods()
 void GlobalSettingDialog::checkChangedSlot()
 {
     const auto *const button = qobject_cast<SwitchButton *>(sender());
-    if (button == nullptr)
+    if (!button)
         return;
     emit showGraphSignal(button->property(kGraphName).toString(), button->checked(),
                          static_cast<quint8>(button->property(kFunctionCode).toUInt()), 0, 0);

@@ -16,6 +16,7 @@
 #include "MapWidget.h"
 #include "MyCustomPlot.h"
 #include "PyPlotDialog.h"
+#include "ReadOutText.h"
 #include "ReadReport.h"
 #include "WindowLook.h"
 #include "WindowSettingDialog.h"
@@ -394,7 +395,7 @@ void MainWindow::moveLegend()
 
 void MainWindow::graphClicked(QCPAbstractPlottable *plottable, int dataIndex)
 {
-    const QString text = MyCustomPlot::clickedText(plottable, dataIndex);
+    const QString text = readouttext::click(plottable, dataIndex);
     if (!text.isEmpty())
         statusShowSlot(text);
 }

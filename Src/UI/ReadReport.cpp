@@ -1,6 +1,7 @@
 #include "ReadReport.h"
 
 #include "ChannelStore.h"
+#include "FrameTable.h"
 
 #include <QCoreApplication>
 #include <QFont>
@@ -12,7 +13,8 @@ namespace
 {
 
 /** The groups that are decoded from frames of their own. */
-constexpr quint8 kReportedCodes[] = {0x01, 0x02, 0x03, 0x04, 0x05, 0x41};
+constexpr quint8 kReportedCodes[] = {frame::kHeartBeat, frame::kControlStatus, frame::kAttitude,
+                                     frame::kSensor,    frame::kTarget,        frame::kPayload};
 
 constexpr int kPointSize = 16;
 
@@ -54,7 +56,7 @@ ReadReport::ReadReport(ushort frameTotal, ushort frameError, ushort frameSelecte
         addLine(grid, name, frameTotal - frameError, font);
     }
     for (const quint8 code : kReportedCodes) {
-        const QString name = QStringLiteral("0x%1:").arg(uint(code), 2, 16, QLatin1Char('0'));
+        const QString name = QStringLiteral("0x%1:").arg(static_cast<uint>(code), 2, 16, QLatin1Char('0'));
         addLine(grid, name, channelGroup(code)->length(), font);
     }
 }

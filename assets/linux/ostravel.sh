@@ -20,7 +20,6 @@ libQt5WebEngineWidgets.so.5 libqt5webenginewidgets5
 libQt5Widgets.so.5          libqt5widgets5
 libGeographicLib.so.23      libgeographiclib23
 libQCustomPlot.so.2.1       libqcustomplot2.1
-libcpp-httplib.so.0.11      libcpp-httplib0.11
 libdouble-conversion.so.3   libdouble-conversion3
 libfmt.so.9                 libfmt9
 libminizip.so.1             libminizip1

@@ -1,7 +1,8 @@
 #include "Derivations.h"
 
+#include "Triads.h"
+
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace ostravel
@@ -22,36 +23,13 @@ constexpr int kSeconds = frame::rowOf(frame::kControlStatus, "FSS_Seconds");
 constexpr int kFlightMode = frame::rowOf(frame::kControlStatus, "FSS_FlightMode");
 constexpr int kSubFlightMode = frame::rowOf(frame::kControlStatus, "FSS_SubFlightMode");
 constexpr int kRoll = frame::rowOf(frame::kAttitude, "PGS_Roll");
-constexpr int kPitch = frame::rowOf(frame::kAttitude, "PGS_Pitch");
-constexpr int kYaw = frame::rowOf(frame::kAttitude, "PGS_Yaw");
 constexpr int kSatellites = frame::rowOf(frame::kAttitude, "PGS_GPS_SatelliteCount");
 constexpr int kLng = frame::rowOf(frame::kAttitude, "PGS_GPS_Lng");
 constexpr int kLat = frame::rowOf(frame::kAttitude, "PGS_GPS_Lat");
 constexpr int kHeight = frame::rowOf(frame::kAttitude, "PGS_GPS_Relative_Height");
 constexpr int kUpSpeed = frame::rowOf(frame::kAttitude, "PGS_UpSkySpeed");
 constexpr int kGroundSpeed = frame::rowOf(frame::kAttitude, "PGS_GroundSpeed");
-constexpr int kAirSpeed = frame::rowOf(frame::kAttitude, "PGS_IndicateAirSpeed");
 constexpr int kTargetGroup = frame::rowOf(frame::kTarget, "FTP_TargetPoint_Group");
-constexpr int kTargetHeight = frame::rowOf(frame::kTarget, "FTP_TargetPoint_Height");
-constexpr int kTargetSpeed = frame::rowOf(frame::kTarget, "FTP_TargetSpeed");
-constexpr int kTargetRoll = frame::rowOf(frame::kTarget, "FTP_TargetRoll");
-constexpr int kTargetPitch = frame::rowOf(frame::kTarget, "FTP_TargetPitch");
-constexpr int kTargetYaw = frame::rowOf(frame::kTarget, "FTP_TargetYaw");
-
-/** Rows of a difference series and of the two series that it is computed from. */
-struct Deviation {
-    int difference;
-    int actual;
-    int target;
-};
-
-constexpr std::array kDeviations{
-    Deviation{frame::rowOf(frame::kDifference, "DF_PitchDiff"), kPitch, kTargetPitch},
-    Deviation{frame::rowOf(frame::kDifference, "DF_RollDiff"), kRoll, kTargetRoll},
-    Deviation{frame::rowOf(frame::kDifference, "DF_YawDiff"), kYaw, kTargetYaw},
-    Deviation{frame::rowOf(frame::kDifference, "DF_SpeedDiff"), kAirSpeed, kTargetSpeed},
-    Deviation{frame::rowOf(frame::kDifference, "DF_HeightDiff"), kHeight, kTargetHeight},
-};
 
 const Series &heartBeat(const SeriesRefs &series, int row)
 {
@@ -204,19 +182,20 @@ Track makeAttackTrack(const SeriesRefs &series, const LocalFrame &frame)
 
 int beginDifferences(const SeriesRefs &series)
 {
-    for (const Deviation &deviation : kDeviations) {
-        Series &samples = difference(series, deviation.difference);
-        if (!samples.isSharedWith(attitude(series, deviation.actual)))
-            samples = attitude(series, deviation.actual);
+    for (const frame::Triad &triad : frame::kTriads) {
+        Series &samples = difference(series, triad.difference.row);
+        const Series &actual = attitude(series, triad.actual.row);
+        if (!samples.isSharedWith(actual))
+            samples = actual;
     }
     return std::min(target(series, kTargetGroup).size(), attitude(series, kRoll).size());
 }
 
 void subtractTargets(const SeriesRefs &series, int sample)
 {
-    for (const Deviation &deviation : kDeviations) {
-        difference(series, deviation.difference)[sample]
-            = attitude(series, deviation.actual).at(sample) - target(series, deviation.target).at(sample);
+    for (const frame::Triad &triad : frame::kTriads) {
+        difference(series, triad.difference.row)[sample]
+            = attitude(series, triad.actual.row).at(sample) - target(series, triad.target.row).at(sample);
     }
 }
 

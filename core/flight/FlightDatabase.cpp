@@ -163,7 +163,7 @@ QVector<FlightTask> FlightDatabase::tasks(SourceEnd *end)
                       query.value(QStringLiteral("ctime")).toULongLong()});
     }
     const SourceEnd ended = endOf(query, QStringLiteral("tasks"), tasks.size());
-    if (end != nullptr)
+    if (end)
         *end = ended;
     return tasks;
 }

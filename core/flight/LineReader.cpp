@@ -40,10 +40,10 @@ LineReader::LineReader(QFile &file)
 bool LineReader::next(QString &line)
 {
     int searched = m_start;
-    while (m_stream == nullptr) {
+    while (!m_stream) {
         const char *const from = m_text.constData() + searched;
         const void *const found = std::memchr(from, '\n', static_cast<std::size_t>(m_text.size() - searched));
-        if (found != nullptr) {
+        if (found) {
             take(line, static_cast<int>(static_cast<const char *>(found) - m_text.constData()) - m_start);
             ++m_start;
             return true;
@@ -55,7 +55,7 @@ bool LineReader::next(QString &line)
         searched = m_text.size() - m_start; // fill() moves the incomplete line to the front
         if (fill())
             continue;
-        if (m_stream != nullptr)
+        if (m_stream)
             break;
         if (m_text.isEmpty())
             return false;
@@ -74,18 +74,18 @@ bool LineReader::next(QString &line)
 
 bool LineReader::nextPlain(QLatin1String &line)
 {
-    if (m_stream != nullptr)
+    if (m_stream)
         return false;
     const char *const text = m_text.constData() + m_start;
     const auto *const end
         = static_cast<const char *>(std::memchr(text, '\n', static_cast<std::size_t>(m_text.size() - m_start)));
-    if (end == nullptr)
+    if (!end)
         return false;
     int length = static_cast<int>(end - text);
     if (m_returns) {
         if (length > 0 && text[length - 1] == '\r')
             --length;
-        if (std::memchr(text, '\r', static_cast<std::size_t>(length)) != nullptr)
+        if (std::memchr(text, '\r', static_cast<std::size_t>(length)))
             return false;
     }
     line = QLatin1String(text, length);

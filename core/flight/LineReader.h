@@ -27,7 +27,31 @@ public:
     bool next(QString &line);
 
     /**
-     * Returns the next line without a copy. The text is valid until the next call of either function.
+     * Passes on the rest of the lines, without a copy where that is possible.
+     *
+     * @param take called with each line, as a QLatin1String in nearly every case and as a const QString & where the
+     * text is not plain ASCII; returning false stops
+     * @return false when take stopped
+     */
+    template <typename Take>
+    bool forEach(const Take &take)
+    {
+        QLatin1String plain;
+        QString line;
+        while (true) {
+            if (nextPlain(plain)) {
+                if (!take(plain))
+                    return false;
+            } else if (!next(line)) {
+                return true;
+            } else if (!take(line)) {
+                return false;
+            }
+        }
+    }
+
+    /**
+     * Returns the next line without a copy. The text is valid until the next call. Most callers want forEach().
      *
      * @return false when the line is not completely in the buffer or not plain ASCII; call next() then
      */

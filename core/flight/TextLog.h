@@ -39,18 +39,7 @@ public:
     template <typename Take>
     SourceEnd forEachLine(const Take &take)
     {
-        QLatin1String plain; // avoids the conversion to QString
-        QString line;
-        bool more = true;
-        while (more) {
-            if (m_lines.nextPlain(plain))
-                more = take(plain);
-            else if (m_lines.next(line))
-                more = take(line);
-            else
-                break;
-        }
-        return end(!more);
+        return end(!m_lines.forEach(take));
     }
 
 private:

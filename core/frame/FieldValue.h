@@ -18,7 +18,7 @@ namespace ostravel
  */
 inline double readFieldValue(const std::uint8_t *bytes, bool isSigned, int width)
 {
-    if (bytes == nullptr)
+    if (!bytes)
         return 0.0;
     std::uint64_t raw = 0;
     switch (width) {

@@ -13,7 +13,7 @@ cd "$here/../.."
 cache=${OSTRAVEL_WINDOWS_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/ostravel-windows}
 jobs=${OSTRAVEL_JOBS:-$(nproc)}
 triplet=x86_64-w64-mingw32
-stages=(qtbase qtsvg qcustomplot geographiclib double_conversion minizip sqlite3 logging httplib)
+stages=(qtbase qtsvg qcustomplot geographiclib double_conversion minizip sqlite3 logging boost)
 
 # The Debian packages of a stage. Their source packages are fetched in the installed version, so that the Windows
 # program uses the same library versions as on Debian.
@@ -26,11 +26,12 @@ declare -A packages_of=(
     [minizip]="libminizip-dev"
     [sqlite3]="libsqlite3-dev"
     [logging]="libspdlog-dev libfmt-dev"
-    [httplib]="libcpp-httplib-dev"
+    [boost]="libboost-dev"
 )
 declare -A needs=([qtsvg]=qtbase [qcustomplot]=qtbase)
 declare -A tools_of=(
     [minizip]=libz-mingw-w64-dev
+    [boost]=libboost1.74-dev
 )
 
 # Each build_STAGE runs in an empty folder, with the sources in $src, and installs to $prefix.
@@ -126,10 +127,10 @@ build_logging() {
 }
 
 # Debian builds this library in two parts; its source is a single header.
-build_httplib() {
-    mkdir -p "$prefix/include" "$prefix/lib/pkgconfig"
-    cp "$src/cpp-httplib/httplib.h" "$prefix/include/"
-    pkg_config_file cpp-httplib "-lws2_32 -lcrypt32"
+build_boost() {
+    mkdir -p "$prefix/include" "$prefix/share/licenses/boost"
+    ln -s /usr/include/boost "$prefix/include/boost"
+    cp /usr/share/doc/libboost1.74-dev/copyright "$prefix/share/licenses/boost/libboost1.74-dev.txt"
 }
 
 # --- shared functions ---

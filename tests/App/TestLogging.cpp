@@ -26,7 +26,7 @@ namespace
 
 constexpr qint64 kMaxBytes = 5242880;
 
-/** Collects what the console logger writes, beside what it prints. */
+/** Collects the output of the console logger, in addition to the console. */
 class ConsoleCopy
 {
 public:
@@ -44,7 +44,7 @@ public:
         sinks.erase(std::remove(sinks.begin(), sinks.end(), m_sink), sinks.end());
     }
 
-    /** Whatever ends a line on the platform. */
+    /** The line end of the platform. */
     QStringList lines() const
     {
         return QString::fromStdString(m_text.str()).remove('\r').split('\n', Qt::SkipEmptyParts);
@@ -56,7 +56,7 @@ private:
     std::shared_ptr<spdlog::sinks::ostream_sink_mt> m_sink;
 };
 
-/** Tells what its logger does with it. */
+/** Records the calls of its logger. */
 class Recorder : public spdlog::sinks::base_sink<std::mutex>
 {
 public:
@@ -95,17 +95,17 @@ class TestLogging : public QObject
 private slots:
     void fileLineHasThePattern();
     void timeStampIsLocalTime();
-    void placeIsThatOfTheStatement();
-    void bothLoggersNameTheSamePlace();
+    void sourceLocationIsThatOfTheStatement();
+    void bothLoggersWriteTheSameSourceLocation();
     void consoleComesBeforeTheFile();
     void everyLevelGoesThroughBoth_data();
     void everyLevelGoesThroughBoth();
     void argumentsAreFormatted();
     void textsOfQtAreUtf8();
-    void bracesInArgumentsStandAsTheyAre();
+    void bracesInArgumentsAreNotFormatted();
     void loggersAreSetUpAsDescribed();
     void debugPassesAndTraceDoesNot();
-    void lineEndIsThePlatforms();
+    void lineEndIsThatOfThePlatform();
     void folderIsMadeUnderTheWorkingDirectory();
     void fileIsContinuedByTheNextStart();
     void warningsReachTheDiskAtOnce();
@@ -116,9 +116,9 @@ private slots:
     void errorHandlerReportsOnTheConsole();
     void errorHandlerWithoutConsoleDoesNothing();
     void failureInsideALoggerGoesToTheErrorHandler();
-    void closingLogsItsWordsAndDropsEveryLogger();
-    void workerThatLogsAfterTheEndDoesNoHarm();
-    void workerThatLogsDuringTheEndDoesNoHarm();
+    void closingLogsAMessageAndDropsAllLoggers();
+    void workerMayLogAfterClosing();
+    void workerMayLogDuringClosing();
     void unopenableFileThrows();
 };
 
@@ -154,7 +154,7 @@ void TestLogging::timeStampIsLocalTime()
     QVERIFY(stamp >= before && stamp <= after);
 }
 
-void TestLogging::placeIsThatOfTheStatement()
+void TestLogging::sourceLocationIsThatOfTheStatement()
 {
     const Fixture fixture;
     LogFile log;
@@ -162,12 +162,12 @@ void TestLogging::placeIsThatOfTheStatement()
     logToBoth(info, "here");
     logFromHere();
     QCOMPARE(log.lines().at(0).line, line);
-    QCOMPARE(log.lines().at(0).function, QStringLiteral("placeIsThatOfTheStatement"));
+    QCOMPARE(log.lines().at(0).function, QStringLiteral("sourceLocationIsThatOfTheStatement"));
     QCOMPARE(log.lines().at(1).function, QStringLiteral("logFromHere"));
     QVERIFY(log.lines().at(1).line < line);
 }
 
-void TestLogging::bothLoggersNameTheSamePlace()
+void TestLogging::bothLoggersWriteTheSameSourceLocation()
 {
     const Fixture fixture;
     LogFile log;
@@ -237,7 +237,7 @@ void TestLogging::textsOfQtAreUtf8()
     QCOMPARE(log.messages(), QStringList{"曲线 é|"});
 }
 
-void TestLogging::bracesInArgumentsStandAsTheyAre()
+void TestLogging::bracesInArgumentsAreNotFormatted()
 {
     const Fixture fixture;
     LogFile log;
@@ -278,7 +278,7 @@ void TestLogging::debugPassesAndTraceDoesNot()
     QCOMPARE(log.leveledMessages().size(), 1);
 }
 
-void TestLogging::lineEndIsThePlatforms()
+void TestLogging::lineEndIsThatOfThePlatform()
 {
     const Fixture fixture;
     logToBoth(warn, "a message");
@@ -327,7 +327,7 @@ void TestLogging::infoReachesTheDiskWithinSeconds()
 {
     const Fixture fixture;
     logToBoth(info, "an ordinary step");
-    // Nobody asks for a flush here; the library's own thread does, every three seconds.
+    // No explicit flush: the library's thread flushes every three seconds.
     const auto onDisk = [] {
         QFile file("logs/log.txt");
         return file.open(QIODevice::ReadOnly) && file.readAll().contains("an ordinary step");
@@ -445,7 +445,7 @@ void TestLogging::failureInsideALoggerGoesToTheErrorHandler()
     QCOMPARE(log.messages(), QStringList{"the flow goes on"});
 }
 
-void TestLogging::closingLogsItsWordsAndDropsEveryLogger()
+void TestLogging::closingLogsAMessageAndDropsAllLoggers()
 {
     const Fixture fixture;
     const LogFile log;
@@ -459,7 +459,7 @@ void TestLogging::closingLogsItsWordsAndDropsEveryLogger()
     QVERIFY(!spdlog::default_logger());
 }
 
-void TestLogging::workerThatLogsAfterTheEndDoesNoHarm()
+void TestLogging::workerMayLogAfterClosing()
 {
     const Fixture fixture;
     closeLogger();
@@ -472,10 +472,10 @@ void TestLogging::workerThatLogsAfterTheEndDoesNoHarm()
     QVERIFY(log.lines().isEmpty());
 }
 
-void TestLogging::workerThatLogsDuringTheEndDoesNoHarm()
+void TestLogging::workerMayLogDuringClosing()
 {
     const Fixture fixture;
-    // Nothing of it is for the eye.
+    // Nothing of it is printed.
     spdlog::get("console")->sinks().clear();
     std::atomic<int> written{0};
     std::atomic<bool> stop{false};
@@ -501,7 +501,7 @@ void TestLogging::unopenableFileThrows()
     const Fixture fixture;
     closeLogger();
     QVERIFY(QDir("logs").removeRecursively());
-    // A file stands where the folder is to be.
+    // A file has the name of the folder.
     QFile file("logs");
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.close();

@@ -17,7 +17,7 @@ const QStringList kStartLines{
     "info: ====================================", "info: =============== start ==============",
     "info: ===================================="};
 
-/** The program in a process of its own, without a screen; killed at the end if it still runs. */
+/** The program in a separate process without a screen. The destructor kills it if it still runs. */
 class Program : public QProcess
 {
 public:
@@ -68,8 +68,8 @@ private slots:
     void cleanup();
     void firstStartInAnEmptyFolder();
     void configStaysBesideTheExecutableAndTheLogWithTheUser();
-    void themeIsThatOfTheConfig_data();
-    void themeIsThatOfTheConfig();
+    void themeComesFromTheConfig_data();
+    void themeComesFromTheConfig();
     void fontAndMetaTypeAreSetUp();
     void consoleLineHasTheLibrarysPattern();
     void killedProcessKeepsTheConfig();
@@ -127,7 +127,7 @@ void TestProcess::cleanup()
     m_root.reset();
 }
 
-/** What the program printed of the state in which its event loop found it; empty when it printed nothing. */
+/** The state that the program printed when its event loop started; empty if it printed nothing. */
 QByteArrayList TestProcess::report() const
 {
     const QString path = dir("app/ReportingProgram");
@@ -169,7 +169,7 @@ void TestProcess::configStaysBesideTheExecutableAndTheLogWithTheUser()
              (QStringList{"config.ini", "myPlot", "Ostravel"}));
 }
 
-void TestProcess::themeIsThatOfTheConfig_data()
+void TestProcess::themeComesFromTheConfig_data()
 {
     QTest::addColumn<QByteArray>("config");
     QTest::addColumn<QByteArray>("style");
@@ -178,7 +178,7 @@ void TestProcess::themeIsThatOfTheConfig_data()
     QTest::newRow("none") << QByteArray() << QByteArray("dark");
 }
 
-void TestProcess::themeIsThatOfTheConfig()
+void TestProcess::themeComesFromTheConfig()
 {
     QFETCH(QByteArray, config);
     QFETCH(QByteArray, style);

@@ -9,14 +9,14 @@ class TestRelease : public QObject
 
 private slots:
     void releaseValuesAreTheirLiterals();
-    void readsTheCompilersTexts_data();
-    void readsTheCompilersTexts();
+    void readsTheDateTextOfTheCompiler_data();
+    void readsTheDateTextOfTheCompiler();
     void otherTextsAreInvalid_data();
     void otherTextsAreInvalid();
-    void readsEnglishWhateverTheLocale();
+    void readsEnglishMonthsInEveryLocale();
     void textsHaveTwoDigitsForEachPart_data();
     void textsHaveTwoDigitsForEachPart();
-    void buildLiesInThePast();
+    void buildDateIsInThePast();
 };
 
 void TestRelease::releaseValuesAreTheirLiterals()
@@ -25,7 +25,7 @@ void TestRelease::releaseValuesAreTheirLiterals()
     QCOMPARE(kBuildCounter, 1);
 }
 
-void TestRelease::readsTheCompilersTexts_data()
+void TestRelease::readsTheDateTextOfTheCompiler_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QDateTime>("time");
@@ -37,7 +37,7 @@ void TestRelease::readsTheCompilersTexts_data()
                                          << QDateTime(QDate(2026, month, 1), QTime(0, 0));
 }
 
-void TestRelease::readsTheCompilersTexts()
+void TestRelease::readsTheDateTextOfTheCompiler()
 {
     QFETCH(QString, text);
     QFETCH(QDateTime, time);
@@ -60,7 +60,7 @@ void TestRelease::otherTextsAreInvalid()
     QVERIFY(!parseBuildDateTime(text).isValid());
 }
 
-void TestRelease::readsEnglishWhateverTheLocale()
+void TestRelease::readsEnglishMonthsInEveryLocale()
 {
     const QLocale before;
     QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::China));
@@ -94,7 +94,7 @@ void TestRelease::textsHaveTwoDigitsForEachPart()
     QTEST(buildDateTimeText(built), "dateTime");
 }
 
-void TestRelease::buildLiesInThePast()
+void TestRelease::buildDateIsInThePast()
 {
     const QDateTime built = buildDateTime();
     QVERIFY(built.isValid());

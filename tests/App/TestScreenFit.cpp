@@ -9,17 +9,17 @@ class TestScreenFit : public QObject
     Q_OBJECT
 
 private slots:
-    void windowLargerThanTheScreenComesUpWithinIt();
+    void windowLargerThanTheScreenIsShrunkToIt();
     void windowThatFitsKeepsItsSize();
-    void onlyTheSideThatIsTooLongIsCut();
-    void sizeThatAUserGaveIsKept();
+    void onlyTheTooLongSideIsShrunk();
+    void sizeChosenByTheUserIsKept();
     void minimumSizeIsRespected();
 };
 
 namespace
 {
 
-/** A window of the size given, up on the screen. */
+/** A visible window of the given size. */
 std::unique_ptr<QDialog> shown(QSize size, QSize minimum = {})
 {
     auto dialog = std::make_unique<QDialog>();
@@ -37,7 +37,7 @@ QSize freeOf(const QDialog &dialog)
 
 } // namespace
 
-void TestScreenFit::windowLargerThanTheScreenComesUpWithinIt()
+void TestScreenFit::windowLargerThanTheScreenIsShrunkToIt()
 {
     const auto dialog = shown({5000, 4000});
     QVERIFY(dialog->width() < freeOf(*dialog).width());
@@ -52,14 +52,14 @@ void TestScreenFit::windowThatFitsKeepsItsSize()
     QCOMPARE(shown({300, 200})->size(), QSize(300, 200));
 }
 
-void TestScreenFit::onlyTheSideThatIsTooLongIsCut()
+void TestScreenFit::onlyTheTooLongSideIsShrunk()
 {
     const auto dialog = shown({300, 4000});
     QCOMPARE(dialog->width(), 300);
     QVERIFY(dialog->height() < freeOf(*dialog).height());
 }
 
-void TestScreenFit::sizeThatAUserGaveIsKept()
+void TestScreenFit::sizeChosenByTheUserIsKept()
 {
     const auto dialog = shown({300, 200});
     dialog->resize(5000, 4000);

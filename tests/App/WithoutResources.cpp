@@ -1,7 +1,7 @@
 #include <QCoreApplication>
 #include <QtGlobal>
 
-/** Takes the style sheets and the catalogue out of the program before it looks for them. */
+/** Removes the style sheets and the catalogue from the program before it loads them. */
 static void removeResources()
 {
     Q_CLEANUP_RESOURCE(darkstyle);

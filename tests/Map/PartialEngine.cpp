@@ -1,4 +1,4 @@
-// A library that has part of the web engine's functions: those that tests of missing ones need.
+// A library with only some functions of the web engine, for the tests of missing functions.
 
 extern "C" {
 

@@ -9,7 +9,7 @@
 #include <dlfcn.h>
 
 /**
- * A web engine that writes down what it is asked. Its functions are in this program's own table of symbols, where the
+ * A web engine that records the calls. Its functions are in the symbol table of the test program, where the
  * loader finds them as it finds those of a library; include from one source of a program that exports its symbols.
  */
 namespace recording
@@ -17,7 +17,7 @@ namespace recording
 
 struct Engine {
     QStringList calls;
-    QByteArray script; // the last one, as it came
+    QByteArray script; // The last one, unchanged.
     QByteArray url;
     int initialized = 0;
     int finalized = 0;
@@ -31,7 +31,7 @@ inline Engine &engine()
     return engine;
 }
 
-/** Makes the loader take the recorder for the engine, from an empty record. */
+/** Clears the record and makes the loader use the recorder as the engine. */
 inline void install()
 {
     engine() = {};

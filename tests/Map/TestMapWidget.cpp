@@ -45,7 +45,7 @@ void press(const MapWidget &map, const char *object)
     QTest::mouseClick(map.findChild<QPushButton *>(object), Qt::LeftButton);
 }
 
-/** The scripts that the page got, without the view's name. */
+/** The scripts that the page received, without the view's name. */
 QStringList scripts()
 {
     QStringList result;
@@ -57,7 +57,7 @@ QStringList scripts()
     return result;
 }
 
-/** Takes the place of the system's browser. */
+/** Replaces the system's browser. */
 class UrlHandler : public QObject
 {
     Q_OBJECT
@@ -85,28 +85,28 @@ private slots:
     void declaresItsSignalAndSlotsInOrder();
     void formHasItsButtonsFromTopToBottom_data();
     void formHasItsButtonsFromTopToBottom();
-    void formHasItsFirstSize();
-    void comesUpMaximisedAndModalOnThePage();
+    void formHasItsInitialSize();
+    void opensMaximisedAndModalWithThePage();
     void engineIsLoadedBeforeItsWindowIsMade();
-    void missingEngineIsSaidInTheMapArea();
-    void trackGoesOverInPairs();
+    void missingEngineIsShownInTheMapArea();
+    void trackIsSentAsLatitudeLongitudePairs();
     void trackTextIsTheIndentedArray();
     void emptyStoreSendsAnEmptyArray();
-    void trackIsSentWholeAtEachPress();
-    void numbersThatAreNoneBecomeNull();
+    void everyClickSendsTheWholeTrack();
+    void nanAndInfinityAreSentAsNull();
     void latitudesMayBeFewerThanLongitudes();
-    void modesClearEachOthersFlagAndNothingElse();
-    void modesSwitchOffByThemselves();
+    void switchingOneModeOnClearsTheFlagOfTheOther();
+    void secondClickSwitchesAModeOff();
     void clearSendsNoArgument();
-    void onePointGoesOverSwapped_data();
-    void onePointGoesOverSwapped();
+    void onePointIsSentWithSwappedArguments_data();
+    void onePointIsSentWithSwappedArguments();
     void otherPageCallsAreForwarded();
     void tileServiceButtonStartsOrReports();
     void browserOpensThePageAsALocalFile();
     void doubleClickMaximises();
-    void pressAndResizeStayWithTheDialog();
-    void secondDialogHasAWindowAndFlagsOfItsOwn();
-    void destructionShutsTheEngineDownOnce();
+    void pressAndResizeEventsAreNotPassedOn();
+    void secondDialogHasItsOwnWindowAndFlags();
+    void destructorShutsTheEngineDownOnce();
     void closingKeepsTheDialog();
 
 private:
@@ -166,7 +166,7 @@ void TestMapWidget::formHasItsButtonsFromTopToBottom()
     QVERIFY(web->width() > box->width());
 }
 
-void TestMapWidget::formHasItsFirstSize()
+void TestMapWidget::formHasItsInitialSize()
 {
     QDialog dialog;
     Ui::MapWidget form;
@@ -174,7 +174,7 @@ void TestMapWidget::formHasItsFirstSize()
     QCOMPARE(dialog.size(), QSize(1386, 1030));
 }
 
-void TestMapWidget::comesUpMaximisedAndModalOnThePage()
+void TestMapWidget::opensMaximisedAndModalWithThePage()
 {
     const MapWidget map(nullptr);
     QVERIFY(map.isVisible());
@@ -196,7 +196,7 @@ void TestMapWidget::engineIsLoadedBeforeItsWindowIsMade()
     QCOMPARE(recording::engine().calls.value(3), QString("load view1 "));
 }
 
-void TestMapWidget::missingEngineIsSaidInTheMapArea()
+void TestMapWidget::missingEngineIsShownInTheMapArea()
 {
     wkeDllHandle = nullptr;
     MapWidget map(nullptr);
@@ -210,7 +210,7 @@ void TestMapWidget::missingEngineIsSaidInTheMapArea()
     map.addOnePoint(1, 2);
 }
 
-void TestMapWidget::trackGoesOverInPairs()
+void TestMapWidget::trackIsSentAsLatitudeLongitudePairs()
 {
     setSamples(kLat, {34.5, 34.25, 0, -91});
     setSamples(kLng, {113.5, 113.75, 0, 181});
@@ -240,7 +240,7 @@ void TestMapWidget::emptyStoreSendsAnEmptyArray()
     QCOMPARE(scripts(), QStringList({"addRoutes([\n]\n);"}));
 }
 
-void TestMapWidget::trackIsSentWholeAtEachPress()
+void TestMapWidget::everyClickSendsTheWholeTrack()
 {
     setSamples(kLat, {1, 2});
     setSamples(kLng, {3, 4});
@@ -251,7 +251,7 @@ void TestMapWidget::trackIsSentWholeAtEachPress()
     QCOMPARE(scripts(), QStringList({text, text}));
 }
 
-void TestMapWidget::numbersThatAreNoneBecomeNull()
+void TestMapWidget::nanAndInfinityAreSentAsNull()
 {
     setSamples(kLat, {qQNaN(), 1});
     setSamples(kLng, {2, std::numeric_limits<double>::infinity()});
@@ -269,7 +269,7 @@ void TestMapWidget::latitudesMayBeFewerThanLongitudes()
     QCOMPARE(scripts(), QStringList({"addRoutes([\n    1,\n    2,\n    null,\n    3\n]\n);"}));
 }
 
-void TestMapWidget::modesClearEachOthersFlagAndNothingElse()
+void TestMapWidget::switchingOneModeOnClearsTheFlagOfTheOther()
 {
     const MapWidget map(nullptr);
     press(map, "btn_enableRoutes");
@@ -284,7 +284,7 @@ void TestMapWidget::modesClearEachOthersFlagAndNothingElse()
         QStringList({"enableDrawLines(1);", "enableMeasureDis(1);", "enableDrawLines(1);", "enableMeasureDis(1);"}));
 }
 
-void TestMapWidget::modesSwitchOffByThemselves()
+void TestMapWidget::secondClickSwitchesAModeOff()
 {
     const MapWidget map(nullptr);
     for (const char *object : {"btn_enableRoutes", "btn_measureDis"}) {
@@ -306,7 +306,7 @@ void TestMapWidget::clearSendsNoArgument()
     QCOMPARE(scripts(), QStringList({"enableDrawLines(1);", "clearAllLine();"}));
 }
 
-void TestMapWidget::onePointGoesOverSwapped_data()
+void TestMapWidget::onePointIsSentWithSwappedArguments_data()
 {
     QTest::addColumn<double>("first");
     QTest::addColumn<double>("second");
@@ -317,7 +317,7 @@ void TestMapWidget::onePointGoesOverSwapped_data()
     QTest::newRow("large and small") << 12345678.0 << 0.00001234 << "addOnePoint(1.234e-05,1.23457e+07)";
 }
 
-void TestMapWidget::onePointGoesOverSwapped()
+void TestMapWidget::onePointIsSentWithSwappedArguments()
 {
     QFETCH(double, first);
     QFETCH(double, second);
@@ -370,7 +370,7 @@ void TestMapWidget::doubleClickMaximises()
     QVERIFY(map.isMaximized());
 }
 
-void TestMapWidget::pressAndResizeStayWithTheDialog()
+void TestMapWidget::pressAndResizeEventsAreNotPassedOn()
 {
     MapWidget map(nullptr);
     QMouseEvent press(QEvent::MouseButtonPress, QPointF(2, 2), Qt::LeftButton, Qt::LeftButton, {});
@@ -379,7 +379,7 @@ void TestMapWidget::pressAndResizeStayWithTheDialog()
     QResizeEvent resize(QSize(800, 600), QSize(10, 10));
     QApplication::sendEvent(&map, &resize);
     QVERIFY(!resize.isAccepted());
-    // The web widget follows through the layout all the same.
+    // The layout still resizes the web widget.
     auto *const web = map.findChild<WebWidget *>();
     map.showNormal();
     map.resize(900, 700);
@@ -388,7 +388,7 @@ void TestMapWidget::pressAndResizeStayWithTheDialog()
     QTRY_VERIFY(web->height() > 400 && web->height() <= 500);
 }
 
-void TestMapWidget::secondDialogHasAWindowAndFlagsOfItsOwn()
+void TestMapWidget::secondDialogHasItsOwnWindowAndFlags()
 {
     QWidget parent;
     auto *const first = new MapWidget(&parent);
@@ -402,7 +402,7 @@ void TestMapWidget::secondDialogHasAWindowAndFlagsOfItsOwn()
     QVERIFY(recording::engine().calls.contains("run view2 clearAllLine();"));
 }
 
-void TestMapWidget::destructionShutsTheEngineDownOnce()
+void TestMapWidget::destructorShutsTheEngineDownOnce()
 {
     auto map = std::make_unique<MapWidget>(nullptr);
     QCOMPARE(recording::engine().finalized, 0);

@@ -20,40 +20,40 @@
 #include <csignal>
 #include <unistd.h>
 
-/** The real page in the real engine, as the map dialog makes them. The page is laid beside this program. */
+/** The real page in the real engine, in the map dialog. The build puts the page beside this program. */
 class TestWebEngine : public QObject
 {
     Q_OBJECT
 
 private slots:
-    // What a user gives the engine, before anything has started it.
+    // A user's own flags, set before the engine starts.
     void initTestCase() { qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--no-first-run"); }
     void init() { m_fixture = std::make_unique<Fixture>(); }
     void cleanup();
 
     void pageHasTheFunctionsThatTheProgramCalls();
-    void pageIsNeitherBelowTheButtonsNorOutsideTheDialog();
+    void pageDoesNotOverlapTheButtonsAndStaysInTheDialog();
     void trackReachesThePage();
-    void callsBeforeThePageIsThereAreKept();
+    void callsBeforeThePageHasLoadedAreKept();
     void throwingPageFunctionsAreHarmless();
-    void emptyAddressIsAskedForAndRefused();
-    void missingPageIsSaidInTheMapArea();
-    void onlyOurFilesAndLoopbackAreReached();
-    void deadPageIsSaidAndANewDialogWorks();
-    void closedDialogGivesItsPageUp();
-    void pageThatHangsIsGivenUpWithItsDialog();
+    void defaultAddressIsRequestedAndBlocked();
+    void missingPageIsReportedInTheMapArea();
+    void onlyOwnFilesAndLoopbackAreAllowed();
+    void crashedPageIsReportedAndANewDialogWorks();
+    void closedDialogReleasesItsPage();
+    void hangingPageEndsWithItsDialog();
     void pagesOfTwoDialogsShareAProcess();
     void pageMayCloseTheDialogItself();
     void keysInThePageStayInThePage_data();
     void keysInThePageStayInThePage();
-    void oneDialogsEndLeavesTheOthersPage();
-    void sandboxIsOffForTheAdministratorAlone();
-    void routeIsSavedWhereTheDialogSays();
+    void closingOneDialogKeepsThePageOfTheOther();
+    void sandboxIsOffOnlyForRoot();
+    void routeIsSavedToTheChosenFile();
     void cancelledSaveWritesNothing();
     void existingFileIsReplacedOnlyWhenTheUserAgrees();
-    void failedSaveIsSaid();
-    void downloadOfAnotherAddressIsNotTaken();
-    void fileIsChosenInTheEnginesDialog();
+    void failedSaveIsReported();
+    void downloadFromAnotherAddressIsRejected();
+    void fileIsChosenInTheFileDialog();
     void pageHasTheThemeOfTheProgram_data();
     void pageHasTheThemeOfTheProgram();
 
@@ -68,7 +68,7 @@ private:
         auto *const label = widget.findChild<QLabel *>("label_pageNotice");
         return label && label->isVisible() ? label->text() : QString();
     }
-    /** What a script in the page gives; an invalid value when the page does not answer. */
+    /** The result of a script in the page; invalid if the page does not answer. */
     static QVariant ask(const QWidget &widget, const QString &script);
 
     std::unique_ptr<Fixture> m_fixture;
@@ -108,11 +108,11 @@ void TestWebEngine::pageHasTheFunctionsThatTheProgramCalls()
     QCOMPARE(notice(map), QString());
 }
 
-void TestWebEngine::pageIsNeitherBelowTheButtonsNorOutsideTheDialog()
+void TestWebEngine::pageDoesNotOverlapTheButtonsAndStaysInTheDialog()
 {
     MapWidget map(nullptr);
     map.showNormal();
-    // Away from the screen's corner the window that the program asks for is larger than the map area.
+    // When the dialog is not in the corner of the screen, the requested window is larger than the map area.
     map.move(200, 150);
     map.resize(900, 600);
     const auto *const buttons = map.findChild<QGroupBox *>();
@@ -137,7 +137,7 @@ void TestWebEngine::trackReachesThePage()
     QTRY_COMPARE_WITH_TIMEOUT(ask(map, "ostravelMap.state().track + ostravelMap.state().points").toInt(), 0, 30000);
 }
 
-void TestWebEngine::callsBeforeThePageIsThereAreKept()
+void TestWebEngine::callsBeforeThePageHasLoadedAreKept()
 {
     const MapWidget map(nullptr);
     QTest::mouseClick(map.findChild<QPushButton *>("btn_enableRoutes"), Qt::LeftButton);
@@ -157,7 +157,7 @@ void TestWebEngine::throwingPageFunctionsAreHarmless()
     QTRY_COMPARE_WITH_TIMEOUT(ask(map, "1 + 1").toInt(), 2, 30000);
 }
 
-void TestWebEngine::emptyAddressIsAskedForAndRefused()
+void TestWebEngine::defaultAddressIsRequestedAndBlocked()
 {
     const MapWidget map(nullptr); // starts the engine
     QWidget parent;
@@ -166,7 +166,7 @@ void TestWebEngine::emptyAddressIsAskedForAndRefused()
     QTRY_COMPARE_WITH_TIMEOUT(notice(parent), QString("无法显示地图：页面加载失败或被拒绝。"), 60000);
 }
 
-void TestWebEngine::missingPageIsSaidInTheMapArea()
+void TestWebEngine::missingPageIsReportedInTheMapArea()
 {
     const QString page = m_fixture->applicationPath("Leaflet/demo.html");
     QVERIFY(QFile::rename(page, page + ".away"));
@@ -178,12 +178,12 @@ void TestWebEngine::missingPageIsSaidInTheMapArea()
     QVERIFY(QFile::rename(page + ".away", page));
 }
 
-void TestWebEngine::onlyOurFilesAndLoopbackAreReached()
+void TestWebEngine::onlyOwnFilesAndLoopbackAreAllowed()
 {
     QTcpServer loopback;
     QTcpServer other;
     QVERIFY(loopback.listen(QHostAddress("127.0.0.1")));
-    // Within reach of a test, and as foreign to the page as any other host.
+    // A local server that the page must treat like any foreign host.
     QVERIFY(other.listen(QHostAddress("127.0.0.2")));
     QFile secret(m_fixture->applicationPath("secret.js"));
     QVERIFY(secret.open(QIODevice::WriteOnly));
@@ -191,7 +191,7 @@ void TestWebEngine::onlyOurFilesAndLoopbackAreReached()
     secret.close();
     QFile page(m_fixture->applicationPath("Leaflet/open.html"));
     QVERIFY(page.open(QIODevice::WriteOnly));
-    // Without a policy of its own, so that it is the engine which refuses.
+    // Without a content security policy of its own, so that only the engine can block the request.
     page.write(QString("<!DOCTYPE html><script src='../secret.js'></script><script src='geodesic.js'></script>"
                        "<iframe src='../secret.js'></iframe>"
                        "<img src='http://127.0.0.2:%1/a' onerror='window.failed = 1'>"
@@ -208,14 +208,14 @@ void TestWebEngine::onlyOurFilesAndLoopbackAreReached()
     QCOMPARE(ask(map, "typeof geodesic").toString(), QString("object"));
     QCOMPARE(ask(map, "typeof secret").toString(), QString("undefined"));
     QVERIFY(!other.hasPendingConnections());
-    // Nor does the page lead anywhere else.
+    // The page cannot navigate to another address either.
     map.runJs("location.assign", QString("'http://127.0.0.1:%1/'").arg(loopback.serverPort()));
     map.runJs("window.open", "'demo.html'");
     QCOMPARE(ask(map, "location.pathname.slice(-9)").toString(), QString("open.html"));
     QFile::remove(secret.fileName());
 }
 
-void TestWebEngine::deadPageIsSaidAndANewDialogWorks()
+void TestWebEngine::crashedPageIsReportedAndANewDialogWorks()
 {
     MapWidget map(nullptr);
     QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
@@ -230,7 +230,7 @@ void TestWebEngine::deadPageIsSaidAndANewDialogWorks()
     QCOMPARE(notice(map), QString());
 }
 
-void TestWebEngine::closedDialogGivesItsPageUp()
+void TestWebEngine::closedDialogReleasesItsPage()
 {
     MapWidget map(nullptr);
     QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
@@ -245,14 +245,14 @@ void TestWebEngine::closedDialogGivesItsPageUp()
     QCOMPARE(pid_t(view(map)->page()->renderProcessPid()), process);
 }
 
-void TestWebEngine::pageThatHangsIsGivenUpWithItsDialog()
+void TestWebEngine::hangingPageEndsWithItsDialog()
 {
     MapWidget map(nullptr);
     QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
     const auto process = pid_t(view(map)->page()->renderProcessPid());
     map.runJs("for (;;) Number", "1");
     map.close();
-    // At once, and a click as well: both wait until the process has gone.
+    // Load and click immediately: both wait until the hanging process has ended.
     MapWidget next(nullptr);
     QTest::mouseClick(next.findChild<QPushButton *>("btn_enableRoutes"), Qt::LeftButton);
     QTRY_COMPARE_WITH_TIMEOUT(ask(next, "window.ostravelMap ? ostravelMap.state().mode : ''").toString(),
@@ -270,7 +270,7 @@ void TestWebEngine::pagesOfTwoDialogsShareAProcess()
     QTRY_COMPARE_WITH_TIMEOUT(ask(first, "typeof ostravelMap").toString(), QString("object"), 60000);
     QTRY_COMPARE_WITH_TIMEOUT(ask(second, "typeof ostravelMap").toString(), QString("object"), 60000);
     QCOMPARE(view(first)->page()->renderProcessPid(), view(second)->page()->renderProcessPid());
-    // Yet no script of one reaches the other.
+    // The scripts of one page still cannot reach the other page.
     ask(first, "window.mine = 1");
     QCOMPARE(ask(second, "typeof mine").toString(), QString("undefined"));
 }
@@ -283,7 +283,7 @@ void TestWebEngine::pageMayCloseTheDialogItself()
     bool alive = false;
     connect(page, &QWebEngineView::loadFinished, &map, [&] {
         map.close();
-        // It is still at work on this very call.
+        // The page still executes this call.
         alive = page != nullptr;
     });
     QTRY_VERIFY_WITH_TIMEOUT(map.isHidden(), 60000);
@@ -298,7 +298,7 @@ void TestWebEngine::keysInThePageStayInThePage_data()
     QTest::addColumn<QString>("text");
     QTest::newRow("Return would press the dialog's first button") << int(Qt::Key_Return) << "\r";
     QTest::newRow("Escape would close the dialog") << int(Qt::Key_Escape) << "\x1b";
-    // As some input methods send it, and as the page hands it back.
+    // Some input methods send such keys, and the page returns them.
     QTest::newRow("Escape without a text") << int(Qt::Key_Escape) << "";
 }
 
@@ -312,7 +312,7 @@ void TestWebEngine::keysInThePageStayInThePage()
     auto *const button = map.findChild<QPushButton *>("btn_callWmts");
     button->disconnect();
     connect(button, &QPushButton::clicked, &map, [&] { pressed = true; });
-    // What is handed back comes in the keys' order: a key that nothing in the dialog uses is the last of them.
+    // Returned keys arrive in order. The last one is a key that the dialog does not use.
     class LastKey : public QObject
     {
     public:
@@ -335,7 +335,7 @@ void TestWebEngine::keysInThePageStayInThePage()
     QVERIFY(view(map));
 }
 
-void TestWebEngine::oneDialogsEndLeavesTheOthersPage()
+void TestWebEngine::closingOneDialogKeepsThePageOfTheOther()
 {
     auto first = std::make_unique<MapWidget>(nullptr);
     const MapWidget second(nullptr);
@@ -344,14 +344,14 @@ void TestWebEngine::oneDialogsEndLeavesTheOthersPage()
     QCOMPARE(ask(second, "typeof ostravelMap").toString(), QString("object"));
 }
 
-void TestWebEngine::sandboxIsOffForTheAdministratorAlone()
+void TestWebEngine::sandboxIsOffOnlyForRoot()
 {
     const MapWidget map(nullptr);
     QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
     QFile file(QString("/proc/%1/cmdline").arg(view(map)->page()->renderProcessPid()));
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll().split('\0').contains("--no-sandbox"), geteuid() == 0);
-    // Programs that are started from here on inherit nothing of it.
+    // Programs that are started later do not inherit the variables.
     QVERIFY(!qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX"));
     QCOMPARE(qgetenv("QTWEBENGINE_CHROMIUM_FLAGS"), QByteArray("--no-first-run"));
 }
@@ -374,7 +374,7 @@ void TestWebEngine::pressSave(const QWidget &widget)
         " return b.innerText === '保存'; })[0].click(); }, 0)");
 }
 
-void TestWebEngine::routeIsSavedWhereTheDialogSays()
+void TestWebEngine::routeIsSavedToTheChosenFile()
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath("我的航线.json");
@@ -395,7 +395,7 @@ void TestWebEngine::routeIsSavedWhereTheDialogSays()
     QVERIFY2(user.allAnswered(), qPrintable(user.unexpected().join(", ")));
     QCOMPARE(proposed, QString("航线 1.json"));
 
-    // What the program's own converter makes of it.
+    // The program's own converter must be able to read the file.
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadOnly));
     DecodeRoutes converter(nullptr);
@@ -459,14 +459,14 @@ void TestWebEngine::existingFileIsReplacedOnlyWhenTheUserAgrees()
     QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList("a.json"));
 }
 
-void TestWebEngine::failedSaveIsSaid()
+void TestWebEngine::failedSaveIsReported()
 {
     MapWidget map(nullptr);
     openTools(map);
     ModalAnswer user;
     QString text;
     user.next([](QDialog *dialog) {
-        // Where nobody can make a file.
+        // A folder in which no file can be created.
         qobject_cast<QFileDialog *>(dialog)->selectFile("/proc/a.json");
         dialog->accept();
     });
@@ -476,7 +476,7 @@ void TestWebEngine::failedSaveIsSaid()
     QVERIFY(user.allAnswered());
 }
 
-void TestWebEngine::downloadOfAnotherAddressIsNotTaken()
+void TestWebEngine::downloadFromAnotherAddressIsRejected()
 {
     MapWidget map(nullptr);
     openTools(map);
@@ -485,7 +485,7 @@ void TestWebEngine::downloadOfAnotherAddressIsNotTaken()
         "var link = document.createElement('a'); link.download = 'a.txt'; link.href = 'data:text/plain,a';"
         " document.body.appendChild(link); link.click(); 0");
     ask(map, "link.href = 'geodesic.js'; link.click(); 0");
-    // A dialog would be there by now: a save that is asked for later comes after it.
+    // A dialog for the download would open before the dialog of a later save.
     ModalAnswer user;
     user.next([](QDialog *dialog) { dialog->reject(); });
     pressSave(map);
@@ -493,7 +493,7 @@ void TestWebEngine::downloadOfAnotherAddressIsNotTaken()
     QVERIFY2(nobody.unexpected().size() == 1, qPrintable(nobody.unexpected().join(", ")));
 }
 
-void TestWebEngine::fileIsChosenInTheEnginesDialog()
+void TestWebEngine::fileIsChosenInTheFileDialog()
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath("航迹.gpx");
@@ -503,7 +503,7 @@ void TestWebEngine::fileIsChosenInTheEnginesDialog()
     file.close();
     MapWidget map(nullptr);
     openTools(map);
-    // As a user does: the engine opens no dialog for a script.
+    // A real click: the engine does not open a file dialog for a script.
     const QVariantList place = ask(map,
                                    "document.getElementById('file').scrollIntoView();"
                                    " var r = document.getElementById('file').getBoundingClientRect();"
@@ -543,7 +543,7 @@ void TestWebEngine::pageHasTheThemeOfTheProgram()
 {
     QFETCH(QColor, window);
     QFETCH(bool, night);
-    // As the theme's style sheet colours the dialog.
+    // The palette that the theme's style sheet gives the dialog.
     qApp->setStyleSheet(QString("QWidget { background-color: %1; }").arg(window.name()));
     {
         const MapWidget map(nullptr);

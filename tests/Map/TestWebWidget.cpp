@@ -29,23 +29,23 @@ private slots:
     void makesAShownChildWindowOfItsParentAndLoads();
     void emptyAddressLoadsTheDefaultPage();
     void addressGoesOverInUtf8();
-    void loadTakesTheLocalEncoding();
+    void loadUsesTheLocalEncoding();
     void encodingsDifferWhereTheLocaleIsNotUtf8();
     void windowCoversTheWidgetAndItsOffset_data();
     void windowCoversTheWidgetAndItsOffset();
     void moveToGlobalUsesTheScreen();
-    void pageCallsAreComposedToTheCharacter_data();
-    void pageCallsAreComposedToTheCharacter();
+    void pageCallsHaveTheExactText_data();
+    void pageCallsHaveTheExactText();
     void lineBreaksReachTheEngineUnchanged();
     void missingTileServiceIsReported();
     void tileServiceIsStartedOnceAndAgainAfterItsEnd();
-    void tileServiceThatCannotStartStaysUnreported();
+    void failedStartOfTheTileServiceIsNotReported();
     void tileServiceOutlivesTheWidget();
-    void destructionTouchesNeitherEngineNorWindow();
+    void destructorDoesNotCallTheEngine();
 
 private:
     QString wmtsPath() const { return m_fixture->applicationPath("wmts.exe"); }
-    /** A tile service that notes each start and then does what the line says. */
+    /** A tile service that records each start and then executes the line. */
     void makeWmts(const QByteArray &line, bool executable = true);
     int starts() const;
 
@@ -115,7 +115,7 @@ void TestWebWidget::addressGoesOverInUtf8()
     QCOMPARE(recording::engine().url, QByteArray("/\xe8\x88\xaa\xe8\xbf\xb9/page.html"));
 }
 
-void TestWebWidget::loadTakesTheLocalEncoding()
+void TestWebWidget::loadUsesTheLocalEncoding()
 {
     WebWidget widget("a", m_parent.get());
     const QString path = QStringLiteral("/航迹/page.html");
@@ -159,7 +159,7 @@ void TestWebWidget::windowCoversTheWidgetAndItsOffset()
     widget.setGeometry(4, 6, 300, 200);
     QCOMPARE(widget.mapToGlobal(QPoint(0, 0)), global);
     recording::engine().calls.clear();
-    // The event's own sizes do not count.
+    // The sizes of the event are not used.
     QResizeEvent event(QSize(1, 2), QSize(3, 4));
     QApplication::sendEvent(&widget, &event);
     QCOMPARE(recording::engine().calls, QStringList({"resize view1 300 200", placed}));
@@ -176,7 +176,7 @@ void TestWebWidget::moveToGlobalUsesTheScreen()
     QCOMPARE(recording::engine().calls, QStringList({"move view1 35 47 300 200"}));
 }
 
-void TestWebWidget::pageCallsAreComposedToTheCharacter_data()
+void TestWebWidget::pageCallsHaveTheExactText_data()
 {
     QTest::addColumn<QStringList>("parts");
     QTest::addColumn<QByteArray>("script");
@@ -189,7 +189,7 @@ void TestWebWidget::pageCallsAreComposedToTheCharacter_data()
     QTest::newRow("Chinese") << QStringList{"f", "'航'"} << QByteArray("f('\xe8\x88\xaa');");
 }
 
-void TestWebWidget::pageCallsAreComposedToTheCharacter()
+void TestWebWidget::pageCallsHaveTheExactText()
 {
     QFETCH(QStringList, parts);
     QFETCH(QByteArray, script);
@@ -249,12 +249,12 @@ void TestWebWidget::tileServiceIsStartedOnceAndAgainAfterItsEnd()
     QTRY_COMPARE(starts(), 2);
     widget.wmtsProcess()->write("\n");
     QTRY_VERIFY(!widget.wmtsProcess());
-    // Called once more without a process, it does nothing.
+    // Without a process the slot does nothing.
     widget.slotProcessQuit(0, QProcess::NormalExit);
     QVERIFY(answer.allAnswered());
 }
 
-void TestWebWidget::tileServiceThatCannotStartStaysUnreported()
+void TestWebWidget::failedStartOfTheTileServiceIsNotReported()
 {
     makeWmts({}, false);
     WebWidget widget("a", m_parent.get());
@@ -276,7 +276,7 @@ void TestWebWidget::tileServiceOutlivesTheWidget()
     makeWmts("exec sleep 600");
     auto widget = std::make_unique<WebWidget>("a", m_parent.get());
     widget->startWmts();
-    // What the widget leaves behind on purpose, the test takes over.
+    // The widget leaves the process on purpose. The test deletes it.
     const std::unique_ptr<QProcess> process(widget->wmtsProcess());
     QVERIFY(process->waitForStarted());
     QTRY_COMPARE(starts(), 1);
@@ -288,7 +288,7 @@ void TestWebWidget::tileServiceOutlivesTheWidget()
     QVERIFY(process->waitForFinished());
 }
 
-void TestWebWidget::destructionTouchesNeitherEngineNorWindow()
+void TestWebWidget::destructorDoesNotCallTheEngine()
 {
     auto widget = std::make_unique<WebWidget>("a", m_parent.get());
     recording::engine().calls.clear();

@@ -15,7 +15,7 @@ namespace
 const QStringList kNames{"wkeCreateWebWindow", "wkeShowWindow", "wkeLoadURL", "wkeResize",
                          "wkeMoveWindow",      "wkeRunJS",      "wkeFinalize"};
 
-/** Calls every entry point; what none of them may do is end the process. */
+/** Calls every function. None of them may crash. */
 void callAll(WkeWebView view)
 {
     wke.wkeInitializeEx(nullptr);
@@ -38,14 +38,14 @@ private slots:
     void cleanup() { m_fixture.reset(); }
 
     void tableIsUsableBeforeAnythingIsLoaded();
-    void missingLibraryGivesNoughtWithoutABox();
-    void standInSaysInChineseWhatIsMissing();
-    void standInsLeaveForeignViewsAlone();
-    void engineIsStartedAtEveryRunAndFillsTheTable();
-    void settingsAreHandedOver();
-    void eachMissingNameGetsABox_data();
-    void eachMissingNameGetsABox();
-    void partsThatAreThereAreUsed();
+    void missingLibraryReturnsZeroWithoutAMessageBox();
+    void standInShowsInChineseWhatIsMissing();
+    void standInsIgnoreOtherViews();
+    void everyLoadStartsTheEngineAndFillsTheTable();
+    void settingsArePassedToTheEngine();
+    void eachMissingFunctionIsReportedInAMessageBox_data();
+    void eachMissingFunctionIsReportedInAMessageBox();
+    void existingFunctionsOfAPartialLibraryAreUsed();
 
 private:
     std::unique_ptr<Fixture> m_fixture;
@@ -58,9 +58,9 @@ void TestWkeApi::tableIsUsableBeforeAnythingIsLoaded()
     callAll(nullptr);
 }
 
-void TestWkeApi::missingLibraryGivesNoughtWithoutABox()
+void TestWkeApi::missingLibraryReturnsZeroWithoutAMessageBox()
 {
-    // No engine lies beside this program.
+    // There is no engine beside this program.
     ModalAnswer answer;
     wkeDllHandle = nullptr;
     wkeDllPath = L"node.dll";
@@ -71,7 +71,7 @@ void TestWkeApi::missingLibraryGivesNoughtWithoutABox()
     callAll(nullptr);
 }
 
-void TestWkeApi::standInSaysInChineseWhatIsMissing()
+void TestWkeApi::standInShowsInChineseWhatIsMissing()
 {
     wkeDllHandle = nullptr;
     QCOMPARE(loadWkeApi(nullptr), 0);
@@ -88,12 +88,12 @@ void TestWkeApi::standInSaysInChineseWhatIsMissing()
     QCOMPARE(label->geometry(), QRect(3, 4, 70, 80));
     wke.wkeMoveWindow(view, 5, 6, 90, 100);
     QCOMPARE(label->geometry(), QRect(5, 6, 90, 100));
-    // The label goes with its parent; the view stays behind in whoever holds it.
+    // The parent deletes the label. Callers may still hold the view.
     delete label;
     callAll(view);
 }
 
-void TestWkeApi::standInsLeaveForeignViewsAlone()
+void TestWkeApi::standInsIgnoreOtherViews()
 {
     int other = 0;
     wkeDllHandle = nullptr;
@@ -103,7 +103,7 @@ void TestWkeApi::standInsLeaveForeignViewsAlone()
     QVERIFY(!wke.wkeCreateWebWindow(2, reinterpret_cast<WkeWindow>(0x7ffffff), 0, 0, 1, 1));
 }
 
-void TestWkeApi::engineIsStartedAtEveryRunAndFillsTheTable()
+void TestWkeApi::everyLoadStartsTheEngineAndFillsTheTable()
 {
     ModalAnswer answer;
     recording::install();
@@ -118,7 +118,7 @@ void TestWkeApi::engineIsStartedAtEveryRunAndFillsTheTable()
     QVERIFY(answer.allAnswered());
 }
 
-void TestWkeApi::settingsAreHandedOver()
+void TestWkeApi::settingsArePassedToTheEngine()
 {
     int something = 0;
     recording::install();
@@ -126,7 +126,7 @@ void TestWkeApi::settingsAreHandedOver()
     QCOMPARE(recording::engine().calls, QStringList({"initialize with settings"}));
 }
 
-void TestWkeApi::eachMissingNameGetsABox_data()
+void TestWkeApi::eachMissingFunctionIsReportedInAMessageBox_data()
 {
     QTest::addColumn<QString>("library");
     QTest::addColumn<QStringList>("missing");
@@ -137,7 +137,7 @@ void TestWkeApi::eachMissingNameGetsABox_data()
         << QStringLiteral(STARTING_ENGINE) << kNames << "无法显示地图：网页引擎不完整，缺少 wkeCreateWebWindow。";
 }
 
-void TestWkeApi::eachMissingNameGetsABox()
+void TestWkeApi::eachMissingFunctionIsReportedInAMessageBox()
 {
     QFETCH(QString, library);
     QFETCH(QStringList, missing);
@@ -165,7 +165,7 @@ void TestWkeApi::eachMissingNameGetsABox()
     QVERIFY(parent.findChild<QLabel *>()->text().startsWith(reason));
 }
 
-void TestWkeApi::partsThatAreThereAreUsed()
+void TestWkeApi::existingFunctionsOfAPartialLibraryAreUsed()
 {
     ModalAnswer answer;
     for (int i = 0; i < 6; ++i)

@@ -148,7 +148,7 @@ private slots:
             QVERIFY(codeOf(frame) != 0x52 || frame.size() == 12);
     }
 
-    void lessThanAMinuteIsTheBeginningOfOne()
+    void shortFlightIsTheStartOfAOneMinuteFlight()
     {
         demo::DemoOptions few = flightOf(20);
         few.samples = 10;
@@ -216,9 +216,9 @@ private slots:
         QVERIFY(std::fabs(flight.at("PGS_GPS_Relative_Height", start)) < 1.0);
     }
 
-    void logEndsInTheOneRunOfTheAttack_data() { addLengths(); }
+    void logEndsWithTheOnlyAttackLeg_data() { addLengths(); }
 
-    void logEndsInTheOneRunOfTheAttack()
+    void logEndsWithTheOnlyAttackLeg()
     {
         QFETCH(int, minutes);
         ReferenceDecoder flight = decoded(flightOf(minutes));
@@ -460,7 +460,7 @@ private slots:
         }
     }
 
-    void longLogIsWrittenAsItIsMade()
+    void longLogIsNotKeptInMemory()
     {
         const QString path = m_dir.filePath(QStringLiteral("long.txt"));
         QVERIFY(demo::writeTextLog(path, flightOf(30)));
@@ -670,7 +670,7 @@ private slots:
         QVERIFY(contentOf(database).startsWith("SQLite format 3"));
     }
 
-    void programHelpsItself()
+    void programPrintsItsHelp()
     {
         const Run run = runProgram({"--help"});
         QCOMPARE(run.exitCode, 0);
@@ -705,7 +705,7 @@ private slots:
         QVERIFY(!QFile::exists(QStringLiteral("a")));
     }
 
-    void programSaysWhenItCannotWrite()
+    void programReportsAnUnwritableFile()
     {
         for (const char *kind : {"log", "db", "damaged"}) {
             const Run run = runProgram({kind, "--minutes", "1", m_dir.filePath(QStringLiteral("missing/file"))});

@@ -49,7 +49,7 @@ private slots:
     void cleanupTestCase();
     void everyTileIsASmallPicture();
     void longestFlightsStayOnTheMap();
-    void gridLiesAtItsDegrees();
+    void gridLinesAreAtTheirDegrees();
     void fileStaysSmall();
     void programReplacesAnOldFileOnlyWhenItCanWrite();
 
@@ -104,7 +104,7 @@ void TestDemoTiles::longestFlightsStayOnTheMap()
     const double eastDegrees = east / (kMetresPerDegree * std::cos(qDegreesToRadians(34.01)));
     const double northDegrees = north / kMetresPerDegree;
     QSqlQuery query(QSqlDatabase::database("tiles"));
-    for (int zoom = demo::kLeastTileZoom; zoom <= 14; ++zoom) {
+    for (int zoom = demo::kMinTileZoom; zoom <= 14; ++zoom) {
         const QPoint first = tileAt(zoom, 113.9 - eastDegrees, 34.01 + northDegrees);
         const QPoint last = tileAt(zoom, 113.93 + eastDegrees, 33.98 - northDegrees);
         for (int column = first.x(); column <= last.x(); ++column)
@@ -120,7 +120,7 @@ void TestDemoTiles::longestFlightsStayOnTheMap()
     }
 }
 
-void TestDemoTiles::gridLiesAtItsDegrees()
+void TestDemoTiles::gridLinesAreAtTheirDegrees()
 {
     // Level 13 has a line every 0.02 degrees. A line is one colour from edge to edge, which no relief is.
     const QPoint tile = tileAt(13, 113.92, 33.99);

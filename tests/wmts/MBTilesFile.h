@@ -7,13 +7,13 @@
 #include <QVariant>
 #include <QtGlobal>
 
-/** What passes for an image by its first bytes, and tells which tile it is. */
+/** Bytes that begin like a PNG image and contain the address of the tile. */
 inline QByteArray pngBytes(int zoom, int column, int row)
 {
     return QByteArray("\x89PNG\r\n\x1a\n", 8) + QStringLiteral("%1/%2/%3").arg(zoom).arg(column).arg(row).toLatin1();
 }
 
-/** An MBTiles file that is written statement by statement. */
+/** Writes an MBTiles file. */
 class MBTilesFile
 {
 public:
@@ -49,7 +49,7 @@ public:
     {
         insert(QStringLiteral("INSERT INTO metadata VALUES (?, ?)"), {name, value});
     }
-    /** @param row from the south, as the file has it */
+    /** @param row from the south, as in the file */
     void addTile(int zoom, int column, int row, const QByteArray &bytes)
     {
         insert(QStringLiteral("INSERT INTO tiles VALUES (?, ?, ?, ?)"), {zoom, column, row, bytes});

@@ -9,12 +9,12 @@ class TestLocalNames : public QObject
     Q_OBJECT
 
 private slots:
-    void portOfTheSchemeMayBeLeftOut();
-    void otherPortsMayNot();
-    void originsBearTheScheme();
+    void defaultPortMayBeOmitted();
+    void otherPortsMustBeGiven();
+    void originsNeedTheScheme();
 };
 
-void TestLocalNames::portOfTheSchemeMayBeLeftOut()
+void TestLocalNames::defaultPortMayBeOmitted()
 {
     const LocalNames names(80);
     for (const char *const host : {"127.0.0.1", "localhost", "[::1]", "127.0.0.1:80", "localhost:80", "[::1]:80"})
@@ -23,7 +23,7 @@ void TestLocalNames::portOfTheSchemeMayBeLeftOut()
         QVERIFY2(!names.isHost(host), host);
 }
 
-void TestLocalNames::otherPortsMayNot()
+void TestLocalNames::otherPortsMustBeGiven()
 {
     const LocalNames names(9800);
     for (const char *const host : {"127.0.0.1:9800", "localhost:9800", "[::1]:9800"})
@@ -32,7 +32,7 @@ void TestLocalNames::otherPortsMayNot()
         QVERIFY2(!names.isHost(host), host);
 }
 
-void TestLocalNames::originsBearTheScheme()
+void TestLocalNames::originsNeedTheScheme()
 {
     const LocalNames names(9800);
     QVERIFY(names.isOrigin("null"));

@@ -13,11 +13,11 @@ class TestRequestHead : public QObject
 private slots:
     void readsHeads_data();
     void readsHeads();
-    void keepsEachHostAndOrigin();
-    void leavesTheNextRequest();
-    void boundedWhateverComes_data();
-    void boundedWhateverComes();
-    void sameInPieces();
+    void returnsAllHostsAndOrigins();
+    void stopsBeforeTheNextRequest();
+    void readsAndKeepsALimitedNumberOfBytes_data();
+    void readsAndKeepsALimitedNumberOfBytes();
+    void piecesGiveTheSameResultAsTheWholeHead();
 };
 
 void TestRequestHead::readsHeads_data()
@@ -63,7 +63,7 @@ void TestRequestHead::readsHeads()
     QTEST(read.closes(), "closes");
 }
 
-void TestRequestHead::keepsEachHostAndOrigin()
+void TestRequestHead::returnsAllHostsAndOrigins()
 {
     RequestHead head;
     head.take("GET / HTTP/1.1\r\nHOST: LocalHost:1 \r\nOrigin:null\r\nX-Host: a\r\nhost:\r\nOrigin: HTTP://B\r\n\r\n");
@@ -72,7 +72,7 @@ void TestRequestHead::keepsEachHostAndOrigin()
     QCOMPARE(head.origins(), (std::vector<std::string>{"null", "http://b"}));
 }
 
-void TestRequestHead::leavesTheNextRequest()
+void TestRequestHead::stopsBeforeTheNextRequest()
 {
     const std::string first = "GET /a HTTP/1.1\r\n\r\n";
     RequestHead head;
@@ -81,7 +81,7 @@ void TestRequestHead::leavesTheNextRequest()
     QCOMPARE(QByteArray::fromStdString(head.requestLine()), QByteArray("GET /a HTTP/1.1"));
 }
 
-void TestRequestHead::boundedWhateverComes_data()
+void TestRequestHead::readsAndKeepsALimitedNumberOfBytes_data()
 {
     QTest::addColumn<QByteArray>("piece");
     QTest::addColumn<int>("error");
@@ -90,23 +90,23 @@ void TestRequestHead::boundedWhateverComes_data()
     QTest::newRow("endless empty lines") << QByteArray("\r\n") << 414;
 }
 
-void TestRequestHead::boundedWhateverComes()
+void TestRequestHead::readsAndKeepsALimitedNumberOfBytes()
 {
     QFETCH(QByteArray, piece);
     const std::string text = piece.toStdString();
     RequestHead head;
     std::size_t sent = 0;
-    for (; !head.ended() && sent < 2 * wmts::kMostDiscarded; sent += text.size())
+    for (; !head.ended() && sent < 2 * wmts::kMaxDiscardedBytes; sent += text.size())
         head.take(text);
     QVERIFY(head.ended());
-    QVERIFY(sent <= wmts::kMostDiscarded + 2 * text.size());
+    QVERIFY(sent <= wmts::kMaxDiscardedBytes + 2 * text.size());
     QTEST(head.error(), "error");
-    QVERIFY(head.requestLine().size() <= wmts::kMostRequestLine);
+    QVERIFY(head.requestLine().size() <= wmts::kMaxRequestLine);
 }
 
-void TestRequestHead::sameInPieces()
+void TestRequestHead::piecesGiveTheSameResultAsTheWholeHead()
 {
-    // Heads of random pieces, whole and cut at random places, give the same answer.
+    // Random heads give the same result as a whole and in random pieces.
     std::mt19937 random(7);
     const auto below = [&random](int end) { return int(random() % unsigned(end)); };
     const std::string pieces[] = {"GET ",
@@ -150,7 +150,7 @@ void TestRequestHead::sameInPieces()
         ended += whole.ended();
         refused += whole.error() != 0;
     }
-    // The pieces do reach all of it.
+    // The random heads include complete, incomplete, good and bad ones.
     QVERIFY(ended > 300);
     QVERIFY(refused > 300 && refused < 2900);
 }

@@ -42,17 +42,17 @@ class TestTileLayer : public QObject
 private slots:
     void init() { m_folder.reset(new QTemporaryDir); }
     void everyTileComesFromItsRow();
-    void readsWhatTheFileSays();
-    void findsOutWhatTheFileDoesNotSay();
-    void brokenFilesAreTold_data();
-    void brokenFilesAreTold();
-    void damageLaterInTheFileIsThatTilesOnly();
+    void readsTheMetadata();
+    void derivesMissingMetadataFromTheTiles();
+    void brokenFilesAreReported_data();
+    void brokenFilesAreReported();
+    void damageAffectsOnlyTheTilesInIt();
     void tilesThatAreNoImagesAreUnreadable();
-    void endlessViewIsGivenUp();
-    void fileIsLeftAsItWas();
+    void endlessQueryIsAborted();
+    void fileIsNotChanged();
     void imageTypes_data();
     void imageTypes();
-    void folderServesTheGoodAndTellsTheBroken();
+    void folderServesGoodFilesAndReportsBrokenOnes();
 
 private:
     QString path(const QString &name) const { return m_folder->filePath(name); }
@@ -78,7 +78,7 @@ void TestTileLayer::everyTileComesFromItsRow()
     QVERIFY(layer->tile(4, 0, 0, &bytes, &type) == TileLayer::Found::No);
 }
 
-void TestTileLayer::readsWhatTheFileSays()
+void TestTileLayer::readsTheMetadata()
 {
     {
         MBTilesFile file(path("a.mbtiles"));
@@ -100,10 +100,10 @@ void TestTileLayer::readsWhatTheFileSays()
     QVERIFY((layer->info().bounds == std::array<double, 4>{113.5, 33.25, 114, 34.75}));
 }
 
-void TestTileLayer::findsOutWhatTheFileDoesNotSay()
+void TestTileLayer::derivesMissingMetadataFromTheTiles()
 {
     {
-        // Tiles are often a view over images that several tiles share, and some files have no metadata at all.
+        // In many files "tiles" is a view over shared images. Some files have no metadata.
         MBTilesFile file(path("a.mbtiles"));
         file.run("CREATE TABLE map (z INTEGER, x INTEGER, y INTEGER, id TEXT)");
         file.run("CREATE TABLE images (id TEXT, data BLOB)");
@@ -127,7 +127,7 @@ void TestTileLayer::findsOutWhatTheFileDoesNotSay()
     QVERIFY(layer->tile(3, 1, 5, &bytes, &type) == TileLayer::Found::Yes); // 2 from the south of 8
 }
 
-void TestTileLayer::brokenFilesAreTold_data()
+void TestTileLayer::brokenFilesAreReported_data()
 {
     QTest::addColumn<QString>("kind");
     for (const char *const kind :
@@ -135,7 +135,7 @@ void TestTileLayer::brokenFilesAreTold_data()
         QTest::newRow(kind) << QString(kind);
 }
 
-void TestTileLayer::brokenFilesAreTold()
+void TestTileLayer::brokenFilesAreReported()
 {
     QFETCH(QString, kind);
     const QString file = path("a.mbtiles");
@@ -163,7 +163,7 @@ void TestTileLayer::brokenFilesAreTold()
     QVERIFY(!error.empty());
 }
 
-void TestTileLayer::damageLaterInTheFileIsThatTilesOnly()
+void TestTileLayer::damageAffectsOnlyTheTilesInIt()
 {
     const QString file = path("a.mbtiles");
     {
@@ -197,8 +197,8 @@ void TestTileLayer::tilesThatAreNoImagesAreUnreadable()
         tiles.addTile(3, 0, 7, pngBytes(3, 0, 0));
         tiles.addTile(3, 1, 7, "<script>alert(1)</script>");
         tiles.addTile(3, 2, 7, {});
-        tiles.addTile(3, 3, 7, pngBytes(3, 3, 0) + QByteArray(int(wmts::kMostTileBytes) - 13, 'x'));
-        tiles.addTile(3, 4, 7, pngBytes(3, 4, 0) + QByteArray(int(wmts::kMostTileBytes) - 12, 'x'));
+        tiles.addTile(3, 3, 7, pngBytes(3, 3, 0) + QByteArray(int(wmts::kMaxTileBytes) - 13, 'x'));
+        tiles.addTile(3, 4, 7, pngBytes(3, 4, 0) + QByteArray(int(wmts::kMaxTileBytes) - 12, 'x'));
         tiles.addTile(3, 5, 7, pngBytes(3, 5, 0) + QByteArray(20000000, 'x'));
         tiles.run("INSERT INTO tiles VALUES (3, 6, 7, NULL)");
         tiles.run("INSERT INTO tiles VALUES (3, 7, 7, 'text')");
@@ -214,7 +214,7 @@ void TestTileLayer::tilesThatAreNoImagesAreUnreadable()
     QVERIFY(layer->tile(3, 4, 0, &bytes, &type) == TileLayer::Found::Unreadable);
 }
 
-void TestTileLayer::endlessViewIsGivenUp()
+void TestTileLayer::endlessQueryIsAborted()
 {
     const QString file = path("a.mbtiles");
     {
@@ -230,7 +230,7 @@ void TestTileLayer::endlessViewIsGivenUp()
     QVERIFY(timer.elapsed() < 20000);
 }
 
-void TestTileLayer::fileIsLeftAsItWas()
+void TestTileLayer::fileIsNotChanged()
 {
     const QString file = path("a.mbtiles");
     MBTilesFile::writeWorld(file);
@@ -267,7 +267,7 @@ void TestTileLayer::imageTypes()
     QTEST(QByteArray(wmts::imageType(bytes.constData(), std::size_t(bytes.size()))), "type");
 }
 
-void TestTileLayer::folderServesTheGoodAndTellsTheBroken()
+void TestTileLayer::folderServesGoodFilesAndReportsBrokenOnes()
 {
     const QTemporaryDir outside;
     MBTilesFile::writeWorld(outside.filePath("secret.mbtiles"));
@@ -278,7 +278,7 @@ void TestTileLayer::folderServesTheGoodAndTellsTheBroken()
     QVERIFY(QFile::link(outside.filePath("secret.mbtiles"), path("link.mbtiles")));
     QVERIFY(QFile::link(path("b.mbtiles"), path("inner.mbtiles")));
     QVERIFY(QDir(m_folder->path()).mkdir("folder.mbtiles"));
-    // Whoever opened a pipe would wait for ever.
+    // Opening a pipe would block.
     QCOMPARE(::mkfifo(path("pipe.mbtiles").toUtf8().constData(), 0600), 0);
     QByteArrayList lines;
     const wmts::Layers layers = wmts::openLayers(m_folder->path().toStdString(), [&lines](const std::string &line) {

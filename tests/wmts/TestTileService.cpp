@@ -37,10 +37,10 @@ private slots:
     void cleanupTestCase();
     void servesTiles();
     void answersHaveTheirHeaders();
-    void onlyRequestsForItsOwnNameAreAnswered_data();
-    void onlyRequestsForItsOwnNameAreAnswered();
-    void onlyItsOwnPagesMayAsk_data();
-    void onlyItsOwnPagesMayAsk();
+    void requestsForOtherHostsAreRefused_data();
+    void requestsForOtherHostsAreRefused();
+    void requestsOfForeignPagesAreRefused_data();
+    void requestsOfForeignPagesAreRefused();
     void refusedRequestEndsTheConnection();
     void keepsConnections();
     void servesWmts();
@@ -48,12 +48,12 @@ private slots:
     void wmtsErrors();
     void badRequests_data();
     void badRequests();
-    void nothingOutsideTheFolderIsRead_data();
-    void nothingOutsideTheFolderIsRead();
-    void urlOfAMegabyte();
+    void filesOutsideTheFolderAreNotServed_data();
+    void filesOutsideTheFolderAreNotServed();
+    void urlOfAMegabyteIsRefused();
     void twoHundredConnectionsAtOnce();
-    void slowSendersAndReadersHoldNobodyUp();
-    void loadRun();
+    void slowClientsDoNotDelayOthers();
+    void manyPipelinedRequestsAreAnsweredFast();
     void fuzzOfRequestLines();
     void memoryStaysBounded();
 
@@ -66,13 +66,13 @@ private slots:
     void brokenFileAmongGoodOnes();
     void wrongUse_data();
     void wrongUse();
-    void takenPort();
-    void portThatNobodyAnswersAt();
-    void portThatCannotBeHad();
-    void startedTwice();
-    void closedStandardStreams();
-    void leavesTheTerminalOfAProgramThatStartsIt();
-    void staysWithTheTerminalOfAHandThatStartsIt();
+    void portOfAnotherProgramIsReported();
+    void silentOwnerOfThePortDoesNotBlockTheStart();
+    void forbiddenPortIsReported();
+    void secondCopyFindsTheFirst();
+    void closedStandardStreamsAreOpenedOnTheNullDevice();
+    void leavesTheTerminalWhenAProgramStartsIt();
+    void keepsTheTerminalWhenAUserStartsIt();
     void listensOnLoopbackOnly();
 
 private:
@@ -140,7 +140,7 @@ void TestTileService::answersHaveTheirHeaders()
 }
 
 // PORT stands for the port of the service.
-void TestTileService::onlyRequestsForItsOwnNameAreAnswered_data()
+void TestTileService::requestsForOtherHostsAreRefused_data()
 {
     QTest::addColumn<QByteArray>("hosts");
     QTest::addColumn<int>("status");
@@ -167,7 +167,7 @@ void TestTileService::onlyRequestsForItsOwnNameAreAnswered_data()
     QTest::newRow("list") << QByteArray("Host: 127.0.0.1:PORT, evil.example\r\n") << 403;
 }
 
-void TestTileService::onlyRequestsForItsOwnNameAreAnswered()
+void TestTileService::requestsForOtherHostsAreRefused()
 {
     QFETCH(QByteArray, hosts);
     hosts.replace("PORT", QByteArray::number(m_service->port()));
@@ -182,7 +182,7 @@ void TestTileService::onlyRequestsForItsOwnNameAreAnswered()
     }
 }
 
-void TestTileService::onlyItsOwnPagesMayAsk_data()
+void TestTileService::requestsOfForeignPagesAreRefused_data()
 {
     QTest::addColumn<QByteArray>("origins");
     QTest::addColumn<QByteArray>("allowed"); // empty: refused
@@ -204,7 +204,7 @@ void TestTileService::onlyItsOwnPagesMayAsk_data()
     row("two in one", "Origin: null https://evil.example\r\n", "");
 }
 
-void TestTileService::onlyItsOwnPagesMayAsk()
+void TestTileService::requestsOfForeignPagesAreRefused()
 {
     QFETCH(QByteArray, origins);
     QFETCH(QByteArray, allowed);
@@ -339,7 +339,7 @@ void TestTileService::badRequests()
     QCOMPARE(TileService::statusOf(m_service->get("/world/0/0/0")), 200);
 }
 
-void TestTileService::nothingOutsideTheFolderIsRead_data()
+void TestTileService::filesOutsideTheFolderAreNotServed_data()
 {
     QTest::addColumn<QByteArray>("path");
     for (const char *const path :
@@ -351,7 +351,7 @@ void TestTileService::nothingOutsideTheFolderIsRead_data()
         QTest::newRow(path) << QByteArray(path);
 }
 
-void TestTileService::nothingOutsideTheFolderIsRead()
+void TestTileService::filesOutsideTheFolderAreNotServed()
 {
     QFETCH(QByteArray, path);
     const QByteArray answer = m_service->get(path);
@@ -363,7 +363,7 @@ void TestTileService::nothingOutsideTheFolderIsRead()
     QVERIFY(!answer.contains("SQLite format"));
 }
 
-void TestTileService::urlOfAMegabyte()
+void TestTileService::urlOfAMegabyteIsRefused()
 {
     QCOMPARE(TileService::statusOf(m_service->get("/" + QByteArray(1 << 20, 'a'))), 414);
     QCOMPARE(TileService::statusOf(m_service->get("/wmts?" + QByteArray("a=b&").repeated(1 << 18))), 414);
@@ -395,7 +395,7 @@ void TestTileService::twoHundredConnectionsAtOnce()
     QCOMPARE(good, 200);
 }
 
-void TestTileService::slowSendersAndReadersHoldNobodyUp()
+void TestTileService::slowClientsDoNotDelayOthers()
 {
     std::vector<std::unique_ptr<QTcpSocket>> senders;
     std::vector<std::unique_ptr<QTcpSocket>> readers;
@@ -422,7 +422,7 @@ void TestTileService::slowSendersAndReadersHoldNobodyUp()
     QCOMPARE(TileService::statusOf(m_service->get("/world/0/0/0")), 200);
 }
 
-void TestTileService::loadRun()
+void TestTileService::manyPipelinedRequestsAreAnsweredFast()
 {
     constexpr int kClients = 8;
     constexpr int kRounds = 20;
@@ -654,7 +654,7 @@ void TestTileService::wrongUse()
     QCOMPARE(error.count('\n'), 1);
 }
 
-void TestTileService::takenPort()
+void TestTileService::portOfAnotherProgramIsReported()
 {
     // Ends whatever it accepts.
     QTcpServer other;
@@ -670,7 +670,7 @@ void TestTileService::takenPort()
                  + " of 127.0.0.1: another program has it\n");
 }
 
-void TestTileService::portThatNobodyAnswersAt()
+void TestTileService::silentOwnerOfThePortDoesNotBlockTheStart()
 {
     QTcpServer silent;
     QVERIFY(silent.listen(QHostAddress::LocalHost, 0));
@@ -682,7 +682,7 @@ void TestTileService::portThatNobodyAnswersAt()
     QVERIFY(timer.elapsed() < 20000);
 }
 
-void TestTileService::portThatCannotBeHad()
+void TestTileService::forbiddenPortIsReported()
 {
     // Without an administrator's rights, even where the tests have them.
     QFile first(QStringLiteral("/proc/sys/net/ipv4/ip_unprivileged_port_start"));
@@ -698,7 +698,7 @@ void TestTileService::portThatCannotBeHad()
     QCOMPARE(process.exitCode(), 1);
 }
 
-void TestTileService::startedTwice()
+void TestTileService::secondCopyFindsTheFirst()
 {
     QByteArray error;
     QCOMPARE(runToEnd(*m_service, {"--port", QString::number(m_service->port())}, &error), 6);
@@ -706,7 +706,7 @@ void TestTileService::startedTwice()
     QCOMPARE(TileService::statusOf(m_service->get("/world/0/0/0")), 200);
 }
 
-void TestTileService::closedStandardStreams()
+void TestTileService::closedStandardStreamsAreOpenedOnTheNullDevice()
 {
     // A line is written to standard error on the way; it must not come out of the first socket.
     TileService service(QStringLiteral(WMTS_PROGRAM));
@@ -745,7 +745,7 @@ void TestTileService::closedStandardStreams()
     QCOMPARE(shell.exitCode(), 0);
 }
 
-void TestTileService::leavesTheTerminalOfAProgramThatStartsIt()
+void TestTileService::leavesTheTerminalWhenAProgramStartsIt()
 {
     // The terminal's end goes to its session, the program's.
     const auto service = pid_t(m_service->process().processId());
@@ -753,7 +753,7 @@ void TestTileService::leavesTheTerminalOfAProgramThatStartsIt()
     QVERIFY(getsid(service) != getsid(0));
 }
 
-void TestTileService::staysWithTheTerminalOfAHandThatStartsIt()
+void TestTileService::keepsTheTerminalWhenAUserStartsIt()
 {
     const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
     QVERIFY(terminal >= 0 && grantpt(terminal) == 0 && unlockpt(terminal) == 0);

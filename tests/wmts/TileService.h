@@ -8,7 +8,7 @@
 #include <QTemporaryDir>
 #include <QThread>
 
-/** The real program, copied into a folder of its own with a folder tiles beside it. */
+/** The real program, copied to a temporary folder with an empty folder tiles. */
 class TileService
 {
 public:
@@ -26,7 +26,7 @@ public:
     quint16 port() const { return m_port; }
     QProcess &process() { return m_process; }
 
-    /** Start at a port that the system chooses; false when the program ended instead. */
+    /** Starts the service at a free port. Returns false if the program ends instead. */
     bool start()
     {
         m_process.start(m_program, {QStringLiteral("--port"), QStringLiteral("0")});
@@ -38,7 +38,7 @@ public:
         return m_port != 0;
     }
 
-    /** Ask it to end. @return the exit code, -1 when it did not come */
+    /** Asks the service to end. @return the exit code, or -1 if it did not end in time */
     int stop()
     {
         if (m_process.state() == QProcess::NotRunning)
@@ -69,7 +69,7 @@ public:
         return socket.waitForConnected(10000);
     }
 
-    /** All that comes back on a connection until the other side ends it, at most 20 s. */
+    /** Reads until the other side closes the connection, for 20 s at most. */
     static QByteArray readToEnd(QTcpSocket &socket)
     {
         QElapsedTimer timer;
@@ -79,7 +79,7 @@ public:
         return socket.readAll();
     }
 
-    /** Send these very bytes and read the answer to its end. */
+    /** Sends the bytes and returns the whole answer. */
     QByteArray ask(const QByteArray &bytes) const
     {
         QTcpSocket socket;
@@ -94,14 +94,14 @@ public:
         return ask(withHost("GET " + path + " HTTP/1.1\r\nConnection: close\r\n\r\n"));
     }
 
-    /** The header that each request needs, naming the service as a browser does. */
+    /** The Host header, which every request needs. */
     QByteArray hostLine() const { return "Host: 127.0.0.1:" + QByteArray::number(m_port) + "\r\n"; }
     QByteArray withHost(QByteArray requests) const
     {
         return requests.replace(" HTTP/1.1\r\n", " HTTP/1.1\r\n" + hostLine());
     }
 
-    /** 0 when the answer is none. */
+    /** 0 if the text is not an HTTP answer. */
     static int statusOf(const QByteArray &answer)
     {
         return answer.startsWith("HTTP/1.1 ") ? answer.mid(9, 3).toInt() : 0;

@@ -1,4 +1,4 @@
-// Plays node.dll: writes down what it is asked, in the order and in the encoding in which it comes.
+// Replaces node.dll: records the calls in their order, with unchanged bytes.
 
 #include <cstdio>
 

@@ -116,16 +116,16 @@ private slots:
     }
     void cleanup() { m_fixture.reset(); }
 
-    void absentLibraryIsToldInTheMapAreaWithoutABox();
-    void completeLibraryTakesEveryCall();
-    void missingNamesGetABoxEach_data();
-    void missingNamesGetABoxEach();
+    void missingLibraryIsShownInTheMapAreaWithoutAMessageBox();
+    void completeLibraryReceivesEveryCall();
+    void eachMissingFunctionIsReportedInAMessageBox_data();
+    void eachMissingFunctionIsReportedInAMessageBox();
 
 private:
     std::unique_ptr<Fixture> m_fixture;
 };
 
-void TestWkeWindows::absentLibraryIsToldInTheMapAreaWithoutABox()
+void TestWkeWindows::missingLibraryIsShownInTheMapAreaWithoutAMessageBox()
 {
     const LogFile log;
     wkeDllPath = L"node.dll";
@@ -139,7 +139,7 @@ void TestWkeWindows::absentLibraryIsToldInTheMapAreaWithoutABox()
     QVERIFY(log.leveledMessages().first().startsWith("error: web engine not loaded: "));
 }
 
-void TestWkeWindows::completeLibraryTakesEveryCall()
+void TestWkeWindows::completeLibraryReceivesEveryCall()
 {
     const std::wstring path = engine("complete");
     wkeDllPath = path.c_str();
@@ -158,7 +158,7 @@ void TestWkeWindows::completeLibraryTakesEveryCall()
                              "resize 50 60", "move 3 4 50 60", "run f(\"航迹\");", "finalize"}));
 }
 
-void TestWkeWindows::missingNamesGetABoxEach_data()
+void TestWkeWindows::eachMissingFunctionIsReportedInAMessageBox_data()
 {
     QTest::addColumn<QByteArray>("library");
     QTest::addColumn<QStringList>("missing");
@@ -166,7 +166,7 @@ void TestWkeWindows::missingNamesGetABoxEach_data()
     QTest::newRow("one that starts and makes windows") << QByteArray("window") << QStringList(kAfterTheStart.mid(1));
 }
 
-void TestWkeWindows::missingNamesGetABoxEach()
+void TestWkeWindows::eachMissingFunctionIsReportedInAMessageBox()
 {
     QFETCH(QByteArray, library);
     QFETCH(QStringList, missing);

@@ -7,7 +7,7 @@
 #include <QtTest>
 #include <memory>
 
-/** The tile service as Windows users have it; what does not depend on the system is tested elsewhere, more widely. */
+/** The tile service on Windows. TestTileService has more tests of what does not depend on the system. */
 class TestTileServiceWindows : public QObject
 {
     Q_OBJECT
@@ -21,7 +21,7 @@ private slots:
     }
     void cleanup()
     {
-        // There is no signal that asks a program without a window to end.
+        // Windows has no signal that asks a program without a window to end.
         m_service->process().kill();
         m_service->process().waitForFinished();
         m_service.reset();
@@ -33,8 +33,8 @@ private slots:
     void missingFolder();
     void folderWithoutMaps();
     void wrongUse();
-    void startedTwice();
-    void portOfAnotherProgram();
+    void secondCopyFindsTheFirst();
+    void portOfAnotherProgramIsReported();
 
 private:
     int runToEnd(const QStringList &arguments, QByteArray *error) const
@@ -109,7 +109,7 @@ void TestTileServiceWindows::wrongUse()
     QCOMPARE(error, QByteArray("wmts: cannot take the argument --what; try wmts.exe --help\n"));
 }
 
-void TestTileServiceWindows::startedTwice()
+void TestTileServiceWindows::secondCopyFindsTheFirst()
 {
     QVERIFY(m_service->start());
     QByteArray error;
@@ -118,7 +118,7 @@ void TestTileServiceWindows::startedTwice()
     QCOMPARE(TileService::statusOf(m_service->get("/world/0/0/0")), 200);
 }
 
-void TestTileServiceWindows::portOfAnotherProgram()
+void TestTileServiceWindows::portOfAnotherProgramIsReported()
 {
     // Ends whatever it accepts.
     QTcpServer other;
