@@ -44,7 +44,7 @@ const FrameInfo *const frameInfos = tables().infos.data();
 const FrameField *findFrameField(std::uint16_t code, int row)
 {
     const FrameInfo *info = tables().infos.data();
-    for (int i = 0; i < kMostInfos && info[i].name; ++i) {
+    for (int i = 0; i < kMaxInfos && info[i].name; ++i) {
         if (info[i].code == code)
             return info[i].fields + row;
     }

@@ -33,6 +33,7 @@ public:
     void place(const QRect &wanted);
     const QRect &wanted() const { return m_wanted; }
 
+    /** Loads the page, as soon as the shared process is ready. */
     void load(const QUrl &url);
 
     /** Runs the script in the page, once it has loaded. Without a page the script is dropped. */

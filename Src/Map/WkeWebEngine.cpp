@@ -1,5 +1,5 @@
-// The engine's eight entry points over Qt's web engine. They are a library of their own, because the engine is large and
-// most runs of the program never open the map.
+// The engine's eight entry points over Qt's web engine. They are a library of their own, because the engine is large
+// and most runs of the program never open the map.
 
 #include "WebEngine.h"
 #include "WebView.h"

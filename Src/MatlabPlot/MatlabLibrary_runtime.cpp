@@ -43,7 +43,8 @@ private:
 namespace
 {
 
-// The mangled name of the C++ entry point depends on the compiler; the calling convention is the same.
+// The C++ name of the entry point depends on the compiler that built the library. This program is built by GCC; the
+// call is the same for both.
 constexpr char kMsvcPlot[] = "?myMatlabPlot@@YAXAEBVmwArray@@0000000@Z";
 constexpr char kGccPlot[] = "_Z12myMatlabPlotRK7mwArrayS1_S1_S1_S1_S1_S1_S1_";
 

@@ -13,8 +13,8 @@ namespace
 {
 
 /** The groups that are decoded from frames of their own. */
-constexpr quint8 kReportedCodes[] = {frame::kHeartBeat, frame::kControlStatus, frame::kAttitude,
-                                     frame::kSensor,    frame::kTarget,        frame::kPayload};
+constexpr quint8 kReportedCodes[]
+    = {frame::kHeartBeat, frame::kControlStatus, frame::kAttitude, frame::kSensor, frame::kTarget, frame::kPayload};
 
 constexpr int kPointSize = 16;
 

@@ -22,6 +22,7 @@ struct Triad {
     TriadMember difference;
 };
 
+/** The channel of this name. A name that the code's table does not have does not compile in a constant. */
 constexpr TriadMember triadMember(std::uint8_t code, const char *name, const char *text)
 {
     return {code, rowOf(code, name), text};

@@ -43,8 +43,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     require(pieces.closes() == whole.closes());
     require(pieces.requestLine() == whole.requestLine());
 
-    demand(taken <= size && (whole.ended() || taken == size));
-    demand(whole.requestLine().size() <= wmts::kMaxRequestLine);
+    require(taken <= size && (whole.ended() || taken == size));
+    require(whole.requestLine().size() <= wmts::kMaxRequestLine);
     const int error = whole.error();
     require(error == 0 || error == 400 || error == 403 || error == 414 || error == 431);
     require(error == 0 || whole.closes());

@@ -24,16 +24,16 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
         require(layer || !error.empty());
         if (layer) {
             const LayerInfo &info = layer->info();
-            demand(info.name == "layer" && !info.title.empty());
-            demand(info.format == "png" || info.format == "jpg" || info.format == "webp");
-            demand(info.minZoom >= 0 && info.minZoom <= info.maxZoom && info.maxZoom <= wmts::kMaxZoom);
-            demand(info.bounds[0] < info.bounds[2] && info.bounds[1] < info.bounds[3]);
+            require(info.name == "layer" && !info.title.empty());
+            require(info.format == "png" || info.format == "jpg" || info.format == "webp");
+            require(info.minZoom >= 0 && info.minZoom <= info.maxZoom && info.maxZoom <= wmts::kMaxZoom);
+            require(info.bounds[0] < info.bounds[2] && info.bounds[1] < info.bounds[3]);
             for (int zoom = info.minZoom; zoom <= std::min(info.maxZoom, info.minZoom + 2); ++zoom) {
                 std::string bytes;
                 const char *type = nullptr;
                 if (layer->tile(zoom, 0, 0, &bytes, &type) == TileLayer::Found::Yes)
-                    demand(type && type == wmts::imageType(bytes.data(), bytes.size())
-                           && bytes.size() <= wmts::kMaxTileBytes);
+                    require(type && type == wmts::imageType(bytes.data(), bytes.size())
+                            && bytes.size() <= wmts::kMaxTileBytes);
             }
         }
     }
