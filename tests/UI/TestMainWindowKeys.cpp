@@ -117,6 +117,25 @@ private slots:
         press(Qt::Key_Backspace);
         QVERIFY(ranges() == start);
     }
+    void aReadForgetsTheViews()
+    {
+        show("checkBox_roll", "横滚");
+        click(false);
+        press(Qt::Key_Backspace); // the current view is recorded
+        canvas(false)->xAxis->setRange(5, 6);
+        press(Qt::Key_Backspace);
+        press(Qt::Key_Backspace, Qt::ShiftModifier);
+        QCOMPARE(canvas(false)->xAxis->range().upper, 6.0); // there is a view to go back to
+        choose(m_fixture->path(QStringLiteral("next.txt")));
+        ModalAnswer report;
+        report.next([](QDialog *) {});
+        m_fixture->entry("menuFile", "读取数据(R)")->trigger();
+        QVERIFY(report.allAnswered());
+        const QVector<QCPRange> afterRead = ranges();
+        click(false);
+        press(Qt::Key_Backspace);
+        QVERIFY(ranges() == afterRead);
+    }
     void copyPutsBothCanvasesOnTheClipboard()
     {
         QApplication::clipboard()->clear();
