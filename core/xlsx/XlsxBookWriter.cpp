@@ -2,6 +2,8 @@
 
 #include "XlsxColumnWidths.h"
 
+#include <algorithm>
+
 namespace QXlsx
 {
 
@@ -135,11 +137,8 @@ bool XlsxBookWriter::writeLateLists()
         return false;
     if (m_listsChange)
         return writeLists({});
-    for (const int list : m_lists) {
-        if (!m_zip.carry(m_source, list, m_book.cancelled))
-            return false;
-    }
-    return true;
+    return std::all_of(m_lists.begin(), m_lists.end(),
+                       [this](int list) { return m_zip.carry(m_source, list, m_book.cancelled); });
 }
 
 bool XlsxBookWriter::writeSheet(XlsxBook::SheetState &state)
