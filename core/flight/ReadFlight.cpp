@@ -113,6 +113,16 @@ private:
     QSqlDatabase m_database;
 };
 
+ReadError cannotBeOpened(const QString &path, const FlightDatabase &database)
+{
+    return errorOf(ReadError::Code::CannotOpen, path, QStringLiteral("cannot be opened: ") + database.error());
+}
+
+ReadError hasNoList(const QString &path, const SourceEnd &end)
+{
+    return errorOf(ReadError::Code::NotADatabase, path, QStringLiteral("has no list of tasks: ") + end.reason);
+}
+
 /** The tasks to read, each once, or why there are none. */
 std::variant<QVector<std::uint8_t>, ReadError> chosenTasks(FlightDatabase &database, const QString &path,
                                                            const QVector<std::uint8_t> &wanted)
@@ -124,7 +134,7 @@ std::variant<QVector<std::uint8_t>, ReadError> chosenTasks(FlightDatabase &datab
             known.append(task.id);
     }
     if (known.isEmpty() && !end.reason.isEmpty())
-        return errorOf(ReadError::Code::NotADatabase, path, QStringLiteral("has no list of tasks: ") + end.reason);
+        return hasNoList(path, end);
     if (known.isEmpty())
         return errorOf(ReadError::Code::NoTask, path, QStringLiteral("has no task"));
     if (wanted.isEmpty())
@@ -171,7 +181,7 @@ Result readDatabase(const QString &path, const ReadOptions &options)
     const Connection connection(path);
     FlightDatabase database(connection.database());
     if (!database.open())
-        return errorOf(ReadError::Code::CannotOpen, path, QStringLiteral("cannot be opened: ") + database.error());
+        return cannotBeOpened(path, database);
     return readFrames(database, path, options);
 }
 
@@ -186,6 +196,21 @@ std::variant<Flight, ReadError> readFlight(const QString &path, const ReadOption
         return readDatabase(path, options);
     return errorOf(ReadError::Code::UnknownSuffix, path,
                    QStringLiteral("is neither a text log (txt) nor a flight database (db)"));
+}
+
+std::variant<QVector<FlightTask>, ReadError> readFlightTasks(const QString &path)
+{
+    if (QFileInfo(path).suffix() != QLatin1String("db"))
+        return errorOf(ReadError::Code::UnknownSuffix, path, QStringLiteral("is no flight database (db)"));
+    const Connection connection(path);
+    FlightDatabase database(connection.database());
+    if (!database.open())
+        return cannotBeOpened(path, database);
+    SourceEnd end;
+    const QVector<FlightTask> tasks = database.tasks(&end);
+    if (tasks.isEmpty() && !end.reason.isEmpty())
+        return hasNoList(path, end);
+    return tasks;
 }
 
 } // namespace ostravel
