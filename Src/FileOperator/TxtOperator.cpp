@@ -3,19 +3,12 @@
 #include "Logging.h"
 #include "NumberText.h"
 #include "RegularFile.h"
+#include "TextWriter.h"
 
-#include <QDir>
 #include <QFileInfo>
-#include <QTextStream>
 
 using ostravel::appendNumber;
-
-namespace
-{
-
-constexpr int kBlockBytes = 1 << 16;
-
-} // namespace
+using ostravel::ExportError;
 
 bool TxtOperator::openFile(QIODevice::OpenMode mode)
 {
@@ -55,6 +48,7 @@ bool TxtOperator::writeTrack(const QString &path, const std::vector<double> &a, 
         emit statusFeedbackSignal(QStringLiteral("write data txt failed"));
         return false;
     }
+    constexpr int kBlockBytes = 1 << 16;
     constexpr int kLineBytes = 3 * 14; // the longest three numbers with their separators
     QByteArray block;
     block.reserve(kBlockBytes + kLineBytes);
@@ -71,7 +65,7 @@ bool TxtOperator::writeTrack(const QString &path, const std::vector<double> &a, 
             block.resize(0);
         }
     }
-    // A disk that fills up inside the last block takes a part of it, which Qt does not call an error.
+    // When the disk fills up inside the last block, write() takes a part of it and Qt reports no error.
     written = written && file.write(block) == block.size() && file.flush();
     if (!written)
         logToBoth(error, "track file is cut short: {}", file.errorString());
@@ -82,7 +76,7 @@ void TxtOperator::writeTxtSlot(const QString &path)
 {
     const QFileInfo info(path);
     const QString dir = info.absolutePath() + QLatin1Char('/') + info.baseName();
-    if (!QDir(dir).exists() && !QDir().mkdir(dir)) {
+    if (ostravel::makeTextFolder(dir).has_value()) {
         logToBoth(error, "mkdir failed");
         return;
     }
@@ -90,7 +84,7 @@ void TxtOperator::writeTxtSlot(const QString &path)
     for (const ExportGroup &group : groups) {
         if (isCancelled())
             return;
-        writeTxt(dir + QLatin1Char('/') + group.name + QLatin1String(".txt"), group);
+        writeTxt(ostravel::textFilePath(dir, group), group);
     }
 }
 
@@ -102,36 +96,12 @@ void TxtOperator::writeTxt(const QString &path, int *count, MyGraph **channels)
 
 void TxtOperator::writeTxt(const QString &path, const ExportGroup &group)
 {
-    QFile file(path);
-    if (ostravel::isOtherThanRegularFile(path) || !file.open(QIODevice::ReadWrite)) {
-        logToBoth(error, "txt file open failed when write");
+    const std::optional<ExportError> failure
+        = ostravel::writeTextFile(group, path, [this](int) { return !isCancelled(); });
+    if (!failure.has_value())
         return;
-    }
-    QByteArray block;
-    constexpr int kLineBytes = 1 << 12; // more than any line; a block that outgrows it only costs a copy
-    block.reserve(kBlockBytes + kLineBytes);
-    {
-        // The labels need the codec of the stream; numbers are the same bytes in all of them.
-        QTextStream header(&block, QIODevice::WriteOnly);
-        for (const QString &label : group.labels)
-            header << label << '\t';
-    }
-
-    bool written = true;
-    const int rows = group.rows();
-    for (int row = 0; row < rows && written && !isCancelled(); ++row) {
-        block.append('\n');
-        for (const QVector<double> &series : group.samples) {
-            if (row < series.size())
-                appendNumber(block, series.at(row));
-            block.append('\t');
-        }
-        if (block.size() >= kBlockBytes) {
-            written = file.write(block) == block.size();
-            block.resize(0);
-        }
-    }
-    written = written && file.write(block) == block.size() && file.flush();
-    if (!written)
-        logToBoth(error, "txt file write failed: {}", file.errorString());
+    if (failure->code == ExportError::Code::CannotOpen)
+        logToBoth(error, "txt file open failed when write");
+    else
+        logToBoth(error, "txt file write failed: {}", failure->reason);
 }

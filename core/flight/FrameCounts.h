@@ -17,6 +17,8 @@ struct FrameCounts {
     qint64 otherPlanes = 0;
     /** Accepted frames whose code brings no sample. */
     qint64 unknownCodes = 0;
+    /** Samples of a group that repeat the one before, because a frame was missing or too short. */
+    qint64 gapsFilled = 0;
 
     /** Frames that the header and the filter let through. */
     qint64 accepted() const { return lines - badHeaders - otherPlanes; }

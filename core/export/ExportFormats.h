@@ -1,0 +1,19 @@
+#pragma once
+
+#include "ExportFormat.h"
+
+#include <QVector>
+
+namespace ostravel
+{
+
+/** All formats in which a flight can be written. Any thread. */
+const QVector<ExportFormat> &exportFormats();
+
+/** The format of a name, such as "text" or "workbook"; null when there is none. Any thread. */
+const ExportFormat *findExportFormat(const QString &name);
+
+/** The target beside a log: its folder, its name up to the first dot, and the suffix of the format. */
+QString exportPath(const ExportFormat &format, const QString &logPath);
+
+} // namespace ostravel
