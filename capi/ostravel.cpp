@@ -1,12 +1,14 @@
 #include "ostravel.h"
 
 #include "ChannelInfo.h"
+#include "ExportFormats.h"
 #include "Flight.h"
 #include "HostProcess.h"
 #include "ReadFlight.h"
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 #include <QThread>
 #include <algorithm>
 #include <cstring>
@@ -158,6 +160,39 @@ ostravel::ReadOptions optionsOf(const ostravel_read_options &given)
     return options;
 }
 
+/** A format by its name or by its suffix without the dot: "workbook" or "xlsx". */
+const ostravel::ExportFormat *formatOf(const QString &name)
+{
+    for (const ostravel::ExportFormat &format : ostravel::exportFormats()) {
+        if (name == QLatin1String(format.name) || QLatin1Char('.') + name == QLatin1String(format.suffix))
+            return &format;
+    }
+    return nullptr;
+}
+
+int exportFlight(const ostravel_flight *flight, const char *format, const char *path, ostravel_error *error)
+{
+    if (flight == nullptr || format == nullptr || path == nullptr) {
+        tell(error, OSTRAVEL_BAD_ARGUMENT, "The flight, the format or the path is missing.");
+        return OSTRAVEL_BAD_ARGUMENT;
+    }
+    const ostravel::ExportFormat *const writer = formatOf(QString::fromUtf8(format));
+    if (writer == nullptr) {
+        QStringList names;
+        for (const ostravel::ExportFormat &known : ostravel::exportFormats())
+            names.append(QLatin1String(known.name));
+        const QString text = QStringLiteral("There is no export format ") + QString::fromUtf8(format)
+            + QStringLiteral("; there are ") + names.join(QStringLiteral(", ")) + QLatin1Char('.');
+        tell(error, OSTRAVEL_UNKNOWN_FORMAT, text.toUtf8().constData());
+        return OSTRAVEL_UNKNOWN_FORMAT;
+    }
+    const auto fault = writer->write(flight->flight, QString::fromUtf8(path), {});
+    if (!fault.has_value())
+        return OSTRAVEL_OK;
+    tell(error, OSTRAVEL_CANNOT_WRITE, fault->message.toUtf8().constData());
+    return OSTRAVEL_CANNOT_WRITE;
+}
+
 } // namespace
 
 int ostravel_interface(void)
@@ -273,9 +308,23 @@ void ostravel_flight_report(const ostravel_flight *flight, ostravel_report *repo
     if (flight == nullptr || report == nullptr)
         return;
     const ostravel::FrameCounts &counts = flight->flight.counts();
-    *report = {counts.lines,        counts.badHeaders,
-               counts.otherPlanes,  counts.unknownCodes,
-               flight->brokenOff.isEmpty() ? OSTRAVEL_OK : OSTRAVEL_BROKEN_OFF, flight->brokenOff.constData()};
+    report->lines = counts.lines;
+    report->bad_headers = counts.badHeaders;
+    report->other_planes = counts.otherPlanes;
+    report->unknown_codes = counts.unknownCodes;
+    report->gaps_filled = counts.gapsFilled;
+    report->broken_off = flight->flight.brokenOff().has_value() ? OSTRAVEL_BROKEN_OFF : OSTRAVEL_OK;
+    report->broken_off_text = flight->brokenOff.constData();
+}
+
+int ostravel_export(const ostravel_flight *flight, const char *format, const char *path, ostravel_error *error)
+{
+    int result = OSTRAVEL_INTERNAL;
+    guarded(error, [&] {
+        result = exportFlight(flight, format, path, error);
+        return 0;
+    });
+    return error != nullptr && error->code != OSTRAVEL_OK ? error->code : result;
 }
 
 ostravel_task_list *ostravel_tasks(const char *path, ostravel_error *error)

@@ -46,7 +46,7 @@ typedef enum ostravel_code {
     OSTRAVEL_CANCELLED = 6, /**< the progress function said so */
     OSTRAVEL_BAD_ARGUMENT = 7, /**< a null pointer or a number out of range */
     OSTRAVEL_UNKNOWN_FORMAT = 8, /**< no export of this name */
-    OSTRAVEL_CANNOT_WRITE = 9, /**< an export could not be written; what stood there before stands there still */
+    OSTRAVEL_CANNOT_WRITE = 9, /**< an export could not be written, or not completely */
     OSTRAVEL_OUT_OF_MEMORY = 10,
     OSTRAVEL_INTERNAL = 11 /**< a fault of the library */
 } ostravel_code;
@@ -66,7 +66,7 @@ typedef struct ostravel_task_list ostravel_task_list;
 typedef struct ostravel_channel_info {
     const char *name; /**< key in code, such as "PGS_Roll" */
     const char *label; /**< Chinese name that the program shows */
-    const char *unit; /**< such as "m/s"; empty where the downlink does not settle one */
+    const char *unit; /**< "deg", "m", "m/s", "degC", "%", "laps" or "satellites"; empty where none is settled */
     const char *group; /**< name of its group: "heartbeat", "control", "attitude", "sensor", "target", "payload",
                             "difference", "backup" or "equipment" */
     int32_t function_code; /**< of its frames, such as 0x03 */
@@ -115,6 +115,7 @@ typedef struct ostravel_report {
     int64_t bad_headers; /**< lines that are no frame */
     int64_t other_planes; /**< frames that the plane filter drops */
     int64_t unknown_codes; /**< accepted frames whose code brings no sample */
+    int64_t gaps_filled; /**< samples of a group that repeat the one before, because a frame was missing or short */
     int32_t broken_off; /**< OSTRAVEL_BROKEN_OFF when the file ended early, else OSTRAVEL_OK */
     const char *broken_off_text; /**< why; empty when it did not. Lives as long as the flight */
 } ostravel_report;
@@ -197,6 +198,18 @@ OSTRAVEL_API void ostravel_flight_origin(const ostravel_flight *flight, ostravel
 OSTRAVEL_API int ostravel_flight_track(const ostravel_flight *flight, int kind, ostravel_track *track);
 /** What the lines of the file were. */
 OSTRAVEL_API void ostravel_flight_report(const ostravel_flight *flight, ostravel_report *report);
+
+/**
+ * Writes a flight to a file, as ostravel-convert does.
+ *
+ * @param format such as "csv", "mat", "xlsx", "kml", "gpx" or "geojson"; "txt" for a folder of text files
+ * @param path the file, or the folder for "txt". A file is replaced when the new one is complete; a workbook keeps its
+ *        other sheets
+ * @param error null when nobody asks why
+ * @return an ostravel_code. Other threads may read and export the flight meanwhile, to other files
+ */
+OSTRAVEL_API int ostravel_export(const ostravel_flight *flight, const char *format, const char *path,
+                                 ostravel_error *error);
 
 /**
  * The tasks of a flight database.

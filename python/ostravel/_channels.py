@@ -18,7 +18,7 @@ class Channel(NamedTuple):
     label: str
     """Chinese name that the program shows, such as "横滚"."""
     unit: str
-    """Such as "m/s"; empty where the downlink does not settle one."""
+    """"deg", "m", "m/s", "degC", "%", "laps" or "satellites"; empty where none is settled."""
     group: str
     """Name of its group, such as "attitude"."""
     function_code: int

@@ -58,6 +58,8 @@ class Report(NamedTuple):
     """Frames that the plane filter drops."""
     unknown_codes: int
     """Accepted frames whose code brings no sample."""
+    gaps_filled: int
+    """Samples of a group that repeat the one before, because a frame was missing or too short."""
     broken_off: str
     """Why the file ended early; empty when it was read to its end."""
 
@@ -261,7 +263,7 @@ class Flight(Mapping[str, np.ndarray]):
         report = _library.Report()
         _lib.ostravel_flight_report(self._handle.address, ctypes.byref(report))
         return Report(report.lines, report.bad_headers, report.other_planes, report.unknown_codes,
-                      report.broken_off_text.decode("utf-8", "replace"))
+                      report.gaps_filled, report.broken_off_text.decode("utf-8", "replace"))
 
     @property
     def duration(self) -> float:
@@ -283,7 +285,7 @@ class Flight(Mapping[str, np.ndarray]):
         error = _library.Error()
         if _lib.ostravel_export(self._handle.address, file_format.encode(), _path_bytes(path), ctypes.byref(error)):
             raise _library.exception_of(error)
-        return Path(path)
+        return Path(os.fsdecode(path))
 
     def to_csv(self, path: PathLike) -> Path:
         """Writes one table: time, seconds and the channels under their names. A file that exists is replaced.
@@ -297,7 +299,7 @@ class Flight(Mapping[str, np.ndarray]):
         return self._export("mat", path)
 
     def to_xlsx(self, path: PathLike) -> Path:
-        """Writes the workbook of the program's export, a sheet a group. A file that exists is replaced."""
+        """Writes the workbook of the program's export, a sheet a group. A workbook that exists keeps its other sheets."""
         return self._export("xlsx", path)
 
     def to_parquet(self, path: PathLike) -> Path:
@@ -311,7 +313,7 @@ class Flight(Mapping[str, np.ndarray]):
         except ImportError:
             raise ExportError("Parquet needs pyarrow, which is not installed: pip install pyarrow, or use to_csv().") \
                 from None
-        path = Path(path)
+        path = Path(os.fsdecode(path))
         tables: Dict[Path, List[str]] = {}
         for group in groups():
             code = function_code_of(group)
@@ -400,7 +402,7 @@ def read(path: PathLike, plane: Optional[int] = None, tasks: Optional[Sequence[i
         raise raised[0]
     if handle is None:
         raise _library.exception_of(error)
-    return Flight(handle, Path(os.fspath(path)))
+    return Flight(handle, Path(os.fsdecode(path)))
 
 
 def tasks(path: PathLike) -> List[Task]:

@@ -47,7 +47,7 @@ class ReadOptions(ctypes.Structure):
 
 class Report(ctypes.Structure):
     _fields_ = [("lines", c_int64), ("bad_headers", c_int64), ("other_planes", c_int64), ("unknown_codes", c_int64),
-                ("broken_off", c_int32), ("broken_off_text", c_char_p)]
+                ("gaps_filled", c_int64), ("broken_off", c_int32), ("broken_off_text", c_char_p)]
 
 
 class Origin(ctypes.Structure):
