@@ -1,8 +1,4 @@
 #pragma once
 
-/**
- * Makes Qt fit for use inside a program that knows nothing of it. Cheap after the first call; any thread.
- *
- * A host that has a Qt application of its own is left alone.
- */
+/** Makes Qt fit for use inside a program that knows nothing of it. Cheap after the first call; any thread. */
 void prepareHostProcess();

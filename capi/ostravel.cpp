@@ -247,7 +247,8 @@ ostravel_flight *ostravel_read(const char *path, const ostravel_read_options *op
             return nullptr;
         }
         auto &flight = std::get<ostravel::Flight>(result);
-        const QByteArray brokenOff = flight.brokenOff().has_value() ? flight.brokenOff()->message.toUtf8() : QByteArray();
+        const QByteArray brokenOff
+            = flight.brokenOff().has_value() ? flight.brokenOff()->message.toUtf8() : QByteArray();
         return new ostravel_flight{std::move(flight), brokenOff};
     });
 }
