@@ -101,9 +101,7 @@ class _Memory:
 
 def _array(handle: _Handle, address: Optional[int], length: int) -> np.ndarray:
     if not address or length == 0:
-        empty = np.empty(0)
-        empty.flags.writeable = False
-        return empty
+        return np.frombuffer(bytes(8))[:0]  # nobody can make it writable
     return np.asarray(_Memory(handle, address, length))
 
 

@@ -27,7 +27,7 @@ void tick(ModalAnswer &answer, const QStringList &ids)
         auto *const table = dialog->findChild<QTableWidget *>();
         for (const QString &id : ids) {
             for (int row = 0; row < table->rowCount(); ++row) {
-                if (table->item(row, 0)->text() == id)
+                if (table->item(row, 0)->text().toInt() == id.toInt())
                     table->item(row, 3)->setCheckState(Qt::Checked);
             }
         }
