@@ -42,10 +42,14 @@ def _lowest(samples: np.ndarray) -> Optional[float]:
 
 def _mode_seconds(flight: Flight) -> Dict[str, Cell]:
     modes = flight["FSS_FlightMode"]
-    period = flight.period("FSS_FlightMode")
-    cells: Dict[str, Cell] = {name: int(np.count_nonzero(modes == mode)) * period for mode, name in _MODES.items()}
-    cells["other_mode_s"] = int(np.count_nonzero(~np.isin(modes, list(_MODES)))) * period
-    cells["attack_s"] = int(np.count_nonzero(flight["FSS_SubFlightMode"] == ATTACK)) * period
+    period_ms = round(1000 * flight.period("FSS_FlightMode"))
+
+    def seconds(chosen: np.ndarray) -> float:
+        return int(np.count_nonzero(chosen)) * period_ms / 1000
+
+    cells: Dict[str, Cell] = {name: seconds(modes == mode) for mode, name in _MODES.items()}
+    cells["other_mode_s"] = seconds(~np.isin(modes, list(_MODES)))
+    cells["attack_s"] = seconds(flight["FSS_SubFlightMode"] == ATTACK)
     return cells
 
 

@@ -93,7 +93,7 @@ def run(path: str, task: Optional[int], function: bytes) -> Result:
     try:
         flight = _flight.read(path, tasks=None if task is None else [task])
         if flight.report.accepted == 0:
-            return {}, flight.report.broken_off or "The file holds no frame."
+            return {}, flight.report.broken_off or "There is no frame in it."
     except (OstravelError, MemoryError) as error:
         return {}, str(error) or type(error).__name__
     try:
