@@ -46,7 +46,8 @@ inline ExportError exportCancelled(const QString &path)
 
 /** What a caller may choose for an export. Default: write everything, tell nothing. */
 struct ExportOptions {
-    /** Channels to write, in this order; empty: all. Only formats whose ExportFormat::takesChannels is set look at it. */
+    /** Channels to write, in this order; empty: all. Only formats whose ExportFormat::takesChannels is set look at it.
+     */
     QVector<frame::ChannelId> channels;
     /** Heads with the Chinese labels instead of names; csv alone has the choice. */
     bool labels = false;

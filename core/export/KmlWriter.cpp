@@ -33,11 +33,9 @@ void writeTrack(TrackOutput &output, const TrackLine &line)
 
 void writeLine(TrackOutput &output, const TrackLine &line)
 {
-    output.append(
-        QByteArrayLiteral("<LineString><altitudeMode>relativeToGround</altitudeMode><coordinates>\n"));
-    output.forEachPoint(line, [](char *to, const TrackPoint &point, bool) {
-        return putText(putPlace(to, point, ','), "\n");
-    });
+    output.append(QByteArrayLiteral("<LineString><altitudeMode>relativeToGround</altitudeMode><coordinates>\n"));
+    output.forEachPoint(
+        line, [](char *to, const TrackPoint &point, bool) { return putText(putPlace(to, point, ','), "\n"); });
     output.append(QByteArrayLiteral("</coordinates></LineString>"));
 }
 

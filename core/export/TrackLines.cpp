@@ -61,9 +61,8 @@ QVector<TrackLine> trackLines(const Flight &flight, const QString &name)
     // Without a run of the attack mode the leg is the whole flight, which is there already.
     if (attack > 0)
         lines.append({name + QStringLiteral(" (attack leg)"), pointsOf(flight, flight.attackTrack(), attack)});
-    lines.erase(
-        std::remove_if(lines.begin(), lines.end(), [](const TrackLine &line) { return line.points.isEmpty(); }),
-        lines.end());
+    lines.erase(std::remove_if(lines.begin(), lines.end(), [](const TrackLine &line) { return line.points.isEmpty(); }),
+                lines.end());
     return lines;
 }
 

@@ -226,9 +226,9 @@ std::optional<ExportError> writeMat(const Flight &flight, const QString &path, c
     const QString unfinished = QFileInfo(path).absolutePath() + QLatin1Char('/')
         + QUuid::createUuid().toString(QUuid::WithoutBraces) + QStringLiteral(".part");
     // A head of our own: the library's has the date, and equal flights are to give equal files.
-    MatFile file(Mat_CreateVer(nativePath(unfinished).constData(), "MATLAB 5.0 MAT-file, written by Ostravel",
-                               MAT_FT_MAT5),
-                 &Mat_Close);
+    MatFile file(
+        Mat_CreateVer(nativePath(unfinished).constData(), "MATLAB 5.0 MAT-file, written by Ostravel", MAT_FT_MAT5),
+        &Mat_Close);
     if (file == nullptr)
         return exportError(ExportError::Code::CannotOpen, path, QStringLiteral("its folder takes no file"));
     MatOutput output(flight, file.get(), progress);
@@ -243,14 +243,13 @@ std::optional<ExportError> writeMat(const Flight &flight, const QString &path, c
         QFile::remove(unfinished);
     if (output.isCancelled())
         return exportCancelled(path);
-    return reason.isEmpty() ? std::nullopt
-                            : std::optional(exportError(ExportError::Code::CannotWrite, path, reason));
+    return reason.isEmpty() ? std::nullopt : std::optional(exportError(ExportError::Code::CannotWrite, path, reason));
 }
 
 const ExportFormat &matFormat()
 {
-    static const ExportFormat format{"mat",  ".mat", "MATLAB file with a struct for each group and the tracks",
-                                     false,  true,   &writeMat};
+    static const ExportFormat format{"mat", ".mat", "MATLAB file with a struct for each group and the tracks",
+                                     false, true,   &writeMat};
     return format;
 }
 

@@ -8,8 +8,8 @@ namespace ostravel
 /**
  * Writes a flight as a MATLAB file, level 5, not compressed: what MATLAB and GNU Octave load.
  *
- * One struct for each group with a chosen channel, under frame::groupName(): "time" (serial date numbers of the clock of
- * the start time, NaN without one), "seconds" (since sample 0), then the channels under their names, all of them
+ * One struct for each group with a chosen channel, under frame::groupName(): "time" (serial date numbers of the clock
+ * of the start time, NaN without one), "seconds" (since sample 0), then the channels under their names, all of them
  * columns. Then "track" and "attack_track" with x, y and z in metres, "origin" with latitude and longitude in degrees,
  * and "start", the time of sample 0 as text, which is empty without one.
  */
