@@ -7,6 +7,7 @@ packages_build=(
     qtbase5-dev libqt5sql5-sqlite libqt5svg5-dev qttools5-dev qttools5-dev-tools
     libqcustomplot-dev libspdlog-dev libfmt-dev libminizip-dev zlib1g-dev libdouble-conversion-dev
     libgeographiclib-dev qtwebengine5-dev python3-qdarkstyle libjs-leaflet libcpp-httplib-dev libsqlite3-dev
+    libcli11-dev libmatio-dev
     fonts-noto-cjk python3-matplotlib python3-numpy octave fonts-freefont-otf xdg-utils pandoc
 )
 

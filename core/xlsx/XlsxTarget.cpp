@@ -1,12 +1,11 @@
 #include "XlsxTarget.h"
 
+#include "FileRename.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QUuid>
-
-#include <filesystem>
-#include <type_traits>
 
 namespace QXlsx
 {
@@ -17,23 +16,6 @@ namespace
 // The unfinished file's name is longer than the target's by a few characters, and 255 is what file systems take: bytes
 // of the local encoding or UTF-16 units, of both of which UTF-8 has at least as many.
 constexpr int kLongestTemporaryBase = 240;
-
-/** A path in the system's own code. std::filesystem would make UTF-8 of it where QFile uses the local encoding. */
-std::filesystem::path native(const QString &path)
-{
-    if constexpr (std::is_same_v<std::filesystem::path::value_type, wchar_t>)
-        return path.toStdWString();
-    else
-        return QFile::encodeName(path).toStdString();
-}
-
-/** Gives a file another name in its folder, or the reason why not. QFile would copy what it cannot rename. */
-QString renamed(const QString &from, const QString &to)
-{
-    std::error_code error;
-    std::filesystem::rename(native(from), native(to), error);
-    return error ? QString::fromLocal8Bit(error.message().c_str()) : QString();
-}
 
 bool isTaken(const QString &path)
 {
