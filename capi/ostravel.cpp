@@ -3,7 +3,9 @@
 #include "ChannelInfo.h"
 #include "ExportFormats.h"
 #include "Flight.h"
+#include "GroupPeriods.h"
 #include "HostProcess.h"
+#include "MatWriter.h"
 #include "ReadFlight.h"
 
 #include <QByteArray>
@@ -112,8 +114,13 @@ const char *faultOf(const ostravel_read_options &options)
     if (options.periods == nullptr && options.period_count != 0)
         return "The periods are missing.";
     for (std::size_t i = 0; i < options.period_count; ++i) {
-        if (!isByte(options.periods[i].function_code) || options.periods[i].milliseconds < 0)
-            return "A period needs a function code of 0 to 255 and milliseconds of 0 or more.";
+        const ostravel_period &period = options.periods[i];
+        QMap<std::uint8_t, int> ignored;
+        if (period.milliseconds < 1 || period.milliseconds > ostravel::kMaxPeriodMs)
+            return "A period must be 1 to 86400000 milliseconds.";
+        if (!isByte(period.function_code)
+            || !ostravel::setGroupPeriod(ignored, static_cast<std::uint8_t>(period.function_code), 1))
+            return "A period is for 0x01, 0x02, 0x03, 0x04, 0x05 or 0x41; 0x51 and 0x53 follow 0x02.";
     }
     return nullptr;
 }
@@ -150,7 +157,7 @@ ostravel::ReadOptions optionsOf(const ostravel_read_options &given)
     for (std::size_t i = 0; i < given.task_count; ++i)
         options.tasks.append(given.tasks[i]);
     for (std::size_t i = 0; i < given.period_count; ++i)
-        options.periodsMs.insert(static_cast<std::uint8_t>(given.periods[i].function_code),
+        ostravel::setGroupPeriod(options.periodsMs, static_cast<std::uint8_t>(given.periods[i].function_code),
                                  given.periods[i].milliseconds);
     if (given.progress != nullptr) {
         options.progress = [progress = given.progress, user = given.user](qint64 done, qint64 total) {
@@ -160,33 +167,34 @@ ostravel::ReadOptions optionsOf(const ostravel_read_options &given)
     return options;
 }
 
-/** A format by its name or by its suffix without the dot: "workbook" or "xlsx". */
-const ostravel::ExportFormat *formatOf(const QString &name)
+/** All formats: the table of the core, and MATLAB files. */
+QVector<ostravel::ExportFormat> formats()
 {
-    for (const ostravel::ExportFormat &format : ostravel::exportFormats()) {
-        if (name == QLatin1String(format.name) || QLatin1Char('.') + name == QLatin1String(format.suffix))
-            return &format;
-    }
-    return nullptr;
+    return QVector<ostravel::ExportFormat>(ostravel::exportFormats()) << ostravel::matFormat();
 }
 
-int exportFlight(const ostravel_flight *flight, const char *format, const char *path, ostravel_error *error)
+int exportFlight(const ostravel_flight *flight, const char *format, const char *path, int flags, ostravel_error *error)
 {
     if (flight == nullptr || format == nullptr || path == nullptr) {
         tell(error, OSTRAVEL_BAD_ARGUMENT, "The flight, the format or the path is missing.");
         return OSTRAVEL_BAD_ARGUMENT;
     }
-    const ostravel::ExportFormat *const writer = formatOf(QString::fromUtf8(format));
-    if (writer == nullptr) {
+    const QVector<ostravel::ExportFormat> known = formats();
+    const auto writer = std::find_if(known.cbegin(), known.cend(), [format](const ostravel::ExportFormat &each) {
+        return std::strcmp(each.name, format) == 0;
+    });
+    if (writer == known.cend()) {
         QStringList names;
-        for (const ostravel::ExportFormat &known : ostravel::exportFormats())
-            names.append(QLatin1String(known.name));
+        for (const ostravel::ExportFormat &each : known)
+            names.append(QLatin1String(each.name));
         const QString text = QStringLiteral("There is no export format ") + QString::fromUtf8(format)
             + QStringLiteral("; there are ") + names.join(QStringLiteral(", ")) + QLatin1Char('.');
         tell(error, OSTRAVEL_UNKNOWN_FORMAT, text.toUtf8().constData());
         return OSTRAVEL_UNKNOWN_FORMAT;
     }
-    const auto fault = writer->write(flight->flight, QString::fromUtf8(path), {});
+    ostravel::ExportOptions options;
+    options.labels = (flags & OSTRAVEL_LABELS) != 0;
+    const auto fault = writer->write(flight->flight, QString::fromUtf8(path), options);
     if (!fault.has_value())
         return OSTRAVEL_OK;
     tell(error, OSTRAVEL_CANNOT_WRITE, fault->message.toUtf8().constData());
@@ -318,11 +326,12 @@ void ostravel_flight_report(const ostravel_flight *flight, ostravel_report *repo
     report->broken_off_text = flight->brokenOff.constData();
 }
 
-int ostravel_export(const ostravel_flight *flight, const char *format, const char *path, ostravel_error *error)
+int ostravel_export(const ostravel_flight *flight, const char *format, const char *path, int flags,
+                    ostravel_error *error)
 {
     int result = OSTRAVEL_INTERNAL;
     guarded(error, [&] {
-        result = exportFlight(flight, format, path, error);
+        result = exportFlight(flight, format, path, flags, error);
         return 0;
     });
     return error != nullptr && error->code != OSTRAVEL_OK ? error->code : result;

@@ -32,6 +32,9 @@ extern "C" {
 /** Changes whenever a function or a structure of this file changes its form. */
 #define OSTRAVEL_INTERFACE 1
 
+/** For ostravel_export: heads of csv with the Chinese labels instead of names. */
+#define OSTRAVEL_LABELS 1
+
 /** Where ostravel_read_options::plane keeps the frames of all planes. */
 #define OSTRAVEL_ALL_PLANES (-1)
 
@@ -82,8 +85,8 @@ typedef struct ostravel_task_info {
 
 /** The time between two samples of a group. */
 typedef struct ostravel_period {
-    int32_t function_code; /**< such as 0x01 */
-    int32_t milliseconds; /**< 0 or more */
+    int32_t function_code; /**< such as 0x01. 0x51 and 0x53 follow 0x02 and, like 0x52, have no period of their own */
+    int32_t milliseconds; /**< from 1 to those of a day */
 } ostravel_period;
 
 /**
@@ -202,13 +205,14 @@ OSTRAVEL_API void ostravel_flight_report(const ostravel_flight *flight, ostravel
 /**
  * Writes a flight to a file, as ostravel-convert does.
  *
- * @param format such as "csv", "mat", "xlsx", "kml", "gpx" or "geojson"; "txt" for a folder of text files
+ * @param format "csv", "mat", "xlsx", "kml", "gpx" or "geojson"; "txt" for a folder of text files
  * @param path the file, or the folder for "txt". A file is replaced when the new one is complete; a workbook keeps its
- *        other sheets
+ *        other sheets. In csv a group with a period of its own goes to a table beside it: flight.0x01.csv
+ * @param flags 0, or OSTRAVEL_LABELS
  * @param error null when nobody asks why
  * @return an ostravel_code. Other threads may read and export the flight meanwhile, to other files
  */
-OSTRAVEL_API int ostravel_export(const ostravel_flight *flight, const char *format, const char *path,
+OSTRAVEL_API int ostravel_export(const ostravel_flight *flight, const char *format, const char *path, int flags,
                                  ostravel_error *error);
 
 /**

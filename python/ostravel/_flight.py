@@ -23,6 +23,7 @@ PathLike = Union[str, "os.PathLike[str]"]
 Time = Union[str, datetime.datetime, np.datetime64]
 
 _DEFAULT_PERIOD_MS = 200
+_DAY_MS = 24 * 60 * 60 * 1000
 
 
 class Track(NamedTuple):
@@ -279,18 +280,19 @@ class Flight(Mapping[str, np.ndarray]):
 
     # --- exports ---
 
-    def _export(self, file_format: str, path: PathLike) -> Path:
+    def _export(self, file_format: str, path: PathLike, flags: int = 0) -> Path:
         error = _library.Error()
-        if _lib.ostravel_export(self._handle.address, file_format.encode(), _path_bytes(path), ctypes.byref(error)):
+        if _lib.ostravel_export(self._handle.address, file_format.encode(), _path_bytes(path), flags,
+                                ctypes.byref(error)):
             raise _library.exception_of(error)
         return Path(os.fsdecode(path))
 
-    def to_csv(self, path: PathLike) -> Path:
-        """Writes one table: time, seconds and the channels under their names. A file that exists is replaced.
+    def to_csv(self, path: PathLike, labels: bool = False) -> Path:
+        """Writes one table: time, seconds and the channels under their names, with labels=True the Chinese ones.
 
-        Groups with a period of their own go to tables beside it (flight.0x01.csv).
+        A file that exists is replaced. Groups with a period of their own go to tables beside it (flight.0x01.csv).
         """
-        return self._export("csv", path)
+        return self._export("csv", path, _library.LABELS if labels else 0)
 
     def to_mat(self, path: PathLike) -> Path:
         """Writes a MAT file of level 5 for MATLAB and GNU Octave, a struct a group. A file that exists is replaced."""
@@ -299,6 +301,18 @@ class Flight(Mapping[str, np.ndarray]):
     def to_xlsx(self, path: PathLike) -> Path:
         """Writes the workbook of the program's export, a sheet a group. A workbook that exists keeps its other sheets."""
         return self._export("xlsx", path)
+
+    def to_kml(self, path: PathLike) -> Path:
+        """Writes the flown track with time and height as KML. A file that exists is replaced."""
+        return self._export("kml", path)
+
+    def to_gpx(self, path: PathLike) -> Path:
+        """Writes the flown track with time and height as GPX. A file that exists is replaced."""
+        return self._export("gpx", path)
+
+    def to_geojson(self, path: PathLike) -> Path:
+        """Writes the flown track with time and height as GeoJSON. A file that exists is replaced."""
+        return self._export("geojson", path)
 
     def to_parquet(self, path: PathLike) -> Path:
         """Writes the table of to_csv() as Parquet, nulls where a group is shorter. Needs pyarrow.
@@ -358,10 +372,10 @@ def _options(plane: Optional[int], tasks: Optional[Sequence[int]], start: Option
         options.has_start = 1
         options.start_seconds = _seconds_of(start)
     if periods:
-        pairs = [_library.Period(function_code_of(group), int(ms)) for group, ms in periods.items()]
         for group, ms in periods.items():
-            if ms != int(ms) or not 0 < ms < 2 ** 31:
+            if ms != int(ms) or not 0 < ms <= _DAY_MS:
                 raise ValueError(f"periods: {ms!r} for {group!r} is no whole number of milliseconds above 0.")
+        pairs = [_library.Period(function_code_of(group), int(ms)) for group, ms in periods.items()]
         options.periods = (_library.Period * len(pairs))(*pairs)
         options.period_count = len(pairs)
     return options
@@ -376,7 +390,8 @@ def read(path: PathLike, plane: Optional[int] = None, tasks: Optional[Sequence[i
     tasks: of a database, the ids to read as one flight, in this order; None for all.
     start: time of sample 0 in whole seconds, as text ("2023-07-18 09:00:00"), datetime or datetime64, instead of the
         aircraft's clock. No time zone: it is that clock's own time.
-    periods: milliseconds between two samples, by function code or group: {0x01: 1000}. 200 where it is missing.
+    periods: milliseconds between two samples, by function code or group: {0x01: 1000}. 200 where it is missing; the
+        differences and the equipment follow the control status.
     progress: called now and then with what is done and the whole, bytes or records; returning False cancels.
 
     Damaged lines are counted in Flight.report. A file that breaks off gives what could be read; Flight.report says why.

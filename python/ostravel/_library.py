@@ -16,7 +16,8 @@ from .errors import (ExportError, FlightNotFound, LibraryNotFound, NoSuchTask, N
 INTERFACE = 1
 """OSTRAVEL_INTERFACE of the header that the structures below repeat."""
 
-ALL_PLANES = -1
+LABELS = 1
+"""OSTRAVEL_LABELS, a flag of ostravel_export."""
 
 
 class Error(ctypes.Structure):
@@ -76,7 +77,7 @@ _FUNCTIONS = {
     "ostravel_tasks": (c_void_p, [c_char_p, POINTER(Error)]),
     "ostravel_task": (c_int, [c_void_p, c_size_t, POINTER(TaskInfo)]),
     "ostravel_free_tasks": (None, [c_void_p]),
-    "ostravel_export": (c_int, [c_void_p, c_char_p, c_char_p, POINTER(Error)]),
+    "ostravel_export": (c_int, [c_void_p, c_char_p, c_char_p, c_int, POINTER(Error)]),
 }
 
 _EXCEPTIONS = {

@@ -170,6 +170,16 @@ class Time(FolderTest):
         with self.assertRaises(ostravel.UnknownChannel):
             ostravel.read(log, periods={0x77: 1000})
 
+    def test_differences_and_equipment_follow_the_control_status(self):
+        log = self.make("log", "flight.txt", "--minutes", 1)
+        flight = ostravel.read(log, periods={0x02: 1000})
+        self.assertEqual({group: flight.period(group) for group in ostravel.groups()},
+                         {"heartbeat": 0.2, "control": 1, "attitude": 0.2, "sensor": 0.2, "target": 0.2,
+                          "payload": 0.2, "difference": 1, "backup": 0.2, "equipment": 1})
+        for code in (0x51, 0x52, 0x53):
+            with self.assertRaisesRegex(ValueError, "follow 0x02"):
+                ostravel.read(log, periods={code: 1000})
+
 
 class Tables(FolderTest):
     def test_a_group_is_a_table(self):
@@ -309,6 +319,31 @@ class Exports(FolderTest):
         sheet = openpyxl.load_workbook(path)["0x03-AttitudeAndPositionInfo"]
         self.assertEqual(sheet["A1"].value, "横滚")
         self.assertEqual([sheet.cell(row + 2, 1).value for row in range(50)], self.flight["PGS_Roll"][:50].tolist())
+
+    def test_csv_reads_back_bit_for_bit(self):
+        path = self.flight.to_csv(self.folder / "结果.csv")
+        table = pandas.read_csv(path, float_precision="round_trip")
+        self.assertEqual(list(table.columns[:3]), ["time", "seconds", "HBS_AircraftType"])
+        for channel in ostravel.channels():
+            samples = self.flight[channel.name]
+            read = table[channel.name].to_numpy(float)
+            self.assertEqual(read[:len(samples)].tobytes(), samples.tobytes(), channel.name)
+            self.assertTrue(np.isnan(read[len(samples):]).all(), channel.name)
+        self.flight.to_csv(path, labels=True)
+        self.assertIn("横滚", pandas.read_csv(path, nrows=1).columns)
+
+    def test_mat_file_has_a_struct_a_group(self):
+        from scipy.io import loadmat
+        loaded = loadmat(self.flight.to_mat(self.folder / "结果.mat"), simplify_cells=True)
+        for channel in ostravel.channels():
+            self.assertTrue(np.array_equal(loaded[channel.group][channel.name], self.flight[channel.name]), channel)
+        self.assertTrue(np.array_equal(loaded["track"]["x"], self.flight.track.x))
+
+    def test_tracks_are_written(self):
+        for write, words in ((self.flight.to_kml, "<kml"), (self.flight.to_gpx, "<gpx"),
+                             (self.flight.to_geojson, '"FeatureCollection"')):
+            path = write(self.folder / "track")
+            self.assertIn(words, path.read_text(encoding="utf-8"))
 
     def test_failed_export_is_an_exception(self):
         with self.assertRaisesRegex(ostravel.ExportError, "no/such"):
