@@ -5,6 +5,7 @@ from __future__ import annotations
 import math
 import os
 import pickle
+import re
 from datetime import datetime, timezone
 from pathlib import Path
 from typing import Any, Dict, Iterator, List, NamedTuple, Optional, Tuple
@@ -53,10 +54,11 @@ def _state_of(path: Path) -> Tuple[int, str]:
 
 def _logs(folder: Path) -> Iterator[Path]:
     for place, folders, files in os.walk(folder):
-        # Folders of the program's own text exports hold columns and no frames.
-        folders[:] = sorted(name for name in folders if not name.endswith("-export"))
+        folders.sort()
+        # The files of the program's own text exports hold columns and no frames.
+        exported = re.compile(r"0x\d\d-\w+\.txt" if place.endswith("-export") else r"(?!)")
         for name in sorted(files):
-            if name.endswith((".txt", ".db")):
+            if name.endswith((".txt", ".db")) and not exported.fullmatch(name):
                 yield Path(place) / name
 
 
