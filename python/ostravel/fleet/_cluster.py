@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import asyncio
+import queue
 import sys
 import time
 import uuid
@@ -14,6 +15,7 @@ from ._work import DIED, Job, Result, run
 
 Done = Callable[[Job, Result], None]
 
+CONNECT_SECONDS = 30
 _POLL_SECONDS = 1
 _MISSING = "--scheduler needs Dask: install python3-distributed."
 
@@ -46,6 +48,7 @@ class _Run:
         self._done = done
         self._patience = patience
         self._running: Dict[Any, Job] = {}
+        self._ended: queue.Queue[Any] = queue.Queue()
 
     def run(self, pending: Deque[Job], alone: bool) -> List[Job]:
         """Works on all of pending. Returns the flights at which workers died, unless they ran alone."""
@@ -55,39 +58,36 @@ class _Run:
             room = 1 if alone else max(1, sum(self._threads().values()))
             while pending and len(self._running) < room:
                 self._submit(pending.popleft())
-            for future in self._finished():
-                job = self._running.pop(future)
-                if self._died(future):
-                    if alone:
-                        self._done(job, ({}, DIED))
-                    else:
-                        suspects.append(job)
-                elif future.status == "finished":
-                    self._done(job, future.result())
+            future = self._next_ended()
+            job = self._running.pop(future)
+            if self._died(future):
+                if alone:
+                    self._done(job, ({}, DIED))
                 else:
-                    self._submit(job)  # its result got lost
+                    suspects.append(job)
+            elif future.status == "finished":
+                self._done(job, future.result())
+            else:
+                self._submit(job)  # its result got lost
         return suspects
 
     def _submit(self, job: Job) -> None:
         future = self._client.submit(run, job.path, job.task, self._function, key=f"ostravel-{uuid.uuid4()}",
                                      pure=False)
         self._running[future] = job
+        future.add_done_callback(self._ended.put)  # on a thread of the client's
 
     def _threads(self) -> Dict[str, int]:
         return self._client.nthreads()
 
-    def _finished(self) -> List[Any]:
-        """Futures that ended, at least one; fails when there is nobody to wait for."""
-        import distributed
+    def _next_ended(self) -> Any:
+        """A future that ended; fails when there is nobody to wait for."""
         since = time.monotonic()
         while True:
             try:
-                distributed.wait(list(self._running), timeout=_POLL_SECONDS, return_when="FIRST_COMPLETED")
-            except (TimeoutError, asyncio.TimeoutError):
+                return self._ended.get(timeout=_POLL_SECONDS)
+            except queue.Empty:
                 pass
-            ended = [future for future in self._running if future.done()]
-            if ended:
-                return ended
             if self._threads():
                 since = time.monotonic()
             elif time.monotonic() - since > self._patience:
@@ -117,7 +117,7 @@ def run_on_cluster(jobs: List[Job], function: bytes, scheduler: str, done: Done,
     except ImportError:
         raise ClusterError(_MISSING) from None
     try:
-        client = distributed.Client(scheduler, timeout=10, set_as_default=False)
+        client = distributed.Client(scheduler, timeout=CONNECT_SECONDS, set_as_default=False)
     except (OSError, ValueError, TimeoutError, asyncio.TimeoutError) as error:
         raise ClusterError(f"The scheduler {scheduler} cannot be reached: {error}") from None
     with client:

@@ -45,7 +45,7 @@ def read_table(path: Path) -> Dict[Key, Row]:
         for row in reader:
             # A row of another length is damaged: its flight is done again.
             if None not in row and None not in row.values():
-                rows[row["file"], row["task"]] = {name: value for name, value in row.items() if value or name in META}
+                rows[row["file"], row["task"]] = dict(row)
     except csv.Error as error:
         raise NotATable(f"{path} is damaged: {error}") from None
     return rows
