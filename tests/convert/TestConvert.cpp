@@ -341,20 +341,20 @@ void TestConvert::checkReportsAndWritesNothing()
     QCOMPARE(treeOf(m_dir->path()), QStringList{"a.txt"});
 }
 
-// Three attitude frames alone: the second and third leave the control status two behind and fill it, and at the end the
-// chain is evened by one sample each: 2 + 3 gaps. Attitude, control status, sensor, target: 3 x 18, 3 x 37, 34, 13; the
-// equipment is extended once, at the end; three differences of five; three angles.
+// Three attitude frames alone: the second and the third leave the control status two behind, and one sample fills it
+// each time. At the frame of an unknown code the control status is two ahead of the sensors: the third gap. At the end
+// the chain is evened, by one sample each: control status, sensor, target. The equipment is extended with it, there.
 void TestConvert::reportLineTellsWhatIsInALog()
 {
     QStringList lines;
     for (int i = 0; i < 3; ++i)
         lines << FrameText(0x03).text();
     writeLines(path("a.txt"), lines + QStringList{"no frame", "AAEC0177"});
-    const int samples = 3 * 18 + 3 * 37 + 16 + 34 + 13 + 3 * 5 + 3;
+    const int samples = 3 * 18 + 3 * 37 + 16 + 2 * 34 + 13 + 3 * 5 + 3;
     const ConverterRun result = run({"--check", "--start", "2023-07-18 09:00:00", "a.txt"});
     QCOMPARE(result.status, 0);
     const QString expected
-        = QString("a.txt: 4 frames, 1 bad, %1 samples, 5 gaps filled, 0:00:00 from 2023-07-18 09:00:00, ").arg(samples);
+        = QString("a.txt: 4 frames, 1 bad, %1 samples, 6 gaps filled, 0:00:00 from 2023-07-18 09:00:00, ").arg(samples);
     QVERIFY2(result.out.startsWith(expected) && result.out.endsWith(" s\n"), qPrintable(result.out));
 }
 
