@@ -6,6 +6,7 @@
 #include "GroupPeriods.h"
 #include "HostProcess.h"
 #include "MatWriter.h"
+#include "ReadDatabase.h"
 #include "ReadFlight.h"
 
 #include <QByteArray>

@@ -5,7 +5,10 @@ if(NOT UNIX OR APPLE)
     return()
 endif()
 
-install(TARGETS Ostravel ostravel-demo wmts RUNTIME DESTINATION .)
+install(TARGETS Ostravel ostravel-convert ostravel-demo wmts RUNTIME DESTINATION .)
+# Below share/, where man looks beside a program, and whoever completes command lines.
+install(FILES docs/man/ostravel-convert.1 DESTINATION share/man/man1)
+install(FILES packaging/bash/ostravel-convert.bash DESTINATION share/bash-completion/completions RENAME ostravel-convert)
 if(TARGET ostravel_web)
     install(TARGETS ostravel_web LIBRARY DESTINATION .)
 endif()

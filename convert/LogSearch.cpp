@@ -61,7 +61,8 @@ public:
         m_files.insert(file);
         QString folder = m_outputFolder.isEmpty() ? info.absolutePath() : QDir(m_outputFolder).absolutePath();
         if (!m_outputFolder.isEmpty() && !below.isEmpty())
-            folder += QLatin1Char('/') + QDir(below).relativeFilePath(info.path());
+            folder
+                += QLatin1Char('/') + QDir(QFileInfo(below).absoluteFilePath()).relativeFilePath(info.absolutePath());
         folder = QDir::cleanPath(folder);
         m_logs.append({path, folder + QLatin1Char('/') + info.completeBaseName(), info.exists() ? info.size() : 0,
                        !below.isEmpty()});

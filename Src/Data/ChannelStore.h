@@ -20,15 +20,15 @@
 
 /** The channels by function code, in the row order of the tables. Valid between initData and clearData. */
 ///@{
-extern MyGraph *heartBeatGraphs[5];
-extern MyGraph *controlStatusGraphs[37];
-extern MyGraph *attitudeGraphs[18];
-extern MyGraph *sensorGraphs[34];
-extern MyGraph *targetGraphs[13];
-extern MyGraph *payloadGraphs[14];
-extern MyGraph *differenceGraphs[5];
+extern MyGraph *heartBeatGraphs[ostravel::frame::kHeartBeatRows.size()];
+extern MyGraph *controlStatusGraphs[ostravel::frame::kControlStatusRows.size()];
+extern MyGraph *attitudeGraphs[ostravel::frame::kAttitudeRows.size()];
+extern MyGraph *sensorGraphs[ostravel::frame::kSensorRows.size()];
+extern MyGraph *targetGraphs[ostravel::frame::kTargetRows.size()];
+extern MyGraph *payloadGraphs[ostravel::frame::kPayloadRows.size()];
+extern MyGraph *differenceGraphs[ostravel::frame::kDifferenceRows.size()];
 extern MyGraph *backupGraph;
-extern MyGraph *equipmentGraphs[16];
+extern MyGraph *equipmentGraphs[ostravel::frame::kEquipmentRows.size()];
 ///@}
 
 /** Frames of other planes than selectedPlaneId are dropped by the decoder. */

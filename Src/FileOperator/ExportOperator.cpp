@@ -12,7 +12,7 @@ ExportOperator::~ExportOperator()
 
 void ExportOperator::run()
 {
-    // Whoever terminates the thread once it has reported must not catch it on its way out with a lock in its hand.
+    // The main window terminates the thread after its signal: that must not kill it while it holds a lock.
     setTerminationEnabled(false);
     if (m_isExcel) {
         ExcelOperator excelOperator(nullptr);

@@ -10,8 +10,8 @@
 /**
  * The thread of one export: a workbook or a folder of text files.
  *
- * Everything is set before the thread starts. Works on its own copy of the channels, so that nothing that happens to
- * the store meanwhile concerns it.
+ * All setters must be called before the thread starts. The export works on its own copy of the channels, so the store
+ * may change meanwhile.
  */
 class ExportOperator : public QThread
 {
@@ -19,33 +19,33 @@ class ExportOperator : public QThread
 
 public:
     using QThread::QThread;
-    /** Cancels, and waits for the thread's end. */
+    /** Cancels the export and waits for the thread to end. */
     ~ExportOperator() override;
 
-    /** Path of the workbook; for text, a path that without its suffix is the folder of the files. */
+    /** Path of the workbook; for text, the path whose name up to the first dot is the folder. */
     ///@{
     const QString &filePath() const { return m_filePath; }
     void setFilePath(const QString &filePath) { m_filePath = filePath; }
     ///@}
     /** True for a workbook. */
     bool isExcel() const { return m_isExcel; }
-    /** A workbook instead of text. */
+    /** True for a workbook, false for text. */
     void setExcel(bool excel) { m_isExcel = excel; }
     /** The channels to write, made by exportGroups() on the main thread. Without them the thread reads the store. */
     void setGroups(const QVector<ExportGroup> &groups) { m_groups = groups; }
 
     /**
-     * Has the export stop soon, also when it has not begun: an unfinished workbook is removed and the old one stays,
-     * a text file ends where it is. Any thread.
+     * Stops the export soon, also when it has not started: an unfinished workbook is removed and the old one kept; the
+     * current text file ends where it is. Any thread.
      */
     void cancel() { m_cancelled = true; }
 
 signals:
-    /** The export is over, whichever kind it was and whether it succeeded or not. */
+    /** The export is over: workbook or text, successful or not. */
     void writeExcelFinished();
 
 protected:
-    /** The export, on its own thread. */
+    /** Runs the export on this thread. */
     void run() override;
 
 private:

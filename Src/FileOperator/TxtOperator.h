@@ -33,31 +33,27 @@ public:
     bool closeFile();
 
     /**
-     * Writes a track file: a line for each sample with three numbers (metres east, metres north, metres up), parted by
-     * tabs, in the platform's text line ends. Replaces what the file held.
+     * Writes a track file: one line for each sample with three numbers (metres east, north, up), separated by tabs,
+     * with the platform's line ends. Replaces the content of the file.
      *
-     * @param a, b, c series of equal length; that of a counts
-     * @return true when the file could be opened; else a message went out by statusFeedbackSignal
+     * @param a, b, c series of equal length; the length of a counts
+     * @return true when the file could be opened; otherwise statusFeedbackSignal was emitted
      */
     bool writeTrack(const QString &path, const std::vector<double> &a, const std::vector<double> &b,
                     const std::vector<double> &c);
 
-    /** What writeTxtSlot writes. When nobody sets it, the store as it is then; only the main thread may do that. */
+    /** What writeTxtSlot writes. Without groups it reads the store, which only the main thread may do. */
     void setGroups(const QVector<ExportGroup> &groups) { m_groups = groups; }
-    /** A flag that ends an export early when another thread raises it; it must outlive the export. Null for none. */
+    /** A flag that cancels an export when another thread sets it; it must outlive the export. Null for none. */
     void setCancelFlag(const std::atomic<bool> *cancelled) { m_cancelled = cancelled; }
 
     /**
-     * Exports the channels as text: a file for each group, in a folder named like the path without its suffix, which
-     * is made when it is missing. Failures go to the log, and the other files are written. Any thread.
+     * Exports the channels as text: one file for each group, in a folder with the name of path up to its first dot,
+     * which is made when it is missing. A file that fails is logged, and the others are written. Any thread.
      */
     void writeTxtSlot(const QString &path);
     /**
-     * Writes channels as columns: a line of their labels, then a line for each sample of the first channel. Every field
-     * is followed by a tab; lines are parted by a line feed on every platform, with none at the end.
-     *
-     * An older file is written over from its start and not cut off, so that a longer one keeps its tail. A channel that
-     * is shorter than the first leaves its fields empty.
+     * Writes channels as columns of a text file; see ostravel::writeTextFile for its format.
      */
     void writeTxt(const QString &path, int *count, MyGraph **channels);
 
@@ -67,7 +63,7 @@ signals:
 
 private:
     void writeTxt(const QString &path, const ExportGroup &group);
-    bool isCancelled() const { return m_cancelled != nullptr && m_cancelled->load(std::memory_order_relaxed); }
+    bool isCancelled() const { return m_cancelled && m_cancelled->load(std::memory_order_relaxed); }
 
     QString m_fileName;
     QFile m_file;

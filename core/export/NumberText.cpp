@@ -12,16 +12,16 @@ namespace
 {
 
 constexpr int kPrecision = 6;
-constexpr int kLeastExponent = -4; // below it the notation is scientific
+constexpr int kMinFixedExponent = -4; // below it the notation is scientific
 
-/** Characters of the longest number: sign, six digits, point, and "e+308" or zeros behind the point. */
-constexpr int kMostCharacters = 16;
+/** Characters of the longest number: sign, six digits, point, and "e+308" or zeros after the point. */
+constexpr int kMaxCharacters = 16;
 
 /** The powers of ten that a double holds exactly. */
 constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
                               1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
-/** 00 to 99 in one row: half the divisions by ten. */
+/** "00" to "99" in sequence: two digits for each division. */
 constexpr std::array<char, 200> makePairs()
 {
     std::array<char, 200> pairs{};
@@ -41,21 +41,21 @@ double scaled(double magnitude, int exponent)
 }
 
 /**
- * The digits of a magnitude of everyday size, by one multiplication or division.
+ * The digits of a magnitude between 1e-9 and 1e15, by one multiplication or division.
  *
  * @param digits room for kPrecision characters
- * @param point position of the decimal point behind the first digit's start
- * @return false when the size is another, or when the multiplication's rounding could have crossed a tie of the digits
+ * @param point position of the decimal point, counted from the first digit
+ * @return false for another magnitude, and when the rounding of the multiplication might change the last digit
  */
 bool quickDigits(double magnitude, char *digits, int *point)
 {
-    constexpr double kLeast = 1e-9;
-    constexpr double kMost = 1e15;
-    constexpr int kUnits = 1'000'000; // beyond the last number of six digits
-    constexpr double kDoubt = 1e-9; // several times what one rounding does to a number of six digits before the point
-    if (!(magnitude >= kLeast && magnitude < kMost))
+    constexpr double kMin = 1e-9;
+    constexpr double kMax = 1e15;
+    constexpr int kUnits = 1'000'000; // the first number with seven digits
+    constexpr double kDoubt = 1e-9; // several times the rounding error of a number with six digits before the point
+    if (!(magnitude >= kMin && magnitude < kMax))
         return false;
-    // 1233 / 4096 is the logarithm of two, a little too small; so the exponent is right or one too small.
+    // 1233 / 4096 is slightly less than log10(2), so the exponent is right or one too small.
     int exponent = std::ilogb(magnitude) * 1233 >> 12;
     double units = scaled(magnitude, kPrecision - 1 - exponent);
     if (units >= kUnits - 0.5 + kDoubt) {
@@ -109,19 +109,19 @@ void appendNumber(QByteArray &text, double value)
     char digits[kPrecision + 1];
     bool negative = value < 0;
     int count = kPrecision;
-    int point = 0; // position of the decimal point behind the first digit's start
+    int point = 0; // position of the decimal point, counted from the first digit
     if (!quickDigits(std::abs(value), digits, &point))
         DoubleToStringConverter::DoubleToAscii(value, DoubleToStringConverter::PRECISION, kPrecision, digits,
                                                static_cast<int>(sizeof digits), &negative, &count, &point);
     while (count > 1 && digits[count - 1] == '0')
         --count;
 
-    char number[kMostCharacters];
+    char number[kMaxCharacters];
     char *end = number;
     if (negative)
         *end++ = '-';
     const int exponent = point - 1;
-    if (exponent < kLeastExponent || exponent >= kPrecision) {
+    if (exponent < kMinFixedExponent || exponent >= kPrecision) {
         *end++ = digits[0];
         if (count > 1) {
             *end++ = '.';

@@ -88,6 +88,8 @@ std::optional<ExportError> writeWorkbook(const Flight &flight, const QString &pa
     for (const ExportGroup &group : groups)
         total += group.textOnly ? 0 : group.values();
     ExportProgress progress(options, total);
+    if (!progress.ask())
+        return exportCancelled(path);
     const auto warn = [&options](const QString &warning) {
         if (options.warn)
             options.warn(warning);

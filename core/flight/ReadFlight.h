@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Flight.h"
-#include "FlightDatabase.h"
 #include "ReadError.h"
 #include "ReadOptions.h"
 
@@ -25,13 +24,5 @@ namespace ostravel
  * Qt's drivers.
  */
 [[nodiscard]] std::variant<Flight, ReadError> readFlight(const QString &path, const ReadOptions &options = {});
-
-/**
- * The tasks of a flight database, in the order of the file; none when its list is empty.
- *
- * @param path file with the suffix db
- * @return the tasks, or why they cannot be read. Opens the file as readFlight does; its thread rules hold
- */
-[[nodiscard]] std::variant<QVector<FlightTask>, ReadError> readFlightTasks(const QString &path);
 
 } // namespace ostravel

@@ -191,12 +191,13 @@ QStringList channelsLike(const QString &text)
 {
     constexpr int kMaxNames = 3;
     const QString wanted = text.toCaseFolded();
+    if (wanted.isEmpty())
+        return {};
     QVector<std::pair<int, QString>> near;
     for (const ChannelId &channel : allChannels()) {
         for (const QString &name : {QString::fromLatin1(rowOfChannel(channel).name), labelOf(channel)}) {
             const QString candidate = name.toCaseFolded();
-            const bool holds = !wanted.isEmpty() && candidate.contains(wanted);
-            const int distance = holds ? 0 : distanceBetween(wanted, candidate);
+            const int distance = candidate.contains(wanted) ? 0 : distanceBetween(wanted, candidate);
             if (distance <= std::max(1, wanted.size() / 3))
                 near.append({distance, name});
         }

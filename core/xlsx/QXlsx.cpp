@@ -121,7 +121,7 @@ bool Document::write(int row, int column, const QVariant &value, const Format &f
 QVariant Document::read(int row, int column) const
 {
     XlsxBook::SheetState *const state = d->current();
-    if (!state || row < 1 || row > kLastRow || column < 1 || column > kLastColumn)
+    if (!state || !isRow(row) || !isColumn(column))
         return {};
     XlsxCells::Cell cell;
     const XlsxCells *cells = &state->cells;
@@ -143,12 +143,6 @@ QVariant Document::read(int row, int column) const
         break;
     }
     return {};
-}
-
-int Document::rowsLeftOut(const QString &sheetName) const
-{
-    const int index = d->indexOf(sheetName);
-    return index < 0 ? 0 : d->sheets[static_cast<std::size_t>(index)]->leftOut;
 }
 
 QString Document::cellText(const QString &text)
@@ -209,7 +203,7 @@ bool Document::saveAs(const QString &path, NoWorkbook noWorkbook)
     const QString reason = d->package->zip().refusal();
     if (reason.isEmpty() || d->isCancelled())
         return false;
-    // Only now it shows that the workbook is none. What was written goes into a new one.
+    // While it was read, the file turned out to be no workbook. The written cells go into a new one.
     const bool isSource = d->isSource(target);
     d->letGo(reason);
     return d->tryToSave(path, setAside || isSource);

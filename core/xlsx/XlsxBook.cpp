@@ -1,25 +1,13 @@
 #include "XlsxBook.h"
 
-#include "XlsxColumnWidths.h"
+#include "XlsxBookWriter.h"
 #include "XlsxSheetReader.h"
-#include "XlsxSheetWriter.h"
 #include "XlsxText.h"
 
 #include <algorithm>
-#include <map>
-#include <set>
 
 namespace QXlsx
 {
-
-namespace
-{
-
-// A sheet's XML stays below this many bytes a cell; part of the answer whether a part may need 64-bit sizes.
-constexpr quint64 kBytesACell = 80 + 4 * XlsxSheetWriter::kLongestPrefix;
-constexpr quint64 kLargePart = 0xc0000000;
-
-} // namespace
 
 void XlsxBook::load(const QString &source)
 {
@@ -40,7 +28,7 @@ void XlsxBook::load(const QString &source)
         sheets.push_back(std::make_unique<SheetState>());
         sheets.back()->sheet = sheet;
     }
-    // The sheet that was in front when the workbook was last seen, else the first that has cells.
+    // The sheet that was active when the workbook was saved, or the first after it with cells, or the first of all.
     for (int i : {package->activeSheet(), 0})
         for (; selected < 0 && i >= 0 && i < list.size(); ++i)
             if (!list.at(i).part.isEmpty())
@@ -76,13 +64,14 @@ quint32 XlsxBook::formatNumber(const Format &format)
 
 bool XlsxBook::mayWrite(int row, int column)
 {
-    if (row > Document::kLastRow && column >= 1 && column <= Document::kLastColumn) {
+    if (row > kMaxRow && isColumn(column)) {
         SheetState &state = *current();
+        // The cells of a row are written one after another, so a new row is one that differs from the last.
         state.leftOut += row != state.lastLeftOut ? 1 : 0;
         state.lastLeftOut = row;
         return false;
     }
-    return row >= 1 && row <= Document::kLastRow && column >= 1 && column <= Document::kLastColumn;
+    return isRow(row) && isColumn(column);
 }
 
 const XlsxCells &XlsxBook::stored(SheetState &state)
@@ -109,156 +98,25 @@ QVector<int> XlsxBook::styleNumbers(XlsxStyles &styles) const
     return numbers;
 }
 
-/** Writes the workbook; on failure the reason may be empty, when a warning tells it. */
+/** Writes the workbook into a device. @param reason set on failure */
 bool XlsxBook::writeInto(QIODevice &device, QString &reason)
 {
     XlsxZipWriter zip(device);
-    if (writeParts(zip))
+    if (XlsxBookWriter(*this, zip).write())
         return true;
     reason = zip.errorString().isEmpty() ? QStringLiteral("a part of it cannot be written") : zip.errorString();
     return false;
-}
-
-bool XlsxBook::writeParts(XlsxZipWriter &zip)
-{
-    XlsxZipReader &source = package->zip();
-    const bool isNew = package->isNew();
-
-    QByteArray styleSheet;
-    const bool hasStyles = !isNew && package->styles(styleSheet);
-    XlsxStyles styles(hasStyles ? styleSheet : XlsxStyles::plain(), cancelled);
-    const bool stylesLost = !isNew && !package->stylesPart().isEmpty() && (!hasStyles || !styles.isValid());
-    if (isCancelled() || !source.refusal().isEmpty())
-        return false;
-    if (stylesLost)
-        warnings.append(QStringLiteral("the style sheet of %1 cannot be read: new cells get no format").arg(path));
-    const QVector<int> numbers = stylesLost ? QVector<int>(formats.size(), -1) : styleNumbers(styles);
-    const bool addStyles = !stylesLost && !hasStyles && (isNew || formats.size() > 1);
-    const QByteArray stylesPart = addStyles
-        ? package->workbookPart().left(package->workbookPart().lastIndexOf('/') + 1) + "styles.xml"
-        : QByteArray();
-
-    QVector<XlsxPackage::Sheet> added;
-    QSet<QByteArray> taken;
-    for (const std::unique_ptr<SheetState> &state : sheets) {
-        if (!state->sheet.isNew)
-            continue;
-        package->placeSheet(state->sheet, taken);
-        added.append(state->sheet);
-    }
-
-    const bool listsChange = isNew || !added.isEmpty() || addStyles;
-    const bool mayDropChain = !package->calcChainPart().isEmpty() && source.indexOf(package->calcChainPart()) >= 0;
-    const auto writeLists = [&](const QByteArray &dropped) {
-        return zip.add(package->contentTypesPart(), package->contentTypes(added, stylesPart, dropped))
-            && (!isNew || zip.add("_rels/.rels", XlsxPackage::rootRelations()))
-            && zip.add(package->workbookPart(), package->workbook(added))
-            && zip.add(package->relationsPart(), package->relations(added, stylesPart, dropped));
-    };
-    const bool listsFirst = listsChange && !mayDropChain;
-    if (listsFirst && !writeLists({}))
-        return false;
-
-    // Old parts in their order, those that change in place of what they were.
-    bool formulaReplaced = false;
-    std::map<int, SheetState *> writtenOver;
-    for (const std::unique_ptr<SheetState> &state : sheets)
-        if (!state->sheet.isNew && !state->cells.isEmpty())
-            writtenOver.emplace(source.indexOf(state->sheet.part), state.get());
-    const int stylesIndex = hasStyles ? source.indexOf(package->stylesPart()) : -1;
-    const int chainIndex = mayDropChain ? source.indexOf(package->calcChainPart()) : -1;
-    const std::set<int> lists{source.indexOf(package->contentTypesPart()), source.indexOf(package->workbookPart()),
-                              source.indexOf(package->relationsPart())};
-    const bool listsLast = mayDropChain;
-    for (int i = 0; i < static_cast<int>(source.entries().size()); ++i) {
-        const auto over = writtenOver.find(i);
-        bool done = true;
-        if (over != writtenOver.end())
-            done = writeSheet(zip, *over->second, numbers, formulaReplaced);
-        else if (i == stylesIndex && styles.isValid() && styles.xml() != styleSheet)
-            done = zip.add(source.entries()[static_cast<std::size_t>(i)].name, styles.xml());
-        else if (i != chainIndex && !(lists.count(i) > 0 && (listsFirst || listsLast)))
-            done = zip.carry(source, i, cancelled);
-        if (!done) {
-            if (source.isDamaged() && !isCancelled())
-                warnings.append(QStringLiteral("part %1 of %2 is damaged and cannot be carried over")
-                                    .arg(QString::fromUtf8(source.entries()[static_cast<std::size_t>(i)].name), path));
-            return false;
-        }
-    }
-    if (listsLast) {
-        const QByteArray dropped = formulaReplaced ? package->calcChainPart() : QByteArray();
-        if (!formulaReplaced && !zip.carry(source, chainIndex, cancelled))
-            return false;
-        if (formulaReplaced || listsChange) {
-            if (!writeLists(dropped))
-                return false;
-        } else {
-            for (const int list : lists)
-                if (!zip.carry(source, list, cancelled))
-                    return false;
-        }
-    }
-    for (const std::unique_ptr<SheetState> &state : sheets)
-        if (state->sheet.isNew && !writeSheet(zip, *state, numbers, formulaReplaced))
-            return false;
-    if (addStyles && !zip.add(stylesPart, styles.xml()))
-        return false;
-    // Lists that were broken off by the flag must not be taken for whole.
-    return zip.finish() && !isCancelled();
-}
-
-bool XlsxBook::writeSheet(XlsxZipWriter &zip, SheetState &state, const QVector<int> &styles, bool &formulaReplaced)
-{
-    XlsxZipReader &source = package->zip();
-    const int old = state.sheet.isNew ? -1 : source.indexOf(state.sheet.part);
-    quint64 size = state.cells.cellCount() * kBytesACell;
-    if (old >= 0)
-        size += source.entries()[static_cast<std::size_t>(old)].unpacked * 2;
-    if (!zip.begin(old >= 0 ? source.entries()[static_cast<std::size_t>(old)].name : state.sheet.part,
-                   size > kLargePart))
-        return false;
-    XlsxOutput output([&zip](const char *data, std::size_t count) { return zip.write(data, count); });
-    XlsxSheetWriter writer(state.cells, styles, output, cancelled);
-    XlsxSheetWriter::Outcome outcome = XlsxSheetWriter::Outcome::Stopped;
-    if (old < 0) {
-        const bool isEmpty = state.cells.isEmpty();
-        const QVector<int> widths
-            = view.fitColumns && !isEmpty ? columnWidths(state.cells, formats, cancelled) : QVector<int>();
-        outcome = writer.writeNew(package->mainNamespace(), widths, isEmpty ? 0 : view.frozenRows);
-    } else if (const auto part = source.openPart(old)) {
-        outcome = writer.merge(*part, package->mainNamespace());
-    } else {
-        outcome = writer.writeNew(package->mainNamespace());
-        if (outcome == XlsxSheetWriter::Outcome::Written)
-            outcome = XlsxSheetWriter::Outcome::Damaged;
-    }
-    if (outcome == XlsxSheetWriter::Outcome::Refused)
-        warnings.append(QStringLiteral("sheet %1 of %2 has elements whose names are too long to be written over")
-                            .arg(state.sheet.name, path));
-    if (outcome == XlsxSheetWriter::Outcome::Stopped || outcome == XlsxSheetWriter::Outcome::Refused)
-        return false;
-    if (!source.refusal().isEmpty())
-        return false;
-    if (outcome == XlsxSheetWriter::Outcome::Damaged) {
-        sheetDamaged = true;
-        warnings.append(
-            QStringLiteral("sheet %1 of %2 is damaged: what can be read of it is kept").arg(state.sheet.name, path));
-    }
-    formulaReplaced = formulaReplaced || writer.formulaReplaced();
-    return output.flush() && zip.end();
 }
 
 void XlsxBook::warnOfRowsLeftOut(const QString &target)
 {
     for (const std::unique_ptr<SheetState> &state : sheets)
         if (const int count = state->leftOut)
-            warnings.append(
-                QStringLiteral("%1 rows of sheet %2 are left out of %3: a sheet ends at row %4")
-                    .arg(QString::number(count), state->sheet.name, target, QString::number(Document::kLastRow)));
+            warnings.append(QStringLiteral("%1 rows of sheet %2 are left out of %3: a sheet ends at row %4")
+                                .arg(QString::number(count), state->sheet.name, target, QString::number(kMaxRow)));
 }
 
-/** Goes on as if the workbook that is written over were not there. */
+/** Continues as if the workbook that is written over did not exist: written sheets become new ones. */
 void XlsxBook::letGo(const QString &reason)
 {
     refusal = reason;
@@ -277,14 +135,14 @@ void XlsxBook::letGo(const QString &reason)
     selected = found != sheets.end() ? static_cast<int>(found - sheets.begin()) : static_cast<int>(sheets.size()) - 1;
 }
 
-/** After the file behind the document was replaced: looks at the one that stands there now. */
+/** After the file behind the document was replaced: loads the new one. */
 void XlsxBook::takeOver(const QString &source)
 {
     QString reason;
     auto loaded = std::make_unique<XlsxPackage>();
     loaded->zip().setCancelled(cancelled);
     if (!loaded->load(source, reason)) {
-        // It is gone again: what was written is still here and goes into a new workbook.
+        // The file is gone again. The written cells are still here and go into a new workbook.
         package = std::make_unique<XlsxPackage>();
         for (const std::unique_ptr<SheetState> &state : sheets)
             state->sheet.isNew = true;
@@ -294,7 +152,7 @@ void XlsxBook::takeOver(const QString &source)
     QHash<QString, XlsxPackage::Sheet> list;
     const QVector<XlsxPackage::Sheet> all = package->sheets();
     for (auto sheet = all.rbegin(); sheet != all.rend(); ++sheet)
-        list.insert(sheet->name, *sheet); // the first of a name counts
+        list.insert(sheet->name, *sheet); // of sheets with equal names the first counts
     for (const std::unique_ptr<SheetState> &state : sheets) {
         const auto found = list.constFind(state->sheet.name);
         state->stored.reset();
@@ -311,7 +169,7 @@ bool XlsxBook::isSource(const QFileInfo &target) const
     return !package->isNew() && target == QFileInfo(path);
 }
 
-/** Why a file that stands where the document goes, and that it does not come from, must not be lost; else empty. */
+/** Why a file at the target, which the document was not made from, must not be lost; empty when it may be. */
 QString XlsxBook::refusalOf(const QFileInfo &target, Document::NoWorkbook noWorkbook) const
 {
     const QString place = target.absoluteFilePath();
@@ -326,7 +184,7 @@ QString XlsxBook::refusalOf(const QFileInfo &target, Document::NoWorkbook noWork
     other.zip().setCancelled(cancelled);
     const bool loaded = other.load(place, reason);
     if (isCancelled())
-        return {}; // nothing is written, so nothing has to be kept
+        return {}; // nothing will be written
     return loaded ? QString() : reason;
 }
 
@@ -334,7 +192,7 @@ bool XlsxBook::tryToSave(const QString &target, bool setAside)
 {
     XlsxTarget file(target);
     if (!file.open(setAside)) {
-        // Where nothing can be written, nothing can be renamed either.
+        // In a folder where no file can be written, none can be renamed either.
         (setAside ? errors : warnings)
             .append(QStringLiteral("%1 cannot be written: %2").arg(target, file.errorString()));
         return false;
@@ -353,11 +211,11 @@ bool XlsxBook::tryToSave(const QString &target, bool setAside)
 
 bool XlsxBook::commit(XlsxTarget &file, const QString &target, bool setAside)
 {
-    // Some systems do not replace a file that is open.
+    // Windows does not replace a file that is open.
     const bool overSource = isSource(QFileInfo(target));
     if (overSource)
         package->zip().close();
-    // What of a damaged sheet cannot be read here may be readable elsewhere.
+    // Another program may be able to read what is lost here of a damaged sheet, so the old file is kept.
     const bool done = file.commit(setAside || (overSource && sheetDamaged));
     savedAside = file.savedAside();
     if (overSource)

@@ -14,16 +14,16 @@
 namespace QXlsx
 {
 
-/** What a document holds, and how it is loaded and saved. */
+/** The state of a Document, and how it is loaded and saved. For QXlsx.cpp and XlsxBookWriter. */
 class XlsxBook
 {
 public:
     struct SheetState {
         XlsxPackage::Sheet sheet;
         XlsxCells cells;
-        int leftOut = 0; // rows beyond the last that were written to
-        int lastLeftOut = 0;
-        std::unique_ptr<XlsxCells> stored; // what the file holds, once it was asked for
+        int leftOut = 0; // number of rows after kMaxRow that were written to
+        int lastLeftOut = 0; // the last of them
+        std::unique_ptr<XlsxCells> stored; // the cells of the file, loaded at the first read
     };
 
     XlsxBook() { formats.append(Format()); }
@@ -37,8 +37,6 @@ public:
     const XlsxCells &stored(SheetState &state);
     QVector<int> styleNumbers(XlsxStyles &styles) const;
     bool writeInto(QIODevice &device, QString &reason);
-    bool writeParts(XlsxZipWriter &zip);
-    bool writeSheet(XlsxZipWriter &zip, SheetState &state, const QVector<int> &styles, bool &formulaReplaced);
     void warnOfRowsLeftOut(const QString &target);
     void takeOver(const QString &source);
     bool isCancelled() const { return cancelled && cancelled(); }
@@ -48,12 +46,12 @@ public:
     bool commit(XlsxTarget &file, const QString &target, bool setAside);
 
     QString path; // of the workbook that is written over
-    QString wanted; // the path that the document was made from
+    QString wanted; // the path that the document was made with
     QString saved; // the path of the last save
     QString refusal;
     QString savedAside;
     Document::SheetView view;
-    bool sheetDamaged = false; // in the save that goes on
+    bool sheetDamaged = false; // in the current save
     std::unique_ptr<XlsxPackage> package = std::make_unique<XlsxPackage>();
     std::vector<std::unique_ptr<SheetState>> sheets;
     int selected = -1;

@@ -89,7 +89,7 @@ void XlsxCells::set(int row, int column, Kind kind, quint32 format, double value
         return;
     }
     if (m_runs[index].format != format || m_runs[index].kind != static_cast<quint8>(kind)) {
-        // Cut the cell out as a run of its own; its neighbours keep their slots.
+        // Split the run so that the cell is a run of its own; its neighbours keep their slots.
         const auto cut = [this, &head](quint32 run, int at) {
             const quint32 rest = splitOff(run, at);
             if (head.last == run)
@@ -111,7 +111,7 @@ quint32 XlsxCells::appendSlot(double value)
 {
     const std::size_t block = m_slotCount >> kSlotBits;
     if (block == m_slots.size())
-        m_slots.emplace_back(new double[1U << kSlotBits]); // not cleared: every slot is written before it is read
+        m_slots.emplace_back(new double[1U << kSlotBits]); // not initialised: every slot is written before it is read
     slot(m_slotCount) = value;
     return m_slotCount++;
 }
@@ -129,7 +129,7 @@ quint32 XlsxCells::appendRun(int column, Kind kind, quint32 format, double value
     return static_cast<quint32>(m_runs.size() - 1);
 }
 
-/** Parts a run before a column inside it and gives the right half, which follows the left. */
+/** Splits a run before a column inside it. @return the right half, which follows the left one */
 quint32 XlsxCells::splitOff(quint32 index, int column)
 {
     Run right = m_runs[index];

@@ -13,10 +13,10 @@ namespace QXlsx
 {
 
 /**
- * The cells of one sheet, kept by row as runs of neighbours of one kind and format.
+ * The cells of one sheet, stored for each row as runs of adjacent cells of one kind and format.
  *
- * A run's values stand side by side in one store of 8-byte slots that never moves, so a row written from left to right
- * costs 8 bytes a cell and 24 bytes a run. Texts are kept once each.
+ * The values of a run are adjacent 8-byte slots of one store that never moves them, so a row written from left to right
+ * takes 8 bytes for each cell and 24 bytes for each run. Equal texts are stored once.
  */
 class XlsxCells
 {
@@ -25,12 +25,12 @@ public:
 
     struct Cell {
         Kind kind = Kind::Blank;
-        quint32 format = 0; // the caller's number
-        double number = 0; // of a number or bool
-        quint32 text = 0; // of a text: for XlsxCells::text
+        quint32 format = 0; // a number that the caller chose
+        double number = 0; // value of a number or bool
+        quint32 text = 0; // index of a text, for XlsxCells::text
     };
 
-    /** Puts a cell in or over one; row and column from 1, column at most 65535. */
+    /** Adds or replaces a cell; row and column count from 1, column is at most 65535. */
     void setNumber(int row, int column, double value, quint32 format) { set(row, column, Kind::Number, format, value); }
     void setBool(int row, int column, bool value, quint32 format) { set(row, column, Kind::Bool, format, value); }
     void setBlank(int row, int column, quint32 format) { set(row, column, Kind::Blank, format, 0); }
@@ -45,15 +45,15 @@ public:
         return head && head->first != kNone;
     }
 
-    /** Gives the cell into cell, or false when there is none. */
+    /** Reads a cell. @return false, with cell unchanged, when it does not exist */
     bool cell(int row, int column, Cell &cell) const;
 
     const QString &text(quint32 index) const { return m_texts.at(static_cast<int>(index)); }
 
-    /** The first row behind row that has cells; 0 when there is none. */
+    /** The first row after row that has cells; 0 when there is none. */
     int rowAfter(int row) const;
 
-    /** First and last row and column that have cells; all 0 in an empty sheet. */
+    /** First and last row and column with cells; all 0 in an empty sheet. */
     struct Extent {
         int firstRow = 0;
         int lastRow = 0;
@@ -76,15 +76,15 @@ public:
         }
     }
 
-    /** Cells that were put in, those put over others of another kind or format counted again. */
+    /** Number of slots in use: at least the number of cells. */
     quint64 cellCount() const { return m_slotCount; }
 
-    /** Bytes of the store, for tests of its thrift. */
+    /** Memory of the cells in bytes, without texts. For the test that limits it. */
     std::size_t bytes() const;
 
 private:
     static constexpr quint32 kNone = 0xffffffff;
-    static constexpr quint32 kSlotBits = 13; // 64 KiB a block
+    static constexpr quint32 kSlotBits = 13; // 64 KiB for each block
     static constexpr quint32 kPageBits = 9;
 
     struct Run {

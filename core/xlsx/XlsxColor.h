@@ -9,9 +9,9 @@ namespace QXlsx
 {
 
 /**
- * An opaque colour, or none. A plain value; no state, safe from any thread.
+ * An opaque colour, or none. A plain value.
  *
- * Takes any class that has isValid() and rgb(), as QColor does, and Qt's names of colours, without needing QtGui.
+ * Made from any class with isValid() and rgb(), such as QColor, and from Qt::GlobalColor, without QtGui.
  */
 class Color
 {
@@ -24,7 +24,7 @@ public:
         , m_valid(true)
     {
     }
-    /** One of Qt's names. Qt::transparent is no colour, since a cell knows no transparency. */
+    /** A named colour. Qt::transparent is no colour, since cells have no transparency. */
     Color(Qt::GlobalColor name);
     /** A colour of another class; an invalid one is none. */
     template <typename Other, typename = decltype(std::declval<const Other &>().isValid()),
@@ -43,7 +43,7 @@ public:
     /** "#rrggbb"; "#000000" for no colour. */
     QString name() const;
 
-    /** Equal colours, or none both. */
+    /** Equal colours, or both none. */
     ///@{
     friend constexpr bool operator==(const Color &a, const Color &b)
     {

@@ -1,5 +1,7 @@
 #include "XlsxColumnWidths.h"
 
+#include "XlsxLimits.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -12,18 +14,17 @@ namespace
 constexpr int kRowsBetweenAsking = 1000;
 constexpr int kStandardPoints = 11;
 constexpr int kStandardDigit = 7; // pixels, in 11-point Calibri
-constexpr int kMargin = 7; // pixels: what readers keep free at both sides, and the lines
-constexpr int kMinWidth = 9; // about what a column has by itself
-constexpr int kMaxWidth = 255; // by the format
-constexpr int kShownDigits = 11; // of a number without a format of its own
+constexpr int kMargin = 7; // pixels: the space that programs leave at both sides, and the borders
+constexpr int kMinWidth = 9; // about the default width of a column
+constexpr int kShownDigits = 11; // of a number without a number format
 constexpr double kFirstLongNumber = 1e11;
 constexpr int kLongestNumber = kShownDigits + 2; // point and sign
 
-/** What is needed to tell how much of a column's numbers is shown. */
+/** What the shown length of a column's numbers depends on. */
 struct Numbers {
     double largest = 0;
     bool any = false;
-    bool fraction = false; // or more digits than are shown
+    bool fraction = false; // a number has decimals, or more digits than are shown
     bool negative = false;
     bool error = false;
 
@@ -52,7 +53,7 @@ struct Numbers {
     }
 };
 
-/** Columns of a fixed-width font that the longest line of a text takes: two for a Chinese character. */
+/** Width of the longest line of a text in characters; a Chinese character counts as two. */
 int textColumns(const QString &text)
 {
     constexpr ushort kFirstWide = 0x1100;
@@ -61,7 +62,7 @@ int textColumns(const QString &text)
     for (const QChar character : text) {
         if (character == QLatin1Char('\n'))
             count = 0;
-        else // the halves of a surrogate pair are one wide character
+        else // the two halves of a surrogate pair are one wide character
             count += character.unicode() >= kFirstWide && !character.isSurrogate() ? 2 : 1;
         longest = std::max(longest, count);
     }
@@ -80,9 +81,9 @@ QVector<int> columnWidths(const XlsxCells &cells, const QVector<Format> &formats
 {
     const int columns = cells.extent().lastColumn + 1;
     std::vector<Numbers> numbers(static_cast<std::size_t>(columns));
-    std::vector<int> points(static_cast<std::size_t>(columns), 0); // of the numbers
-    std::vector<int> pixels(static_cast<std::size_t>(columns), 0); // of the texts
-    QHash<quint32, int> known; // of a text: texts that many cells share are measured once
+    std::vector<int> points(static_cast<std::size_t>(columns), 0); // font size of the numbers
+    std::vector<int> pixels(static_cast<std::size_t>(columns), 0); // width of the texts
+    QHash<quint32, int> known; // width by text: a text that many cells share is measured once
     int untilAsked = kRowsBetweenAsking;
     for (int row = cells.rowAfter(0); row != 0; row = cells.rowAfter(row)) {
         if (--untilAsked < 0 && cancelled) {
@@ -104,7 +105,8 @@ QVector<int> columnWidths(const XlsxCells &cells, const QVector<Format> &formats
                     found = known.insert(cell.text, textColumns(cells.text(cell.text)));
                 size = *found;
             }
-            // A point is 4/3 of a pixel; a Chinese character is as wide as its size says, another at most half of it.
+            // A point is 4/3 pixels. A Chinese character is as wide as the font size, another character at most half of
+            // it.
             const int width = (size * pointsOf(formats.at(static_cast<int>(cell.format))) * 2 + 2) / 3;
             pixels[place] = std::max(pixels[place], width);
         });
@@ -117,7 +119,8 @@ QVector<int> columnWidths(const XlsxCells &cells, const QVector<Format> &formats
         if (numbers[place].any)
             width = std::max(width, numbers[place].characters() * kStandardDigit * points[place] / kStandardPoints);
         if (width > 0)
-            widths[column] = qBound(kMinWidth, (width + kMargin + kStandardDigit - 1) / kStandardDigit, kMaxWidth);
+            widths[column]
+                = qBound(kMinWidth, (width + kMargin + kStandardDigit - 1) / kStandardDigit, kMaxColumnWidth);
     }
     return widths;
 }

@@ -9,15 +9,16 @@ namespace QXlsx
 {
 
 /**
- * Widths by which the cells of a sheet can be read, in the unit of the format: digits of the standard font.
+ * Widths that fit the cells of a sheet, in the unit of the file format: digits of the standard font.
  *
- * An estimate, since fonts are the reader's: a Chinese character is as wide as two others, and a number takes what a
- * reader shows of it, that is at most eleven digits. Index 0 is unused; a column without cells has 0.
+ * An estimate, since the fonts belong to the program that shows the sheet: a Chinese character counts as two others,
+ * and a number is as long as programs show it, at most eleven digits.
  *
- * O(cells), some nanoseconds each.
+ * @param formats formats of the cells, by number
+ * @param cancelled called every 1000 rows; may be empty. Returning true ends the function with useless widths
+ * @return one width for each column; index 0 is unused, and a column without cells has 0
  *
- * @param formats  of the cells, by number
- * @param cancelled  asked now and then; after a yes the widths are of no use. May be empty
+ * O(cells), some nanoseconds each. Any thread.
  */
 QVector<int> columnWidths(const XlsxCells &cells, const QVector<Format> &formats,
                           const std::function<bool()> &cancelled);

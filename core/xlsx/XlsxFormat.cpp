@@ -1,14 +1,9 @@
 #include "XlsxFormat.h"
 
+#include "XlsxLimits.h"
+
 namespace QXlsx
 {
-
-namespace
-{
-
-constexpr int kLargestFont = 409; // points, the format's own bound
-
-} // namespace
 
 void Format::setFontColor(const Color &color)
 {
@@ -17,7 +12,7 @@ void Format::setFontColor(const Color &color)
 
 void Format::setFontSize(int points)
 {
-    m_fontSize = static_cast<quint16>(qBound(0, points, kLargestFont));
+    m_fontSize = static_cast<quint16>(qBound(0, points, kMaxFontPoints));
 }
 
 void Format::setBorderStyle(BorderStyle style)

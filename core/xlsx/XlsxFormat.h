@@ -8,36 +8,36 @@ namespace QXlsx
 /**
  * How a cell looks: font colour and size, borders on all four sides, fill and horizontal alignment.
  *
- * A plain value. What was not set stays as the workbook's own default; a format of which nothing was set is empty.
+ * A plain value. Properties that are not set have the workbook's default; a format without any is empty.
  */
 class Format
 {
 public:
-    /** AlignHGeneral puts numbers to the right and texts to the left. */
+    /** AlignHGeneral aligns numbers right and texts left. */
     enum HorizontalAlignment { AlignHGeneral, AlignLeft, AlignHCenter, AlignRight };
-    /** The lines that a workbook knows, but for its rarer ones. */
+    /** The common border styles of workbooks. */
     enum BorderStyle { BorderNone, BorderThin, BorderMedium, BorderDashed, BorderDotted, BorderThick, BorderDouble };
-    /** Whether the cell shows a colour of its own. */
+    /** Whether the cell is filled. */
     enum FillPattern { PatternNone, PatternSolid };
 
-    /** Colour of the text; an invalid colour (the default) leaves it to the workbook. */
+    /** Colour of the text; invalid (the default) for the workbook's own. */
     Color fontColor() const { return m_fontColor; }
-    /** An invalid colour takes it back. */
+    /** An invalid colour resets it. */
     void setFontColor(const Color &color);
 
-    /** Size of the text in points, 1 to 409; 0 (the default) leaves it to the workbook. */
+    /** Size of the text in points, 1 to 409; 0 (the default) for the workbook's own. */
     int fontSize() const { return m_fontSize; }
-    /** What lies outside 0 to 409 is brought into it. */
+    /** Clamped to 0 to 409. */
     void setFontSize(int points);
 
-    /** Style of the lines on all four sides, in the automatic colour. */
+    /** Style of the borders on all four sides, in the automatic colour. */
     BorderStyle borderStyle() const { return static_cast<BorderStyle>(m_borderStyle); }
-    /** BorderNone takes them away. */
+    /** BorderNone removes them. */
     void setBorderStyle(BorderStyle style);
 
-    /** The colour that a solid fill shows; an invalid colour (the default) is the automatic one. */
+    /** Colour of a solid fill; invalid (the default) for the automatic one. */
     Color patternBackgroundColor() const { return m_patternColor; }
-    /** An invalid colour takes it back. */
+    /** An invalid colour resets it. */
     void setPatternBackgroundColor(const Color &color);
 
     /** Fill of the cell. */
@@ -46,7 +46,7 @@ public:
     void setFillPattern(FillPattern pattern);
     ///@}
 
-    /** Where the content stands in the cell. */
+    /** Horizontal alignment of the content. */
     ///@{
     HorizontalAlignment horizontalAlignment() const { return static_cast<HorizontalAlignment>(m_alignment); }
     void setHorizontalAlignment(HorizontalAlignment alignment);
@@ -55,7 +55,7 @@ public:
     /** True while nothing was set. */
     bool isEmpty() const { return *this == Format(); }
 
-    /** Formats are equal when every part of their look is. */
+    /** Formats are equal when all properties are. */
     ///@{
     bool operator==(const Format &other) const
     {

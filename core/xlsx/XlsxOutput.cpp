@@ -8,7 +8,7 @@ namespace QXlsx
 namespace
 {
 
-// Small enough for the block to be still in the cache when it is packed.
+// Small enough for the block to be still in the cache when it is compressed.
 constexpr std::size_t kBlockSize = 128 * 1024;
 
 } // namespace

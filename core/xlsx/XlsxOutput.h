@@ -9,7 +9,7 @@
 namespace QXlsx
 {
 
-/** Gathers what is written into blocks and hands them on; after a failure all else is swallowed. */
+/** Collects output in blocks and passes them to a sink. After a failure further output is discarded. */
 class XlsxOutput
 {
 public:
@@ -17,7 +17,7 @@ public:
 
     explicit XlsxOutput(Sink sink);
 
-    /** A place for at least size bytes, at most kLargestPiece; to be followed by advance. */
+    /** Space for size bytes, at most kLargestPiece; call advance() after filling it. */
     char *room(std::size_t size)
     {
         if (static_cast<std::size_t>(m_end - m_place) < size)
@@ -25,13 +25,13 @@ public:
         return m_place;
     }
 
-    /** Takes what was put at room() up to end as written. */
+    /** Ends the output that was put at room(). @param end the byte after its last */
     void advance(char *end) { m_place = end; }
 
     void append(const char *data, std::size_t size);
     void append(const QByteArray &bytes) { append(bytes.constData(), static_cast<std::size_t>(bytes.size())); }
 
-    /** Hands on what is left and says whether all of it was taken. */
+    /** Passes on the rest. @return whether all output was accepted */
     bool flush();
     bool isGood() const { return m_good; }
 

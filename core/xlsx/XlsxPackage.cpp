@@ -16,7 +16,7 @@ namespace
 constexpr quint64 kSmallestBomb = quint64(1) << 30;
 constexpr quint64 kLargestFactor = 100;
 
-// The lists of the largest workbooks take a few megabytes; they are held whole.
+// The lists of the largest workbooks have a few megabytes; they are read into memory.
 constexpr quint64 kLongestList = 64 * 1024 * 1024;
 
 constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n";
@@ -33,10 +33,10 @@ QByteArray folderOf(const QByteArray &part)
     return part.left(part.lastIndexOf('/') + 1);
 }
 
-// The schema of the format has 32 bits for it; the best-known program of workbooks opens none beyond this.
+// The schema allows 32 bits, but the best-known spreadsheet program opens no file with a higher one.
 constexpr quint32 kLastSheetId = 65534;
 
-/** Whether the prefix of the root element, or the lack of one, stands for one of the namespaces. */
+/** Whether the root element is in one of the namespaces. */
 bool isRootIn(const XlsxXmlReader &reader, std::initializer_list<const char *> namespaces)
 {
     const QString name = reader.qualifiedName().toString();
@@ -47,7 +47,7 @@ bool isRootIn(const XlsxXmlReader &reader, std::initializer_list<const char *> n
                        [&](const char *one) { return attributes.value(declaration) == QLatin1String(one); });
 }
 
-/** The part that a target names, seen from another part. */
+/** The name of the part that a relation of another part points to. */
 QByteArray resolve(const QByteArray &base, const QString &target)
 {
     const QUrl from(QStringLiteral("x:/") + QString::fromUtf8(base));
@@ -55,7 +55,12 @@ QByteArray resolve(const QByteArray &base, const QString &target)
     return path.mid(1).toUtf8();
 }
 
-/** Copies a document; drop says of a start element that it went over it, beforeEnd writes into the first such list. */
+/**
+ * Copies an XML document with changes.
+ *
+ * @param drop called at each start element; returns true after it has skipped the element
+ * @param list name of an element; before the first of its ends beforeEnd(writer, prefix) adds content
+ */
 template <typename Drop, typename BeforeEnd>
 QByteArray edited(const QByteArray &xml, const std::function<bool()> &cancelled, Drop drop, const char *list,
                   BeforeEnd beforeEnd)
@@ -180,7 +185,7 @@ QByteArray XlsxPackage::workbook(const QVector<Sheet> &added) const
 {
     QSet<quint32> taken = m_sheetIds;
     quint32 id = m_lastSheetId;
-    // The identifier behind the last, or where there is none the first that is free.
+    // The identifier after the highest; or, when that is the last possible one, the first free one.
     const auto freeId = [&taken, &id] {
         id = id < kLastSheetId ? id + 1 : 1;
         while (taken.contains(id))
@@ -260,7 +265,7 @@ bool XlsxPackage::readRelations()
 
     XlsxXmlReader list(m_relations, m_zip.cancelled());
     while (list.next()) {
-        // A program that minds namespaces finds no relation in a list of another one, and so no sheet.
+        // In another namespace the elements are no relations, and other programs would find no sheet.
         if (list.isStartElement() && list.depth() == 1 && !isRootIn(list, {kRelations}))
             return false;
         if (list.isStartElement())
@@ -292,7 +297,7 @@ bool XlsxPackage::readWorkbook()
     while (reader.next()) {
         if (!reader.isStartElement())
             continue;
-        // Also one that the list of relations does not have: a new sheet that took it would become the caller's.
+        // An identifier without a relation is in use, too: a new sheet must not get it.
         m_usedRelations.insert(reader.attribute(QLatin1String("id")));
         if (reader.depth() == 1) {
             if (reader.localName() != QLatin1String("workbook"))
@@ -312,7 +317,7 @@ bool XlsxPackage::readWorkbook()
             sheet.name = unescapeCharacters(reader.attribute(QLatin1String("name")));
             const auto target = m_targets.constFind(reader.attribute(QLatin1String("id")));
             if (target != m_targets.constEnd() && target->first == QLatin1String("worksheet")) {
-                // Two sheets of one part would write over each other.
+                // Two sheets with the same part would overwrite each other.
                 const int part = m_zip.indexOf(target->second);
                 if (part >= 0 && !taken.contains(part))
                     sheet.part = target->second;

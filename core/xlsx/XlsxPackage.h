@@ -9,24 +9,24 @@
 namespace QXlsx
 {
 
-/** The parts around the sheets: which there are, how they hang together, and these lists with sheets added. */
+/** The parts around the sheets: the lists of parts, relations and sheets, and these lists with sheets added. */
 class XlsxPackage
 {
 public:
     struct Sheet {
         QString name;
-        QByteArray part; // name of the part; empty when it is none that can be written to
-        QString relation; // for sheets to be added
+        QByteArray part; // name of the part; empty for a sheet without cells, such as a chart
+        QString relation; // identifier, for added sheets
         bool isNew = false;
     };
 
-    /** Sheets of a workbook. What states more is none: it would keep everything that walks over them busy. */
+    /** Most sheets of a workbook. A file that lists more is refused: every loop over them would take too long. */
     static constexpr int kMaxSheets = 10000;
 
     /** The package of a workbook without sheets. */
     XlsxPackage();
 
-    /** Takes the lists from a file; false, with the reason, when it is no workbook. */
+    /** Reads the lists of a file; false, with the reason, when it is no workbook. */
     bool load(const QString &path, QString &reason);
 
     XlsxZipReader &zip() { return m_zip; }
@@ -35,7 +35,7 @@ public:
     QVector<Sheet> sheets() const { return m_sheets; }
     int activeSheet() const { return m_activeSheet; }
 
-    /** Gives a sheet to be added the name of its part and its relation; taken holds those given before. */
+    /** Sets part and relation of a sheet to add. @param taken those of the sheets before; extended */
     void placeSheet(Sheet &sheet, QSet<QByteArray> &taken) const;
 
     QString mainNamespace() const { return m_mainNamespace; }
@@ -47,15 +47,15 @@ public:
     const QByteArray &sharedTextsPart() const { return m_sharedTextsPart; }
     const QByteArray &calcChainPart() const { return m_calcChainPart; }
 
-    /** The style sheet; false when the package has none that can be read. */
+    /** Reads the style sheet; false when the package has none that can be read. */
     bool styles(QByteArray &xml);
 
-    /** The lists with sheets added; styles is the part of a style sheet to be added and dropped one to be left out. */
+    /** The XML of the lists. @param styles part of an added style sheet, @param dropped part to leave out; or empty */
     QByteArray contentTypes(const QVector<Sheet> &added, const QByteArray &styles, const QByteArray &dropped) const;
     QByteArray workbook(const QVector<Sheet> &added) const;
     QByteArray relations(const QVector<Sheet> &added, const QByteArray &styles, const QByteArray &dropped) const;
 
-    /** The list that leads to the workbook, of a new package. */
+    /** The XML of a new package's root relations, which point to the workbook. */
     static QByteArray rootRelations();
 
 private:

@@ -1,5 +1,6 @@
 #include "XlsxSheetReader.h"
 
+#include "XlsxLimits.h"
 #include "XlsxText.h"
 #include "XlsxXmlReader.h"
 
@@ -11,10 +12,7 @@ namespace QXlsx
 namespace
 {
 
-constexpr int kLastRow = 1048576;
-constexpr int kLastColumn = 16384;
-
-/** At the start of a text item: its text without the readings that stand over Chinese and Japanese. */
+/** At the start of a text item: goes to its end. @return its text without phonetic readings */
 QString itemText(XlsxXmlReader &reader)
 {
     QString result;
@@ -83,7 +81,7 @@ void readCell(XlsxXmlReader &reader, int row, int column, const QVector<QString>
             reader.skipElement();
         }
     }
-    if (row < 1 || row > kLastRow || column < 1 || column > kLastColumn)
+    if (!isRow(row) || !isColumn(column))
         return;
     if (inlineText)
         cells.setText(row, column, value, 0);
@@ -122,14 +120,14 @@ void readSheet(XlsxZipReader::Part &part, const QVector<QString> &sharedTexts, X
         } else if (inRows && reader.isStartElement() && reader.localName() == QLatin1String("row")) {
             bool ok = false;
             const int stated = reader.attribute(QLatin1String("r")).toInt(&ok);
-            row = ok && stated > 0 ? stated : qMin(row, kLastRow) + 1;
+            row = ok && stated > 0 ? stated : qMin(row, kMaxRow) + 1;
             column = 0;
         } else if (inRows && reader.isStartElement() && reader.localName() == QLatin1String("c")) {
             int statedRow = 0;
             int statedColumn = 0;
             column = parseCellName(reader.attribute(QLatin1String("r")), statedRow, statedColumn)
                 ? statedColumn
-                : qMin(column, kLastColumn) + 1;
+                : qMin(column, kMaxColumn) + 1;
             readCell(reader, row, column, sharedTexts, cells);
         }
     }

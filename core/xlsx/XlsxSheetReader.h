@@ -8,14 +8,14 @@
 namespace QXlsx
 {
 
-/** Reads the texts that the sheets of a workbook share; what comes before damage is kept. */
+/** Reads the shared texts of a workbook; of a damaged part, those before the damage. */
 QVector<QString> readSharedTexts(XlsxZipReader::Part &part);
 
 /**
- * Reads the values of a sheet's cells, without their looks; what comes before damage is kept.
+ * Reads the values of a sheet's cells, without formats; of a damaged sheet, those before the damage.
  *
- * Numbers and the errors #DIV/0! (infinity) and #NUM! (not-a-number) become numbers, other errors texts; a formula is
- * its last result, or a text "=..." when the sheet holds none.
+ * Numbers and the errors #DIV/0! (infinity) and #NUM! (NaN) become numbers, other errors texts; a formula becomes its
+ * stored result, or a text "=..." when the sheet has none.
  */
 void readSheet(XlsxZipReader::Part &part, const QVector<QString> &sharedTexts, XlsxCells &cells);
 

@@ -1,13 +1,9 @@
 #include "XlsxSheetWriter.h"
 
-#include "QXlsx.h"
+#include "XlsxLimits.h"
 #include "XlsxText.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
-#include <cmath>
-#include <cstring>
 
 namespace QXlsx
 {
@@ -15,52 +11,11 @@ namespace QXlsx
 namespace
 {
 
-constexpr int kCellsBetweenAsking = 100000;
-constexpr int kLongestFormula = 8192; // characters, by the format
-constexpr int kFormulaCharactersACell = 16; // of a formula that is written out, as time goes
+constexpr int kFormulaCharactersACell = 16; // of a formula that is written out: time compared with that of a cell
+constexpr int kEndOfRow = XlsxCellWriter::kEndOfRow;
+constexpr int kEndOfSheet = XlsxCellWriter::kEndOfSheet;
 
-// What is put down without a look at the room's end: four prefixes at most, and names, numbers and quotes between them.
-constexpr std::size_t kCellRoom = 128 + 4 * XlsxSheetWriter::kLongestPrefix;
-static_assert(kCellRoom <= XlsxOutput::kLargestPiece);
-constexpr int kBehindAll = 1 << 30;
-
-struct ColumnNames {
-    struct Name {
-        char text[3];
-        quint8 size;
-    };
-    std::array<Name, 16385> names{};
-
-    ColumnNames()
-    {
-        for (std::size_t i = 0; i < names.size(); ++i) {
-            const QByteArray name = columnName(static_cast<int>(i));
-            names[i].size = static_cast<quint8>(name.size());
-            std::memcpy(names[i].text, name.constData(), names[i].size);
-        }
-    }
-};
-
-const ColumnNames::Name &nameOfColumn(int column)
-{
-    static const ColumnNames all;
-    return all.names[static_cast<std::size_t>(column)];
-}
-
-char *put(char *place, const QByteArray &bytes)
-{
-    std::memcpy(place, bytes.constData(), static_cast<std::size_t>(bytes.size()));
-    return place + bytes.size();
-}
-
-bool needsSpacePreserved(const QString &text)
-{
-    return !text.isEmpty()
-        && (text.front().isSpace() || text.back().isSpace() || text.contains(QLatin1Char('\n'))
-            || text.contains(QLatin1Char('\t')) || text.contains(QLatin1String("  ")));
-}
-
-/** The elements that stand in front of the rows. */
+/** Whether an element of the worksheet stands before the rows, or is the rows. */
 bool isBeforeRows(const QStringRef &name)
 {
     const auto names = {"sheetPr", "dimension", "sheetViews", "sheetFormatPr", "cols", "sheetData"};
@@ -72,13 +27,9 @@ bool isBeforeRows(const QStringRef &name)
 XlsxSheetWriter::XlsxSheetWriter(const XlsxCells &cells, const QVector<int> &styles, XlsxOutput &output,
                                  const std::function<bool()> &cancelled)
     : m_cells(cells)
-    , m_styles(styles)
-    , m_output(output)
     , m_writer(output)
-    , m_cancelled(cancelled)
-    , m_nextRow(cells.rowAfter(0))
+    , m_cellWriter(cells, styles, m_writer, output, cancelled)
 {
-    setPrefix({});
 }
 
 XlsxSheetWriter::Outcome XlsxSheetWriter::writeNew(const QString &mainNamespace, const QVector<int> &widths,
@@ -96,7 +47,7 @@ XlsxSheetWriter::Outcome XlsxSheetWriter::writeNew(const QString &mainNamespace,
     writeWidths(widths);
     writeSheetData();
     m_writer.end();
-    return stop() ? Outcome::Stopped : Outcome::Written;
+    return m_cellWriter.stop() ? Outcome::Stopped : Outcome::Written;
 }
 
 XlsxSheetWriter::Outcome XlsxSheetWriter::merge(XlsxZipReader::Part &part, const QString &mainNamespace)
@@ -110,144 +61,40 @@ XlsxSheetWriter::Outcome XlsxSheetWriter::merge(XlsxZipReader::Part &part, const
     }
     const QByteArray name = reader.qualifiedName().toUtf8();
     const QByteArray prefix = name.left(name.indexOf(':') + 1);
-    if (prefix.size() > kLongestPrefix)
+    if (prefix.size() > XlsxCellWriter::kMaxPrefix)
         return Outcome::Refused;
-    setPrefix(prefix);
+    m_cellWriter.setPrefix(prefix);
     m_writer.declaration();
     const bool whole = mergeWorksheet(reader);
-    if (!whole && !m_stopped) {
-        if (m_sheetDataDone) {
-            m_writer.endTo(0);
-        } else {
-            // What was open in front of or among the rows ends here, and the rows that are left follow.
-            if (m_inSheetData) {
-                if (m_rest.first > 0) {
-                    m_writer.endTo(3);
-                    writeCells(m_rest.first, m_rest.second, kBehindAll);
-                }
-                m_writer.endTo(2);
-                writeRowsBefore(kBehindAll);
-            } else {
-                m_writer.endTo(1);
-                writeSheetData();
-            }
-            m_writer.endTo(0);
-        }
-    }
-    if (stop())
+    if (!whole && !m_cellWriter.isStopped())
+        completeDamaged();
+    if (m_cellWriter.stop())
         return Outcome::Stopped;
-    // Reading to the end has the archive's check of the part made.
+    // Only a part that is read to its end has its checksum verified.
     return whole && !part.isDamaged() ? Outcome::Written : Outcome::Damaged;
 }
 
-/** Whether to break off; asks when it is time. */
-bool XlsxSheetWriter::stop()
+/** After a sheet broke off: ends the elements that are open and writes the cells that are not written yet. */
+void XlsxSheetWriter::completeDamaged()
 {
-    m_stopped = m_stopped || !m_output.isGood() || (m_cancelled && m_cancelled());
-    m_untilAsked = kCellsBetweenAsking;
-    return m_stopped;
-}
-
-void XlsxSheetWriter::setPrefix(const QByteArray &prefix)
-{
-    m_prefix = prefix;
-    m_cellStart = '<' + prefix + "c r=\"";
-    m_numberEnd = "</" + prefix + "v></" + prefix + "c>";
-    m_numberMiddle.clear();
-    for (const int style : m_styles)
-        m_numberMiddle.append((style > 0 ? "\" s=\"" + QByteArray::number(style) : QByteArray()) + "\"><" + prefix
-                              + "v>");
-}
-
-void XlsxSheetWriter::writeCells(int row, int from, int to, const QString &keptStyle)
-{
-    if (from >= to || !m_cells.hasRow(row))
-        return;
-    char rowText[16];
-    const std::size_t rowSize
-        = static_cast<std::size_t>(std::to_chars(rowText, rowText + sizeof rowText, row).ptr - rowText);
-    m_writer.content();
-    m_cells.forRow(row, from, to, [&](int column, const XlsxCells::Cell &cell) {
-        if (--m_untilAsked < 0)
-            stop();
-        if (m_stopped)
-            return;
-        const ColumnNames::Name &name = nameOfColumn(column);
-        const bool keeps = m_styles[static_cast<int>(cell.format)] < 0;
-        char *place = m_output.room(kCellRoom);
-        place = put(place, m_cellStart);
-        std::memcpy(place, name.text, sizeof name.text);
-        place += name.size;
-        std::memcpy(place, rowText, rowSize);
-        place += rowSize;
-        if (cell.kind == XlsxCells::Kind::Number && std::isfinite(cell.number) && !(keeps && !keptStyle.isEmpty())) {
-            place = put(place, m_numberMiddle[static_cast<int>(cell.format)]);
-            // The shortest exact text of a number has at most 24 characters.
-            place = std::to_chars(place, place + 32, cell.number).ptr;
-            m_output.advance(put(place, m_numberEnd));
-            return;
+    // Open elements by number: 1 worksheet, 2 sheetData, 3 row.
+    if (m_inSheetData) {
+        if (m_rest.first > 0) {
+            m_writer.endTo(3);
+            m_cellWriter.writeCells(m_rest.first, m_rest.second, kEndOfRow);
         }
-
-        m_output.advance(place);
-        QByteArray style;
-        if (!keeps && m_styles[static_cast<int>(cell.format)] > 0)
-            style = " s=\"" + QByteArray::number(m_styles[static_cast<int>(cell.format)]) + '"';
-        else if (keeps && !keptStyle.isEmpty())
-            style = " s=\"" + escapeMarkup(keptStyle, true) + '"';
-        QByteArray rest = '"' + style;
-        const QByteArray value = "><" + m_prefix + "v>";
-        switch (cell.kind) {
-        case XlsxCells::Kind::Blank:
-            rest += "/>";
-            break;
-        case XlsxCells::Kind::Bool:
-            rest += " t=\"b\"" + value + (cell.number != 0 ? '1' : '0') + m_numberEnd;
-            break;
-        case XlsxCells::Kind::Number:
-            if (std::isfinite(cell.number)) {
-                char text[32];
-                rest += value
-                    + QByteArray(text, static_cast<int>(std::to_chars(text, text + 32, cell.number).ptr - text))
-                    + m_numberEnd;
-            } else {
-                rest += " t=\"e\"" + value + (std::isnan(cell.number) ? "#NUM!" : "#DIV/0!") + m_numberEnd;
-            }
-            break;
-        case XlsxCells::Kind::Text: {
-            const QString &text = m_cells.text(cell.text);
-            rest += " t=\"inlineStr\"><" + m_prefix + "is><" + m_prefix + 't'
-                + (needsSpacePreserved(text) ? " xml:space=\"preserve\">" : ">")
-                + escapeMarkup(escapeCharacters(text), false) + "</" + m_prefix + "t></" + m_prefix + "is></" + m_prefix
-                + "c>";
-            break;
-        }
-        }
-        m_output.append(rest);
-    });
-}
-
-/** Writes the rows in front of one that have no old cells. */
-void XlsxSheetWriter::writeRowsBefore(int row)
-{
-    if (m_nextRow == 0 || m_nextRow >= row)
-        return;
-    const QByteArray start = '<' + m_prefix + "row r=\"";
-    const QByteArray end = "</" + m_prefix + "row>";
-    m_writer.content();
-    for (; m_nextRow != 0 && m_nextRow < row && !m_stopped; m_nextRow = m_cells.rowAfter(m_nextRow)) {
-        char *place = put(m_output.room(kCellRoom), start);
-        place = std::to_chars(place, place + 16, m_nextRow).ptr;
-        *place++ = '"';
-        *place++ = '>';
-        m_output.advance(place);
-        writeCells(m_nextRow, 1, kBehindAll);
-        m_output.append(end);
+        m_writer.endTo(2);
+        m_cellWriter.writeRowsBefore(kEndOfSheet);
+    } else if (!m_sheetDataDone) {
+        m_writer.endTo(1);
+        writeSheetData();
     }
+    m_writer.endTo(0);
 }
 
 void XlsxSheetWriter::writeFrozenRows(int count)
 {
-    if (count <= 0 || count >= Document::kLastRow)
+    if (count <= 0 || count >= kMaxRow)
         return;
     m_writer.start("sheetViews");
     m_writer.start("sheetView");
@@ -263,7 +110,7 @@ void XlsxSheetWriter::writeFrozenRows(int count)
     m_writer.endTo(1);
 }
 
-/** An element a column, since not every reader looks for a column inside a stretch. */
+/** Writes one element for each column: not every reader looks up a column inside a range. */
 void XlsxSheetWriter::writeWidths(const QVector<int> &widths)
 {
     if (std::none_of(widths.begin(), widths.end(), [](int width) { return width > 0; }))
@@ -284,8 +131,8 @@ void XlsxSheetWriter::writeWidths(const QVector<int> &widths)
 
 void XlsxSheetWriter::writeSheetData()
 {
-    m_writer.start(m_prefix + "sheetData");
-    writeRowsBefore(kBehindAll);
+    m_writer.start(m_cellWriter.prefix() + "sheetData");
+    m_cellWriter.writeRowsBefore(kEndOfSheet);
     m_writer.end();
     m_sheetDataDone = true;
 }
@@ -293,21 +140,12 @@ void XlsxSheetWriter::writeSheetData()
 bool XlsxSheetWriter::next(XlsxXmlReader &reader)
 {
     m_part->pieceDone();
-    if (--m_untilAsked < 0)
-        stop();
-    return !m_stopped && reader.next();
+    return !m_cellWriter.countWork(1) && reader.next();
 }
 
 bool XlsxSheetWriter::copyElement(XlsxXmlReader &reader)
 {
-    const int outside = reader.depth() - 1;
-    m_writer.copy(reader);
-    while (reader.depth() > outside) {
-        if (!next(reader))
-            return false;
-        m_writer.copy(reader);
-    }
-    return true;
+    return m_writer.copyElement(reader, [this, &reader] { return next(reader); });
 }
 
 bool XlsxSheetWriter::mergeWorksheet(XlsxXmlReader &reader)
@@ -319,33 +157,33 @@ bool XlsxSheetWriter::mergeWorksheet(XlsxXmlReader &reader)
                 writeSheetData();
             m_writer.copy(reader);
             while (next(reader)) { }
-            return !reader.hasError() && !m_stopped;
+            return !reader.hasError() && !m_cellWriter.isStopped();
         }
-        if (!reader.isStartElement()) {
+        if (!reader.isStartElement())
             m_writer.copy(reader);
-            continue;
-        }
-        const QStringRef name = reader.localName();
-        if (!m_sheetDataDone && name == QLatin1String("sheetData")) {
-            m_writer.copy(reader);
-            if (!mergeSheetData(reader))
-                return false;
-            continue;
-        }
-        if (!m_sheetDataDone && !isBeforeRows(name))
-            writeSheetData();
-        if (name == QLatin1String("dimension") && !m_cells.isEmpty()) {
-            m_writer.start(reader.qualifiedName().toUtf8());
-            m_writer.attribute("ref", dimension(reader.attribute(QLatin1String("ref"))));
-            m_writer.end();
-            if (!reader.skipElement())
-                return false;
-            continue;
-        }
-        if (!copyElement(reader))
+        else if (!mergeSheetElement(reader))
             return false;
     }
     return false;
+}
+
+/** Merges one child of the worksheet: the rows, the dimension, or an element that is copied. */
+bool XlsxSheetWriter::mergeSheetElement(XlsxXmlReader &reader)
+{
+    const QStringRef name = reader.localName();
+    if (!m_sheetDataDone && name == QLatin1String("sheetData")) {
+        m_writer.copy(reader);
+        return mergeSheetData(reader);
+    }
+    if (!m_sheetDataDone && !isBeforeRows(name))
+        writeSheetData();
+    if (name == QLatin1String("dimension") && !m_cells.isEmpty()) {
+        m_writer.start(reader.qualifiedName().toUtf8());
+        m_writer.attribute("ref", dimension(reader.attribute(QLatin1String("ref"))));
+        m_writer.end();
+        return reader.skipElement();
+    }
+    return copyElement(reader);
 }
 
 bool XlsxSheetWriter::mergeSheetData(XlsxXmlReader &reader)
@@ -354,17 +192,17 @@ bool XlsxSheetWriter::mergeSheetData(XlsxXmlReader &reader)
     int row = 0;
     while (next(reader)) {
         if (reader.isEndElement()) {
-            writeRowsBefore(kBehindAll);
+            m_cellWriter.writeRowsBefore(kEndOfSheet);
             m_writer.copy(reader);
             m_inSheetData = false;
             m_sheetDataDone = true;
-            return !m_stopped;
+            return !m_cellWriter.isStopped();
         }
         if (reader.isStartElement() && reader.localName() == QLatin1String("row")) {
             bool ok = false;
             const int stated = reader.attribute(QLatin1String("r")).toInt(&ok);
-            row = ok && stated > 0 && stated < kBehindAll ? stated : row + 1;
-            writeRowsBefore(row);
+            row = ok && stated > 0 && stated < kEndOfSheet ? stated : row + 1;
+            m_cellWriter.writeRowsBefore(row);
             if (!mergeRow(reader, row))
                 return false;
         } else if (reader.isStartElement()) {
@@ -379,28 +217,32 @@ bool XlsxSheetWriter::mergeSheetData(XlsxXmlReader &reader)
 
 bool XlsxSheetWriter::mergeRow(XlsxXmlReader &reader, int row)
 {
-    const bool written = m_nextRow == row;
     const bool hasCells = m_cells.hasRow(row);
     m_writer.start(reader.qualifiedName().toUtf8());
     m_writer.attribute("r", QString::number(row));
     const QXmlStreamAttributes attributes = reader.attributes();
-    for (const QXmlStreamAttribute &one : attributes)
-        // The columns that a row spans are a hint for readers, which the cells put into it would make a lie.
+    for (const QXmlStreamAttribute &one : attributes) {
+        // "spans" is a hint for readers about the columns of the row, and new cells may make it wrong.
         if (one.qualifiedName() != QLatin1String("r") && !(hasCells && one.qualifiedName() == QLatin1String("spans")))
             m_writer.attribute(one.qualifiedName().toUtf8(), one.value().toString());
+    }
+    // The new cells of a row that is out of order or occurs twice are written already.
+    const bool isNext = m_cellWriter.nextRow() == row;
+    if (isNext)
+        m_cellWriter.passRow(row);
+    m_rest = {row, isNext ? 1 : kEndOfRow};
+    return mergeRowCells(reader, row, hasCells);
+}
 
-    // A row that comes late or twice has its new cells written already.
-    int from = written ? 1 : kBehindAll;
-    if (written)
-        m_nextRow = m_cells.rowAfter(row);
+bool XlsxSheetWriter::mergeRowCells(XlsxXmlReader &reader, int row, bool hasCells)
+{
     int column = 0;
-    m_rest = {row, from};
     while (next(reader)) {
         if (reader.isEndElement()) {
-            writeCells(row, m_rest.second, kBehindAll);
+            m_cellWriter.writeCells(row, m_rest.second, kEndOfRow);
             m_rest = {};
             m_writer.copy(reader);
-            return !m_stopped;
+            return !m_cellWriter.isStopped();
         }
         if (!reader.isStartElement()) {
             m_writer.copy(reader);
@@ -415,26 +257,30 @@ bool XlsxSheetWriter::mergeRow(XlsxXmlReader &reader, int row)
         int statedColumn = 0;
         column
             = parseCellName(reader.attribute(QLatin1String("r")), statedRow, statedColumn) ? statedColumn : column + 1;
-        if (hasCells && column >= m_rest.second) {
-            writeCells(row, m_rest.second, column);
-            m_rest.second = column;
-        }
-        if (hasCells && m_cells.contains(row, column)) {
-            if (column >= m_rest.second) {
-                writeCells(row, column, column + 1, reader.attribute(QLatin1String("s")));
-                m_rest.second = column + 1;
-            }
-            if (!skipReplaced(reader, row, column))
-                return false;
-        } else if (!mergeCell(reader, row, column)) {
+        if (!mergeCellOver(reader, row, column, hasCells))
             return false;
-        }
     }
     return false;
 }
 
-/** Copies a cell that stays. */
-bool XlsxSheetWriter::mergeCell(XlsxXmlReader &reader, int row, int column)
+/** Writes the new cells up to an old one, and then the old one or the new one in its place. */
+bool XlsxSheetWriter::mergeCellOver(XlsxXmlReader &reader, int row, int column, bool hasCells)
+{
+    if (hasCells && column >= m_rest.second) {
+        m_cellWriter.writeCells(row, m_rest.second, column);
+        m_rest.second = column;
+    }
+    if (!hasCells || !m_cells.contains(row, column))
+        return copyCell(reader, row, column);
+    if (column >= m_rest.second) {
+        m_cellWriter.writeCells(row, column, column + 1, reader.attribute(QLatin1String("s")));
+        m_rest.second = column + 1;
+    }
+    return skipReplaced(reader, row, column);
+}
+
+/** Copies a cell that is not written over. */
+bool XlsxSheetWriter::copyCell(XlsxXmlReader &reader, int row, int column)
 {
     const int outside = reader.depth() - 1;
     m_writer.start(reader.qualifiedName().toUtf8());
@@ -456,7 +302,7 @@ bool XlsxSheetWriter::mergeCell(XlsxXmlReader &reader, int row, int column)
     return true;
 }
 
-/** Goes over a cell that is written over, and keeps of it what cells that stay rest on. */
+/** Skips a replaced cell; remembers its shared formula, which kept cells may use. */
 bool XlsxSheetWriter::skipReplaced(XlsxXmlReader &reader, int row, int column)
 {
     const int outside = reader.depth() - 1;
@@ -469,14 +315,15 @@ bool XlsxSheetWriter::skipReplaced(XlsxXmlReader &reader, int row, int column)
         const QString shared = reader.attribute(QLatin1String("si"));
         const bool isShared = reader.attribute(QLatin1String("t")) == QLatin1String("shared");
         const QString text = reader.text();
-        // Written out at each of its followers, a longer one would make much of a small file. They keep their values.
+        // A longer formula, written out at each cell that shares it, would make a small file huge. Those cells keep
+        // their values instead.
         if (isShared && !text.isEmpty())
-            m_replacedShared.insert(shared, {row, column, text.size() <= kLongestFormula ? text : QString()});
+            m_replacedShared.insert(shared, {row, column, text.size() <= kMaxFormula ? text : QString()});
     }
     return true;
 }
 
-/** Copies a formula; one that shares its text with a cell that is written over gets a text of its own. */
+/** Copies a formula; one that shares the text of a replaced cell gets a text of its own. */
 bool XlsxSheetWriter::copyFormula(XlsxXmlReader &reader, int row, int column)
 {
     const auto shared = m_replacedShared.constFind(reader.attribute(QLatin1String("si")));
@@ -488,14 +335,14 @@ bool XlsxSheetWriter::copyFormula(XlsxXmlReader &reader, int row, int column)
         text = movedFormula(shared->text, row - shared->row, column - shared->column);
     if (text.isEmpty())
         return !reader.hasError();
-    m_untilAsked -= text.size() / kFormulaCharactersACell;
+    m_cellWriter.countWork(text.size() / kFormulaCharactersACell);
     m_writer.start(name);
     m_writer.raw(escapeMarkup(text, false));
     m_writer.end();
     return !reader.hasError();
 }
 
-/** The stretch of cells that holds the old ones and the new. */
+/** The range that contains the old cells and the new ones. */
 QString XlsxSheetWriter::dimension(const QString &old) const
 {
     XlsxCells::Extent extent = m_cells.extent();

@@ -10,7 +10,7 @@ namespace
 
 constexpr std::array kSectionNames{"fonts", "fills", "borders", "cellXfs"};
 
-/** The children of a style sheet in the order that the format asks for. */
+/** The children of a style sheet in the order of the file format's schema. */
 constexpr std::array kOrder{"numFmts",    "fonts", "fills",       "borders", "cellStyleXfs", "cellXfs",
                             "cellStyles", "dxfs",  "tableStyles", "colors",  "extLst"};
 
@@ -98,7 +98,7 @@ XlsxStyles::XlsxStyles(const QByteArray &xml, const std::function<bool()> &cance
     }
     m_valid = !reader.hasError() && reader.tokenType() == QXmlStreamReader::EndDocument;
 
-    // A section that is not there gets what cells without a format have, in front of what is added.
+    // A missing section first gets the entry of cells without a format.
     const QByteArray open = '<' + m_prefix;
     const auto put = [this](int section, const QByteArray &entry) {
         if (m_sections[static_cast<std::size_t>(section)].count == 0)
@@ -134,7 +134,7 @@ int XlsxStyles::index(const Format &format)
     int fill = 0;
     if (format.fillPattern() == Format::PatternSolid) {
         QByteArray entry = open + "fill>" + open + "patternFill patternType=\"solid\">";
-        // Of a solid fill readers show what the format calls the foreground.
+        // The colour of a solid fill is what the file format calls the foreground.
         if (format.patternBackgroundColor().isValid())
             entry += open + "fgColor rgb=\"" + argb(format.patternBackgroundColor()) + "\"/>";
         entry += open + "bgColor indexed=\"64\"/>" + close + "patternFill>" + close + "fill>";

@@ -12,23 +12,23 @@
 namespace QXlsx
 {
 
-/** The style sheet of a workbook, to which formats are added behind what it holds already. */
+/** The style sheet of a workbook. Formats are appended to its existing entries. */
 class XlsxStyles
 {
 public:
     /** The style sheet of a new workbook. */
     static QByteArray plain();
 
-    /** @param cancelled  asked now and then; once it says yes the style sheet is not valid */
+    /** @param cancelled called every 500 tokens; may be empty. Returning true makes the style sheet invalid */
     explicit XlsxStyles(const QByteArray &xml, const std::function<bool()> &cancelled = {});
 
-    /** False when the part is no style sheet; it then stays as it is and index gives -1. */
+    /** False when the part is no style sheet: xml() then returns it unchanged, and index() returns -1. */
     bool isValid() const { return m_valid; }
 
-    /** The number by which cells call a format; one that the sheet has already is used again. */
+    /** The style number of a format for cells. An equal entry that exists is used again. */
     int index(const Format &format);
 
-    /** The part with what was added; byte for byte the one given when that is nothing. */
+    /** The XML with the added entries; the same bytes as before when nothing was added. */
     QByteArray xml() const;
 
 private:
@@ -37,7 +37,7 @@ private:
     struct Section {
         bool found = false;
         int count = 0;
-        QHash<QByteArray, int> places; // of each entry's XML
+        QHash<QByteArray, int> places; // number of each entry, by its XML
         QVector<QByteArray> added;
     };
 

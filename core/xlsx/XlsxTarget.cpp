@@ -13,14 +13,14 @@ namespace QXlsx
 namespace
 {
 
-// The unfinished file's name is longer than the target's by a few characters, and 255 is what file systems take: bytes
-// of the local encoding or UTF-16 units, of both of which UTF-8 has at least as many.
+// QSaveFile appends a few characters to the name, and file systems limit names to 255 bytes of the local encoding or
+// UTF-16 units. UTF-8 has at least as many bytes as either.
 constexpr int kLongestTemporaryBase = 240;
 
 bool isTaken(const QString &path)
 {
     const QFileInfo info(path);
-    return info.exists() || info.isSymLink(); // also a link to nothing
+    return info.exists() || info.isSymLink(); // a link without a target, too
 }
 
 } // namespace
@@ -34,7 +34,7 @@ XlsxTarget::XlsxTarget(const QString &path)
 bool XlsxTarget::open(bool setAside)
 {
     const QFileInfo info(m_place);
-    // QSaveFile gives the new file the rights of the one that it replaces, and replaces none that is write-protected.
+    // QSaveFile copies the permissions of the file that it replaces, and refuses to replace a write-protected one.
     if (setAside || info.fileName().toUtf8().size() > kLongestTemporaryBase)
         m_name = info.absoluteDir().filePath(QUuid::createUuid().toString(QUuid::WithoutBraces));
     m_file = std::make_unique<QSaveFile>(m_name.isEmpty() ? m_place : m_name);
@@ -51,7 +51,8 @@ void XlsxTarget::cancel()
 
 bool XlsxTarget::commit(bool setAside)
 {
-    // A device forgets why it failed when it is closed, and knows it only once a block fails from its first byte on.
+    // The error string is lost when the device is closed, and set only when a block fails at its first byte: a second
+    // flush provokes that.
     if (!m_file->flush() && !m_file->flush()) {
         m_error = m_file->errorString();
         cancel();
@@ -79,7 +80,7 @@ bool XlsxTarget::commit(bool setAside)
 bool XlsxTarget::moveAside()
 {
     if (!isTaken(m_place))
-        return true; // it is gone by now
+        return true; // there is no file any more
     QString name = m_place + QLatin1String(".old");
     for (int number = 2; isTaken(name); ++number)
         name = m_place + QLatin1String(".old") + QString::number(number);

@@ -9,20 +9,20 @@ namespace QXlsx
 {
 
 /**
- * The file that a workbook is saved as: written beside its place under another name, and put there when complete.
+ * The file that a workbook is saved as. It is written under another name beside its path and renamed when complete.
  *
- * What stands in the place is replaced, or set aside when the caller asks for it; after a failure it is as it was.
+ * An existing file at the path is replaced, or renamed when the caller asks for it; after a failure it is unchanged.
  */
 class XlsxTarget
 {
 public:
-    /** A link is followed to the file that it stands for. */
+    /** A link is followed to its target. */
     explicit XlsxTarget(const QString &path);
 
     /**
-     * Begins the new file; false, with errorString(), when it cannot be written.
+     * Creates the new file; false, with errorString(), when it cannot be written.
      *
-     * @param setAside  the file in the place will be set aside, so that its rights do not matter
+     * @param setAside the existing file will be renamed, so its permissions do not matter
      */
     bool open(bool setAside);
 
@@ -32,18 +32,18 @@ public:
     void cancel();
 
     /**
-     * Puts the new file in its place; false, with errorString(), when that fails.
+     * Renames the new file to its path; false, with errorString(), when that fails.
      *
-     * @param setAside  the file in the place is renamed to its name and ".old", ".old2", ..., the first that is free
+     * @param setAside the existing file is renamed to its name and ".old", ".old2", ..., the first that is free
      */
     bool commit(bool setAside);
 
     const QString &errorString() const { return m_error; }
 
-    /** Where commit put the file that stood in the place. */
+    /** The new name of the existing file, when commit renamed it; or empty. */
     const QString &savedAside() const { return m_aside; }
 
-    /** True when commit failed because the file in the place cannot be renamed. */
+    /** Whether commit failed because the existing file cannot be renamed. */
     bool isInTheWay() const { return m_inTheWay; }
 
 private:
@@ -51,7 +51,7 @@ private:
     bool moveIn();
 
     QString m_place;
-    QString m_name; // of m_file, when it does not go into the place by itself
+    QString m_name; // of m_file, when QSaveFile does not rename it to m_place itself
     std::unique_ptr<QSaveFile> m_file;
     QString m_aside;
     QString m_error;

@@ -1,5 +1,7 @@
 #include "XlsxText.h"
 
+#include "XlsxLimits.h"
+
 #include <algorithm>
 
 namespace QXlsx
@@ -8,9 +10,6 @@ namespace QXlsx
 namespace
 {
 
-constexpr int kLastRow = 1048576;
-constexpr int kLastColumn = 16384;
-constexpr int kLongestSheetName = 31;
 constexpr int kEscapeLength = 7; // _xHHHH_
 
 int hexDigit(QChar character)
@@ -36,7 +35,7 @@ bool isXmlCharacter(const QString &text, int place)
     return code == '\t' || code == '\n' || (code >= 0x20 && code < 0xfffe);
 }
 
-/** The character that an _xHHHH at a place, with whatever behind it, stands for, or -1 when there is none. */
+/** The character code of an _xHHHH at a position, whatever follows it; -1 when there is none. */
 int escapeAt(const QString &text, int place)
 {
     if (place + kEscapeLength > text.size() || text.at(place) != QLatin1Char('_')
@@ -57,7 +56,7 @@ bool isEscapeAt(const QString &text, int place)
     return escapeAt(text, place) >= 0 && text.at(place + kEscapeLength - 1) == QLatin1Char('_');
 }
 
-/** An escape, or what the underscore of an escape behind it would make one. */
+/** Whether a text at a position is an escape, or becomes one with the underscore of an escape that follows. */
 bool needsGuard(const QString &text, int place)
 {
     const int last = place + kEscapeLength - 1;
@@ -100,7 +99,7 @@ bool parseReference(const QString &text, int place, Reference &reference)
     int end = letters;
     for (; end < letters + 4 && isAsciiLetter(at(end)); ++end)
         reference.column = reference.column * 26 + (at(end).toUpper().unicode() - 'A' + 1);
-    if (reference.column > kLastColumn)
+    if (reference.column > kMaxColumn)
         return false;
     if (reference.column > 0) {
         reference.fixedColumn = dollar;
@@ -112,7 +111,7 @@ bool parseReference(const QString &text, int place, Reference &reference)
     for (; end < digits + 8 && isAsciiDigit(at(end)); ++end)
         reference.row = reference.row * 10 + (at(end).unicode() - '0');
     if (end > digits) {
-        if (reference.row < 1 || reference.row > kLastRow)
+        if (!isRow(reference.row))
             return false;
         reference.fixedRow = dollar;
         i = end;
@@ -126,20 +125,20 @@ QString referenceText(const Reference &reference, int rows, int columns)
     QString result;
     if (reference.column > 0) {
         const int column = reference.column + (reference.fixedColumn ? 0 : columns);
-        if (column < 1 || column > kLastColumn)
+        if (!isColumn(column))
             return {};
         result += QLatin1String(reference.fixedColumn ? "$" : "") + QString::fromLatin1(columnName(column));
     }
     if (reference.row > 0) {
         const int row = reference.row + (reference.fixedRow ? 0 : rows);
-        if (row < 1 || row > kLastRow)
+        if (!isRow(row))
             return {};
         result += QLatin1String(reference.fixedRow ? "$" : "") + QString::number(row);
     }
     return result;
 }
 
-/** The end of a stretch in quotes, double quotes or brackets that begins at a place. */
+/** The position after a part in single quotes, double quotes or brackets that begins at place. */
 int quotedEnd(const QString &text, int place)
 {
     const QChar opening = text.at(place);
@@ -148,7 +147,7 @@ int quotedEnd(const QString &text, int place)
             if (text.at(i) != opening)
                 continue;
             if (i + 1 < text.size() && text.at(i + 1) == opening)
-                ++i; // a doubled quote is a quote inside
+                ++i; // a doubled quote stands for one quote
             else
                 return i + 1;
         }
@@ -204,7 +203,7 @@ QString escapeCharacters(const QString &text)
         }
         result += text.midRef(copied, i - copied);
         result += QStringLiteral("_x%1_")
-                      .arg(uint(code), 4, 16, QLatin1Char('0'))
+                      .arg(static_cast<uint>(code), 4, 16, QLatin1Char('0'))
                       .toUpper()
                       .replace(1, 1, QLatin1Char('x'));
         copied = i + 1;
@@ -274,12 +273,12 @@ QString safeSheetName(const QString &name)
     for (QChar &character : result)
         if (QStringLiteral(":\\/?*[]").contains(character) || character.unicode() < 0x20)
             character = QLatin1Char(' ');
-    if (result.size() > kLongestSheetName) {
-        result.truncate(kLongestSheetName);
+    if (result.size() > kMaxSheetName) {
+        result.truncate(kMaxSheetName);
         if (result.at(result.size() - 1).isHighSurrogate())
             result.chop(1);
     }
-    // An apostrophe at either end would not be told from the quotes that formulas put around a name.
+    // Formulas quote sheet names with apostrophes, so a name must not begin or end with one.
     if (result.startsWith(QLatin1Char('\'')))
         result[0] = QLatin1Char(' ');
     if (result.endsWith(QLatin1Char('\'')))
@@ -310,7 +309,7 @@ QString movedFormula(const QString &formula, int rows, int columns)
         const QChar after = end < formula.size() ? formula.at(end) : QChar();
         Reference reference;
         const bool whole = parseReference(word, 0, reference) && reference.end == word.size();
-        // A lone column or row is one only beside a colon: in A:C and 1:3, but not in the name ABC or the number 3.
+        // A column or row alone is a reference only beside a colon: in A:C and 1:3, but not in the name ABC.
         const bool beside = after == QLatin1Char(':') || (i > 0 && formula.at(i - 1) == QLatin1Char(':'));
         const bool isReference = whole && after != QLatin1Char('(') && after != QLatin1Char('!')
             && ((reference.row > 0 && reference.column > 0) || beside);

@@ -13,8 +13,8 @@ namespace
 constexpr int kMaxDeclaration = 1000; // characters of <?xml ...?>
 
 /**
- * Whether an encoding writes markup as ASCII does and uses these bytes for nothing else. Those of Chinese do not belong
- * here: the second byte of their characters may be that of a bracket.
+ * Whether an encoding writes markup as ASCII does and uses these bytes for nothing else. Chinese encodings are not
+ * among them: the second byte of a character may be that of a bracket.
  */
 bool isLikeAscii(const QByteArray &name)
 {
@@ -67,7 +67,7 @@ std::size_t XlsxXmlGuard::accept(const char *data, std::size_t size)
     return m_stopped ? 0 : size;
 }
 
-/** Tells by the first bytes what the reader takes them for. */
+/** Detects the encoding from the first bytes, as the reader does. */
 void XlsxXmlGuard::detect(const char *data, std::size_t size)
 {
     m_detected = true;
@@ -85,7 +85,7 @@ void XlsxXmlGuard::detect(const char *data, std::size_t size)
     m_wide = m_bigEndian || begins({0xff, 0xfe}) || begins({'<', 0});
 }
 
-/** False when the part is to stop in front of this character. */
+/** Takes one character. @return false when the part must end before it */
 bool XlsxXmlGuard::take(int unit)
 {
     if (m_inDeclaration && m_declaration.size() < kMaxDeclaration)
@@ -98,26 +98,10 @@ bool XlsxXmlGuard::take(int unit)
             m_isFirst = false;
         break;
     case State::Opened:
-        m_attributes = 0;
-        m_marks = 0;
-        m_inDeclaration = m_isFirst && unit == '?';
-        m_isFirst = false;
-        m_state = unit == '!' ? State::Bang : unit == '?' ? State::Instruction : State::Tag;
-        if (unit == '>')
-            m_state = State::Text;
+        takeOpened(unit);
         break;
     case State::Tag:
-        if (unit == '>')
-            m_state = State::Text;
-        else if (unit == '"')
-            m_state = State::DoubleQuoted;
-        else if (unit == '\'')
-            m_state = State::SingleQuoted;
-        else if (unit == '=' && ++m_attributes > kMaxAttributes) {
-            m_refusal = QStringLiteral("an element of it has more than %1 attributes").arg(kMaxAttributes);
-            return false;
-        }
-        break;
+        return takeInTag(unit);
     case State::DoubleQuoted:
         if (unit == '"')
             m_state = State::Tag;
@@ -154,7 +138,33 @@ bool XlsxXmlGuard::take(int unit)
     return true;
 }
 
-/** Whether two marks and a > are complete, as in --> and ]]>. */
+void XlsxXmlGuard::takeOpened(int unit)
+{
+    m_attributes = 0;
+    m_marks = 0;
+    m_inDeclaration = m_isFirst && unit == '?';
+    m_isFirst = false;
+    m_state = unit == '!' ? State::Bang : unit == '?' ? State::Instruction : State::Tag;
+    if (unit == '>')
+        m_state = State::Text;
+}
+
+bool XlsxXmlGuard::takeInTag(int unit)
+{
+    if (unit == '>')
+        m_state = State::Text;
+    else if (unit == '"')
+        m_state = State::DoubleQuoted;
+    else if (unit == '\'')
+        m_state = State::SingleQuoted;
+    else if (unit == '=' && ++m_attributes > kMaxAttributes) {
+        m_refusal = QStringLiteral("an element of it has more than %1 attributes").arg(kMaxAttributes);
+        return false;
+    }
+    return true;
+}
+
+/** Whether a closing mark is complete: two marks and a >, as in --> and ]]>. */
 bool XlsxXmlGuard::endsAt(int unit, int mark)
 {
     const bool ends = unit == '>' && m_marks >= 2;
@@ -162,7 +172,8 @@ bool XlsxXmlGuard::endsAt(int unit, int mark)
     return ends;
 }
 
-/** At the end of an instruction: when it is the XML declaration, whether its encoding is what the bytes are in. */
+/** At the end of a processing instruction. @return false for an XML declaration whose encoding does not fit the bytes
+ */
 bool XlsxXmlGuard::takesDeclaration()
 {
     if (!m_inDeclaration)

@@ -9,33 +9,33 @@ namespace QXlsx
 {
 
 /**
- * Looks at the bytes of an XML part before an XML reader does, and stops them at what no workbook has.
+ * Filters the bytes of an XML part before an XML reader sees them, and ends the part at what no workbook contains.
  *
- * The reader compares each attribute of an element with all others of it, within one call that cannot be interrupted:
- * a few hundred kilobytes would keep it busy for minutes. Its other weak point is the document type declaration. The
- * guard follows the markup alone, and lets through only encodings in which markup has no other bytes.
+ * QXmlStreamReader compares each attribute of an element with all others, in one call that cannot be interrupted: a few
+ * hundred kilobytes of attributes take minutes. Document type declarations are the other risk. The guard follows the
+ * markup only, and accepts only encodings that use the bytes of markup for nothing else.
  */
 class XlsxXmlGuard
 {
 public:
-    /** Attributes of one element. Known programs write fewer than 40. */
+    /** Most attributes of one element. Known programs write fewer than 40. */
     static constexpr int kMaxAttributes = 1000;
 
-    /** Takes the next bytes of the part; gives how many of them may be read, fewer than size once it stops them. */
+    /** Takes the next bytes of the part. @return how many of them may be read; fewer than size ends the part */
     std::size_t accept(const char *data, std::size_t size);
 
-    /** Why no workbook has such a part; empty while it may be one, and for a document type declaration. */
+    /** Why the part belongs to no workbook; empty while it may, and for a document type declaration. */
     const QString &refusal() const { return m_refusal; }
 
 private:
     enum class State {
         Text,
-        Opened, // behind <
+        Opened, // after <
         Tag,
         DoubleQuoted,
         SingleQuoted,
-        Bang, // behind <!
-        Dash, // behind <!-
+        Bang, // after <!
+        Dash, // after <!-
         Comment,
         CharacterData,
         Instruction,
@@ -43,6 +43,8 @@ private:
 
     void detect(const char *data, std::size_t size);
     bool take(int unit);
+    void takeOpened(int unit);
+    bool takeInTag(int unit);
     bool endsAt(int unit, int mark);
     bool takesDeclaration();
 
@@ -53,10 +55,10 @@ private:
     bool m_hasHalf = false;
     int m_half = 0;
     bool m_stopped = false;
-    bool m_isFirst = true; // nothing but blanks was met
+    bool m_isFirst = true; // only whitespace so far
     bool m_inDeclaration = false;
     int m_attributes = 0;
-    int m_marks = 0; // of those that announce the end of a comment, of character data or of an instruction
+    int m_marks = 0; // characters so far of the mark that ends a comment, character data or an instruction
     QByteArray m_declaration;
     QString m_refusal;
 };

@@ -8,7 +8,7 @@ namespace QXlsx
 namespace
 {
 
-constexpr int kDeepest = 200;
+constexpr int kMaxDepth = 200;
 constexpr int kTokensBetweenAsking = 500;
 
 QStringRef withoutPrefix(const QStringRef &name)
@@ -42,7 +42,7 @@ bool XlsxXmlReader::next()
     }
     switch (readNext()) {
     case StartElement:
-        if (++m_depth > kDeepest) {
+        if (++m_depth > kMaxDepth) {
             raiseError(QStringLiteral("nested too deep"));
             return false;
         }

@@ -8,14 +8,14 @@ namespace QXlsx
 {
 
 /**
- * A reader of one part of a workbook that keeps names as they are written and gives up on what no workbook has:
- * document type declarations and nesting beyond all measure.
+ * Reads one XML part of a workbook. Keeps prefixed names as they are, and fails on what no workbook contains: document
+ * type declarations and more than 200 levels of elements.
  */
 class XlsxXmlReader : public QXmlStreamReader
 {
 public:
     explicit XlsxXmlReader(QIODevice *device);
-    /** @param cancelled  asked now and then, a yes ends the document as damage does; may be empty */
+    /** @param cancelled called every 500 tokens; may be empty. Returning true ends the document like damage */
     explicit XlsxXmlReader(const QByteArray &bytes, std::function<bool()> cancelled = {});
 
     /** Goes to the next token; false at the end of the document or when it is damaged. */
@@ -24,16 +24,16 @@ public:
     /** The name of the element without its prefix. */
     QStringRef localName() const;
 
-    /** Elements that are open, the current one included at its start and excluded at its end. */
+    /** Number of open elements, including the current one at its start and excluding it at its end. */
     int depth() const { return m_depth; }
 
-    /** An attribute by its name without prefix; null when there is none. */
+    /** An attribute by its name without prefix; a null string when there is none. */
     QString attribute(QLatin1String name) const;
 
-    /** At a start element: goes behind its end; false when the document ends before. */
+    /** At a start element: goes to its end; false when the document ends before. */
     bool skipElement();
 
-    /** At a start element: goes to its end and gives the text in it and in its children. */
+    /** At a start element: goes to its end and returns the text in it and in its children. */
     QString text();
 
 private:

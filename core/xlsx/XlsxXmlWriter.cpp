@@ -84,21 +84,9 @@ void XlsxXmlWriter::copy(const XlsxXmlReader &reader)
     }
 }
 
-bool XlsxXmlWriter::copyElement(XlsxXmlReader &reader)
+void XlsxXmlWriter::endTo(std::size_t count)
 {
-    const int outside = reader.depth() - 1;
-    copy(reader);
-    while (reader.depth() > outside) {
-        if (!reader.next())
-            return false;
-        copy(reader);
-    }
-    return true;
-}
-
-void XlsxXmlWriter::endTo(std::size_t depth)
-{
-    while (m_names.size() > depth)
+    while (m_names.size() > count)
         end();
 }
 

@@ -8,7 +8,7 @@
 namespace QXlsx
 {
 
-/** Writes XML in UTF-8, most of it token by token as a reader meets it. */
+/** Writes XML in UTF-8: elements and attributes, or the tokens of a reader. */
 class XlsxXmlWriter
 {
 public:
@@ -22,21 +22,41 @@ public:
     void attribute(const QByteArray &name, const QString &value);
     void end();
 
-    /** Puts bytes between the elements as they are. */
+    /** Writes bytes as they are, after ending an open start tag. */
     void raw(const QByteArray &bytes);
 
-    /** Lets the caller write content into the output itself. */
+    /** Ends an open start tag. @return the output, for content that the caller writes */
     XlsxOutput &content();
 
     /** Writes the reader's current token. */
     void copy(const XlsxXmlReader &reader);
 
-    /** Writes an element from its start, the current token, to its end; false when the document ends before. */
-    bool copyElement(XlsxXmlReader &reader);
+    /**
+     * Writes an element, from its start tag, which is the reader's current token, to its end.
+     *
+     * @param next goes to the reader's next token
+     * @return false when next() does before the element ends
+     */
+    template <typename Next>
+    bool copyElement(XlsxXmlReader &reader, Next next)
+    {
+        const int outside = reader.depth() - 1;
+        copy(reader);
+        while (reader.depth() > outside) {
+            if (!next())
+                return false;
+            copy(reader);
+        }
+        return true;
+    }
+    /** The same with XlsxXmlReader::next. */
+    bool copyElement(XlsxXmlReader &reader)
+    {
+        return copyElement(reader, [&reader] { return reader.next(); });
+    }
 
-    /** Ends elements until so many are open. */
-    void endTo(std::size_t depth);
-    std::size_t depth() const { return m_names.size(); }
+    /** Ends elements until only the outermost count are open. */
+    void endTo(std::size_t count);
 
 private:
     void closeTag();

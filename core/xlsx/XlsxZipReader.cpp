@@ -2,6 +2,7 @@
 
 #include <QFileInfo>
 
+#include <limits>
 #include <minizip/unzip.h>
 
 namespace QXlsx
@@ -42,14 +43,14 @@ long seekFile(voidpf, voidpf stream, ZPOS64_T offset, int origin)
     const qint64 start = origin == ZLIB_FILEFUNC_SEEK_SET ? 0
         : origin == ZLIB_FILEFUNC_SEEK_CUR                ? file->pos()
                                                           : file->size();
-    // Unsigned sum: a damaged directory may hold any offset.
+    // An unsigned sum: a damaged directory may contain any offset.
     const quint64 place = static_cast<quint64>(start) + offset;
     return place <= static_cast<quint64>(file->size()) && file->seek(static_cast<qint64>(place)) ? 0 : -1;
 }
 
 int closeFile(voidpf, voidpf)
 {
-    return 0; // the reader closes its file itself
+    return 0; // the reader owns its file and closes it
 }
 
 int fileError(voidpf, voidpf stream)
@@ -82,7 +83,7 @@ bool XlsxZipReader::open(const QString &path)
     return m_refusal.isEmpty();
 }
 
-/** Gives what keeps the archive from being a workbook. */
+/** Reads the list of parts. @return why the archive is no workbook; or empty */
 QString XlsxZipReader::readDirectory()
 {
     const bool isCompound = m_file.peek(8) == "\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1";
@@ -111,7 +112,7 @@ QString XlsxZipReader::readDirectory()
         name.truncate(static_cast<int>(info.size_filename));
         const QByteArray key = name.toLower();
         if (m_index.contains(key))
-            continue; // as with most readers the first of a name counts
+            continue; // like most programs: the first of two equal names counts
         Entry entry;
         entry.name = name;
         entry.packed = info.compressed_size;
@@ -149,7 +150,7 @@ quint64 XlsxZipReader::unpackedSize() const
 {
     quint64 sum = 0;
     for (const Entry &entry : m_entries)
-        sum = sum + entry.unpacked < sum ? ~quint64(0) : sum + entry.unpacked;
+        sum = sum + entry.unpacked < sum ? std::numeric_limits<quint64>::max() : sum + entry.unpacked;
     return sum;
 }
 
@@ -176,7 +177,7 @@ bool XlsxZipReader::readPart(int index, quint64 limit, QByteArray &bytes)
     const std::unique_ptr<Part> part = openPart(index);
     if (!part)
         return false;
-    // Read in pieces rather than into the size that the directory promises, which may be any number.
+    // Read in pieces: the size that the directory states may be any number.
     QByteArray piece(64 * 1024, Qt::Uninitialized);
     qint64 count = 0;
     while ((count = part->read(piece.data(), piece.size())) > 0) {
@@ -234,7 +235,7 @@ qint64 XlsxZipReader::Part::readData(char *data, qint64 size)
     if (m_damaged)
         return -1;
     if (m_left == 0) {
-        // Whether the bytes were those that were packed shows at the end alone.
+        // The checksum is verified only at the end.
         m_damaged = !m_checked && unzCloseCurrentFile(m_reader.m_zip) != UNZ_OK;
         m_checked = true;
         return -1;

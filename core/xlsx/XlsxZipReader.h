@@ -14,9 +14,9 @@ namespace QXlsx
 {
 
 /**
- * The zip archive behind a workbook: its list of parts, and one part at a time as a device.
+ * Reads the zip archive of a workbook: its list of parts, and one part at a time as a device.
  *
- * Trusts nothing of what the archive says of itself: a part never gives more bytes than its entry promises.
+ * Does not trust the archive: a part never gives more bytes than its entry states.
  */
 class XlsxZipReader
 {
@@ -37,14 +37,14 @@ public:
     XlsxZipReader();
     ~XlsxZipReader();
 
-    /** Has opening and reading ask, every few kilobytes, whether to stop; what is read then breaks off as damaged. */
+    /** Sets a function that is called every few kilobytes; returning true ends opening or reading like damage. */
     void setCancelled(const std::function<bool()> &cancelled) { m_cancelled = cancelled; }
     const std::function<bool()> &cancelled() const { return m_cancelled; }
 
     /**
-     * Opens the archive and reads its directory; false when it is none, or packed in a way that workbooks never are.
+     * Opens the archive and reads its directory.
      *
-     * refusal() then gives the reason.
+     * @return false, with refusal(), when it is no archive or packed in a way that workbooks never are
      */
     bool open(const QString &path);
     void close();
@@ -52,35 +52,35 @@ public:
 
     qint64 fileSize() const { return m_file.size(); }
 
-    /** Bytes of all parts together, as the directory states them. */
+    /** Sum of the unpacked sizes that the directory states, in bytes. */
     quint64 unpackedSize() const;
 
     const std::vector<Entry> &entries() const { return m_entries; }
 
-    /** Number of the entry of a name, upper and lower case alike; -1 when there is none. */
+    /** Index of the entry of a name, compared without case; -1 when there is none. */
     int indexOf(const QByteArray &name) const;
 
     /**
-     * A part's bytes, to be read once from front to end; null when it cannot be opened. Ends the one opened before.
+     * Opens a part for reading once from start to end; null when it cannot be opened. Closes the part opened before.
      *
-     * Reading fails on damage, and when a piece of longestPiece bytes passes without a call of pieceDone.
+     * Reading fails on damage, and when more than 32 MiB are read without a call of pieceDone.
      */
     class Part;
     std::unique_ptr<Part> openPart(int index);
 
-    /** A whole part, or false when it is damaged or longer than limit. */
+    /** Reads a whole part; false when it is damaged or longer than limit bytes. */
     bool readPart(int index, quint64 limit, QByteArray &bytes);
 
-    /** Begins to give a part's packed bytes through readRaw; false when the archive is damaged there. */
+    /** Opens a part for readRaw; false when the archive is damaged there. */
     bool openRaw(int index);
 
-    /** Up to size packed bytes; 0 at the end, negative on damage. */
+    /** Reads up to size packed bytes. @return their number; 0 at the end, negative on damage */
     int readRaw(char *data, unsigned size);
 
-    /** Why the file is no workbook, as far as it was read: "it ...", "a part of it ..."; empty when it may be one. */
+    /** Why the file is no workbook, as far as it was read: "it ...", "a part of it ..."; or empty. */
     const QString &refusal() const { return m_refusal; }
 
-    /** True when openRaw or readRaw met damage. */
+    /** Whether openRaw or readRaw found damage. */
     bool isDamaged() const { return m_damaged; }
 
 private:
@@ -106,10 +106,10 @@ class XlsxZipReader::Part : public QIODevice
 public:
     bool isSequential() const override { return true; }
 
-    /** Tells that what was read is dealt with, so that it is held no longer. */
+    /** Call when the bytes read so far are processed and no longer held in memory. */
     void pieceDone() { m_pieceSize = 0; }
 
-    /** True when the archive is damaged in this part or a piece was too long. */
+    /** Whether the archive is damaged in this part or a piece was too long. */
     bool isDamaged() const { return m_damaged; }
 
 protected:

@@ -13,7 +13,7 @@ namespace
 // Measured on a sheet of a two-hour flight: level 6 takes three times as long for a file smaller by a fifth.
 constexpr int kLevel = 1;
 
-// 1 January 1980, the first day that the format knows: equal cells give equal bytes.
+// 1 January 1980, the first date of the format, so that equal cells give equal bytes.
 constexpr uLong kNoTime = (1U << 21) | (1U << 16);
 constexpr uLong kUtf8Name = 1U << 11;
 constexpr int kMadeBy = 20;
@@ -39,7 +39,7 @@ uLong writeDevice(voidpf, voidpf stream, const void *data, uLong size)
     auto *const target = static_cast<Target *>(stream);
     const char *const bytes = static_cast<const char *>(data);
     const auto wanted = static_cast<qint64>(size);
-    // A full disk takes the front of a block without complaint; only the rest fails with a reason.
+    // A disk that becomes full accepts the beginning of a block; only writing the rest fails with a reason.
     for (qint64 done = 0; done < wanted;) {
         const qint64 written = target->device->write(bytes + done, wanted - done);
         if (!target->check(written > 0))
@@ -66,7 +66,7 @@ long seekDevice(voidpf, voidpf stream, ZPOS64_T offset, int origin)
 
 int closeDevice(voidpf, voidpf)
 {
-    return 0; // the device is its owner's to close
+    return 0; // the device belongs to the caller
 }
 
 int deviceError(voidpf, voidpf)
@@ -79,7 +79,7 @@ int deviceError(voidpf, voidpf)
 bool XlsxZipWriter::Target::check(bool done)
 {
     if (!done && error.isEmpty()) {
-        // The reason shows only when the buffered bytes are written too.
+        // The error string is set only when the buffered bytes are written, too.
         if (auto *const file = qobject_cast<QFileDevice *>(device))
             file->flush();
         error = device->errorString();

@@ -10,11 +10,11 @@
 namespace QXlsx
 {
 
-/** Writes a zip archive into a device that can seek, part by part. Every call gives false after a failure. */
+/** Writes a zip archive into a device that can seek, part by part. After a failure every call returns false. */
 class XlsxZipWriter
 {
 public:
-    /** The device, and what it said when it first failed: the next seek makes it forget. */
+    /** The device and its first error: the next seek would clear it. */
     struct Target {
         QIODevice *device;
         QString error;
@@ -27,20 +27,20 @@ public:
     XlsxZipWriter(const XlsxZipWriter &) = delete;
     XlsxZipWriter &operator=(const XlsxZipWriter &) = delete;
 
-    /** Begins a part; large is for one that may reach 4 GiB. */
+    /** Begins a part. @param large it may reach 4 GiB */
     bool begin(const QByteArray &name, bool large);
     bool write(const char *data, std::size_t size);
     bool end();
 
     bool add(const QByteArray &name, const QByteArray &bytes);
 
-    /** Takes a part over from another archive as it is packed there. */
+    /** Copies a part of another archive without unpacking it. */
     bool carry(XlsxZipReader &from, int index, const std::function<bool()> &cancelled);
 
     /** Writes the directory. */
     bool finish();
 
-    /** What the device said when it first failed; empty while it did not. */
+    /** The first error of the device; empty when there was none. */
     const QString &errorString() const { return m_target.error; }
 
 private:

@@ -45,7 +45,7 @@ build=build/windows
 step windows-configure "Configuring for Windows" "Remove $build and try again." \
     cmake -G Ninja -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_TOOLCHAIN_FILE="$here/toolchain.cmake" \
     -DOSTRAVEL_SYSROOT="$sysroot" -DBUILD_TESTING="$($tests && echo ON || echo OFF)"
-targets=(Ostravel wmts ostravel-demo)
+targets=(Ostravel wmts ostravel-demo ostravel-convert)
 if $tests; then
     targets=(all)
 fi
@@ -90,6 +90,7 @@ rm -rf "$stage" "$stage.zip"
 bin=$build/bin
 carry "$bin/Ostravel.exe" Ostravel.exe
 carry "$bin/wmts.exe" wmts.exe
+carry "$bin/ostravel-convert.exe" ostravel-convert.exe
 plugins=(
     platforms/qwindows styles/qwindowsvistastyle sqldrivers/qsqlite printsupport/windowsprintersupport
     imageformats/{qico,qjpeg,qgif,qsvg} iconengines/qsvgicon

@@ -13,7 +13,7 @@ cd "$here/../.."
 cache=${OSTRAVEL_WINDOWS_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/ostravel-windows}
 jobs=${OSTRAVEL_JOBS:-$(nproc)}
 triplet=x86_64-w64-mingw32
-stages=(qtbase qtsvg qcustomplot geographiclib double_conversion minizip sqlite3 logging httplib)
+stages=(qtbase qtsvg qcustomplot geographiclib double_conversion minizip sqlite3 logging httplib matio cli11)
 
 # The Debian packages whose versions a stage takes. The source package of each is fetched in that very version, so that
 # the Windows program has the libraries that the program has on Debian.
@@ -27,6 +27,8 @@ declare -A packages_of=(
     [sqlite3]="libsqlite3-dev"
     [logging]="libspdlog-dev libfmt-dev"
     [httplib]="libcpp-httplib-dev"
+    [matio]="libmatio-dev"
+    [cli11]="libcli11-dev"
 )
 declare -A needs=([qtsvg]=qtbase [qcustomplot]=qtbase)
 declare -A tools_of=(
@@ -131,6 +133,30 @@ build_httplib() {
     mkdir -p "$prefix/include" "$prefix/lib/pkgconfig"
     cp "$src/cpp-httplib/httplib.h" "$prefix/include/"
     pkg_config_file cpp-httplib "-lws2_32 -lcrypt32"
+}
+
+# MATLAB files of level 5 alone: without HDF5, which is level 7.3, and without zlib, since nothing is compressed.
+build_matio() {
+    # Names of files are UTF-8, as the library has it for another compiler.
+    sed -i 's/defined(_WIN32) *&& *defined(_MSC_VER)/defined(_WIN32)/' "$src"/libmatio/src/*.c "$src"/libmatio/src/*.h
+    cross_cmake "$src/libmatio" "$prefix" -DMATIO_SHARED=OFF -DBUILD_SHARED_LIBS=OFF -DMATIO_MAT73=OFF \
+        -DMATIO_WITH_HDF5=OFF -DMATIO_WITH_ZLIB=OFF -DMATIO_PIC=OFF
+    mkdir -p "$prefix/lib/pkgconfig"
+    pkg_config_file matio "-lmatio"
+}
+
+# Headers alone, like those of logging.
+build_cli11() {
+    mkdir -p "$prefix/include" "$prefix/lib/cmake"
+    cp -r /usr/include/CLI "$prefix/include/"
+    mkdir -p "$prefix/lib/cmake/CLI11"
+    cat >"$prefix/lib/cmake/CLI11/CLI11Config.cmake" <<'CMAKE'
+if(NOT TARGET CLI11::CLI11)
+    get_filename_component(folder ${CMAKE_CURRENT_LIST_DIR}/../../.. ABSOLUTE)
+    add_library(CLI11::CLI11 INTERFACE IMPORTED)
+    set_target_properties(CLI11::CLI11 PROPERTIES INTERFACE_INCLUDE_DIRECTORIES ${folder}/include)
+endif()
+CMAKE
 }
 
 # --- what the stages share ---

@@ -71,24 +71,24 @@ private slots:
     void sheetOfThatNameIsWrittenOver();
     void sheetWithoutCellsIsLeftAlone();
     void givenGroupsAreWrittenInsteadOfTheStore();
-    void rowsBeyondTheSheetAreLeftOutAndLogged();
-    void raisedFlagWritesNothing();
+    void rowsAfterTheLastAreLeftOutAndLogged();
+    void cancelledExportWritesNothing();
     void failedExportLeavesTheOldWorkbook_data();
     void failedExportLeavesTheOldWorkbook();
     void readOnlyFolderLeavesTheOldWorkbook();
     void readOnlyFolderIsLoggedWithItsReason();
     void fullDiskIsLoggedWithItsReason();
-    void whatCannotBeTakenOverIsSetAside_data();
-    void whatCannotBeTakenOverIsSetAside();
+    void unusableFileIsRenamed_data();
+    void unusableFileIsRenamed();
     void fileWithAChineseNameIsSetAsideInEveryLocale();
-    void namesOfOlderFilesAreSkipped();
-    void unreadableWorkbookIsSetAside();
+    void takenNamesAreSkipped();
+    void unreadableWorkbookIsRenamed();
     void linkedFileIsSetAsideWhereItLies();
     void pipeIsNotWaitedFor();
-    void whatCannotBeRenamedStaysAndIsAnError();
-    void damagedSheetIsKeptAside();
-    void rowsReplaceAWorkbookAndSetAsideAnyOtherFile();
-    void raisedFlagLeavesWhatIsNoWorkbook();
+    void fileThatCannotBeRenamedIsAnError();
+    void workbookWithADamagedSheetIsRenamed();
+    void savingRowsReplacesAWorkbookAndRenamesOtherFiles();
+    void cancelLeavesOtherFilesUnchanged();
     void formatsAreThoseOfTitlesAndNumbers_data();
     void formatsAreThoseOfTitlesAndNumbers();
 
@@ -124,7 +124,7 @@ void TestExcelOperator::rowsTakeOnlyTheFirstCells()
 {
     ExcelOperator excelOperator(nullptr);
     excelOperator.writeTitleRow(1, 2, {"a", "b", "c"});
-    // More asked for than there are.
+    // The count is larger than the list.
     excelOperator.writeNumberRow(2, 9, {1, 2});
     QVERIFY(excelOperator.save(path("rows.xlsx")));
     const QXlsx::Document document(path("rows.xlsx"));
@@ -278,7 +278,7 @@ void TestExcelOperator::existingWorkbookIsWrittenOver()
     QVERIFY(document.selectSheet("0x01-HeartBeat"));
     QCOMPARE(document.read(2, 1), QVariant(71.0));
     QCOMPARE(document.read(3, 1), QVariant(72.0));
-    // Cells beyond the new data are those of the old.
+    // Cells after the new data keep their old content.
     QVERIFY(sameBits(document.read(6, 1), oldLast));
     QVERIFY(document.selectSheet("Mine"));
     QCOMPARE(document.read(1, 1), QVariant("notes"));
@@ -341,7 +341,7 @@ void TestExcelOperator::sheetOfThatNameIsWrittenOver()
 
 void TestExcelOperator::sheetWithoutCellsIsLeftAlone()
 {
-    // A chart that fills a sheet bears the name of the second group.
+    // A chart sheet has the name of the second group.
     Parts parts = foreignWorkbook(sheetXml({}));
     for (auto &[name, bytes] : parts) {
         if (name == "xl/workbook.xml")
@@ -359,7 +359,7 @@ void TestExcelOperator::sheetWithoutCellsIsLeftAlone()
              QStringList{"error: 0x02-ControlSystemStatus is left out: the sheet of that name holds no cells"});
     QCOMPARE(readParts(path("x.xlsx")).value("xl/worksheets/sheet7.xml"), chart);
     QXlsx::Document document(path("x.xlsx"));
-    // The sheet that was written before it keeps its own five columns, and those behind it are whole.
+    // The sheet before it keeps its five columns, and the sheets after it are complete.
     QVERIFY(document.selectSheet("0x01-HeartBeat"));
     for (int c = 0; c < 5; ++c) {
         QCOMPARE(document.read(1, c + 1), QVariant(heartBeatGraphs[c]->graphName()));
@@ -385,7 +385,7 @@ void TestExcelOperator::givenGroupsAreWrittenInsteadOfTheStore()
     QVERIFY(sameBits(document.read(4, 16), sample));
 }
 
-void TestExcelOperator::rowsBeyondTheSheetAreLeftOutAndLogged()
+void TestExcelOperator::rowsAfterTheLastAreLeftOutAndLogged()
 {
     // A sheet has 1048576 rows, one of them the header's.
     QVector<double> samples(1048576 + 4, 1.0);
@@ -405,7 +405,7 @@ void TestExcelOperator::rowsBeyondTheSheetAreLeftOutAndLogged()
     QCOMPARE(document.read(1048576, 1), QVariant(2.0));
 }
 
-void TestExcelOperator::raisedFlagWritesNothing()
+void TestExcelOperator::cancelledExportWritesNothing()
 {
     fillStore(10);
     const std::atomic<bool> cancelled{true};
@@ -462,7 +462,7 @@ void TestExcelOperator::readOnlyFolderIsLoggedWithItsReason()
     QVERIFY(QDir().mkdir(path("locked")));
     QVERIFY(ExcelOperator(nullptr).writeExcel(path("locked/x.xlsx")));
     QVERIFY(letOthersRead(path("locked")));
-    // The workbook itself may be written.
+    // The workbook itself is writable.
     QVERIFY(letOthersWrite(path("locked/x.xlsx")));
     QVERIFY(letOthersRead(m_fixture->dir()));
     const QByteArray before = content(path("locked/x.xlsx"));
@@ -494,7 +494,7 @@ void TestExcelOperator::fullDiskIsLoggedWithItsReason()
     QVERIFY(!QFileInfo::exists(path("x.xlsx")));
 }
 
-void TestExcelOperator::whatCannotBeTakenOverIsSetAside_data()
+void TestExcelOperator::unusableFileIsRenamed_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     const auto bytesOf = [this](const Parts &parts) {
@@ -553,7 +553,7 @@ void TestExcelOperator::fileWithAChineseNameIsSetAsideInEveryLocale()
     QCOMPARE(QXlsx::Document(target).sheetNames(), sheetNamesOfAnExport());
 }
 
-void TestExcelOperator::whatCannotBeTakenOverIsSetAside()
+void TestExcelOperator::unusableFileIsRenamed()
 {
     QFETCH(QByteArray, bytes);
     fillStore(1);
@@ -573,12 +573,12 @@ void TestExcelOperator::whatCannotBeTakenOverIsSetAside()
     const QString start = path("x.xlsx") + " is kept as " + path("x.xlsx.old") + ": ";
     QVERIFY2(log.messages().first().startsWith(start) && log.messages().first().size() > start.size() + 5,
              qPrintable(log.messages().first()));
-    // Next time it is our own workbook, which is written over.
+    // The next export finds our own workbook and writes over it.
     QVERIFY(ExcelOperator(nullptr).writeExcel(path("x.xlsx")));
     QCOMPARE(QDir(m_fixture->dir()).entryList(QDir::Files | QDir::Hidden), (QStringList{"x.xlsx", "x.xlsx.old"}));
 }
 
-void TestExcelOperator::namesOfOlderFilesAreSkipped()
+void TestExcelOperator::takenNamesAreSkipped()
 {
     fillStore(1);
     QVERIFY(writeFile(path("x.xlsx"), "third"));
@@ -592,7 +592,7 @@ void TestExcelOperator::namesOfOlderFilesAreSkipped()
     QVERIFY(log.messages().value(0).contains(" is kept as " + path("x.xlsx.old3") + ": "));
 }
 
-void TestExcelOperator::unreadableWorkbookIsSetAside()
+void TestExcelOperator::unreadableWorkbookIsRenamed()
 {
     if (!hasOrdinaryUser())
         QSKIP("needs a process and rights of its own");
@@ -647,13 +647,13 @@ void TestExcelOperator::pipeIsNotWaitedFor()
     QVERIFY(QFileInfo::exists(path("x.xlsx")) && !QFileInfo(path("x.xlsx")).isFile());
 }
 
-void TestExcelOperator::whatCannotBeRenamedStaysAndIsAnError()
+void TestExcelOperator::fileThatCannotBeRenamedIsAnError()
 {
     if (!hasOrdinaryUser())
         QSKIP("needs a process and rights of its own");
     fillStore(2);
     QVERIFY(letOthersRead(m_fixture->dir()));
-    // In one folder files can be added but not renamed, in the other neither.
+    // In one folder files can be added but not renamed; in the other neither is possible.
     for (const char *folder : {"shared", "locked"}) {
         QVERIFY(QDir().mkdir(path(folder)));
         const QString target = path(folder) + "/x.xlsx";
@@ -673,7 +673,7 @@ void TestExcelOperator::whatCannotBeRenamedStaysAndIsAnError()
     }
 }
 
-void TestExcelOperator::damagedSheetIsKeptAside()
+void TestExcelOperator::workbookWithADamagedSheetIsRenamed()
 {
     Parts parts = foreignWorkbook("<worksheet><sheetData><row r=\"1\"><c r=\"A1\"><v>1</v></c></row><row");
     parts[2].second.replace("Plan &amp; Ist", "0x01-HeartBeat");
@@ -688,7 +688,7 @@ void TestExcelOperator::damagedSheetIsKeptAside()
     QVERIFY(QXlsx::Document(path("x.xlsx")).sheetNames().contains("Other"));
 }
 
-void TestExcelOperator::rowsReplaceAWorkbookAndSetAsideAnyOtherFile()
+void TestExcelOperator::savingRowsReplacesAWorkbookAndRenamesOtherFiles()
 {
     for (double number : {1.0, 2.0}) {
         ExcelOperator excelOperator(nullptr);
@@ -709,7 +709,7 @@ void TestExcelOperator::rowsReplaceAWorkbookAndSetAsideAnyOtherFile()
                                                      + path("rows.xlsx.old") + ": "));
 }
 
-void TestExcelOperator::raisedFlagLeavesWhatIsNoWorkbook()
+void TestExcelOperator::cancelLeavesOtherFilesUnchanged()
 {
     fillStore(10);
     QVERIFY(writeFile(path("x.xlsx"), "older"));

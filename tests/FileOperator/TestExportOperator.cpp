@@ -78,14 +78,14 @@ private slots:
     void withoutGroupsTheStoreIsWritten();
     void failureIsReportedAsFinished_data();
     void failureIsReportedAsFinished();
-    void finishIsToldOnTheReceiversThread();
-    void terminatedAfterItsReportItEndsWell();
-    void newReadMeanwhileChangesNothing_data();
-    void newReadMeanwhileChangesNothing();
+    void finishIsReportedOnTheReceiversThread();
+    void terminateAfterTheReportIsSafe();
+    void readDuringAnExportDoesNotChangeIt_data();
+    void readDuringAnExportDoesNotChangeIt();
     void cancelledExportKeepsTheOldWorkbook();
-    void cancelledBeforeItsStartItWritesNothing();
-    void deletedWhileItRunsItStops();
-    void tenMillionCellsOutliveTheirStore();
+    void cancelBeforeTheStartWritesNothing();
+    void deletingARunningExportStopsIt();
+    void exportOfTenMillionCellsSurvivesANewRead();
 
 private:
     QString path(const char *name) const { return m_fixture->path(QString::fromUtf8(name)); }
@@ -162,7 +162,7 @@ void TestExportOperator::failureIsReportedAsFinished()
     QVERIFY(!QFileInfo::exists(path("missing")));
 }
 
-void TestExportOperator::finishIsToldOnTheReceiversThread()
+void TestExportOperator::finishIsReportedOnTheReceiversThread()
 {
     ExportOperator exportOperator;
     exportOperator.setFilePath(path("x-export.txt"));
@@ -174,7 +174,7 @@ void TestExportOperator::finishIsToldOnTheReceiversThread()
     QVERIFY(exportOperator.wait(kWait));
 }
 
-void TestExportOperator::terminatedAfterItsReportItEndsWell()
+void TestExportOperator::terminateAfterTheReportIsSafe()
 {
     fillStore(1);
     for (int i = 0; i < 50; ++i) {
@@ -191,14 +191,14 @@ void TestExportOperator::terminatedAfterItsReportItEndsWell()
     QCOMPARE(QDir(path("x-export")).entryList(QDir::Files).size(), 9);
 }
 
-void TestExportOperator::newReadMeanwhileChangesNothing_data()
+void TestExportOperator::readDuringAnExportDoesNotChangeIt_data()
 {
     QTest::addColumn<bool>("excel");
     QTest::newRow("workbook") << true;
     QTest::newRow("text") << false;
 }
 
-void TestExportOperator::newReadMeanwhileChangesNothing()
+void TestExportOperator::readDuringAnExportDoesNotChangeIt()
 {
     QFETCH(bool, excel);
     fillStore(2000);
@@ -259,7 +259,7 @@ void TestExportOperator::cancelledExportKeepsTheOldWorkbook()
     QCOMPARE(QDir(m_fixture->dir()).entryList(QDir::Files | QDir::Hidden), QStringList{"x.xlsx"});
 }
 
-void TestExportOperator::cancelledBeforeItsStartItWritesNothing()
+void TestExportOperator::cancelBeforeTheStartWritesNothing()
 {
     fillStore(10);
     ExportOperator exportOperator;
@@ -271,7 +271,7 @@ void TestExportOperator::cancelledBeforeItsStartItWritesNothing()
     QVERIFY(!QFileInfo::exists(path("x.xlsx")));
 }
 
-void TestExportOperator::deletedWhileItRunsItStops()
+void TestExportOperator::deletingARunningExportStopsIt()
 {
     fillStore(20000);
     auto exportOperator = std::make_unique<ExportOperator>();
@@ -283,7 +283,7 @@ void TestExportOperator::deletedWhileItRunsItStops()
     QCOMPARE(QDir(m_fixture->dir()).entryList(QDir::Files | QDir::Hidden), QStringList());
 }
 
-void TestExportOperator::tenMillionCellsOutliveTheirStore()
+void TestExportOperator::exportOfTenMillionCellsSurvivesANewRead()
 {
     demo::DemoOptions flight;
     flight.samples = 50;

@@ -24,7 +24,7 @@ constexpr char kOffice[] = "/usr/bin/libreoffice";
 constexpr char kCsv[] = "csv:Text - txt - csv (StarCalc):44,34,76,1,,0,true"; // commas, UTF-8, texts in quotes
 constexpr int kPatience = 240000; // ms; the first start of an office suite on a busy machine is slow
 
-/** The workbook of another program with what an export must leave alone. */
+/** A workbook of another program, with content that an export must not change. */
 constexpr char kMakeSample[] = R"py(
 import datetime, importlib.util, openpyxl, struct, zlib
 from openpyxl.styles import Font
@@ -100,7 +100,7 @@ assert [str(one) for one in sheet.merged_cells.ranges] == ['F1:G3']
 assert abs(sheet.column_dimensions['C'].width - 33) < 1, sheet.column_dimensions['C'].width
 )py";
 
-/** Titles stay in sight, and the columns of new sheets fit what a reader shows: a number has at most 11 digits. */
+/** Titles are frozen, and columns of new sheets fit what programs show: at most 11 digits of a number. */
 constexpr char kLookAtSheets[] = R"py(
 import openpyxl, sys, unicodedata
 book = openpyxl.load_workbook(sys.argv[1])
@@ -153,7 +153,7 @@ Format numberFormat()
 
 } // namespace
 
-/** Looks at our workbooks with other programs and at theirs with ours. */
+/** Reads our workbooks with other programs and theirs with our library. */
 class TestQXlsxOutside : public QObject
 {
     Q_OBJECT
@@ -162,10 +162,10 @@ private slots:
     void init();
     void openpyxlSeesValuesAndLooks();
     void officeSeesValuesAndErrors();
-    void workbookOfOpenpyxlOutlivesAnExport();
-    void workbookOfOfficeOutlivesAnExport();
-    void titlesOfNewSheetsStayInSightAndColumnsFit();
-    void sheetsThatWereThereKeepTheirWidthsAndPanes();
+    void workbookOfOpenpyxlSurvivesAnExport();
+    void workbookOfOfficeSurvivesAnExport();
+    void newSheetsHaveFrozenTitlesAndFittingColumns();
+    void existingSheetsKeepTheirWidthsAndPanes();
     void routeWorkbookHasFittingColumns();
 
 private:
@@ -271,7 +271,7 @@ void TestQXlsxOutside::officeSeesValuesAndErrors()
              QStringLiteral("\"滚转角\",\"_x0041_ <&>\"\n113.91378,\"#DIV/0!\"\n-0.5,\"#NUM!\"\nTRUE,\"=1+1\"\n"));
 }
 
-void TestQXlsxOutside::workbookOfOpenpyxlOutlivesAnExport()
+void TestQXlsxOutside::workbookOfOpenpyxlSurvivesAnExport()
 {
     if (!hasOpenpyxl())
         QSKIP("openpyxl is not installed");
@@ -294,7 +294,7 @@ void TestQXlsxOutside::workbookOfOpenpyxlOutlivesAnExport()
     QVERIFY(runScript(kLookAfterExport));
 }
 
-void TestQXlsxOutside::workbookOfOfficeOutlivesAnExport()
+void TestQXlsxOutside::workbookOfOfficeSurvivesAnExport()
 {
     if (!hasOpenpyxl() || !QFile::exists(QLatin1String(kOffice)))
         QSKIP("openpyxl or LibreOffice is not installed");
@@ -315,7 +315,7 @@ void TestQXlsxOutside::workbookOfOfficeOutlivesAnExport()
     QCOMPARE(csv.count(QLatin1Char('\n')), 5);
 }
 
-void TestQXlsxOutside::titlesOfNewSheetsStayInSightAndColumnsFit()
+void TestQXlsxOutside::newSheetsHaveFrozenTitlesAndFittingColumns()
 {
     if (!hasOpenpyxl())
         QSKIP("openpyxl is not installed");
@@ -331,11 +331,11 @@ void TestQXlsxOutside::titlesOfNewSheetsStayInSightAndColumnsFit()
     if (!QFile::exists(QLatin1String(kOffice)))
         QSKIP("LibreOffice is not installed");
     QVERIFY(convert(path(QStringLiteral("book.xlsx")), QStringLiteral("xlsx")));
-    // Converting has no window and so drops panes, but the widths are those that the office suite read.
+    // A conversion without a window drops panes, but it keeps the widths that the office suite read.
     QVERIFY(runScript(kLookAtSheets, {QStringLiteral("converted/book.xlsx"), QStringLiteral("--no-panes")}));
 }
 
-void TestQXlsxOutside::sheetsThatWereThereKeepTheirWidthsAndPanes()
+void TestQXlsxOutside::existingSheetsKeepTheirWidthsAndPanes()
 {
     if (!hasOpenpyxl())
         QSKIP("openpyxl is not installed");

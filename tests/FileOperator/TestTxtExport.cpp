@@ -85,7 +85,7 @@ private slots:
     void readOnlyFileIsLoggedAndStays();
     void fullDiskIsLogged();
     void veryLongPathIsLogged();
-    void raisedFlagEndsTheExport();
+    void cancelFlagEndsTheExport();
 
 private:
     QString path(const char *name) const { return m_fixture->path(QString::fromUtf8(name)); }
@@ -423,7 +423,7 @@ void TestTxtExport::veryLongPathIsLogged()
     QCOMPARE(log.leveledMessages(), QStringList{"error: mkdir failed"});
 }
 
-void TestTxtExport::raisedFlagEndsTheExport()
+void TestTxtExport::cancelFlagEndsTheExport()
 {
     fillStore(1000);
     const std::atomic<bool> cancelled{true};

@@ -55,10 +55,10 @@ private slots:
     void emptyNameIsReported();
     void failedOpenIsReported_data();
     void failedOpenIsReported();
-    void closesAndGivesTrue();
-    void closingWhatIsNotOpenGivesTrue();
+    void closeReturnsTrue();
+    void closingAClosedFileReturnsTrue();
     void exceptionAtClosingIsReported();
-    void trackIsThreeColumnsPartedByTabs();
+    void trackHasThreeColumnsSeparatedByTabs();
     void trackNumbersAreThoseOfAStream();
     void emptyTrackIsAFileOfZeroBytes();
     void trackReplacesALongerFile();
@@ -67,8 +67,8 @@ private slots:
     void trackWithoutAFolderIsReported();
     void trackOntoAFolderIsReported();
     void trackOntoAProtectedFileLeavesItAsItWas();
-    void trackOntoWhatIsNoRegularFileIsReported_data();
-    void trackOntoWhatIsNoRegularFileIsReported();
+    void trackOntoANonRegularFileIsReported_data();
+    void trackOntoANonRegularFileIsReported();
     void trackMessageIsNotTranslated();
     void trackThatTheDiskCannotHoldIsLogged_data();
     void trackThatTheDiskCannotHoldIsLogged();
@@ -143,7 +143,7 @@ void TestTxtOperator::failedOpenIsReported()
     QVERIFY(!txtOperator.file().isOpen());
 }
 
-void TestTxtOperator::closesAndGivesTrue()
+void TestTxtOperator::closeReturnsTrue()
 {
     const Fixture fixture;
     write(fixture.path("log.txt"), "AA\n");
@@ -156,7 +156,7 @@ void TestTxtOperator::closesAndGivesTrue()
     QCOMPARE(spy.count(), 0);
 }
 
-void TestTxtOperator::closingWhatIsNotOpenGivesTrue()
+void TestTxtOperator::closingAClosedFileReturnsTrue()
 {
     TxtOperator txtOperator;
     const QSignalSpy spy(&txtOperator, &TxtOperator::statusFeedbackSignal);
@@ -180,7 +180,7 @@ void TestTxtOperator::exceptionAtClosingIsReported()
     QCOMPARE(texts(spy), QStringList{QStringLiteral("关闭文件时发生异常")});
 }
 
-void TestTxtOperator::trackIsThreeColumnsPartedByTabs()
+void TestTxtOperator::trackHasThreeColumnsSeparatedByTabs()
 {
     const Fixture fixture;
     TxtOperator txtOperator;
@@ -276,7 +276,7 @@ void TestTxtOperator::trackOntoAProtectedFileLeavesItAsItWas()
     const QString path = fixture.path("t.txt");
     write(path, "old\n");
     QVERIFY(letOthersRead(path));
-    // The child must be able to walk to the file, or it would fail for another reason.
+    // The child needs access to the folders above the file; otherwise it fails for another reason.
     QVERIFY(letOthersRead(fixture.dir()));
     const int code = asOrdinaryUser([&] {
         if (content(path) != "old\n")
@@ -291,7 +291,7 @@ void TestTxtOperator::trackOntoAProtectedFileLeavesItAsItWas()
     QCOMPARE(content(path), QByteArray("old\n"));
 }
 
-void TestTxtOperator::trackOntoWhatIsNoRegularFileIsReported_data()
+void TestTxtOperator::trackOntoANonRegularFileIsReported_data()
 {
     QTest::addColumn<QString>("target");
     QTest::newRow("pipe") << QString();
@@ -299,7 +299,7 @@ void TestTxtOperator::trackOntoWhatIsNoRegularFileIsReported_data()
     QTest::newRow("link to a device") << "/dev/null";
 }
 
-void TestTxtOperator::trackOntoWhatIsNoRegularFileIsReported()
+void TestTxtOperator::trackOntoANonRegularFileIsReported()
 {
     if (!hasFifos())
         QSKIP("needs a file that blocks its writer");
@@ -319,7 +319,7 @@ void TestTxtOperator::trackOntoWhatIsNoRegularFileIsReported()
 
 void TestTxtOperator::trackMessageIsNotTranslated()
 {
-    // The same words with and without the catalogue; the tests above have it installed.
+    // The text is the same with and without the catalogue; the tests above have it installed.
     const Fixture fixture(Fixture::Catalogue::Missing);
     TxtOperator txtOperator;
     const QSignalSpy spy(&txtOperator, &TxtOperator::statusFeedbackSignal);
@@ -330,7 +330,7 @@ void TestTxtOperator::trackMessageIsNotTranslated()
 void TestTxtOperator::trackThatTheDiskCannotHoldIsLogged_data()
 {
     QTest::addColumn<int>("rows");
-    // Of six bytes each, against a file of 1 MiB at the most.
+    // Lines of six bytes, against a limit of 1 MiB for a file.
     QTest::newRow("full in the middle") << 1000000;
     QTest::newRow("full at the very end") << (1 << 20) / 6 + 1;
 }
@@ -349,7 +349,7 @@ void TestTxtOperator::trackThatTheDiskCannotHoldIsLogged()
         limitFileSize(1 << 20);
         TxtOperator txtOperator;
         const QSignalSpy spy(&txtOperator, &TxtOperator::statusFeedbackSignal);
-        // The file could be opened, which alone makes the result.
+        // The result depends only on whether the file could be opened.
         if (!txtOperator.writeTrack(path, series, series, series))
             return 1;
         return spy.isEmpty() ? 0 : 2;
@@ -357,7 +357,7 @@ void TestTxtOperator::trackThatTheDiskCannotHoldIsLogged()
     QCOMPARE(code, 0);
     QCOMPARE(log.lines().size(), 1);
     QVERIFY(log.leveledMessages().first().startsWith("error: track file is cut short: "));
-    // What fitted is there.
+    // What fitted is in the file.
     QVERIFY(QByteArray("1\t1\t1\n").repeated(rows).startsWith(content(path)));
     QVERIFY(QFileInfo(path).size() > 900000);
 }

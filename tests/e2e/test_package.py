@@ -18,10 +18,11 @@ SOURCE = Path(__file__).resolve().parents[2]
 # What the program and its user look for beside the executable.
 EXPECTED = {
     "LICENSE", "Leaflet/demo.html", "Leaflet/leaflet.css", "Leaflet/leaflet.js", "Ostravel", "myPlot/myMatlabPlot.m",
-    "myPlot/pythonPlot.py", "myPlot/shell/plot_runner.py", "myPlot/shell/python", "ostravel-demo", "ostravel.desktop",
+    "myPlot/pythonPlot.py", "myPlot/shell/plot_runner.py", "myPlot/shell/python", "ostravel-convert", "ostravel-demo",
+    "ostravel.desktop", "share/bash-completion/completions/ostravel-convert", "share/man/man1/ostravel-convert.1",
     "ostravel.sh", "ostravel.svg", "tiles/README.txt", "wmts.exe",
 }
-PROGRAMS = {"Ostravel", "myPlot/shell/python", "ostravel-demo", "ostravel.sh", "wmts.exe"}
+PROGRAMS = {"Ostravel", "myPlot/shell/python", "ostravel-convert", "ostravel-demo", "ostravel.sh", "wmts.exe"}
 
 NOBODY = 65534  # a user without rights: root may write everywhere
 

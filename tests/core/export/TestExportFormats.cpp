@@ -88,9 +88,15 @@ void TestExportFormats::targetLiesBesideTheLog_data()
     QTest::addColumn<QString>("log");
     QTest::addColumn<QString>("format");
     QTest::addColumn<QString>("target");
-    QTest::newRow("workbook") << "flight.2023.log" << "xlsx" << "flight.xlsx";
-    QTest::newRow("text") << "flight.2023.log" << "txt" << "flight-export";
-    QTest::newRow("Chinese and spaces") << "飞行 一.txt" << "xlsx" << "飞行 一.xlsx";
+    QTest::newRow("workbook") << "flight.2023.log"
+                              << "xlsx"
+                              << "flight.xlsx";
+    QTest::newRow("text") << "flight.2023.log"
+                          << "txt"
+                          << "flight-export";
+    QTest::newRow("Chinese and spaces") << "飞行 一.txt"
+                                        << "xlsx"
+                                        << "飞行 一.xlsx";
 }
 
 void TestExportFormats::targetLiesBesideTheLog()

@@ -21,7 +21,7 @@ QByteArray text(double value)
     return result;
 }
 
-/** Writes many numbers with one stream, as a text file's writer does. */
+/** Writes many numbers with one QTextStream. */
 class Stream
 {
 public:
@@ -61,7 +61,7 @@ class TestNumberText : public QObject
 private slots:
     void writesSixSignificantDigits_data();
     void writesSixSignificantDigits();
-    void appendsBehindWhatIsThere();
+    void appendsToExistingText();
     void agreesWithTheStreamOnRandomBits();
     void agreesWithTheStreamOnEveryExponent();
     void agreesWithTheStreamOnTies();
@@ -125,7 +125,7 @@ void TestNumberText::writesSixSignificantDigits()
     QCOMPARE(stream(value), expected);
 }
 
-void TestNumberText::appendsBehindWhatIsThere()
+void TestNumberText::appendsToExistingText()
 {
     QByteArray line("x\t");
     appendNumber(line, -0.25);
@@ -136,7 +136,7 @@ void TestNumberText::appendsBehindWhatIsThere()
 
 void TestNumberText::agreesWithTheStreamOnRandomBits()
 {
-    // Uniform bits reach all exponents, denormals and what is no number.
+    // Uniform random bits cover all exponents, denormals, infinities and NaN.
     std::mt19937_64 random(2302);
     Stream stream;
     for (int i = 0; i < 1000000; ++i) {
@@ -175,7 +175,7 @@ void TestNumberText::agreesWithTheStreamOnTies()
         const int whole = sixDigits(random);
         for (const double value : {whole + 0.5, whole / 10 + 0.25, whole / 100 + 0.125, whole / 1000 + 0.0625})
             QCOMPARE(text(value), stream(value));
-        // What a decimal fraction with a 5 behind six digits comes to in a double, and the doubles beside it.
+        // The double closest to a decimal fraction with a 5 after six digits, and the doubles next to it.
         for (const double divisor : {1e2, 1e4, 1e6, 1e8, 1e10}) {
             const double near = tie / divisor;
             for (const double value : {near, std::nextafter(near, 0.0), std::nextafter(near, 1e9)})

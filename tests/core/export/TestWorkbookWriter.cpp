@@ -19,10 +19,10 @@ struct ExpectedSheet {
     int columns;
 };
 
-constexpr ExpectedSheet kSheets[] = {{"0x01-HeartBeat", 0x01, 5},      {"0x02-ControlSystemStatus", 0x02, 37},
-                                     {"0x03-AttitudeAndPositionInfo", 0x03, 18}, {"0x04-SensorValue", 0x04, 34},
-                                     {"0x05-FlightTargetValue", 0x05, 13}, {"0x41-PayloadInfo", 0x41, 14},
-                                     {"0x51-Difference", 0x51, 5},     {"0x53-EquipmentStatus", 0x53, 16}};
+constexpr ExpectedSheet kSheets[] = {
+    {"0x01-HeartBeat", 0x01, 5},    {"0x02-ControlSystemStatus", 0x02, 37}, {"0x03-AttitudeAndPositionInfo", 0x03, 18},
+    {"0x04-SensorValue", 0x04, 34}, {"0x05-FlightTargetValue", 0x05, 13},   {"0x41-PayloadInfo", 0x41, 14},
+    {"0x51-Difference", 0x51, 5},   {"0x53-EquipmentStatus", 0x53, 16}};
 constexpr int kColumns = 5 + 37 + 18 + 34 + 13 + 14 + 5 + 16;
 
 int codeOf(const std::optional<ExportError> &error)

@@ -32,7 +32,7 @@ Format thin()
 
 } // namespace
 
-/** Workbooks that stand on disk already, those of other programs and damaged ones among them. */
+/** Existing workbooks, including those of other programs and damaged ones. */
 class TestQXlsxExisting : public QObject
 {
     Q_OBJECT
@@ -41,41 +41,41 @@ private slots:
     void init();
     void cleanup();
     void valuesOfOtherProgramsAreRead();
-    void nothingWrittenCarriesEveryPart();
-    void partsThatWereNotWrittenStayByteForByte();
-    void cellsThatWereNotWrittenStay_data();
-    void cellsThatWereNotWrittenStay();
-    void emptyFormatKeepsTheLook();
+    void saveWithoutWritesKeepsEveryPart();
+    void unwrittenPartsKeepTheirBytes();
+    void unwrittenCellsAreKept_data();
+    void unwrittenCellsAreKept();
+    void emptyFormatKeepsTheFormat();
     void dimensionGrows();
     void prefixOfTheSheetIsKept();
     void everyCellOfAPrefixedSheetHasRoom();
-    void sheetOfALongPrefixIsLeftAsItIs();
-    void sharedFormulasOutliveTheirFirstCell();
-    void overlongSharedFormulaLeavesItsFollowersTheirValues();
-    void listOfFormulasGoesWithAFormula();
-    void listOfFormulasStaysWithout();
+    void sheetWithALongPrefixIsUnchanged();
+    void sharedFormulasSurviveTheirFirstCell();
+    void overlongSharedFormulaIsReplacedByItsValues();
+    void calcChainIsDroppedWithAReplacedFormula();
+    void calcChainIsKeptWithoutAReplacedFormula();
     void stylesDoNotGrowByRepeatedExports();
     void styleSheetThatCannotBeReadIsKept();
-    void sheetIsAddedBehindTheOthers();
-    void sheetThatIsNoTableOfCellsIsNotSelected();
-    void secondSheetOfAPartIsNotSelected();
-    void thousandSheets();
-    void whatIsNoWorkbookIsReplaced_data();
-    void whatIsNoWorkbookIsReplaced();
+    void sheetIsAddedAfterTheOthers();
+    void sheetWithoutCellsIsNotSelected();
+    void secondSheetOfTheSamePartIsNotSelected();
+    void thousandSheetsAreWritten();
+    void otherFileIsReplaced_data();
+    void otherFileIsReplaced();
     void everyTruncationIsSurvived();
     void zipBombIsReplaced();
-    void manyTimesSmallerIsNoBomb();
+    void highlyCompressedWorkbookIsAccepted();
     void damagedSheetKeepsWhatCanBeRead_data();
     void damagedSheetKeepsWhatCanBeRead();
-    void oversizedTextIsDamage();
+    void oversizedTextCountsAsDamage();
     void hugeSheetsTakeLittleMemory();
-    void damagedPartThatNobodyWroteStopsTheSave();
+    void damagedUnwrittenPartStopsTheSave();
     void identifiersOfSheetsStayInTheirRange_data();
     void identifiersOfSheetsStayInTheirRange();
     void relationThatOnlyTheWorkbookKnowsIsNotTaken();
-    void whatNoWorkbookHasTakesNoTime_data();
-    void whatNoWorkbookHasTakesNoTime();
-    void asManyAttributesAndSheetsAsMayBe();
+    void contentOfNoWorkbookIsRefusedQuickly_data();
+    void contentOfNoWorkbookIsRefusedQuickly();
+    void mostAttributesAndSheetsAreAccepted();
     void largeListsAreCancelled_data();
     void largeListsAreCancelled();
 
@@ -129,7 +129,7 @@ void TestQXlsxExisting::valuesOfOtherProgramsAreRead()
     QCOMPARE(document.takeWarnings(), QStringList());
 }
 
-void TestQXlsxExisting::nothingWrittenCarriesEveryPart()
+void TestQXlsxExisting::saveWithoutWritesKeepsEveryPart()
 {
     QVERIFY(writeParts(path(), foreignWorkbook(sheetXml("<row><c><v>1</v></c></row>"))));
     const auto before = readParts(path());
@@ -138,12 +138,12 @@ void TestQXlsxExisting::nothingWrittenCarriesEveryPart()
     QCOMPARE(readParts(path()), before);
 }
 
-void TestQXlsxExisting::partsThatWereNotWrittenStayByteForByte()
+void TestQXlsxExisting::unwrittenPartsKeepTheirBytes()
 {
     QVERIFY(writeParts(path(), foreignWorkbook(sheetXml("<row><c><v>1</v></c></row>"))));
     auto before = readParts(path());
     {
-        // Closed before the next: Windows replaces no file that is open.
+        // Closed before the next save: Windows does not replace an open file.
         Document document(path());
         QVERIFY(document.write(1, 1, 2.0));
         QVERIFY(document.saveAs(path()));
@@ -163,7 +163,7 @@ void TestQXlsxExisting::partsThatWereNotWrittenStayByteForByte()
     QCOMPARE(after.size(), before.size() + 2); // the sheet that was taken out above and the one added
 }
 
-void TestQXlsxExisting::cellsThatWereNotWrittenStay_data()
+void TestQXlsxExisting::unwrittenCellsAreKept_data()
 {
     QTest::addColumn<QByteArray>("rows");
     QTest::addColumn<QByteArray>("expected"); // with 9 written to B2
@@ -195,7 +195,7 @@ void TestQXlsxExisting::cellsThatWereNotWrittenStay_data()
         << "<!-- a - b --><row r=\"2\"><c r=\"A2\" t=\"str\"><v>&lt;&amp;</v></c>" + b2 + "</row>";
 }
 
-void TestQXlsxExisting::cellsThatWereNotWrittenStay()
+void TestQXlsxExisting::unwrittenCellsAreKept()
 {
     QFETCH(QByteArray, rows);
     QFETCH(QByteArray, expected);
@@ -212,7 +212,7 @@ void TestQXlsxExisting::cellsThatWereNotWrittenStay()
              "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n" + sheetXml(expected, before, after));
 }
 
-void TestQXlsxExisting::emptyFormatKeepsTheLook()
+void TestQXlsxExisting::emptyFormatKeepsTheFormat()
 {
     QVERIFY(writeParts(path(),
                        foreignWorkbook(sheetXml("<row r=\"1\"><c r=\"A1\" s=\"1\"><v>1</v></c>"
@@ -254,10 +254,10 @@ void TestQXlsxExisting::prefixOfTheSheetIsKept()
     QCOMPARE(Document(path()).read(1, 1), QVariant(1.0));
 }
 
-/** Several blocks of output of cells whose every name is as long as it may be. */
+/** Several blocks of output, of cells with the longest names. */
 void TestQXlsxExisting::everyCellOfAPrefixedSheetHasRoom()
 {
-    const QByteArray prefix(QXlsx::XlsxSheetWriter::kLongestPrefix - 1, 'p');
+    const QByteArray prefix(QXlsx::XlsxCellWriter::kMaxPrefix - 1, 'p');
     QVERIFY(writeParts(path(),
                        foreignWorkbook('<' + prefix + ":worksheet xmlns:" + prefix
                                        + "=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><" + prefix
@@ -274,9 +274,9 @@ void TestQXlsxExisting::everyCellOfAPrefixedSheetHasRoom()
     QCOMPARE(Document(path()).read(kRows, Document::kLastColumn), QVariant(kLong));
 }
 
-void TestQXlsxExisting::sheetOfALongPrefixIsLeftAsItIs()
+void TestQXlsxExisting::sheetWithALongPrefixIsUnchanged()
 {
-    const QByteArray prefix(QXlsx::XlsxSheetWriter::kLongestPrefix, 'p');
+    const QByteArray prefix(QXlsx::XlsxCellWriter::kMaxPrefix, 'p');
     QVERIFY(writeParts(path(),
                        foreignWorkbook('<' + prefix + ":worksheet xmlns:" + prefix
                                        + "=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><" + prefix
@@ -291,7 +291,7 @@ void TestQXlsxExisting::sheetOfALongPrefixIsLeftAsItIs()
     QCOMPARE(fileContent(path()), before);
 }
 
-void TestQXlsxExisting::sharedFormulasOutliveTheirFirstCell()
+void TestQXlsxExisting::sharedFormulasSurviveTheirFirstCell()
 {
     QVERIFY(writeParts(
         path(),
@@ -306,7 +306,7 @@ void TestQXlsxExisting::sharedFormulasOutliveTheirFirstCell()
              sheet().constData());
 }
 
-void TestQXlsxExisting::overlongSharedFormulaLeavesItsFollowersTheirValues()
+void TestQXlsxExisting::overlongSharedFormulaIsReplacedByItsValues()
 {
     // The format's limit is 8,192 characters: "A1+" 2,730 times, and "A1" or "A10" behind them.
     const QByteArray sum = QByteArray("A1+").repeated(2730);
@@ -323,9 +323,9 @@ void TestQXlsxExisting::overlongSharedFormulaLeavesItsFollowersTheirValues()
     }
 }
 
-void TestQXlsxExisting::listOfFormulasGoesWithAFormula()
+void TestQXlsxExisting::calcChainIsDroppedWithAReplacedFormula()
 {
-    // Readers that find a cell without a formula in that list ask whether to repair the file.
+    // Programs that find a cell without a formula in that list offer to repair the file.
     QVERIFY(writeParts(path(), foreignWorkbook(sheetXml("<row r=\"1\"><c r=\"B1\"><f>A1</f><v>1</v></c></row>"))));
     Document document(path());
     document.write(1, 2, 5.0);
@@ -338,7 +338,7 @@ void TestQXlsxExisting::listOfFormulasGoesWithAFormula()
     QCOMPARE(Document(path()).sheetNames(), QStringList({"Plan & Ist", "Other"}));
 }
 
-void TestQXlsxExisting::listOfFormulasStaysWithout()
+void TestQXlsxExisting::calcChainIsKeptWithoutAReplacedFormula()
 {
     QVERIFY(writeParts(path(), foreignWorkbook(sheetXml("<row r=\"1\"><c r=\"B1\"><f>A1</f><v>1</v></c></row>"))));
     Document document(path());
@@ -363,7 +363,7 @@ void TestQXlsxExisting::stylesDoNotGrowByRepeatedExports()
             QCOMPARE(now, styles);
         styles = now;
     }
-    // What was not there comes in the order that the format asks for, behind what cells without a format have.
+    // Missing sections are added in the order of the schema, and begin with the entry of cells without a format.
     QVERIFY2(styles.contains("<fonts count=\"1\"><font><sz val=\"10\"/><name val=\"Arial\"/></font></fonts>"
                              "<fills count=\"2\"><fill><patternFill patternType=\"none\"/></fill>"
                              "<fill><patternFill patternType=\"gray125\"/></fill></fills>"
@@ -388,7 +388,7 @@ void TestQXlsxExisting::styleSheetThatCannotBeReadIsKept()
              QStringList(QStringLiteral("the style sheet of %1 cannot be read: new cells get no format").arg(path())));
 }
 
-void TestQXlsxExisting::sheetIsAddedBehindTheOthers()
+void TestQXlsxExisting::sheetIsAddedAfterTheOthers()
 {
     QVERIFY(writeParts(path(), foreignWorkbook(sheetXml({}))));
     Document document(path());
@@ -397,7 +397,7 @@ void TestQXlsxExisting::sheetIsAddedBehindTheOthers()
     document.write(1, 1, 5.0);
     QVERIFY(document.saveAs(path()));
     const auto parts = readParts(path());
-    // Next free: part 2, since 1 and 7 are taken; identifier 10 behind 9; relation 6 behind 5.
+    // The next free ones: part 2, since 1 and 7 are taken; identifier 10 after 9; relation 6 after 5.
     QVERIFY(parts.contains("xl/worksheets/sheet2.xml"));
     QVERIFY2(parts.value("xl/workbook.xml")
                  .contains("<x:sheet xmlns:r=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships\" "
@@ -409,7 +409,7 @@ void TestQXlsxExisting::sheetIsAddedBehindTheOthers()
     QCOMPARE(loaded.read(1, 1), QVariant(5.0));
 }
 
-void TestQXlsxExisting::sheetThatIsNoTableOfCellsIsNotSelected()
+void TestQXlsxExisting::sheetWithoutCellsIsNotSelected()
 {
     Parts parts = foreignWorkbook(sheetXml({}));
     for (auto &part : parts)
@@ -426,7 +426,7 @@ void TestQXlsxExisting::sheetThatIsNoTableOfCellsIsNotSelected()
     QVERIFY(sheet().contains("<v>5</v>"));
 }
 
-void TestQXlsxExisting::secondSheetOfAPartIsNotSelected()
+void TestQXlsxExisting::secondSheetOfTheSamePartIsNotSelected()
 {
     Parts parts = foreignWorkbook(sheetXml({}));
     for (auto &part : parts)
@@ -441,7 +441,7 @@ void TestQXlsxExisting::secondSheetOfAPartIsNotSelected()
     QVERIFY(sheet().contains("<v>5</v>"));
 }
 
-void TestQXlsxExisting::thousandSheets()
+void TestQXlsxExisting::thousandSheetsAreWritten()
 {
     {
         Document document;
@@ -463,7 +463,7 @@ void TestQXlsxExisting::thousandSheets()
     QCOMPARE(again.read(1, 1), QVariant(999.0));
 }
 
-void TestQXlsxExisting::whatIsNoWorkbookIsReplaced_data()
+void TestQXlsxExisting::otherFileIsReplaced_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<Parts>("parts");
@@ -491,7 +491,7 @@ void TestQXlsxExisting::whatIsNoWorkbookIsReplaced_data()
     QTest::newRow("nested a million deep") << QByteArray() << deep;
 }
 
-void TestQXlsxExisting::whatIsNoWorkbookIsReplaced()
+void TestQXlsxExisting::otherFileIsReplaced()
 {
     QFETCH(QByteArray, bytes);
     QFETCH(Parts, parts);
@@ -546,7 +546,7 @@ void TestQXlsxExisting::zipBombIsReplaced()
     QVERIFY2(warnings.first().contains(QLatin1String("unpacks to")), qPrintable(warnings.first()));
 }
 
-void TestQXlsxExisting::manyTimesSmallerIsNoBomb()
+void TestQXlsxExisting::highlyCompressedWorkbookIsAccepted()
 {
     Parts parts = foreignWorkbook(sheetXml("<row><c><v>1</v></c></row>"));
     parts.append({"xl/large.bin", QByteArray(50 << 20, ' ')});
@@ -601,9 +601,9 @@ void TestQXlsxExisting::damagedSheetKeepsWhatCanBeRead()
         QStringList(QStringLiteral("sheet Plan & Ist of %1 is damaged: what can be read of it is kept").arg(path())));
 }
 
-void TestQXlsxExisting::oversizedTextIsDamage()
+void TestQXlsxExisting::oversizedTextCountsAsDamage()
 {
-    // A few kilobytes that would become gigabytes in memory: no cell holds a text of this size.
+    // A few kilobytes that would become gigabytes in memory: no cell has a text of this size.
     QVERIFY(writeParts(path(),
                        foreignWorkbook(sheetXml("<row r=\"1\"><c r=\"A1\" t=\"str\"><v>" + QByteArray(60 << 20, 'a')
                                                 + "</v></c></row>"))));
@@ -623,7 +623,7 @@ void TestQXlsxExisting::hugeSheetsTakeLittleMemory()
 #ifdef __SANITIZE_ADDRESS__
     QSKIP("the sanitizer has memory of its own");
 #endif
-    // Two sheets of 35 MB each: one is written over and one carried through. Neither is ever held as a whole.
+    // Two sheets of 35 MB each: one is written over and one is copied. Neither is held in memory as a whole.
     constexpr int kRows = 400000;
     QByteArray rows;
     rows.reserve(kRows * 100);
@@ -663,7 +663,7 @@ void TestQXlsxExisting::hugeSheetsTakeLittleMemory()
     QCOMPARE(document.read(kRows + 1, 2), QVariant(9.0));
 }
 
-void TestQXlsxExisting::damagedPartThatNobodyWroteStopsTheSave()
+void TestQXlsxExisting::damagedUnwrittenPartStopsTheSave()
 {
     QVERIFY(writeParts(path(), foreignWorkbook(sheetXml({}))));
     QByteArray bytes = fileContent(path());
@@ -733,7 +733,7 @@ void TestQXlsxExisting::relationThatOnlyTheWorkbookKnowsIsNotTaken()
     QVERIFY(!readParts(path()).value("xl/_rels/workbook.xml.rels").contains("\"rId7\""));
 }
 
-void TestQXlsxExisting::whatNoWorkbookHasTakesNoTime_data()
+void TestQXlsxExisting::contentOfNoWorkbookIsRefusedQuickly_data()
 {
     QTest::addColumn<Parts>("parts");
     QByteArray attributes;
@@ -748,7 +748,7 @@ void TestQXlsxExisting::whatNoWorkbookHasTakesNoTime_data()
     QTest::newRow("200000 sheets") << many;
 }
 
-void TestQXlsxExisting::whatNoWorkbookHasTakesNoTime()
+void TestQXlsxExisting::contentOfNoWorkbookIsRefusedQuickly()
 {
     QFETCH(Parts, parts);
     QVERIFY(writeParts(path(), parts));
@@ -762,7 +762,7 @@ void TestQXlsxExisting::whatNoWorkbookHasTakesNoTime()
     QCOMPARE(Document(path()).read(1, 1), QVariant(5.0));
 }
 
-void TestQXlsxExisting::asManyAttributesAndSheetsAsMayBe()
+void TestQXlsxExisting::mostAttributesAndSheetsAreAccepted()
 {
     QByteArray attributes;
     for (int i = 0; i < 999; ++i)
@@ -806,7 +806,7 @@ void TestQXlsxExisting::largeListsAreCancelled()
     parts[part].second.replace(before, entry.repeated(kEntries) + before);
     QVERIFY(writeParts(path(), parts));
     const QByteArray bytes = fileContent(path());
-    // How long it is between two questions shows how long somebody who quits would wait.
+    // The time between two calls is how long a user who quits has to wait.
     QElapsedTimer timer;
     qint64 last = 0;
     qint64 longest = 0;
@@ -833,7 +833,7 @@ void TestQXlsxExisting::largeListsAreCancelled()
                 static_cast<long long>(longest), asked);
     QVERIFY(longest < 1000);
     QVERIFY(asked >= 50);
-    // Wherever it is cancelled, the old workbook stays.
+    // Whenever it is cancelled, the old workbook is kept.
     const int questions = asked;
     for (int i = 0; i < 5; ++i) {
         QVERIFY(writeFile(path(), bytes));

@@ -13,14 +13,14 @@ class TestXlsxCells : public QObject
     Q_OBJECT
 
 private slots:
-    void isEmptyAtFirst();
-    void holdsWhatWasPutLastInAnyOrder();
-    void takesLittleMoreThanTheNumbers();
-    void goesThroughRowsInOrder();
-    void keepsEqualTextsOnce();
+    void isEmptyByDefault();
+    void lastWriteWinsInAnyOrder();
+    void memoryIsLittleMoreThanTheNumbers();
+    void rowsAreInOrder();
+    void equalTextsAreStoredOnce();
 };
 
-void TestXlsxCells::isEmptyAtFirst()
+void TestXlsxCells::isEmptyByDefault()
 {
     const XlsxCells cells;
     XlsxCells::Cell cell;
@@ -31,9 +31,9 @@ void TestXlsxCells::isEmptyAtFirst()
     QCOMPARE(cells.extent().lastRow, 0);
 }
 
-void TestXlsxCells::holdsWhatWasPutLastInAnyOrder()
+void TestXlsxCells::lastWriteWinsInAnyOrder()
 {
-    // A plain map is the second method.
+    // A map is the independent second implementation.
     std::map<std::pair<int, int>, std::tuple<XlsxCells::Kind, double, quint32>> expected;
     XlsxCells cells;
     std::mt19937 random(7);
@@ -76,7 +76,7 @@ void TestXlsxCells::holdsWhatWasPutLastInAnyOrder()
     QVERIFY(next == expected.end());
 }
 
-void TestXlsxCells::takesLittleMoreThanTheNumbers()
+void TestXlsxCells::memoryIsLittleMoreThanTheNumbers()
 {
     constexpr int kRows = 36000;
     constexpr int kColumns = 18;
@@ -87,7 +87,7 @@ void TestXlsxCells::takesLittleMoreThanTheNumbers()
     QVERIFY2(cells.bytes() < std::size_t(kRows) * (kColumns * 8 + 44), qPrintable(QString::number(cells.bytes())));
 }
 
-void TestXlsxCells::goesThroughRowsInOrder()
+void TestXlsxCells::rowsAreInOrder()
 {
     XlsxCells cells;
     for (int row : {1048576, 3, 512, 511, 100000})
@@ -101,7 +101,7 @@ void TestXlsxCells::goesThroughRowsInOrder()
     QCOMPARE(cells.extent().firstColumn, 2);
 }
 
-void TestXlsxCells::keepsEqualTextsOnce()
+void TestXlsxCells::equalTextsAreStoredOnce()
 {
     XlsxCells cells;
     cells.setText(1, 1, QStringLiteral("a"), 0);

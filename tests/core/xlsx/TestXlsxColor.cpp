@@ -10,29 +10,29 @@ class TestXlsxColor : public QObject
     Q_OBJECT
 
 private slots:
-    void isNoneAtFirst();
-    void namesAreThoseOfQt_data();
-    void namesAreThoseOfQt();
+    void isInvalidByDefault();
+    void namedColoursAreThoseOfQt_data();
+    void namedColoursAreThoseOfQt();
     void takesAColorOfQtAndLeavesItsOpacity();
     void invalidColorIsNone();
     void blackIsNotNone();
 };
 
-void TestXlsxColor::isNoneAtFirst()
+void TestXlsxColor::isInvalidByDefault()
 {
     QVERIFY(!Color().isValid());
     QCOMPARE(Color().rgb(), 0U);
     QCOMPARE(Color().name(), QStringLiteral("#000000"));
 }
 
-void TestXlsxColor::namesAreThoseOfQt_data()
+void TestXlsxColor::namedColoursAreThoseOfQt_data()
 {
     QTest::addColumn<int>("name");
     for (int name = Qt::color0; name < Qt::transparent; ++name)
         QTest::addRow("%d", name) << name;
 }
 
-void TestXlsxColor::namesAreThoseOfQt()
+void TestXlsxColor::namedColoursAreThoseOfQt()
 {
     QFETCH(int, name);
     const auto color = static_cast<Qt::GlobalColor>(name);

@@ -12,7 +12,7 @@ using QXlsx::XlsxCells;
 namespace
 {
 
-/** A digit of the standard font has 7 pixels, and 7 are free around them: what 11 points make of so many columns. */
+/** The width of so many digits at 11 points: a digit has 7 pixels, and 7 pixels are free around them. */
 int widthOf(double columns, int points = 11)
 {
     return std::max(9, int(std::ceil((columns * points * 7.0 / 11.0 + 7.0) / 7.0 - 1e-9)));
@@ -32,18 +32,18 @@ class TestXlsxColumnWidths : public QObject
     Q_OBJECT
 
 private slots:
-    void numbersTakeWhatIsShownOfThem_data();
-    void numbersTakeWhatIsShownOfThem();
-    void textsTakeTwoColumnsAChineseCharacter_data();
-    void textsTakeTwoColumnsAChineseCharacter();
+    void numbersAreAsWideAsTheyAreShown_data();
+    void numbersAreAsWideAsTheyAreShown();
+    void chineseCharacterCountsAsTwoColumns_data();
+    void chineseCharacterCountsAsTwoColumns();
     void widestCellOfAColumnCounts();
     void columnsWithoutCellsHaveNoWidth();
-    void largerFontTakesMore();
+    void largerFontIsWider();
     void noSheetHasNoWidths();
-    void cancelledEndsSoon();
+    void cancelEndsSoon();
 };
 
-void TestXlsxColumnWidths::numbersTakeWhatIsShownOfThem_data()
+void TestXlsxColumnWidths::numbersAreAsWideAsTheyAreShown_data()
 {
     QTest::addColumn<QVector<double>>("numbers");
     QTest::addColumn<int>("characters");
@@ -59,7 +59,7 @@ void TestXlsxColumnWidths::numbersTakeWhatIsShownOfThem_data()
     QTest::newRow("error beside longer numbers") << QVector<double>{infinity, 12345678901.0} << 11;
 }
 
-void TestXlsxColumnWidths::numbersTakeWhatIsShownOfThem()
+void TestXlsxColumnWidths::numbersAreAsWideAsTheyAreShown()
 {
     QFETCH(QVector<double>, numbers);
     QFETCH(int, characters);
@@ -69,7 +69,7 @@ void TestXlsxColumnWidths::numbersTakeWhatIsShownOfThem()
     QCOMPARE(columnWidths(cells, {Format()}, {}), (QVector<int>{0, widthOf(characters)}));
 }
 
-void TestXlsxColumnWidths::textsTakeTwoColumnsAChineseCharacter_data()
+void TestXlsxColumnWidths::chineseCharacterCountsAsTwoColumns_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<int>("columns");
@@ -81,13 +81,13 @@ void TestXlsxColumnWidths::textsTakeTwoColumnsAChineseCharacter_data()
     QTest::newRow("longest of its lines") << QStringLiteral("a\n%1\nbb").arg(QString(30, 'c')) << 30;
 }
 
-void TestXlsxColumnWidths::textsTakeTwoColumnsAChineseCharacter()
+void TestXlsxColumnWidths::chineseCharacterCountsAsTwoColumns()
 {
     QFETCH(QString, text);
     QFETCH(int, columns);
     XlsxCells cells;
     cells.setText(1, 1, text, 0);
-    // A character of 12 points has 16 pixels when it is Chinese, and 8 are counted for another.
+    // At 12 points a Chinese character has 16 pixels; another character counts 8.
     const int width = columnWidths(cells, {sized(12)}, {}).at(1);
     QCOMPARE(width, int(std::ceil((columns * 8 + 7) / 7.0)));
     QVERIFY(width >= columns);
@@ -114,7 +114,7 @@ void TestXlsxColumnWidths::columnsWithoutCellsHaveNoWidth()
     QCOMPARE(columnWidths(cells, {Format()}, {}), (QVector<int>{0, 0, 9, 0, 0, 9}));
 }
 
-void TestXlsxColumnWidths::largerFontTakesMore()
+void TestXlsxColumnWidths::largerFontIsWider()
 {
     XlsxCells cells;
     cells.setNumber(1, 1, 0.5, 1);
@@ -131,7 +131,7 @@ void TestXlsxColumnWidths::noSheetHasNoWidths()
     QCOMPARE(columnWidths(XlsxCells(), {Format()}, {}), QVector<int>{0});
 }
 
-void TestXlsxColumnWidths::cancelledEndsSoon()
+void TestXlsxColumnWidths::cancelEndsSoon()
 {
     XlsxCells cells;
     for (int row = 1; row <= 100000; ++row)

@@ -7,20 +7,20 @@ class TestXlsxText : public QObject
     Q_OBJECT
 
 private slots:
-    void columnsAreCountedInLetters_data();
-    void columnsAreCountedInLetters();
-    void cellNamesAreTakenApart_data();
-    void cellNamesAreTakenApart();
-    void whatXmlCannotCarryIsEscaped_data();
-    void whatXmlCannotCarryIsEscaped();
-    void whatLooksEscapedButIsNotStays();
+    void columnNamesAreLetters_data();
+    void columnNamesAreLetters();
+    void cellNamesAreParsed_data();
+    void cellNamesAreParsed();
+    void charactersThatXmlCannotContainAreEscaped_data();
+    void charactersThatXmlCannotContainAreEscaped();
+    void textThatLooksEscapedIsKept();
     void sheetNamesAreMadeSafe_data();
     void sheetNamesAreMadeSafe();
     void formulaMovesItsRelativeReferences_data();
     void formulaMovesItsRelativeReferences();
 };
 
-void TestXlsxText::columnsAreCountedInLetters_data()
+void TestXlsxText::columnNamesAreLetters_data()
 {
     QTest::addColumn<int>("column");
     QTest::addColumn<QByteArray>("name");
@@ -33,7 +33,7 @@ void TestXlsxText::columnsAreCountedInLetters_data()
     QTest::newRow("last of a sheet") << 16384 << QByteArray("XFD");
 }
 
-void TestXlsxText::columnsAreCountedInLetters()
+void TestXlsxText::columnNamesAreLetters()
 {
     QFETCH(int, column);
     QFETCH(QByteArray, name);
@@ -46,7 +46,7 @@ void TestXlsxText::columnsAreCountedInLetters()
     QCOMPARE(row, 7);
 }
 
-void TestXlsxText::cellNamesAreTakenApart_data()
+void TestXlsxText::cellNamesAreParsed_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<int>("row");
@@ -65,7 +65,7 @@ void TestXlsxText::cellNamesAreTakenApart_data()
     QTest::newRow("a letter of another script") << QStringLiteral("А1") << 0 << 0;
 }
 
-void TestXlsxText::cellNamesAreTakenApart()
+void TestXlsxText::cellNamesAreParsed()
 {
     QFETCH(QString, name);
     QFETCH(int, row);
@@ -77,7 +77,7 @@ void TestXlsxText::cellNamesAreTakenApart()
     QCOMPARE(parsedColumn, column);
 }
 
-void TestXlsxText::whatXmlCannotCarryIsEscaped_data()
+void TestXlsxText::charactersThatXmlCannotContainAreEscaped_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("escaped");
@@ -94,7 +94,7 @@ void TestXlsxText::whatXmlCannotCarryIsEscaped_data()
                                    << "_x005F_x0041_";
     QTest::newRow("looks escaped in small letters") << "_x00e9_"
                                                     << "_x005F_x00e9_";
-    // Taken from left to right the underscore in the middle belongs to both; guarding each keeps them apart.
+    // The underscore in the middle belongs to both escapes; escaping each of them keeps them apart.
     QTest::newRow("looks escaped twice over") << "_x0041_x0042_"
                                               << "_x005F_x0041_x005F_x0042_";
     QTest::newRow("completed by an escape behind it") << "_x0041\f"
@@ -105,7 +105,7 @@ void TestXlsxText::whatXmlCannotCarryIsEscaped_data()
     QTest::newRow("pair") << QString::fromUtf8("\xf0\x9f\x98\x80") << QString::fromUtf8("\xf0\x9f\x98\x80");
 }
 
-void TestXlsxText::whatXmlCannotCarryIsEscaped()
+void TestXlsxText::charactersThatXmlCannotContainAreEscaped()
 {
     QFETCH(QString, text);
     QFETCH(QString, escaped);
@@ -113,7 +113,7 @@ void TestXlsxText::whatXmlCannotCarryIsEscaped()
     QCOMPARE(QXlsx::unescapeCharacters(escaped), text);
 }
 
-void TestXlsxText::whatLooksEscapedButIsNotStays()
+void TestXlsxText::textThatLooksEscapedIsKept()
 {
     for (const char *text : {"_x004_", "_x004G_", "_X0041_", "x0041_", "_x0041", "_x", "_"}) {
         QCOMPARE(QXlsx::escapeCharacters(QLatin1String(text)), QLatin1String(text));

@@ -36,13 +36,13 @@ class TestXlsxXmlGuard : public QObject
     Q_OBJECT
 
 private slots:
-    void lettingThrough_data();
-    void lettingThrough();
-    void stopping_data();
-    void stopping();
+    void acceptsPartsOfWorkbooks_data();
+    void acceptsPartsOfWorkbooks();
+    void stopsBeforeWhatNoWorkbookContains_data();
+    void stopsBeforeWhatNoWorkbookContains();
 };
 
-void TestXlsxXmlGuard::lettingThrough_data()
+void TestXlsxXmlGuard::acceptsPartsOfWorkbooks_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     const QByteArray most = "<a" + attributes(1000) + "/>";
@@ -66,14 +66,14 @@ void TestXlsxXmlGuard::lettingThrough_data()
     QTest::newRow("no XML") << QByteArray(5000, '=');
 }
 
-void TestXlsxXmlGuard::lettingThrough()
+void TestXlsxXmlGuard::acceptsPartsOfWorkbooks()
 {
     QFETCH(QByteArray, bytes);
-    // However the bytes are cut into pieces.
+    // The result does not depend on how the bytes are cut into pieces.
     for (const int piece : {bytes.size(), 4096, 7, 1}) {
         XlsxXmlGuard guard;
         int place = 0;
-        // What the first piece is tells the encoding; a reader asks for 4 bytes at least.
+        // The first piece decides on the encoding; a reader asks for at least 4 bytes.
         for (int size = qMin(qMax(piece, 4), bytes.size()); place < bytes.size();
              place += size, size = qMin(piece, bytes.size() - place))
             QCOMPARE(guard.accept(bytes.constData() + place, std::size_t(size)), std::size_t(size));
@@ -81,10 +81,10 @@ void TestXlsxXmlGuard::lettingThrough()
     }
 }
 
-void TestXlsxXmlGuard::stopping_data()
+void TestXlsxXmlGuard::stopsBeforeWhatNoWorkbookContains_data()
 {
     QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QByteArray>("before"); // the last that may be read is in front of this
+    QTest::addColumn<QByteArray>("before"); // the part ends before this
     QTest::addColumn<bool>("refuses");
     const QByteArray many = attributes(1001);
     const QByteArray last = "='b=\">=' end";
@@ -101,13 +101,13 @@ void TestXlsxXmlGuard::stopping_data()
     const QByteArray wide = "<?xml version=\"1.0\" encoding=\"UTF-16\"?><r><a" + many;
     QTest::newRow("UTF-16, little endian") << utf16(wide, false, true) << utf16("='b=\">='", false, false) << true;
     QTest::newRow("UTF-16, big endian") << utf16(wide, true, true) << utf16("='b=\">='", true, false) << true;
-    // Encodings in which the markup may have other bytes, and those that the bytes are not in.
+    // Encodings that write markup in other bytes, and encodings that do not fit the bytes.
     for (const char *encoding :
          {"UTF-16", "UTF-32", "UTF-7", "IBM037", "ISO-2022-JP", "Shift_JIS", "GBK", "GB2312", "GB18030", "Big5", ""})
         QTest::newRow(qPrintable(QStringLiteral("declares %1").arg(encoding)))
             << "<?xml version=\"1.0\" encoding=\"" + QByteArray(encoding) + ' ' + "\"?><r/>" << QByteArray("><r/>")
             << true;
-    // The second byte of its character is that of a bracket, which would hide the row in what looks like a comment.
+    // The second byte of the character equals a bracket, so the row would look like part of a comment.
     QTest::newRow("GBK with a bracket in a character")
         << "<?xml version=\"1.0\" encoding=\"gbk\"?><r><a><![CDATA[\x81\x5D]><!--]]></a><row" + many + "/></r>"
         << QByteArray("><r><a>") << true;
@@ -118,7 +118,7 @@ void TestXlsxXmlGuard::stopping_data()
     QTest::newRow("endless declaration") << "<?xml " + QByteArray(5000, ' ') + "?><r/>" << QByteArray("><r/>") << true;
 }
 
-void TestXlsxXmlGuard::stopping()
+void TestXlsxXmlGuard::stopsBeforeWhatNoWorkbookContains()
 {
     QFETCH(QByteArray, bytes);
     QFETCH(QByteArray, before);
