@@ -17,10 +17,11 @@ packages_screen=(xvfb xauth openbox xdotool at-spi2-core python3-pyatspi dbus db
 packages_test=(
     "${packages_screen[@]}"
     python3-openpyxl libreoffice-calc-nogui chromium doxygen clang-format-14 clang-tidy-14
+    python3-pandas python3-scipy python3-distributed python3-venv python3-pip binutils
 )
 
 # The track plots are measured on a virtual screen.
-packages_bench=(xvfb xauth libxlsxwriter-dev python3-xlsxwriter python3-openpyxl)
+packages_bench=(xvfb xauth libxlsxwriter-dev python3-xlsxwriter python3-openpyxl python3-pandas)
 
 # The Windows package is built with these, on top of the others, and driven under Wine with the rest.
 packages_windows=(g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev libz-mingw-w64-dev dpkg-dev tcl zip)
