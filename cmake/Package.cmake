@@ -12,6 +12,14 @@ install(FILES packaging/bash/ostravel-convert.bash DESTINATION share/bash-comple
 if(TARGET ostravel_web)
     install(TARGETS ostravel_web LIBRARY DESTINATION .)
 endif()
+# For programs and scripts of the user's own. The package of Python finds the library two folders up.
+install(TARGETS ostravel_c LIBRARY DESTINATION .)
+install(FILES capi/ostravel.h DESTINATION include)
+install(DIRECTORY python/ostravel python/examples DESTINATION python PATTERN __pycache__ EXCLUDE)
+install(FILES python/README.md DESTINATION python)
+if(OSTRAVEL_WHEEL)
+    install(FILES ${OSTRAVEL_WHEEL} DESTINATION python)
+endif()
 install(DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/Leaflet DESTINATION .)
 # From the sources: a program that ran in the build has left its track files beside the scripts there.
 install(DIRECTORY assets/myPlot DESTINATION . USE_SOURCE_PERMISSIONS

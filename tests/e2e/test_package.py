@@ -17,7 +17,9 @@ SOURCE = Path(__file__).resolve().parents[2]
 
 # What the program and its user look for beside the executable.
 EXPECTED = {
-    "LICENSE", "Leaflet/demo.html", "Leaflet/leaflet.css", "Leaflet/leaflet.js", "Ostravel", "myPlot/myMatlabPlot.m",
+    "LICENSE", "include/ostravel.h", "libostravel.so", "libostravel.so.1", "python/README.md",
+    "python/examples/first_look.py", "python/ostravel/__init__.py", "python/ostravel/fleet/__main__.py",
+    "python/ostravel/py.typed", "Leaflet/demo.html", "Leaflet/leaflet.css", "Leaflet/leaflet.js", "Ostravel", "myPlot/myMatlabPlot.m",
     "myPlot/pythonPlot.py", "myPlot/shell/plot_runner.py", "myPlot/shell/python", "ostravel-convert", "ostravel-demo",
     "ostravel.desktop", "share/bash-completion/completions/ostravel-convert", "share/man/man1/ostravel-convert.1",
     "ostravel.sh", "ostravel.svg", "tiles/README.txt", "wmts.exe",
@@ -70,9 +72,22 @@ class Contents(unittest.TestCase):
 
     def test_only_what_belongs_to_it_lies_beside_the_executable(self):
         allowed = {Path(name).parts[0] for name in EXPECTED} | {"README.html", "libostravel_web.so", "licences"}
+        allowed |= {path.name for path in package.glob("libostravel.so.*")}
         self.assertEqual({path.name for path in package.iterdir()} - allowed, set())
         self.assertEqual({path.name for path in (package / "myPlot").iterdir()},
                          {"myMatlabPlot.m", "pythonPlot.py", "shell"})
+
+    def test_python_reads_a_flight_from_the_unpacked_folder(self):
+        log = package.parent / "飞行.txt"
+        subprocess.run([package / "ostravel-demo", "log", log, "--minutes", "1"], check=True,
+                       stdout=subprocess.DEVNULL)
+        environment = {name: value for name, value in os.environ.items() if name != "OSTRAVEL_LIBRARY"}
+        environment["PYTHONPATH"] = str(package / "python")
+        code = f"import ostravel; print(ostravel.__file__, len(ostravel.read({str(log)!r})['PGS_Roll']))"
+        done = subprocess.run(["/usr/bin/python3", "-B", "-c", code], check=True, capture_output=True, text=True,
+                              env=environment, cwd=package.parent)
+        self.assertEqual(done.stdout, f"{package}/python/ostravel/__init__.py 300\n")
+        self.assertEqual(len(list((package / "python").glob("ostravel-*.whl"))), 1)
 
     def test_web_plug_in_and_manual_are_there_when_they_were_built(self):
         for name in ("libostravel_web.so", "README.html"):
