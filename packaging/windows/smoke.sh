@@ -12,9 +12,10 @@ usage() {
     cat <<'USAGE'
 Usage: packaging/windows/smoke.sh [ZIP]
 
-Unpacks ZIP (what packaging/windows/build.sh made) into a folder with a blank and Chinese letters in its name and drives
-Ostravel.exe under Wine: select, read, fifteen curves, both exports, a route, the calculators, quit. The screen with the
-curves goes to docs/windows/curves.png. KEEP=1 leaves the folder behind.
+Unpacks ZIP (what packaging/windows/build.sh made) into a folder with a blank and Chinese letters in its name, reads
+flights with ostravel.dll from a C program and drives Ostravel.exe under Wine: select, read, fifteen curves, both exports,
+a route, the calculators, quit. The screen with the curves goes to docs/windows/curves.png. KEEP=1 leaves the folder
+behind.
 USAGE
 }
 
@@ -43,6 +44,28 @@ make_demo() {
 }
 step smoke-flight "Making a flight of ten minutes" "See the log." make_demo log "$(winepath -w "$data/flight.txt")" --minutes 10 --seed 7
 step smoke-route "Making a route" "See the log." make_demo route "$(winepath -w "$data/route.json")" --waypoints 40
+
+# A C program that knows the header and the library of the package and nothing else. It stands in a folder of its own, as a
+# host does; without arguments it checks every number of a log that it writes.
+host=$scratch/host
+mkdir "$host"
+step smoke-c-build "Building a C program with the package's header and library" "See the log." \
+    x86_64-w64-mingw32-gcc-posix -std=c99 -pedantic-errors -Wall -Wextra -Werror -I"${folder[0]}/include" \
+    -o "$host/read_flight.exe" tests/capi/read_flight.c "${folder[0]}/ostravel.dll"
+step smoke-database "Making a database" "See the log." make_demo db "$(winepath -w "$data/tasks.db")" --minutes 2
+run_host() (
+    cd "$host"
+    WINEPATH=$(winepath -w "${folder[0]}") wine64 ./read_flight.exe "$@"
+)
+step smoke-c "Running it" "See the log." run_host
+read_flights() {
+    local said
+    # A database, too: the driver of Qt lies in the package, and not beside the host.
+    said=$(run_host "$(winepath -w "$data/flight.txt")" "$(winepath -w "$data/tasks.db")")
+    printf '%s\n' "$said"
+    [ "$(grep -c 'lines, 0 bad, [1-9][0-9]* samples of roll' <<<"$said")" -eq 2 ]
+}
+step smoke-c-flights "Reading a log and a database with it" "See the log." read_flights
 
 mkdir -p docs/windows
 step smoke-drive "Driving Ostravel.exe" "The screen at that moment: run with KEEP=1 and look at failed.png in $data." \
