@@ -13,7 +13,8 @@ usage() {
 Usage: packaging/windows/smoke.sh [ZIP]
 
 Unpacks ZIP (what packaging/windows/build.sh made) into a folder with a blank and Chinese letters in its name and drives
-Ostravel.exe under Wine: select, read, fifteen curves, both exports, a route, the calculators, quit. The screen with the
+Ostravel.exe under Wine: select, read, fifteen curves, both exports, a route, the calculators, quit. Then the converter
+works on a database and a folder with Chinese names. The screen with the
 curves goes to docs/windows/curves.png. KEEP=1 leaves the folder behind.
 USAGE
 }
@@ -47,4 +48,20 @@ step smoke-route "Making a route" "See the log." make_demo route "$(winepath -w 
 mkdir -p docs/windows
 step smoke-drive "Driving Ostravel.exe" "The screen at that moment: run with KEEP=1 and look at failed.png in $data." \
     timeout 1800 /usr/bin/python3 "$here/drive.py" --waypoints 40 --screenshot docs/windows/curves.png "${folder[0]}" "$data"
+# The converter, on a flight, a database and a folder with Chinese names in it.
+many=$scratch/"批量 转换"
+mkdir -p "$many/七月"
+step smoke-logs "Making more flights" "See the log." make_demo log "$(winepath -w "$many/七月")\\航班.txt" --minutes 2
+step smoke-database "Making a database" "See the log." make_demo db "$(winepath -w "$many")\\flights.db" --minutes 2
+convert() {
+    wine64 "${folder[0]}/ostravel-convert.exe" "$@"
+}
+step smoke-convert "Converting" "See the log." convert -f csv,xlsx,txt,kml,gpx,geojson --labels -o "$(winepath -w "$many")\\出" "$(winepath -w "$many")"
+for output in flights.csv flights.xlsx flights-export/0x03-AttitudeAndPositionInfo.txt 七月/航班.csv 七月/航班.gpx 七月/航班.kml \
+    七月/航班.geojson; do
+    [ -s "$many/出/$output" ] || fail "The converter did not write $output." "Run with KEEP=1 and look into $many."
+done
+head -n 1 "$many/出/flights.csv" | grep -q '^.*time,seconds,飞行器类型,' ||
+    fail "flights.csv has another head." "Run with KEEP=1 and look at it."
+
 say "Passed; screenshot: docs/windows/curves.png"
