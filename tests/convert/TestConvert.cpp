@@ -92,6 +92,7 @@ private slots:
     void logsThatDifferBySuffixKeepIt();
     void outputsOfOneNameAreWrongUse();
     void existingOutputIsLeftAlone();
+    void existingTableOfAGroupIsLeftAlone();
     void overwriteReplaces();
     void overwriteKeepsStrangersInATextFolder();
     void planeIsFiltered();
@@ -262,6 +263,16 @@ void TestConvert::existingOutputIsLeftAlone()
     const ConverterRun again = run({"-f", "csv,gpx", "a.txt"});
     QCOMPARE(again.status, 0);
     QCOMPARE(again.out, QString("a.txt: not read, all outputs exist; left alone: a.csv, a.gpx\n"));
+}
+
+void TestConvert::existingTableOfAGroupIsLeftAlone()
+{
+    writeLog("a.txt");
+    putBytes(path("a.0x01.csv"), "mine");
+    const ConverterRun result = run({"--period", "0x01=1000", "a.txt"});
+    QCOMPARE(result.status, 0);
+    QVERIFY2(result.out.endsWith(" -> a.csv; left alone: a.0x01.csv\n"), qPrintable(result.out));
+    QCOMPARE(bytesOf(path("a.0x01.csv")), QByteArray("mine"));
 }
 
 void TestConvert::overwriteReplaces()
