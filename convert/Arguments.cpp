@@ -254,7 +254,7 @@ QString take(const Words &words, Arguments &arguments)
     for (const std::string &path : words.paths)
         arguments.paths.append(textOf(path));
     for (const auto takeSome : {&takeFormats, &takeNumbers, &takeTimes, &takeChannels, &findContradiction}) {
-        const QString reason = takeSome(words, arguments);
+        QString reason = takeSome(words, arguments);
         if (!reason.isEmpty())
             return reason;
     }

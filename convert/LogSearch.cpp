@@ -9,6 +9,7 @@
 #include <QHash>
 #include <QSet>
 #include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -46,8 +47,8 @@ QStringList logsBelow(const QString &folder)
 class Gathering
 {
 public:
-    explicit Gathering(const QString &outputFolder)
-        : m_outputFolder(outputFolder)
+    explicit Gathering(QString outputFolder)
+        : m_outputFolder(std::move(outputFolder))
     {
     }
 
@@ -98,16 +99,16 @@ LogSearch findLogs(const QStringList &paths, const QString &outputFolder)
 {
     LogSearch search;
     Gathering gathering(outputFolder);
-    for (const QString &path : paths) {
-        if (!QFileInfo(path).isDir()) {
-            gathering.add(path, {});
+    for (const QString &argument : paths) {
+        if (!QFileInfo(argument).isDir()) {
+            gathering.add(argument, {});
             continue;
         }
-        const QStringList found = logsBelow(path);
+        const QStringList found = logsBelow(argument);
         for (const QString &log : found)
-            gathering.add(log, path);
+            gathering.add(log, argument);
         if (found.isEmpty())
-            search.emptyFolders.append(path);
+            search.emptyFolders.append(argument);
     }
     search.logs = gathering.take(&search.clash);
     return search;

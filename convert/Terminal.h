@@ -1,12 +1,12 @@
 #pragma once
 
-/** What differs between systems: names of files, Ctrl+C and the terminal. One source a system. */
+/** What differs between systems: Ctrl+C and the terminal. One source a system. */
 namespace terminal
 {
 
 /**
- * To be called first: file names are UTF-8 also where no locale is set, output to a terminal is UTF-8, and Ctrl+C or a
- * request to end is kept for wasInterrupted(). A second Ctrl+C ends the process at once.
+ * To be called first: output to a terminal is UTF-8, and Ctrl+C or a request to end is kept for wasInterrupted(). A
+ * second Ctrl+C ends the process at once.
  */
 void begin();
 /** Before the process ends: gives the terminal back as it was. */

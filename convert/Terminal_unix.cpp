@@ -1,12 +1,10 @@
 #include "Terminal.h"
 
 #include <atomic>
-#include <clocale>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
-#include <langinfo.h>
 #include <unistd.h>
 
 namespace terminal
@@ -14,6 +12,8 @@ namespace terminal
 
 namespace
 {
+
+using Action = struct sigaction; // which is a function as well
 
 std::atomic<bool> interrupted{false};
 static_assert(std::atomic<bool>::is_always_lock_free); // a signal handler may take no lock
@@ -27,19 +27,11 @@ void onSignal(int)
 
 void begin()
 {
-    // A job of cron has no locale, and Qt would read and write file names as ASCII.
-    std::setlocale(LC_CTYPE, "");
-    if (std::strcmp(::nl_langinfo(CODESET), "ANSI_X3.4-1968") == 0) {
-        ::unsetenv("LC_ALL");
-        ::setenv("LC_CTYPE", "C.UTF-8", 1);
-    }
-    struct sigaction action {
-    };
+    Action action{};
     action.sa_handler = &onSignal;
     action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        struct sigaction old {
-        };
+        Action old{};
         ::sigaction(signal, nullptr, &old);
         // nohup, and a shell for its background jobs, let a process ignore them.
         if (old.sa_handler != SIG_IGN)

@@ -15,6 +15,10 @@ jobs=${OSTRAVEL_JOBS:-$(nproc)}
 triplet=x86_64-w64-mingw32
 stages=(qtbase qtsvg qcustomplot geographiclib double_conversion minizip sqlite3 logging httplib matio cli11)
 
+# Without these the programs are built with a part less: where Debian's server has not their source in this version, the
+# rest need not wait for it.
+optional_stages=(matio)
+
 # The Debian packages whose versions a stage takes. The source package of each is fetched in that very version, so that
 # the Windows program has the libraries that the program has on Debian.
 declare -A packages_of=(
@@ -147,9 +151,8 @@ build_matio() {
 
 # Headers alone, like those of logging.
 build_cli11() {
-    mkdir -p "$prefix/include" "$prefix/lib/cmake"
+    mkdir -p "$prefix/include" "$prefix/lib/cmake/CLI11"
     cp -r /usr/include/CLI "$prefix/include/"
-    mkdir -p "$prefix/lib/cmake/CLI11"
     cat >"$prefix/lib/cmake/CLI11/CLI11Config.cmake" <<'CMAKE'
 if(NOT TARGET CLI11::CLI11)
     get_filename_component(folder ${CMAKE_CURRENT_LIST_DIR}/../../.. ABSOLUTE)
@@ -282,6 +285,17 @@ for stage in "${stages[@]}"; do
             "Check the network and /etc/apt/sources.list, then try again." nice -n 19 "$here/deps.sh" --refresh
         refreshed=true
     fi
+    if [[ " ${optional_stages[*]} " == *" $stage "* ]]; then
+        say "Building $stage for Windows"
+        mkdir -p "$log_dir"
+        if ! nice -n 19 "$here/deps.sh" --stage "$stage" "$folder" >"$log_dir/windows-$stage.log" 2>&1; then
+            say "$stage cannot be built and is left out; see $log_dir/windows-$stage.log"
+            rm -rf "$folder" "$folder.work"
+            continue
+        fi
+        rm -rf "$folder.work"
+        continue
+    fi
     step "windows-$stage" "Building $stage for Windows$([ "$stage" != qtbase ] || echo ', about a quarter of an hour')" \
         "The first error in the log tells. A source package that is not found: apt-get upgrade, and try again." \
         nice -n 19 "$here/deps.sh" --stage "$stage" "$folder"
@@ -290,7 +304,10 @@ done
 
 folders=()
 for stage in "${stages[@]}"; do
-    folders+=("$(folder_of "$stage")")
+    folder=$(folder_of "$stage")
+    if [ -f "$folder/.complete" ]; then
+        folders+=("$folder")
+    fi
 done
 sysroot=$cache/sysroot-$(printf '%s\n' "${folders[@]}" | sha256sum | cut -c1-12)
 if [ ! -f "$sysroot/.complete" ]; then

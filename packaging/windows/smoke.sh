@@ -16,6 +16,10 @@ Unpacks ZIP (what packaging/windows/build.sh made) into a folder with a blank an
 flights with ostravel.dll from a C program and drives Ostravel.exe under Wine: select, read, fifteen curves, both exports,
 a route, the calculators, quit. The screen with the curves goes to docs/windows/curves.png. KEEP=1 leaves the folder
 behind.
+Unpacks ZIP (what packaging/windows/build.sh made) into a folder with a blank and Chinese letters in its name and drives
+Ostravel.exe under Wine: select, read, fifteen curves, both exports, a route, the calculators, quit. Then the converter
+works on a database and a folder with Chinese names. The screen with the
+curves goes to docs/windows/curves.png. KEEP=1 leaves the folder behind.
 USAGE
 }
 
@@ -52,7 +56,7 @@ mkdir "$host"
 step smoke-c-build "Building a C program with the package's header and library" "See the log." \
     x86_64-w64-mingw32-gcc-posix -std=c99 -pedantic-errors -Wall -Wextra -Werror -I"${folder[0]}/include" \
     -o "$host/read_flight.exe" tests/capi/read_flight.c "${folder[0]}/ostravel.dll"
-step smoke-database "Making a database" "See the log." make_demo db "$(winepath -w "$data/tasks.db")" --minutes 2
+step smoke-c-database "Making a database" "See the log." make_demo db "$(winepath -w "$data/tasks.db")" --minutes 2
 run_host() (
     cd "$host"
     WINEPATH=$(winepath -w "${folder[0]}") wine64 ./read_flight.exe "$@"
@@ -70,4 +74,20 @@ step smoke-c-flights "Reading a log and a database with it" "See the log." read_
 mkdir -p docs/windows
 step smoke-drive "Driving Ostravel.exe" "The screen at that moment: run with KEEP=1 and look at failed.png in $data." \
     timeout 1800 /usr/bin/python3 "$here/drive.py" --waypoints 40 --screenshot docs/windows/curves.png "${folder[0]}" "$data"
+# The converter, on a flight, a database and a folder with Chinese names in it.
+many=$scratch/"批量 转换"
+mkdir -p "$many/七月"
+step smoke-logs "Making more flights" "See the log." make_demo log "$(winepath -w "$many/七月")\\航班.txt" --minutes 2
+step smoke-database "Making a database" "See the log." make_demo db "$(winepath -w "$many")\\flights.db" --minutes 2
+convert() {
+    wine64 "${folder[0]}/ostravel-convert.exe" "$@"
+}
+step smoke-convert "Converting" "See the log." convert -f csv,xlsx,txt,kml,gpx,geojson --labels -o "$(winepath -w "$many")\\出" "$(winepath -w "$many")"
+for output in flights.csv flights.xlsx flights-export/0x03-AttitudeAndPositionInfo.txt 七月/航班.csv 七月/航班.gpx 七月/航班.kml \
+    七月/航班.geojson; do
+    [ -s "$many/出/$output" ] || fail "The converter did not write $output." "Run with KEEP=1 and look into $many."
+done
+head -n 1 "$many/出/flights.csv" | grep -q '^.*time,seconds,飞行器类型,' ||
+    fail "flights.csv has another head." "Run with KEEP=1 and look at it."
+
 say "Passed; screenshot: docs/windows/curves.png"

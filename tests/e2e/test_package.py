@@ -103,6 +103,48 @@ class Contents(unittest.TestCase):
             self.assertEqual([entry for entry in dynamic_section(path) if entry[0] in ("RPATH", "RUNPATH")], [], path)
 
 
+class Converter(unittest.TestCase):
+    def setUp(self):
+        self.folder = Path(tempfile.mkdtemp(prefix="convert-"))
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+
+    def test_flights_are_converted_from_the_package(self):
+        logs = self.folder / "飞行 记录"
+        logs.mkdir()
+        subprocess.run([package / "ostravel-demo", "log", "--minutes", "1", logs / "一.txt"], check=True)
+        subprocess.run([package / "ostravel-demo", "db", "--minutes", "1", logs / "二.db"], check=True)
+        done = subprocess.run([package / "ostravel-convert", "-f", "csv,mat,gpx", logs], capture_output=True, text=True,
+                              timeout=60)
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        for name in ("一", "二"):
+            with (logs / f"{name}.csv").open(encoding="utf-8") as table:
+                self.assertTrue(table.readline().startswith("time,seconds,HBS_AircraftType,"))
+                self.assertRegex(table.readline(), r"^2023-\d\d-\d\dT\d\d:\d\d:\d\d\.000,0,")
+            for suffix in ("mat", "gpx"):
+                self.assertTrue((logs / f"{name}.{suffix}").exists())
+
+    def test_manual_page_is_found_beside_the_program(self):
+        done = subprocess.run(["man", "--path"], capture_output=True, text=True, check=False,
+                              env={**os.environ, "PATH": f"{package}:{os.environ['PATH']}", "MANPATH": ""})
+        if done.returncode != 0:
+            self.skipTest("there is no man")
+        self.assertIn(str(package / "share" / "man"), done.stdout.strip().split(":"))
+
+    def test_completion_offers_options_and_formats(self):
+        script = package / "share" / "bash-completion" / "completions" / "ostravel-convert"
+
+        def offered(*words):
+            line = " ".join(f"'{word}'" for word in words)
+            done = subprocess.run(
+                ["bash", "-c", f"compopt() {{ :; }}; . '{script}'; COMP_WORDS=({line}); _ostravel_convert '{package}/ostravel-convert' "
+                 f"'{words[-1]}' '{words[-2]}'; printf '%s\\n' \"${{COMPREPLY[@]}}\""], capture_output=True, text=True, check=True)
+            return done.stdout.split()
+        self.assertEqual(offered("ostravel-convert", "--over"), ["--overwrite"])
+        self.assertEqual(offered("ostravel-convert", "-f", "csv,g"), ["csv,gpx", "csv,geojson"])
+        self.assertEqual(offered("ostravel-convert", "--channels", "PGS_Ro"), ["PGS_Roll"])
+        self.assertEqual(offered("ostravel-convert", "--channels", "@att"), ["@attitude"])
+
+
 class UnpackedProgram(AnalystTest):
     def setUp(self):
         super().setUp()

@@ -12,7 +12,7 @@ import tempfile
 from pathlib import Path
 
 SOURCE = Path(__file__).resolve().parents[2]
-FOLDERS = ("core", "Src", "wmts", "demo")
+FOLDERS = ("core", "Src", "convert", "wmts", "demo")
 SUFFIXES = (".cpp", ".h", ".hpp", ".c")
 MAX_LINES = 500
 MAX_FUNCTION = 60

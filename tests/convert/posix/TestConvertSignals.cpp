@@ -24,6 +24,7 @@ private slots:
     void init();
     void interruptLeavesNoHalfWrittenFile_data();
     void interruptLeavesNoHalfWrittenFile();
+    void interruptStopsTheFlightAtHand();
     void ignoredInterruptStaysIgnored();
     void folderWithoutRightsIsAFailure();
     void namesAreKeptWithoutALocale();
@@ -68,7 +69,7 @@ void TestConvertSignals::interruptLeavesNoHalfWrittenFile()
 {
     QFETCH(int, signal);
     QFETCH(QString, format);
-    writeLog("logs/0.txt", 240);
+    writeLog("logs/0.txt", 120);
     for (int i = 1; i < 40; ++i)
         QVERIFY(::link(QFile::encodeName(path("logs/0.txt")).constData(),
                        QFile::encodeName(path(QString("logs/%1.txt").arg(i))).constData())
@@ -89,6 +90,20 @@ void TestConvertSignals::interruptLeavesNoHalfWrittenFile()
         sizes.insert(QFileInfo(path("out/" + name)).size());
     QVERIFY(sizes.size() <= 1);
     QVERIFY(QDir(path("out")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size() < 40);
+}
+
+void TestConvertSignals::interruptStopsTheFlightAtHand()
+{
+    writeLog("a.txt", 120);
+    QProcess process;
+    process.start(QStringLiteral(CONVERT_PROGRAM), {"-f", "xlsx", path("a.txt")});
+    QVERIFY(process.waitForStarted());
+    QTRY_VERIFY_WITH_TIMEOUT(hasUnfinished(), kConverterLimitMs);
+    QCOMPARE(::kill(pid_t(process.processId()), SIGINT), 0);
+    QVERIFY(process.waitForFinished(kConverterLimitMs));
+    QCOMPARE(process.exitCode(), 1);
+    QVERIFY(process.readAllStandardOutput().contains("216000 frames"));
+    QCOMPARE(treeOf(m_dir->path()), QStringList{"a.txt"});
 }
 
 void TestConvertSignals::ignoredInterruptStaysIgnored()
@@ -140,7 +155,7 @@ void TestConvertSignals::namesAreKeptWithoutALocale()
 
 void TestConvertSignals::terminalShowsABar()
 {
-    writeLog("a.txt", 240);
+    writeLog("a.txt", 120);
     int master = -1;
     const pid_t child = ::forkpty(&master, nullptr, nullptr, nullptr);
     if (child == 0) {
@@ -163,7 +178,7 @@ void TestConvertSignals::terminalShowsABar()
     QVERIFY2(text.contains(QRegularExpression(R"(\r\[#*\.*\] 0 of 1  \d+ %  \d+ MB/s  \d:\d\d:\d\d left *)")),
              qPrintable(text));
     // It is gone when the report comes.
-    QVERIFY2(text.contains(QRegularExpression("\r +\r[^\r\n]*a\\.txt: 432000 frames")), qPrintable(text.right(400)));
+    QVERIFY2(text.contains(QRegularExpression("\r +\r[^\r\n]*a\\.txt: 216000 frames")), qPrintable(text.right(400)));
 }
 
 void TestConvertSignals::linkToAFolderIsNotFollowed()

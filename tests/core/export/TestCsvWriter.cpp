@@ -58,6 +58,7 @@ class TestCsvWriter : public QObject
 private slots:
     void init();
     void writesTimesNamesAndNumbers();
+    void repeatedNumbersAreComparedByTheirBits();
     void shorterChannelEndsInEmptyCells();
     void timeIsEmptyWithoutAStart();
     void timeRunsOverMidnightAndIgnoresMilliseconds();
@@ -96,6 +97,18 @@ void TestCsvWriter::writesTimesNamesAndNumbers()
                         "2023-07-18T09:00:00.200,0.2,113.9137801,-0.25\n"
                         "2023-07-18T09:00:00.400,0.4,113.9137801,-0.25\n"
                         "2023-07-18T09:00:00.600,0.6,120,0\n"));
+}
+
+void TestCsvWriter::repeatedNumbersAreComparedByTheirBits()
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    Flight::Parts parts;
+    seriesOf(parts, kAngle) = {0.0, -0.0, -0.0, 0.0, nan, nan, 0.1 + 0.2};
+    ExportOptions options;
+    options.channels = {kAngle};
+    QVERIFY(!writeCsv(Flight(parts), path("a.csv"), options));
+    QCOMPARE(columnsOf(content(path("a.csv")))["BU_SpeedAngle"],
+             QList<QByteArray>({"0", "-0", "-0", "0", "nan", "nan", "0.30000000000000004"}));
 }
 
 void TestCsvWriter::shorterChannelEndsInEmptyCells()

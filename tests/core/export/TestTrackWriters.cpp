@@ -93,12 +93,13 @@ const QByteArray kGeoJson = "{\"type\":\"FeatureCollection\",\"features\":[\n"
                             "[114.0000001,34.001,20.5]]}}\n"
                             "]}\n";
 
-/** The first two points, without an attack. */
+/** The first two points, without an attack: its leg is the whole flight then. */
 Flight::Parts plainParts()
 {
     Flight::Parts parts = attackParts();
     for (const char *const name : {"PGS_GPS_Lng", "PGS_GPS_Lat", "PGS_GPS_Relative_Height", "PGS_GPS_SatelliteCount"})
         seriesOf(parts, frame::kAttitude, name).resize(2);
+    seriesOf(parts, frame::kControlStatus, "FSS_SubFlightMode") = {0, 0, 0, 0};
     const SeriesRefs refs(parts.series);
     parts.track = makeTrack(refs, parts.origin);
     parts.attackTrack = makeAttackTrack(refs, parts.origin);
