@@ -4,9 +4,20 @@ if(NOT UNIX OR APPLE)
     return()
 endif()
 
-install(TARGETS Ostravel ostravel-demo wmts RUNTIME DESTINATION .)
+install(TARGETS Ostravel ostravel-convert ostravel-demo wmts RUNTIME DESTINATION .)
+# Below share/, where man looks beside a program, and whoever completes command lines.
+install(FILES docs/man/ostravel-convert.1 DESTINATION share/man/man1)
+install(FILES packaging/bash/ostravel-convert.bash DESTINATION share/bash-completion/completions RENAME ostravel-convert)
 if(TARGET ostravel_web)
     install(TARGETS ostravel_web LIBRARY DESTINATION .)
+endif()
+# For programs and scripts of the user's own. The package of Python finds the library two folders up.
+install(TARGETS ostravel_c LIBRARY DESTINATION .)
+install(FILES capi/ostravel.h DESTINATION include)
+install(DIRECTORY python/ostravel python/examples DESTINATION python PATTERN __pycache__ EXCLUDE)
+install(FILES python/README.md DESTINATION python)
+if(OSTRAVEL_WHEEL)
+    install(FILES ${OSTRAVEL_WHEEL} DESTINATION python)
 endif()
 install(DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/Leaflet DESTINATION .)
 # From the source folder: the copy in the build folder may contain track files of a program run.

@@ -7,6 +7,7 @@ packages_build=(
     qtbase5-dev libqt5sql5-sqlite libqt5svg5-dev qttools5-dev qttools5-dev-tools
     libqcustomplot-dev libspdlog-dev libfmt-dev libminizip-dev zlib1g-dev libdouble-conversion-dev
     libgeographiclib-dev qtwebengine5-dev python3-qdarkstyle libjs-leaflet libboost-dev libsqlite3-dev
+    libcli11-dev libmatio-dev
     fonts-noto-cjk python3-matplotlib python3-numpy octave fonts-freefont-otf xdg-utils pandoc
 )
 
@@ -16,10 +17,11 @@ packages_screen=(xvfb xauth openbox xdotool at-spi2-core python3-pyatspi dbus db
 packages_test=(
     "${packages_screen[@]}"
     python3-openpyxl libreoffice-calc-nogui chromium doxygen clang-format-14 clang-tidy-14
+    python3-pandas python3-scipy python3-distributed python3-venv python3-pip binutils
 )
 
 # The track plots are measured on a virtual screen.
-packages_bench=(xvfb xauth libxlsxwriter-dev python3-xlsxwriter python3-openpyxl)
+packages_bench=(xvfb xauth libxlsxwriter-dev python3-xlsxwriter python3-openpyxl python3-pandas)
 
 # In addition to the others: packages_windows to build the Windows package, packages_wine to test it under Wine.
 packages_windows=(g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev libz-mingw-w64-dev dpkg-dev tcl zip)

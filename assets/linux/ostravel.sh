@@ -22,6 +22,7 @@ libGeographicLib.so.23      libgeographiclib23
 libQCustomPlot.so.2.1       libqcustomplot2.1
 libdouble-conversion.so.3   libdouble-conversion3
 libfmt.so.9                 libfmt9
+libmatio.so.11              libmatio11
 libminizip.so.1             libminizip1
 libspdlog.so.1.10           libspdlog1.10
 libsqlite3.so.0             libsqlite3-0
@@ -119,6 +120,8 @@ icons $(lacking_plugin iconengines/libqsvgicon.so libqt5svg5)
 Chinese-text $(lacking_font)
 map $(libraries "$here/libostravel_web.so" | lacking | xargs)
 tile-service $(libraries "$here/wmts.exe" | lacking | xargs)
+converter $(libraries "$here/ostravel-convert" | lacking | xargs)
+python-library $(libraries "$here/libostravel.so.1" | lacking | xargs)
 plots-by-Python $(PATH=/usr/bin:$PATH python3 -c 'import matplotlib' 2>/dev/null || echo python3-matplotlib)
 plots-by-Octave $(lacking_command octave octave fonts-freefont-otf | xargs)
 manual $(lacking_command xdg-open xdg-utils)

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "ChannelNames.h"
 #include "Flight.h"
 
 #include <QString>
+#include <QVector>
 #include <functional>
 #include <optional>
 #include <utility>
@@ -44,6 +46,13 @@ inline ExportError exportCancelled(const QString &path)
 
 /** What a caller may choose for an export. Default: write everything, tell nothing. */
 struct ExportOptions {
+    /** Channels to write, in this order; empty: all. Only formats whose ExportFormat::takesChannels is set look at it.
+     */
+    QVector<frame::ChannelId> channels;
+    /** Heads with the Chinese labels instead of names; csv alone has the choice. */
+    bool labels = false;
+    /** Name of the flight inside the file; empty: that of the file. Formats of tracks have one. */
+    QString title;
     /**
      * Called now and then on the exporting thread with how many values are done of how many. Returning false cancels
      * the export. Must not throw.
@@ -96,6 +105,7 @@ struct ExportFormat {
     const char *suffix; ///< follows the log's base name in the default target, such as ".xlsx"
     const char *description; ///< one English phrase
     bool isFolder; ///< the target is a folder of several files, not a file
+    bool takesChannels; ///< ExportOptions::channels counts
 
     /**
      * Writes a flight.

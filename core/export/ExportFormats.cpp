@@ -1,5 +1,9 @@
 #include "ExportFormats.h"
 
+#include "CsvWriter.h"
+#include "GeoJsonWriter.h"
+#include "GpxWriter.h"
+#include "KmlWriter.h"
 #include "TextWriter.h"
 #include "WorkbookWriter.h"
 
@@ -13,8 +17,12 @@ const QVector<ExportFormat> &exportFormats()
 {
     // clang-format off
     static const QVector<ExportFormat> formats {
-        {"text",     "-export", "folder of tab-separated text files, one for each function code", true,  &writeText},
-        {"workbook", ".xlsx",   "Excel workbook with a sheet for each function code",             false, &writeWorkbook},
+        {"txt",     "-export",  "folder of tab-separated text files, one for each function code", true,  false, &writeText},
+        {"xlsx",    ".xlsx",    "Excel workbook with a sheet for each function code",             false, false, &writeWorkbook},
+        {"csv",     ".csv",     "table with time columns and all channels, in full precision",    false, true,  &writeCsv},
+        {"kml",     ".kml",     "flown track with times, for Google Earth",                       false, false, &writeKml},
+        {"gpx",     ".gpx",     "flown track with times, for navigation programs",                false, false, &writeGpx},
+        {"geojson", ".geojson", "flown track with times, for web maps and GIS",                   false, false, &writeGeoJson},
     };
     // clang-format on
     return formats;

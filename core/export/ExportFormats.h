@@ -7,10 +7,13 @@
 namespace ostravel
 {
 
-/** All formats in which a flight can be written. Any thread. */
+/**
+ * All formats in which a flight can be written but that of MATLAB, which is matFormat(), since it takes a library. Any
+ * thread.
+ */
 const QVector<ExportFormat> &exportFormats();
 
-/** The format of a name, such as "text" or "workbook"; null when there is none. Any thread. */
+/** The format of a name, such as "txt" or "xlsx"; null when there is none. Any thread. */
 const ExportFormat *findExportFormat(const QString &name);
 
 /** The target beside a log: its folder, its name up to the first dot, and the suffix of the format. */

@@ -17,6 +17,7 @@ FlightBuilder::FlightBuilder(const ReadOptions &options)
 Flight FlightBuilder::finish(std::optional<ReadError> brokenOff)
 {
     m_decoder.evenTail();
+    m_parts.counts.gapsFilled = m_decoder.gapsFilled();
     m_parts.brokenOff = std::move(brokenOff);
     // Uses the period of the clock's own group, so that the clock sample gets exactly the time that it holds.
     const int clockPeriod = m_parts.periodsMs.value(frame::kControlStatus, kDefaultPeriodMs);

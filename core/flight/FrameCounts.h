@@ -17,6 +17,8 @@ struct FrameCounts {
     qint64 otherPlanes = 0;
     /** Accepted frames with a code that has no samples. */
     qint64 unknownCodes = 0;
+    /** Samples of a group that repeat the one before, because a frame was missing or too short. */
+    qint64 gapsFilled = 0;
 
     /** Frames with a valid header that pass the plane filter. */
     qint64 accepted() const { return lines - badHeaders - otherPlanes; }

@@ -1,7 +1,6 @@
 #include "ReadDatabase.h"
 
-#include "FlightDatabase.h"
-
+#include <QFileInfo>
 #include <QSqlDatabase>
 #include <QUuid>
 
@@ -37,6 +36,16 @@ private:
     QSqlDatabase m_database;
 };
 
+ReadError cannotBeOpened(const QString &path, const FlightDatabase &database)
+{
+    return readError(ReadError::Code::CannotOpen, path, QStringLiteral("cannot be opened: ") + database.error());
+}
+
+ReadError hasNoList(const QString &path, const SourceEnd &end)
+{
+    return readError(ReadError::Code::NotADatabase, path, QStringLiteral("has no list of tasks: ") + end.reason);
+}
+
 /** The tasks to read, each once, or why there are none. */
 std::variant<QVector<std::uint8_t>, ReadError> chosenTasks(FlightDatabase &database, const QString &path,
                                                            const QVector<std::uint8_t> &wanted)
@@ -48,7 +57,7 @@ std::variant<QVector<std::uint8_t>, ReadError> chosenTasks(FlightDatabase &datab
             known.append(task.id);
     }
     if (known.isEmpty() && !end.reason.isEmpty())
-        return readError(ReadError::Code::NotADatabase, path, QStringLiteral("has no list of tasks: ") + end.reason);
+        return hasNoList(path, end);
     if (known.isEmpty())
         return readError(ReadError::Code::NoTask, path, QStringLiteral("has no task"));
     if (wanted.isEmpty())
@@ -97,8 +106,23 @@ ReadResult readDatabase(const QString &path, const ReadOptions &options)
     const Connection connection(path);
     FlightDatabase database(connection.database());
     if (!database.open())
-        return readError(ReadError::Code::CannotOpen, path, QStringLiteral("cannot be opened: ") + database.error());
+        return cannotBeOpened(path, database);
     return readFrames(database, path, options);
+}
+
+std::variant<QVector<FlightTask>, ReadError> readFlightTasks(const QString &path)
+{
+    if (QFileInfo(path).suffix() != QLatin1String("db"))
+        return readError(ReadError::Code::UnknownSuffix, path, QStringLiteral("is no flight database (db)"));
+    const Connection connection(path);
+    FlightDatabase database(connection.database());
+    if (!database.open())
+        return cannotBeOpened(path, database);
+    SourceEnd end;
+    const QVector<FlightTask> tasks = database.tasks(&end);
+    if (tasks.isEmpty() && !end.reason.isEmpty())
+        return hasNoList(path, end);
+    return tasks;
 }
 
 } // namespace ostravel

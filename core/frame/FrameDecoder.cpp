@@ -133,6 +133,8 @@ void FrameDecoder::appendEquipment(const Frame &frame)
 template <std::uint8_t Code>
 void FrameDecoder::extend()
 {
+    if constexpr (Code != frame::kEquipment)
+        ++m_gapsFilled;
     Series *const *const group = m_series.group<Code>();
     for (int row = 0; row < rowsOf<Code>(); ++row)
         repeatLast(*group[row]);

@@ -66,6 +66,12 @@ public:
      */
     void evenTail();
 
+    /**
+     * How often a group got a repeated sample because its frame was missing or too short. The equipment series come
+     * out of the frames of the control status and are not counted beside them.
+     */
+    qint64 gapsFilled() const { return m_gapsFilled; }
+
 private:
     FrameKind appendSamples(const Frame &frame);
     template <std::uint8_t Code>
@@ -77,6 +83,7 @@ private:
 
     const SeriesRefs &m_series;
     std::optional<std::uint8_t> m_planeId;
+    qint64 m_gapsFilled = 0;
 };
 
 /** Appends a copy of the last sample, or 0.0 to an empty series. */

@@ -1,12 +1,11 @@
 #include "XlsxTarget.h"
 
+#include "FileRename.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QUuid>
-
-#include <filesystem>
-#include <type_traits>
 
 namespace QXlsx
 {
@@ -17,23 +16,6 @@ namespace
 // QSaveFile appends a few characters to the name, and file systems limit names to 255 bytes of the local encoding or
 // UTF-16 units. UTF-8 has at least as many bytes as either.
 constexpr int kLongestTemporaryBase = 240;
-
-/** A path in the encoding of the system. std::filesystem would use UTF-8 where QFile uses the local encoding. */
-std::filesystem::path native(const QString &path)
-{
-    if constexpr (std::is_same_v<std::filesystem::path::value_type, wchar_t>)
-        return path.toStdWString();
-    else
-        return QFile::encodeName(path).toStdString();
-}
-
-/** Renames a file. @return the reason when that fails. QFile::rename would copy a file that it cannot rename */
-QString renamed(const QString &from, const QString &to)
-{
-    std::error_code error;
-    std::filesystem::rename(native(from), native(to), error);
-    return error ? QString::fromLocal8Bit(error.message().c_str()) : QString();
-}
 
 bool isTaken(const QString &path)
 {

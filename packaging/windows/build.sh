@@ -45,7 +45,7 @@ build=build/windows
 step windows-configure "Configuring for Windows" "Remove $build and try again." \
     cmake -G Ninja -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_TOOLCHAIN_FILE="$here/toolchain.cmake" \
     -DOSTRAVEL_SYSROOT="$sysroot" -DBUILD_TESTING="$($tests && echo ON || echo OFF)"
-targets=(Ostravel wmts ostravel-demo)
+targets=(Ostravel wmts ostravel-demo ostravel-convert ostravel_c)
 if $tests; then
     targets=(all)
 fi
@@ -90,6 +90,8 @@ rm -rf "$stage" "$stage.zip"
 bin=$build/bin
 carry "$bin/Ostravel.exe" Ostravel.exe
 carry "$bin/wmts.exe" wmts.exe
+carry "$bin/ostravel-convert.exe" ostravel-convert.exe
+carry "$bin/ostravel.dll" ostravel.dll
 plugins=(
     platforms/qwindows styles/qwindowsvistastyle sqldrivers/qsqlite printsupport/windowsprintersupport
     imageformats/{qico,qjpeg,qgif,qsvg} iconengines/qsvgicon
@@ -106,6 +108,34 @@ cp "$bin/myPlot/myMatlabPlot.m" "$bin/myPlot/pythonPlot.py" "$stage/myPlot/"
 if [ -f "$bin/README.html" ]; then
     cp "$bin/README.html" "$stage/"
 fi
+
+# --- the library for programs and scripts of the user's own ---
+
+install -D -m 644 capi/ostravel.h "$stage/include/ostravel.h"
+install -D -m 644 "$build/capi/libostravel.dll.a" "$stage/lib/libostravel.dll.a"
+mkdir "$stage/python"
+cp -r python/ostravel python/examples python/README.md "$stage/python/"
+find "$stage/python" -name __pycache__ -prune -exec rm -r {} +
+
+declare -A packed
+wheel=()
+
+# pack FILE: a file of the zip and the libraries in the zip that it imports go into the wheel, under their names.
+pack() {
+    local library
+    wheel+=(--add "$stage/$1=$1")
+    for library in $(imports "$stage/$1"); do
+        if [ -f "$stage/$library" ] && [ -z "${packed[$library]:-}" ]; then
+            packed[$library]=1
+            pack "$library"
+        fi
+    done
+}
+
+pack ostravel.dll
+pack plugins/sqldrivers/qsqlite.dll
+SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct)} /usr/bin/python3 -B python/make_wheel.py \
+    --version "$version" --platform win_amd64 --output "$stage/python" "${wheel[@]}" >/dev/null
 
 # --- licences ---
 

@@ -13,7 +13,10 @@ cd "$here/../.."
 cache=${OSTRAVEL_WINDOWS_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/ostravel-windows}
 jobs=${OSTRAVEL_JOBS:-$(nproc)}
 triplet=x86_64-w64-mingw32
-stages=(qtbase qtsvg qcustomplot geographiclib double_conversion minizip sqlite3 logging boost)
+stages=(qtbase qtsvg qcustomplot geographiclib double_conversion minizip sqlite3 logging boost matio cli11)
+
+# The programs can be built without these, with fewer functions. A missing source package does not stop the build.
+optional_stages=(matio)
 
 # The Debian packages of a stage. Their source packages are fetched in the installed version, so that the Windows
 # program uses the same library versions as on Debian.
@@ -27,6 +30,8 @@ declare -A packages_of=(
     [sqlite3]="libsqlite3-dev"
     [logging]="libspdlog-dev libfmt-dev"
     [boost]="libboost-dev"
+    [matio]="libmatio-dev"
+    [cli11]="libcli11-dev"
 )
 declare -A needs=([qtsvg]=qtbase [qcustomplot]=qtbase)
 declare -A tools_of=(
@@ -131,6 +136,29 @@ build_boost() {
     mkdir -p "$prefix/include" "$prefix/share/licenses/boost"
     ln -s /usr/include/boost "$prefix/include/boost"
     cp /usr/share/doc/libboost1.74-dev/copyright "$prefix/share/licenses/boost/libboost1.74-dev.txt"
+}
+
+# Only MATLAB files of level 5: without HDF5, which is level 7.3, and without zlib, since nothing is compressed.
+build_matio() {
+    # Names of files are UTF-8, as the library has it for another compiler.
+    sed -i 's/defined(_WIN32) *&& *defined(_MSC_VER)/defined(_WIN32)/' "$src"/libmatio/src/*.c "$src"/libmatio/src/*.h
+    cross_cmake "$src/libmatio" "$prefix" -DMATIO_SHARED=OFF -DBUILD_SHARED_LIBS=OFF -DMATIO_MAT73=OFF \
+        -DMATIO_WITH_HDF5=OFF -DMATIO_WITH_ZLIB=OFF -DMATIO_PIC=OFF
+    mkdir -p "$prefix/lib/pkgconfig"
+    pkg_config_file matio "-lmatio"
+}
+
+# Headers only, like those of logging.
+build_cli11() {
+    mkdir -p "$prefix/include" "$prefix/lib/cmake/CLI11"
+    cp -r /usr/include/CLI "$prefix/include/"
+    cat >"$prefix/lib/cmake/CLI11/CLI11Config.cmake" <<'CMAKE'
+if(NOT TARGET CLI11::CLI11)
+    get_filename_component(folder ${CMAKE_CURRENT_LIST_DIR}/../../.. ABSOLUTE)
+    add_library(CLI11::CLI11 INTERFACE IMPORTED)
+    set_target_properties(CLI11::CLI11 PROPERTIES INTERFACE_INCLUDE_DIRECTORIES ${folder}/include)
+endif()
+CMAKE
 }
 
 # --- shared functions ---
@@ -256,6 +284,17 @@ for stage in "${stages[@]}"; do
             "Check the network and /etc/apt/sources.list, then try again." nice -n 19 "$here/deps.sh" --refresh
         refreshed=true
     fi
+    if [[ " ${optional_stages[*]} " == *" $stage "* ]]; then
+        say "Building $stage for Windows"
+        mkdir -p "$log_dir"
+        if ! nice -n 19 "$here/deps.sh" --stage "$stage" "$folder" >"$log_dir/windows-$stage.log" 2>&1; then
+            say "$stage cannot be built and is left out; see $log_dir/windows-$stage.log"
+            rm -rf "$folder" "$folder.work"
+            continue
+        fi
+        rm -rf "$folder.work"
+        continue
+    fi
     step "windows-$stage" "Building $stage for Windows$([ "$stage" != qtbase ] || echo ', about a quarter of an hour')" \
         "The first error in the log tells. A source package that is not found: apt-get upgrade, and try again." \
         nice -n 19 "$here/deps.sh" --stage "$stage" "$folder"
@@ -264,7 +303,10 @@ done
 
 folders=()
 for stage in "${stages[@]}"; do
-    folders+=("$(folder_of "$stage")")
+    folder=$(folder_of "$stage")
+    if [ -f "$folder/.complete" ]; then
+        folders+=("$folder")
+    fi
 done
 sysroot=$cache/sysroot-$(printf '%s\n' "${folders[@]}" | sha256sum | cut -c1-12)
 if [ ! -f "$sysroot/.complete" ]; then

@@ -13,8 +13,9 @@ usage() {
 Usage: packaging/windows/smoke.sh [ZIP]
 
 Unpacks ZIP (default: the zip made by packaging/windows/build.sh) into a folder with a space and Chinese characters in
-its name and operates Ostravel.exe under Wine: select, read, fifteen curves, both exports, a route, the calculators,
-quit. Saves a screenshot of the curves to docs/windows/curves.png. KEEP=1 keeps the folder.
+its name, reads flights with ostravel.dll from a C program and operates Ostravel.exe under Wine: select, read, fifteen
+curves, both exports, a route, the calculators, quit. Then converts a database and a folder with Chinese names. Saves a
+screenshot of the curves to docs/windows/curves.png. KEEP=1 keeps the folder.
 USAGE
 }
 
@@ -44,7 +45,45 @@ make_demo() {
 step smoke-flight "Making a flight of ten minutes" "See the log." make_demo log "$(winepath -w "$data/flight.txt")" --minutes 10 --seed 7
 step smoke-route "Making a route" "See the log." make_demo route "$(winepath -w "$data/route.json")" --waypoints 40
 
+# A C program that knows the header and the library of the package and nothing else. It stands in a folder of its own, as a
+# host does; without arguments it checks every number of a log that it writes.
+host=$scratch/host
+mkdir "$host"
+step smoke-c-build "Building a C program with the package's header and library" "See the log." \
+    x86_64-w64-mingw32-gcc-posix -std=c99 -pedantic-errors -Wall -Wextra -Werror -I"${folder[0]}/include" \
+    -o "$host/read_flight.exe" tests/capi/read_flight.c "${folder[0]}/ostravel.dll"
+step smoke-c-database "Making a database" "See the log." make_demo db "$(winepath -w "$data/tasks.db")" --minutes 2
+run_host() (
+    cd "$host"
+    WINEPATH=$(winepath -w "${folder[0]}") wine64 ./read_flight.exe "$@"
+)
+step smoke-c "Running it" "See the log." run_host
+read_flights() {
+    local said
+    # A database, too: the driver of Qt lies in the package, and not beside the host.
+    said=$(run_host "$(winepath -w "$data/flight.txt")" "$(winepath -w "$data/tasks.db")")
+    printf '%s\n' "$said"
+    [ "$(grep -c 'lines, 0 bad, [1-9][0-9]* samples of roll' <<<"$said")" -eq 2 ]
+}
+step smoke-c-flights "Reading a log and a database with it" "See the log." read_flights
+
 mkdir -p docs/windows
 step smoke-drive "Driving Ostravel.exe" "The screen at that moment: run with KEEP=1 and look at failed.png in $data." \
     timeout 1800 /usr/bin/python3 "$here/drive.py" --waypoints 40 --screenshot docs/windows/curves.png "${folder[0]}" "$data"
+# The converter, on a flight, a database and a folder with Chinese names in it.
+many=$scratch/"批量 转换"
+mkdir -p "$many/七月"
+step smoke-logs "Making more flights" "See the log." make_demo log "$(winepath -w "$many/七月")\\航班.txt" --minutes 2
+step smoke-database "Making a database" "See the log." make_demo db "$(winepath -w "$many")\\flights.db" --minutes 2
+convert() {
+    wine64 "${folder[0]}/ostravel-convert.exe" "$@"
+}
+step smoke-convert "Converting" "See the log." convert -f csv,xlsx,txt,kml,gpx,geojson --labels -o "$(winepath -w "$many")\\出" "$(winepath -w "$many")"
+for output in flights.csv flights.xlsx flights-export/0x03-AttitudeAndPositionInfo.txt 七月/航班.csv 七月/航班.gpx 七月/航班.kml \
+    七月/航班.geojson; do
+    [ -s "$many/出/$output" ] || fail "The converter did not write $output." "Run with KEEP=1 and look into $many."
+done
+head -n 1 "$many/出/flights.csv" | grep -q '^.*time,seconds,飞行器类型,' ||
+    fail "flights.csv has another head." "Run with KEEP=1 and look at it."
+
 say "Passed; screenshot: docs/windows/curves.png"

@@ -17,11 +17,14 @@ SOURCE = Path(__file__).resolve().parents[2]
 
 # Files that must be beside the executable.
 EXPECTED = {
-    "LICENSE", "Leaflet/demo.html", "Leaflet/leaflet.css", "Leaflet/leaflet.js", "Ostravel", "myPlot/myMatlabPlot.m",
-    "myPlot/pythonPlot.py", "myPlot/shell/plot_runner.py", "myPlot/shell/python", "ostravel-demo", "ostravel.desktop",
+    "LICENSE", "include/ostravel.h", "libostravel.so", "libostravel.so.1", "python/README.md",
+    "python/examples/first_look.py", "python/ostravel/__init__.py", "python/ostravel/fleet/__main__.py",
+    "python/ostravel/py.typed", "Leaflet/demo.html", "Leaflet/leaflet.css", "Leaflet/leaflet.js", "Ostravel", "myPlot/myMatlabPlot.m",
+    "myPlot/pythonPlot.py", "myPlot/shell/plot_runner.py", "myPlot/shell/python", "ostravel-convert", "ostravel-demo",
+    "ostravel.desktop", "share/bash-completion/completions/ostravel-convert", "share/man/man1/ostravel-convert.1",
     "ostravel.sh", "ostravel.svg", "tiles/README.txt", "wmts.exe",
 }
-PROGRAMS = {"Ostravel", "myPlot/shell/python", "ostravel-demo", "ostravel.sh", "wmts.exe"}
+PROGRAMS = {"Ostravel", "myPlot/shell/python", "ostravel-convert", "ostravel-demo", "ostravel.sh", "wmts.exe"}
 
 NOBODY = 65534  # an unprivileged user, because root can write everywhere
 
@@ -69,9 +72,22 @@ class Contents(unittest.TestCase):
 
     def test_no_other_files_are_beside_the_executable(self):
         allowed = {Path(name).parts[0] for name in EXPECTED} | {"README.html", "libostravel_web.so", "licences"}
+        allowed |= {path.name for path in package.glob("libostravel.so.*")}
         self.assertEqual({path.name for path in package.iterdir()} - allowed, set())
         self.assertEqual({path.name for path in (package / "myPlot").iterdir()},
                          {"myMatlabPlot.m", "pythonPlot.py", "shell"})
+
+    def test_python_reads_a_flight_from_the_unpacked_folder(self):
+        log = package.parent / "飞行.txt"
+        subprocess.run([package / "ostravel-demo", "log", log, "--minutes", "1"], check=True,
+                       stdout=subprocess.DEVNULL)
+        environment = {name: value for name, value in os.environ.items() if name != "OSTRAVEL_LIBRARY"}
+        environment["PYTHONPATH"] = str(package / "python")
+        code = f"import ostravel; print(ostravel.__file__, len(ostravel.read({str(log)!r})['PGS_Roll']))"
+        done = subprocess.run(["/usr/bin/python3", "-B", "-c", code], check=True, capture_output=True, text=True,
+                              env=environment, cwd=package.parent)
+        self.assertEqual(done.stdout, f"{package}/python/ostravel/__init__.py 300\n")
+        self.assertEqual(len(list((package / "python").glob("ostravel-*.whl"))), 1)
 
     def test_web_plug_in_and_manual_are_included_if_built(self):
         for name in ("libostravel_web.so", "README.html"):
@@ -85,6 +101,48 @@ class Contents(unittest.TestCase):
         self.assertIn(package / "Ostravel", elf_files())
         for path in elf_files():
             self.assertEqual([entry for entry in dynamic_section(path) if entry[0] in ("RPATH", "RUNPATH")], [], path)
+
+
+class Converter(unittest.TestCase):
+    def setUp(self):
+        self.folder = Path(tempfile.mkdtemp(prefix="convert-"))
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+
+    def test_flights_are_converted_from_the_package(self):
+        logs = self.folder / "飞行 记录"
+        logs.mkdir()
+        subprocess.run([package / "ostravel-demo", "log", "--minutes", "1", logs / "一.txt"], check=True)
+        subprocess.run([package / "ostravel-demo", "db", "--minutes", "1", logs / "二.db"], check=True)
+        done = subprocess.run([package / "ostravel-convert", "-f", "csv,mat,gpx", logs], capture_output=True, text=True,
+                              timeout=60)
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        for name in ("一", "二"):
+            with (logs / f"{name}.csv").open(encoding="utf-8") as table:
+                self.assertTrue(table.readline().startswith("time,seconds,HBS_AircraftType,"))
+                self.assertRegex(table.readline(), r"^2023-\d\d-\d\dT\d\d:\d\d:\d\d\.000,0,")
+            for suffix in ("mat", "gpx"):
+                self.assertTrue((logs / f"{name}.{suffix}").exists())
+
+    def test_manual_page_is_found_beside_the_program(self):
+        done = subprocess.run(["man", "--path"], capture_output=True, text=True, check=False,
+                              env={**os.environ, "PATH": f"{package}:{os.environ['PATH']}", "MANPATH": ""})
+        if done.returncode != 0:
+            self.skipTest("there is no man")
+        self.assertIn(str(package / "share" / "man"), done.stdout.strip().split(":"))
+
+    def test_completion_offers_options_and_formats(self):
+        script = package / "share" / "bash-completion" / "completions" / "ostravel-convert"
+
+        def offered(*words):
+            line = " ".join(f"'{word}'" for word in words)
+            done = subprocess.run(
+                ["bash", "-c", f"compopt() {{ :; }}; . '{script}'; COMP_WORDS=({line}); _ostravel_convert '{package}/ostravel-convert' "
+                 f"'{words[-1]}' '{words[-2]}'; printf '%s\\n' \"${{COMPREPLY[@]}}\""], capture_output=True, text=True, check=True)
+            return done.stdout.split()
+        self.assertEqual(offered("ostravel-convert", "--over"), ["--overwrite"])
+        self.assertEqual(offered("ostravel-convert", "-f", "csv,g"), ["csv,gpx", "csv,geojson"])
+        self.assertEqual(offered("ostravel-convert", "--channels", "PGS_Ro"), ["PGS_Roll"])
+        self.assertEqual(offered("ostravel-convert", "--channels", "@att"), ["@attitude"])
 
 
 class UnpackedProgram(AnalystTest):

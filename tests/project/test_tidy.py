@@ -18,7 +18,7 @@ from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 SOURCE = Path(__file__).resolve().parents[2]
-FOLDERS = ("Src/", "core/", "wmts/")
+FOLDERS = ("Src/", "capi/", "core/", "wmts/")
 COMMITS = 10
 BUDGET = 8 * 60  # seconds after which no further check starts
 SKIPPED = 77

@@ -89,13 +89,13 @@ void TestExportFormats::targetLiesBesideTheLog_data()
     QTest::addColumn<QString>("format");
     QTest::addColumn<QString>("target");
     QTest::newRow("workbook") << "flight.2023.log"
-                              << "workbook"
+                              << "xlsx"
                               << "flight.xlsx";
     QTest::newRow("text") << "flight.2023.log"
-                          << "text"
+                          << "txt"
                           << "flight-export";
     QTest::newRow("Chinese and spaces") << "飞行 一.txt"
-                                        << "workbook"
+                                        << "xlsx"
                                         << "飞行 一.xlsx";
 }
 

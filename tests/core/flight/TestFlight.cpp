@@ -22,6 +22,7 @@ private slots:
     void holdsTheSamplesOfItsLines();
     void seriesAreExtendedAndDerived();
     void countsBeyond16Bits();
+    void gapsAreCountedOnceASample();
     void movesAndCopiesWithoutCopyingSamples();
     void startTimeOfTheOptionsTakesPrecedence();
     void timeAxisUsesThePeriods();
@@ -136,6 +137,27 @@ void TestFlight::countsBeyond16Bits()
     QCOMPARE(flight.counts().otherPlanes, qint64(70000));
     QCOMPARE(flight.counts().accepted(), qint64(70000));
     QCOMPARE(flight.samples(frame::kBackup, 0).size(), 70000);
+}
+
+// Gaps after each line. A control status that is too short repeats its samples, the equipment with them (1), and the
+// attitude follows it (2). The first attitude frame leads by one. After the second it leads by two, and fills the
+// control status (3). After the third the control status fills the sensors (4), and the attitude the control status (5).
+// At the end the chain is evened by control status with equipment, sensor and target (8).
+void TestFlight::gapsAreCountedOnceASample()
+{
+    FlightBuilder whole({});
+    addCycle(whole, 1);
+    addCycle(whole, 2);
+    QCOMPARE(whole.finish().counts().gapsFilled, qint64(0));
+
+    FlightBuilder broken({});
+    broken.add(FrameText(0x02).text().left(20));
+    for (int i = 0; i < 3; ++i)
+        broken.add(FrameText(0x03).text());
+    const Flight flight = broken.finish();
+    QCOMPARE(flight.counts().gapsFilled, qint64(8));
+    QCOMPARE(flight.samples(frame::kControlStatus, 0).size(), 4);
+    QCOMPARE(flight.samples(frame::kEquipment, 0).size(), 2);
 }
 
 void TestFlight::movesAndCopiesWithoutCopyingSamples()

@@ -1,6 +1,7 @@
 #include "DemoFlight.h"
 #include "Fifo.h"
 #include "FrameText.h"
+#include "ReadDatabase.h"
 #include "ReadFlight.h"
 
 #include <QCoreApplication>
@@ -121,6 +122,7 @@ private slots:
     void pipeIsNotOpened();
     void fileWithoutFlightsIsAnError_data();
     void fileWithoutFlightsIsAnError();
+    void tasksOfADatabaseAreListed();
     void readsAllTasksOfADatabase();
     void readsTheChosenTasks();
     void missingTaskIsAnError();
@@ -245,6 +247,27 @@ void TestReadFlight::fileWithoutFlightsIsAnError()
     if (!statements.isEmpty())
         makeDatabase(path("flight.db"), statements);
     QCOMPARE(codeOf(readFlight(path("flight.db"))), int(code));
+}
+
+void TestReadFlight::tasksOfADatabaseAreListed()
+{
+    demo::DemoOptions demoOptions;
+    demoOptions.minutes = 1;
+    const QVector<demo::DemoTask> expected = demo::demoTasks(demoOptions);
+    QVERIFY(demo::writeDatabase(path("flight.db"), expected));
+    const auto result = readFlightTasks(path("flight.db"));
+    const auto *const tasks = std::get_if<QVector<FlightTask>>(&result);
+    QVERIFY(tasks != nullptr);
+    QCOMPARE(tasks->size(), expected.size());
+    for (int i = 0; i < expected.size(); ++i) {
+        QCOMPARE(int(tasks->at(i).id), expected.at(i).id % 256);
+        QCOMPARE(tasks->at(i).name, expected.at(i).name);
+        QCOMPARE(qint64(tasks->at(i).createdMs), expected.at(i).created);
+    }
+    const auto missing = readFlightTasks(path("missing.db"));
+    QCOMPARE(std::get<ReadError>(missing).code, ReadError::Code::CannotOpen);
+    const auto other = readFlightTasks(path("flight.txt"));
+    QCOMPARE(std::get<ReadError>(other).code, ReadError::Code::UnknownSuffix);
 }
 
 void TestReadFlight::readsAllTasksOfADatabase()

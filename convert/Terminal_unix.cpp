@@ -1,0 +1,55 @@
+#include "Terminal.h"
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+#include <unistd.h>
+
+namespace terminal
+{
+
+namespace
+{
+
+using Action = struct sigaction; // which is a function as well
+
+std::atomic<bool> interrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free); // a signal handler may take no lock
+
+void onSignal(int)
+{
+    interrupted.store(true);
+}
+
+} // namespace
+
+void begin()
+{
+    Action action{};
+    action.sa_handler = &onSignal;
+    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        Action old{};
+        ::sigaction(signal, nullptr, &old);
+        // nohup, and a shell for its background jobs, let a process ignore them.
+        if (old.sa_handler != SIG_IGN)
+            ::sigaction(signal, &action, nullptr);
+    }
+}
+
+void end() { }
+
+bool wasInterrupted()
+{
+    return interrupted.load();
+}
+
+bool hasTerminal()
+{
+    const char *const kind = std::getenv("TERM");
+    return ::isatty(STDERR_FILENO) == 1 && (kind == nullptr || std::strcmp(kind, "dumb") != 0);
+}
+
+} // namespace terminal
