@@ -64,7 +64,7 @@ QString OutputSet::unfinished(const ExportFormat &format) const
 QString OutputSet::commit()
 {
     for (const QString &name : entriesOf(m_unfinished->path())) {
-        const QString reason = moveIn(name);
+        QString reason = moveIn(name);
         if (!reason.isEmpty())
             return reason;
     }
@@ -102,7 +102,7 @@ QString OutputSet::moveIn(const QString &name)
 QString OutputSet::moveFiles(const QString &from, const QString &to)
 {
     for (const QString &name : entriesOf(from)) {
-        const QString reason = QXlsx::renamed(from + QLatin1Char('/') + name, to + QLatin1Char('/') + name);
+        QString reason = QXlsx::renamed(from + QLatin1Char('/') + name, to + QLatin1Char('/') + name);
         if (!reason.isEmpty())
             return reason;
     }

@@ -27,6 +27,8 @@ void onSignal(int)
 
 void begin()
 {
+    // Whoever reads the report may stop; the outputs are complete all the same.
+    std::signal(SIGPIPE, SIG_IGN);
     Action action{};
     action.sa_handler = &onSignal;
     action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);

@@ -55,6 +55,7 @@ public:
     /** The clock of the flight in UTC; null without a start time. */
     ClockText *clock() { return m_clock; }
 
+    /** What stands before, between and behind the points. */
     void append(const QByteArray &text) { m_output.append(text); }
     /**
      * Calls put for each point of a line with a place for kPointRoom bytes, until the export is cancelled.

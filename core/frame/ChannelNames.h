@@ -21,6 +21,7 @@ struct ChannelId {
     std::uint8_t code; ///< function code
     int row; ///< from 0
 
+    /** The same channel. */
     bool operator==(const ChannelId &other) const { return code == other.code && row == other.row; }
 };
 

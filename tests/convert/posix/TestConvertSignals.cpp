@@ -26,6 +26,7 @@ private slots:
     void interruptLeavesNoHalfWrittenFile();
     void interruptStopsTheFlightAtHand();
     void ignoredInterruptStaysIgnored();
+    void reportThatNobodyReadsStopsNothing();
     void folderWithoutRightsIsAFailure();
     void namesAreKeptWithoutALocale();
     void terminalShowsABar();
@@ -119,6 +120,17 @@ void TestConvertSignals::ignoredInterruptStaysIgnored()
     QVERIFY(process.waitForFinished(kConverterLimitMs));
     QCOMPARE(process.exitCode(), 0);
     QVERIFY(QFile::exists(path("a.xlsx")));
+}
+
+void TestConvertSignals::reportThatNobodyReadsStopsNothing()
+{
+    for (int i = 0; i < 5; ++i)
+        writeLog(QString("logs/%1.txt").arg(i), 1);
+    QProcess process;
+    process.start("/bin/sh", {"-c", "\"$@\" | true", "sh", QStringLiteral(CONVERT_PROGRAM), "-j", "1", path("logs")});
+    QVERIFY(process.waitForFinished(kConverterLimitMs));
+    QCOMPARE(QDir(path("logs")).entryList({"*.csv"}).size(), 5);
+    QVERIFY(!hasUnfinished());
 }
 
 void TestConvertSignals::folderWithoutRightsIsAFailure()

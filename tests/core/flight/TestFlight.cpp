@@ -141,8 +141,8 @@ void TestFlight::countsBeyond16Bits()
 
 // Gaps after each line. A control status that is too short repeats its samples, the equipment with them (1), and the
 // attitude follows it (2). The first attitude frame leads by one. After the second it leads by two, and fills the
-// control status (3). After the third the control status fills the sensors (4), and the attitude the control status (5).
-// At the end the chain is evened by control status with equipment, sensor and target (8).
+// control status (3). After the third the control status fills the sensors (4), and the attitude the control status
+// (5). At the end the chain is evened by control status with equipment, sensor and target (8).
 void TestFlight::gapsAreCountedOnceASample()
 {
     FlightBuilder whole({});
