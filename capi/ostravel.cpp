@@ -269,13 +269,11 @@ void ostravel_free(ostravel_flight *flight)
 
 const double *ostravel_samples(const ostravel_flight *flight, int channel, size_t *length)
 {
-    std::size_t ignored = 0;
-    std::size_t &count = length != nullptr ? *length : ignored;
-    count = 0;
-    if (flight == nullptr || channel < 0 || channel >= channelCount())
-        return nullptr;
-    const ostravel::Series &samples = samplesOf(flight->flight, channel);
-    count = static_cast<std::size_t>(samples.size());
+    static const ostravel::Series none;
+    const bool known = flight != nullptr && channel >= 0 && channel < channelCount();
+    const ostravel::Series &samples = known ? samplesOf(flight->flight, channel) : none;
+    if (length != nullptr)
+        *length = static_cast<std::size_t>(samples.size());
     return samples.isEmpty() ? nullptr : samples.constData();
 }
 

@@ -16,7 +16,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
-/* The one place that knows how a platform marks an exported function. */
+/** @def OSTRAVEL_API
+ * Marks a function that the library exports, in the way of the platform. */
 #if defined(_WIN32) && defined(OSTRAVEL_BUILDS_LIBRARY)
 #define OSTRAVEL_API __declspec(dllexport)
 #elif defined(_WIN32)
