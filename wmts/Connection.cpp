@@ -15,7 +15,7 @@ constexpr milliseconds kMaxIdle{5000};
 constexpr milliseconds kMaxHead{5000};
 constexpr milliseconds kMaxResponse{10000};
 constexpr milliseconds kMaxDrain{1000};
-constexpr milliseconds kWatchInterval{200};
+constexpr milliseconds kWatchInterval{500};
 constexpr int kMaxRequests = 10000;
 
 } // namespace

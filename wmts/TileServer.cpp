@@ -19,8 +19,9 @@ using boost::asio::ip::tcp;
 
 constexpr int kBacklog = 256;
 constexpr std::chrono::milliseconds kPause{10};
-// Threads do not wait for clients, only for the files of the maps: up to two seconds for a tile in a damaged one.
-constexpr int kThreads = 32;
+// Threads do not wait for clients, but requests to one map wait for each other, and a tile in a damaged map may take two
+// seconds. With many threads, the requests to a slow map do not delay those to other maps.
+constexpr int kThreads = 256;
 
 } // namespace
 

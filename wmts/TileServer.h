@@ -15,7 +15,7 @@ namespace wmts
 {
 
 /**
- * The HTTP service on 127.0.0.1: accepts connections and runs them on a few threads. TileAnswers gives the responses,
+ * The HTTP service on 127.0.0.1: accepts connections and runs them on a pool of threads. TileAnswers gives the responses,
  * Connection keeps the time limits.
  */
 class TileServer
