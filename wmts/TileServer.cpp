@@ -19,8 +19,8 @@ using boost::asio::ip::tcp;
 
 constexpr int kBacklog = 256;
 constexpr std::chrono::milliseconds kPause{10};
-// Threads do not wait for clients, but requests to one map wait for each other, and a tile in a damaged map may take two
-// seconds. With many threads, the requests to a slow map do not delay those to other maps.
+// Threads do not wait for clients, but requests to one map wait for each other, and a tile in a damaged map may take
+// two seconds. With many threads, the requests to a slow map do not delay those to other maps.
 constexpr int kThreads = 256;
 
 } // namespace

@@ -15,8 +15,8 @@ namespace wmts
 {
 
 /**
- * The HTTP service on 127.0.0.1: accepts connections and runs them on a pool of threads. TileAnswers gives the responses,
- * Connection keeps the time limits.
+ * The HTTP service on 127.0.0.1: accepts connections and runs them on a pool of threads. TileAnswers gives the
+ * responses, Connection keeps the time limits.
  */
 class TileServer
 {
