@@ -172,7 +172,8 @@ std::unique_ptr<XlsxZipReader::Part> XlsxZipReader::openPart(int index)
 bool XlsxZipReader::readPart(int index, quint64 limit, QByteArray &bytes)
 {
     bytes.clear();
-    if (index < 0 || m_entries[static_cast<std::size_t>(index)].unpacked > limit)
+    if (index < 0 || static_cast<std::size_t>(index) >= m_entries.size()
+        || m_entries[static_cast<std::size_t>(index)].unpacked > limit)
         return false;
     const std::unique_ptr<Part> part = openPart(index);
     if (!part)
