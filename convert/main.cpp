@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <cstdio>
+#include <exception>
 
 namespace
 {
@@ -27,7 +28,12 @@ int main(int argc, char *argv[])
 {
     terminal::begin();
     const QCoreApplication application(argc, argv);
-    const int code = run(QCoreApplication::arguments().mid(1));
+    int code = status::kFailed;
+    try {
+        code = run(QCoreApplication::arguments().mid(1));
+    } catch (const std::exception &failure) { // the memory runs out
+        std::fprintf(stderr, "ostravel-convert: %s\n", failure.what());
+    }
     terminal::end();
     return code;
 }

@@ -28,9 +28,9 @@ struct Column {
     static constexpr int kRoom = 1 + kExactNumberRoom; // a comma and a number
 
     Series series; // shares the samples and keeps them
-    const double *samples;
-    int size;
-    double divisor;
+    const double *samples = nullptr;
+    int size = 0;
+    double divisor = 1;
     double last = 0;
     int length = 0; // of text; 0 for none yet
     char text[kRoom] = {};
@@ -88,6 +88,7 @@ QByteArray headOf(const Table &table, bool labels)
 
 bool sameBits(double a, double b)
 {
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): minus zero is to differ from zero
     return std::memcmp(&a, &b, sizeof a) == 0;
 }
 

@@ -30,6 +30,7 @@ constexpr std::array<char, 200> kPairs = makePairs();
 
 bool sameBits(double a, double b)
 {
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): minus zero is to differ from zero
     return std::memcmp(&a, &b, sizeof a) == 0;
 }
 

@@ -109,7 +109,7 @@ double dateNumber(const QDateTime &start)
     if (!start.isValid())
         return std::numeric_limits<double>::quiet_NaN();
     return static_cast<double>(start.date().toJulianDay() - kOfJulianDay)
-        + start.time().msecsSinceStartOfDay() / 1000 / kDaySeconds;
+        + QTime(0, 0).secsTo(start.time()) / kDaySeconds;
 }
 
 void MatOutput::writeGroup(std::uint8_t code, const QVector<frame::ChannelId> &channels)
