@@ -20,11 +20,12 @@ constexpr int kMaxRequests = 10000;
 
 } // namespace
 
-Connection::Connection(Socket socket, const TileAnswers &answers, Load &load)
+Connection::Connection(Socket socket, const TileAnswers &answers, Load &load, ServiceThreads &threads)
     : m_socket(std::move(socket))
     , m_timer(m_socket.get_executor())
     , m_answers(answers)
     , m_load(load)
+    , m_threads(threads)
 {
     ++m_load.connections;
 }
@@ -64,7 +65,7 @@ void Connection::readHead()
         }
     }
     if (m_head.ended()) {
-        send(m_answers.answer(m_head));
+        answer();
         return;
     }
     // The limit may have passed while no operation was pending that it could cancel.
@@ -81,6 +82,12 @@ void Connection::readHead()
                                  else if (self->isOverdue())
                                      self->headIsLate();
                              });
+}
+
+void Connection::answer()
+{
+    const ServiceThreads::Busy busy(m_threads);
+    send(m_answers.answer(m_head));
 }
 
 void Connection::headIsLate()

@@ -2,6 +2,7 @@
 
 #include "Load.h"
 #include "RequestHead.h"
+#include "ServiceThreads.h"
 #include "TileAnswers.h"
 
 #include <array>
@@ -26,8 +27,8 @@ class Connection : public std::enable_shared_from_this<Connection>
 public:
     using Socket = boost::asio::ip::tcp::socket;
 
-    /** The answers and the load must outlive the connection. */
-    Connection(Socket socket, const TileAnswers &answers, Load &load);
+    /** The answers and the load must outlive the connection. The threads are used until its last request. */
+    Connection(Socket socket, const TileAnswers &answers, Load &load, ServiceThreads &threads);
     ~Connection();
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
@@ -37,6 +38,7 @@ public:
 private:
     void awaitRequest();
     void readHead();
+    void answer();
     void headIsLate();
     void send(Response response);
     void sent(bool good);
@@ -52,6 +54,7 @@ private:
     std::chrono::steady_clock::time_point m_deadline;
     const TileAnswers &m_answers;
     Load &m_load;
+    ServiceThreads &m_threads;
     std::array<char, 4096> m_buffer{};
     std::size_t m_begin = 0; // The unread bytes in the buffer.
     std::size_t m_end = 0;

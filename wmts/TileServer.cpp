@@ -7,7 +7,6 @@
 #include <chrono>
 #include <exception>
 #include <memory>
-#include <system_error>
 
 namespace wmts
 {
@@ -19,15 +18,13 @@ using boost::asio::ip::tcp;
 
 constexpr int kBacklog = 256;
 constexpr std::chrono::milliseconds kPause{10};
-// Threads do not wait for clients, but requests to one map wait for each other, and a tile in a damaged map may take
-// two seconds. With many threads, the requests to a slow map do not delay those to other maps.
-constexpr int kThreads = 256;
 
 } // namespace
 
 TileServer::TileServer()
     : m_acceptor(m_context)
     , m_pause(m_context)
+    , m_threads(m_context)
 {
 }
 
@@ -60,24 +57,13 @@ void TileServer::start(const Layers &layers)
 {
     m_answers.emplace(layers, m_load, port());
     accept();
-    for (int i = 0; i < kThreads; ++i) {
-        try {
-            m_threads.emplace_back([this] { run(); });
-        } catch (const std::system_error &) {
-            // The system gives no more threads. Those that run are enough, only slower.
-            if (m_threads.empty())
-                throw;
-            return;
-        }
-    }
+    m_threads.start();
 }
 
 void TileServer::end()
 {
     m_context.stop();
-    for (std::thread &thread : m_threads)
-        thread.join();
-    m_threads.clear();
+    m_threads.join();
 }
 
 void TileServer::accept()
@@ -85,7 +71,7 @@ void TileServer::accept()
     const auto accepted = [this](const boost::system::error_code &error, tcp::socket socket) {
         try {
             if (!error)
-                std::make_shared<Connection>(std::move(socket), *m_answers, m_load)->start();
+                std::make_shared<Connection>(std::move(socket), *m_answers, m_load, m_threads)->start();
         } catch (const std::exception &) {
             // Out of memory: this client is lost, the others go on.
         }
@@ -107,17 +93,6 @@ void TileServer::acceptLater()
         else
             accept();
     });
-}
-
-void TileServer::run()
-{
-    while (!m_context.stopped()) {
-        try {
-            m_context.run();
-        } catch (const std::exception &) {
-            // Out of memory: the connection that threw is lost, the others go on.
-        }
-    }
 }
 
 } // namespace wmts

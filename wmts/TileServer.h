@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Load.h"
+#include "ServiceThreads.h"
 #include "TileAnswers.h"
 #include "TileFolder.h"
 
@@ -8,8 +9,6 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <optional>
-#include <thread>
-#include <vector>
 
 namespace wmts
 {
@@ -43,7 +42,6 @@ public:
 private:
     void accept();
     void acceptLater();
-    void run();
 
     // The context destroys the connections that are left, so it goes before what they use.
     Load m_load;
@@ -51,7 +49,7 @@ private:
     boost::asio::io_context m_context;
     boost::asio::ip::tcp::acceptor m_acceptor;
     boost::asio::steady_timer m_pause;
-    std::vector<std::thread> m_threads;
+    ServiceThreads m_threads;
 };
 
 } // namespace wmts
