@@ -41,8 +41,9 @@ int loadWkeApi(const WkeSettings *settings)
     WkeApi table = wkestandin::table();
     void *const handle = wkeDllHandle ? wkeDllHandle : wkelibrary::load(wkeDllPath);
     if (!handle) {
-        logToBoth(error, "web engine not loaded: {}", wkelibrary::whatIsMissing());
-        wkestandin::setReason(wkelibrary::whatIsMissing());
+        const QString reason = wkelibrary::whatIsMissing();
+        logToBoth(error, "web engine not loaded: {}", reason);
+        wkestandin::setReason(reason);
         wke = table;
         return 0;
     }
