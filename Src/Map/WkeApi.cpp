@@ -4,8 +4,6 @@
 #include "WkeLibrary.h"
 #include "WkeStandIn.h"
 
-#include <utility>
-
 WkeApi wke = wkestandin::table();
 const wchar_t *wkeDllPath = nullptr;
 void *wkeDllHandle = nullptr;
