@@ -133,6 +133,9 @@ int TileAnswers::refusalOf(const RequestHead &head) const
 
 Response TileAnswers::route(const RequestTarget &target) const
 {
+    // A slow reader keeps its answer in memory until its time limit ends.
+    if (m_load.bytesBeingSent > kMaxBytesBeingSent)
+        return plainText(503, "Too many bytes are being sent.\n");
     const std::string &path = target.path();
     if (path == "/layers.json")
         return makeResponse(200, "application/json", layersJson(m_layers));
@@ -189,9 +192,6 @@ Response TileAnswers::wmtsTile(const RequestTarget &target) const
 
 Response TileAnswers::tile(TileLayer &layer, int zoom, std::int64_t column, std::int64_t row) const
 {
-    // A slow reader keeps its tile in memory until its time limit ends.
-    if (m_load.bytesBeingSent > kMaxBytesBeingSent)
-        return plainText(503, "Too many bytes are being sent.\n");
     const char *type = nullptr;
     std::string bytes;
     switch (layer.tile(zoom, column, row, &bytes, &type)) {

@@ -30,7 +30,7 @@ Response refusal(int status);
  *   /wmts?...             WMTS 1.0.0 in key-value pairs: GetCapabilities, GetTile
  *
  * Requests for other hosts than 127.0.0.1, localhost and [::1] with the port, and requests of foreign pages, get 403;
- * those without exactly one Host header get 400. A tile gets 503 while more than kMaxBytesBeingSent are being sent.
+ * those without exactly one Host header get 400. All others get 503 while more than kMaxBytesBeingSent are being sent.
  */
 class TileAnswers
 {

@@ -17,6 +17,8 @@ namespace
 
 // Limit for all caches together, and for what a damaged file can make SQLite allocate.
 constexpr sqlite3_int64 kMaxDatabaseBytes = 128 << 20;
+// SQLite does not shrink its caches at this limit: full ones would leave no memory for the tiles themselves.
+static_assert(kMaxLayers * kCacheBytes <= kMaxDatabaseBytes / 4);
 
 bool isInside(const fs::path &path, const fs::path &folder)
 {

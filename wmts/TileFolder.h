@@ -14,7 +14,7 @@ namespace wmts
 /** The layers of a folder by name. */
 using Layers = std::map<std::string, std::unique_ptr<TileLayer>, std::less<>>;
 
-/** Maximum number of files; each takes a file descriptor and up to a megabyte. */
+/** Maximum number of files; each takes a file descriptor, and memory for its schema and its cache. */
 inline constexpr std::size_t kMaxLayers = 200;
 
 /**

@@ -100,8 +100,9 @@ bool TileLayer::prepare(const std::filesystem::path &path, std::string *error)
     // The limit covers a whole row: the tile and some room for its other columns.
     sqlite3_limit(m_database, SQLITE_LIMIT_LENGTH, static_cast<int>(kMaxTileBytes + 65536));
     startClock();
-    sqlite3_exec(m_database, "PRAGMA cache_size=-1024; PRAGMA mmap_size=0; PRAGMA temp_store=MEMORY", nullptr, nullptr,
-                 nullptr);
+    const std::string settings
+        = "PRAGMA cache_size=-" + std::to_string(kCacheBytes >> 10) + "; PRAGMA mmap_size=0; PRAGMA temp_store=MEMORY";
+    sqlite3_exec(m_database, settings.c_str(), nullptr, nullptr, nullptr);
     const char *const text = "SELECT tile_data FROM tiles WHERE zoom_level=?1 AND tile_column=?2 AND tile_row=?3";
     if (sqlite3_prepare_v2(m_database, text, -1, &m_select, nullptr) != SQLITE_OK) {
         *error = sqlite3_errmsg(m_database);

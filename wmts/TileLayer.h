@@ -27,6 +27,9 @@ struct LayerInfo {
 /** Maximum size of a tile; real tiles have a tenth of it. */
 inline constexpr std::size_t kMaxTileBytes = 2U << 20;
 
+/** Maximum size of the page cache of each layer. The system caches files, too. */
+inline constexpr std::size_t kCacheBytes = 128U << 10;
+
 /** Media type of an image, from its first bytes. Null if it is not PNG, JPEG or WebP. */
 const char *imageType(const void *bytes, std::size_t size);
 

@@ -1,7 +1,6 @@
 #include "WmtsDocuments.h"
 
 #include "Text.h"
-#include "TileAddress.h"
 
 #include <algorithm>
 

@@ -59,6 +59,7 @@ int serve(int port)
         return NoFolder;
     }
 
+    wmts::Layers layers; // Outlives the server, whose threads read it.
     // The port first: a second copy must not open every map before it notices the first.
     wmts::TileServer server;
     if (const auto error = server.bind(port)) {
@@ -73,7 +74,7 @@ int serve(int port)
     }
 
     // Reports damaged maps and serves the others. Without any map there is no use in running.
-    const wmts::Layers layers = wmts::openLayers(folder, complain);
+    layers = wmts::openLayers(folder, complain);
     if (layers.empty()) {
         complain("there is no map (*.mbtiles) to serve in " + folder.u8string());
         return NothingToServe;

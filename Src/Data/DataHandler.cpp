@@ -117,9 +117,9 @@ void DataHandler::readDataSlot(QString filePath)
 void DataHandler::writeTracks()
 {
     // A database read has no file operator, so it uses this one to write the tracks.
-    TxtOperator stranger;
-    connect(&stranger, &TxtOperator::statusFeedbackSignal, this, &DataHandler::statusFeedbackSignal);
-    TxtOperator &writer = m_fileOperator ? *m_fileOperator : stranger;
+    TxtOperator fallbackWriter;
+    connect(&fallbackWriter, &TxtOperator::statusFeedbackSignal, this, &DataHandler::statusFeedbackSignal);
+    TxtOperator &writer = m_fileOperator ? *m_fileOperator : fallbackWriter;
     AppConfig &config = AppConfig::getInstance();
     writer.writeTrack(config.getDataPath(), trackX, trackY, trackZ);
     writer.writeTrack(config.getAttackDataPath(), attackTrackX, attackTrackY, attackTrackZ);

@@ -4,8 +4,6 @@
 #include "WkeLibrary.h"
 #include "WkeStandIn.h"
 
-#include <utility>
-
 WkeApi wke = wkestandin::table();
 const wchar_t *wkeDllPath = nullptr;
 void *wkeDllHandle = nullptr;
@@ -41,8 +39,9 @@ int loadWkeApi(const WkeSettings *settings)
     WkeApi table = wkestandin::table();
     void *const handle = wkeDllHandle ? wkeDllHandle : wkelibrary::load(wkeDllPath);
     if (!handle) {
-        logToBoth(error, "web engine not loaded: {}", wkelibrary::whatIsMissing());
-        wkestandin::setReason(wkelibrary::whatIsMissing());
+        const QString reason = wkelibrary::whatIsMissing();
+        logToBoth(error, "web engine not loaded: {}", reason);
+        wkestandin::setReason(reason);
         wke = table;
         return 0;
     }

@@ -18,7 +18,11 @@ Symbol symbol(void *handle, const char *name);
 /** Shows a modal message box with an OK button only. */
 void reportMissing(const char *text, const char *caption);
 
-/** A Chinese sentence that tells the user what is missing when load() returns null. */
+/**
+ * A Chinese sentence that tells the user what is missing when load() returns null.
+ *
+ * Call it once after each load(): the system gives its reason only once.
+ */
 QString whatIsMissing();
 
 } // namespace wkelibrary

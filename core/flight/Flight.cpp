@@ -2,7 +2,6 @@
 
 #include "ReadOptions.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace ostravel

@@ -46,9 +46,15 @@ ReadError hasNoList(const QString &path, const SourceEnd &end)
     return readError(ReadError::Code::NotADatabase, path, QStringLiteral("has no list of tasks: ") + end.reason);
 }
 
-/** The tasks to read, each once, or why there are none. */
-std::variant<QVector<std::uint8_t>, ReadError> chosenTasks(FlightDatabase &database, const QString &path,
-                                                           const QVector<std::uint8_t> &wanted)
+/** The tasks to read, each once. */
+struct Choice {
+    QVector<std::uint8_t> tasks;
+    QString damage; ///< why tasks may be missing when all are read; empty when none is
+};
+
+/** The tasks to read, or why there are none. */
+std::variant<Choice, ReadError> chosenTasks(FlightDatabase &database, const QString &path,
+                                            const QVector<std::uint8_t> &wanted)
 {
     SourceEnd end;
     QVector<std::uint8_t> known;
@@ -61,7 +67,7 @@ std::variant<QVector<std::uint8_t>, ReadError> chosenTasks(FlightDatabase &datab
     if (known.isEmpty())
         return readError(ReadError::Code::NoTask, path, QStringLiteral("has no task"));
     if (wanted.isEmpty())
-        return known;
+        return Choice{known, end.reason};
     QVector<std::uint8_t> chosen;
     for (const std::uint8_t task : wanted) {
         if (!known.contains(task))
@@ -69,7 +75,7 @@ std::variant<QVector<std::uint8_t>, ReadError> chosenTasks(FlightDatabase &datab
         if (!chosen.contains(task))
             chosen.append(task);
     }
-    return chosen;
+    return Choice{chosen, {}};
 }
 
 ReadResult readFrames(FlightDatabase &database, const QString &path, const ReadOptions &options)
@@ -77,7 +83,7 @@ ReadResult readFrames(FlightDatabase &database, const QString &path, const ReadO
     const auto choice = chosenTasks(database, path, options.tasks);
     if (const auto *const error = std::get_if<ReadError>(&choice))
         return *error;
-    const auto &tasks = std::get<QVector<std::uint8_t>>(choice);
+    const auto &[tasks, damage] = std::get<Choice>(choice);
     qint64 total = 0;
     for (const std::uint8_t task : tasks)
         total += database.countRecords(task);
@@ -95,6 +101,8 @@ ReadResult readFrames(FlightDatabase &database, const QString &path, const ReadO
         });
     }
     end.total = total;
+    if (end.reason.isEmpty())
+        end.reason = damage;
     end.cancelled = end.cancelled || !progress.tell(end.done, total);
     return finishedFlight(builder, end, path);
 }

@@ -5,7 +5,6 @@
 #include <QVector>
 
 #include <array>
-#include <map>
 #include <memory>
 #include <vector>
 

@@ -2,8 +2,6 @@
 
 #include "XlsxLimits.h"
 
-#include <algorithm>
-
 namespace QXlsx
 {
 

@@ -3,6 +3,8 @@
 #include "RecordingEngine.h"
 #include "WkeApi.h"
 
+#include <QCoreApplication>
+#include <QFile>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
@@ -40,6 +42,7 @@ private slots:
     void tableIsUsableBeforeAnythingIsLoaded();
     void missingLibraryReturnsZeroWithoutAMessageBox();
     void standInShowsInChineseWhatIsMissing();
+    void standInShowsWhyTheLibraryCannotBeLoaded();
     void standInsIgnoreOtherViews();
     void everyLoadStartsTheEngineAndFillsTheTable();
     void settingsArePassedToTheEngine();
@@ -91,6 +94,24 @@ void TestWkeApi::standInShowsInChineseWhatIsMissing()
     // The parent deletes the label. Callers may still hold the view.
     delete label;
     callAll(view);
+}
+
+void TestWkeApi::standInShowsWhyTheLibraryCannotBeLoaded()
+{
+    QFile library(QCoreApplication::applicationDirPath() + "/libostravel_web.so");
+    QVERIFY(library.open(QIODevice::WriteOnly));
+    library.write("no library");
+    library.close();
+    wkeDllHandle = nullptr;
+    const int loaded = loadWkeApi(nullptr);
+    QVERIFY(library.remove());
+    QCOMPARE(loaded, 0);
+    QWidget parent;
+    wke.wkeCreateWebWindow(2, reinterpret_cast<WkeWindow>(parent.winId()), 0, 0, 10, 10);
+    auto *const label = parent.findChild<QLabel *>();
+    QVERIFY(label);
+    // The system's reason names the file.
+    QVERIFY2(label->text().contains(library.fileName()), qPrintable(label->text()));
 }
 
 void TestWkeApi::standInsIgnoreOtherViews()

@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using wmts::TileLayer;
 
@@ -53,6 +54,7 @@ private slots:
     void imageTypes_data();
     void imageTypes();
     void folderServesGoodFilesAndReportsBrokenOnes();
+    void cachesOfAllLayersLeaveRoomForTiles();
 
 private:
     QString path(const QString &name) const { return m_folder->filePath(name); }
@@ -293,6 +295,32 @@ void TestTileLayer::folderServesGoodFilesAndReportsBrokenOnes()
     QCOMPARE(lines.at(1), QByteArray("folder.mbtiles is left out: it is not a file"));
     QCOMPARE(lines.at(2), QByteArray("link.mbtiles is left out: it is a link out of the folder"));
     QCOMPARE(lines.at(3), QByteArray("pipe.mbtiles is left out: it is not a file"));
+}
+
+void TestTileLayer::cachesOfAllLayersLeaveRoomForTiles()
+{
+    constexpr int kTiles = 8;
+    const QByteArray image = pngBytes(3, 0, 0) + QByteArray(200000, 'x');
+    const QString first = path("0.mbtiles");
+    {
+        MBTilesFile file(first);
+        file.makeTables();
+        for (int column = 0; column < kTiles; ++column)
+            file.addTile(3, column, 7, image);
+    }
+    // Links to one file: each is a layer with a cache of its own.
+    for (std::size_t i = 1; i < wmts::kMaxLayers; ++i)
+        QCOMPARE(::link(first.toUtf8().constData(), path(QString("%1.mbtiles").arg(i)).toUtf8().constData()), 0);
+    const wmts::Layers layers = wmts::openLayers(m_folder->path().toStdString(), [](const std::string &) {});
+    QCOMPARE(layers.size(), wmts::kMaxLayers);
+    int good = 0;
+    for (const auto &entry : layers)
+        for (int column = 0; column < kTiles; ++column) {
+            std::string bytes;
+            const char *type = nullptr;
+            good += entry.second->tile(3, column, 0, &bytes, &type) == TileLayer::Found::Yes;
+        }
+    QCOMPARE(good, kTiles * int(wmts::kMaxLayers));
 }
 
 QTEST_GUILESS_MAIN(TestTileLayer)

@@ -132,6 +132,7 @@ private slots:
     void progressCallbackCancels_data();
     void progressCallbackCancels();
     void damagedPageKeepsTheRecordsBeforeIt();
+    void damagedListOfTasksBreaksTheReadOff();
     void removesItsConnectionAndLeavesTheFilesUnchanged();
     void readsInsideAProgressCallback();
     void eightThreadsReadAtOnce();
@@ -394,6 +395,31 @@ void TestReadFlight::damagedPageKeepsTheRecordsBeforeIt()
     for (int i = 0; i < read.size(); ++i)
         QCOMPARE(read[i], double(i));
     QCOMPARE(content(path("flight.db")), bytes);
+}
+
+void TestReadFlight::damagedListOfTasksBreaksTheReadOff()
+{
+    constexpr int kTasks = 200;
+    QStringList statements{QString("pragma page_size = %1").arg(kPage)};
+    statements << kTables << "begin";
+    for (int id = 1; id <= kTasks; ++id)
+        statements << QString("insert into t_fly_task values (%1, 'task %1 %2', 1000)").arg(id).arg("", 100, '.');
+    statements << QString("insert into t_fly_record (task_id, frame) values (1, '%1')").arg(backup(1)) << "commit";
+    makeDatabase(path("flight.db"), statements);
+    QByteArray bytes = content(path("flight.db"));
+    const int damaged = bytes.indexOf("task 150 ") / kPage;
+    bytes.replace(damaged * kPage, kPage, QByteArray(kPage, '\0'));
+    write(path("flight.db"), bytes);
+
+    const Result all = readFlight(path("flight.db"));
+    QCOMPARE(backups(all), Series({1.0}));
+    QVERIFY(std::get<Flight>(all).brokenOff().has_value());
+    // A read of tasks that are in the list is complete.
+    ReadOptions options;
+    options.tasks = {1};
+    const Result chosen = readFlight(path("flight.db"), options);
+    QCOMPARE(backups(chosen), Series({1.0}));
+    QVERIFY(!std::get<Flight>(chosen).brokenOff().has_value());
 }
 
 void TestReadFlight::removesItsConnectionAndLeavesTheFilesUnchanged()
