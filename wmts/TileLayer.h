@@ -54,8 +54,8 @@ public:
     /**
      * Reads one tile. Rows count from the north.
      *
-     * Takes two seconds at most. A tile is Unreadable if it is too large, is no image, or is in a damaged part of the
-     * file. Any thread; requests to one layer wait for each other.
+     * Takes two seconds at most, after the earlier requests to this layer have ended: they wait for each other. A tile
+     * is Unreadable if it is too large, is no image, or is in a damaged part of the file. Any thread.
      *
      * @param type media type; a constant string
      */

@@ -36,7 +36,7 @@ public:
     /** Answers requests until end(). The layers must live until then. */
     void start(const Layers &layers);
 
-    /** Cuts off the clients and joins the threads, which takes as long as reading one tile. */
+    /** Cuts off the clients and joins the threads. Waits for the tiles that are being read; see TileLayer::tile. */
     void end();
 
 private:

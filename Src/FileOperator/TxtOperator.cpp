@@ -4,6 +4,7 @@
 #include "NumberText.h"
 #include "RegularFile.h"
 #include "TextWriter.h"
+#include "WholeWrite.h"
 
 #include <QFileInfo>
 
@@ -61,13 +62,11 @@ bool TxtOperator::writeTrack(const QString &path, const std::vector<double> &a, 
         appendNumber(block, c[i]);
         block.append('\n');
         if (block.size() >= kBlockBytes) {
-            written = file.write(block) == block.size();
+            written = ostravel::writeWhole(file, block);
             block.resize(0);
         }
     }
-    // When the disk fills up inside the last block, write() takes a part of it and Qt reports no error.
-    written = written && file.write(block) == block.size() && file.flush();
-    if (!written)
+    if (!written || !ostravel::writeWhole(file, block))
         logToBoth(error, "track file is cut short: {}", file.errorString());
     return true;
 }

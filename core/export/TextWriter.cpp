@@ -2,6 +2,7 @@
 
 #include "NumberText.h"
 #include "RegularFile.h"
+#include "WholeWrite.h"
 
 #include <QDir>
 #include <QFile>
@@ -65,12 +66,11 @@ std::optional<ExportError> writeTextFile(const ExportGroup &group, const QString
     for (int row = 0; row < rows && written && proceed(group.samples.size()); ++row) {
         appendRow(block, group.samples, row);
         if (block.size() >= kBlockBytes) {
-            written = file.write(block) == block.size();
+            written = writeWhole(file, block);
             block.resize(0);
         }
     }
-    written = written && file.write(block) == block.size() && file.flush();
-    if (!written)
+    if (!written || !writeWhole(file, block))
         return exportError(ExportError::Code::CannotWrite, path, file.errorString());
     return std::nullopt;
 }

@@ -28,6 +28,8 @@ constexpr int kPrimaryCode = 0xFF; // mask; higher bits hold the extended result
 constexpr char kReadWrite[] = "QSQLITE_BUSY_TIMEOUT=500";
 constexpr char kImmutable[] = "QSQLITE_OPEN_READONLY;QSQLITE_OPEN_URI;QSQLITE_BUSY_TIMEOUT=500";
 
+constexpr char kRecordTable[] = "t_fly_record";
+
 constexpr char kJournal[] = "-journal";
 constexpr char kWriteAheadLog[] = "-wal";
 constexpr char kSharedMemory[] = "-shm";
@@ -152,6 +154,11 @@ SourceEnd FlightDatabase::endOf(const QSqlQuery &query, const QString &what, qin
     return end;
 }
 
+bool FlightDatabase::hasRecords() const
+{
+    return m_tables.contains(QLatin1String(kRecordTable));
+}
+
 QVector<FlightTask> FlightDatabase::tasks(SourceEnd *end)
 {
     QSqlQuery query(m_connection);
@@ -171,7 +178,7 @@ QVector<FlightTask> FlightDatabase::tasks(SourceEnd *end)
 qint64 FlightDatabase::countRecords(std::uint8_t task)
 {
     QSqlQuery query(m_connection);
-    execute(query, QStringLiteral("t_fly_record"),
+    execute(query, QLatin1String(kRecordTable),
             QStringLiteral("select count(*) from t_fly_record where task_id = %1;").arg(task));
     return query.next() ? query.value(0).toUInt() : 0;
 }
@@ -183,7 +190,7 @@ bool FlightDatabase::selectFrames(QSqlQuery &query, const QVector<std::uint8_t> 
         condition += condition.isEmpty() ? QString() : QStringLiteral(" OR ");
         condition += QStringLiteral("task_id = %1").arg(task);
     }
-    return execute(query, QStringLiteral("t_fly_record"),
+    return execute(query, QLatin1String(kRecordTable),
                    QStringLiteral("select frame from t_fly_record where ") + condition);
 }
 

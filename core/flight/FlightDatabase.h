@@ -61,6 +61,8 @@ public:
     /** Why open() failed or the list of tables could not be read; otherwise empty. */
     const QString &error() const { return m_error; }
 
+    /** Whether the open file has the table of records. A view or virtual table of its name does not count. */
+    bool hasRecords() const;
     /** All tasks, in the order of the file; empty when the task table does not exist. @param end may be null */
     QVector<FlightTask> tasks(SourceEnd *end = nullptr);
     /** Records of a task; 0 when they cannot be counted. */

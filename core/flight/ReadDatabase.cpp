@@ -83,6 +83,8 @@ ReadResult readFrames(FlightDatabase &database, const QString &path, const ReadO
     const auto choice = chosenTasks(database, path, options.tasks);
     if (const auto *const error = std::get_if<ReadError>(&choice))
         return *error;
+    if (!database.hasRecords())
+        return readError(ReadError::Code::NotADatabase, path, QStringLiteral("has no table of records"));
     const auto &[tasks, damage] = std::get<Choice>(choice);
     qint64 total = 0;
     for (const std::uint8_t task : tasks)

@@ -11,7 +11,9 @@
 #include <QTest>
 #include <QTextStream>
 
+#include <cerrno>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <random>
 #include <stdexcept>
@@ -357,6 +359,7 @@ void TestTxtOperator::trackThatTheDiskCannotHoldIsLogged()
     QCOMPARE(code, 0);
     QCOMPARE(log.lines().size(), 1);
     QVERIFY(log.leveledMessages().first().startsWith("error: track file is cut short: "));
+    QVERIFY(log.leveledMessages().first().endsWith(QString::fromLocal8Bit(strerror(EFBIG))));
     // What fitted is in the file.
     QVERIFY(QByteArray("1\t1\t1\n").repeated(rows).startsWith(content(path)));
     QVERIFY(QFileInfo(path).size() > 900000);

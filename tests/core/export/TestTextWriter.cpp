@@ -10,6 +10,8 @@
 #include <QTest>
 #include <QTextStream>
 
+#include <cerrno>
+#include <cstring>
 #include <memory>
 
 using namespace ostravel;
@@ -212,7 +214,9 @@ void TestTextWriter::fullDiskIsAnError()
     QVERIFY(letOthersWrite(m_dir->path()));
     QCOMPARE(asOrdinaryUser([&] {
                  limitFileSize(1 << 20); // the wide groups do not fit
-                 return codeOf(writeText(flight, folder));
+                 const std::optional<ExportError> error = writeText(flight, folder);
+                 // The limit is inside a block: the system takes a part of it and gives its reason for the rest.
+                 return error && error->reason == QString::fromLocal8Bit(strerror(EFBIG)) ? codeOf(error) : 99;
              }),
              int(ExportError::Code::CannotWrite));
     QVERIFY(content(path("out/0x52-Backup.txt")) == streamed(kFiles[7], 20000));

@@ -236,6 +236,14 @@ void TestReadFlight::fileWithoutFlightsIsAnError_data()
                                        << QStringList(
                                               "create view t_fly_task as select 1 as id, 'a' as name, 2 as ctime")
                                        << ReadError::Code::NotADatabase;
+    QTest::newRow("tasks without a table of records")
+        << QByteArray() << QStringList{kTables.first(), "insert into t_fly_task values (1, 'task', 1000)"}
+        << ReadError::Code::NotADatabase;
+    QTest::newRow("tasks with a view of records")
+        << QByteArray()
+        << QStringList{kTables.first(), "insert into t_fly_task values (1, 'task', 1000)",
+                       "create view t_fly_record as select 1 as task_id, 'AAEC' as frame"}
+        << ReadError::Code::NotADatabase;
     QTest::newRow("no task") << QByteArray() << kTables << ReadError::Code::NoTask;
 }
 
