@@ -185,8 +185,9 @@ void TestConvert::allFormatsAtOnce()
         expected.removeOne("a.b.mat");
     QCOMPARE(names, expected);
     QCOMPARE(QDir(path("a.b-export")).entryList(QDir::Files).size(), 9);
-    for (const QString &name : names)
-        QVERIFY2(QFileInfo(path(name)).size() > 100, qPrintable(name));
+    // A folder has a size of its own on some systems only.
+    for (const QFileInfo &file : QDir(m_dir->path()).entryInfoList(QDir::Files))
+        QVERIFY2(file.size() > 100, qPrintable(file.fileName()));
 }
 
 void TestConvert::workbookAndTextAreThoseOfTheProgram()
