@@ -41,7 +41,7 @@ demo=build/windows/bin/ostravel-demo.exe
 make_demo() {
     # Uses the DLLs of the package.
     # The demo is not in the package: it takes Qt and its database driver from there.
-    WINEPATH=$(winepath -w "${folder[0]}") QT_PLUGIN_PATH=$(winepath -w "${folder[0]}") wine64 "$demo" "$@"
+    WINEPATH=$(winepath -w "${folder[0]}") QT_PLUGIN_PATH=$(winepath -w "${folder[0]}/plugins") wine64 "$demo" "$@"
 }
 step smoke-flight "Making a flight of ten minutes" "See the log." make_demo log "$(winepath -w "$data/flight.txt")" --minutes 10 --seed 7
 step smoke-route "Making a route" "See the log." make_demo route "$(winepath -w "$data/route.json")" --waypoints 40
