@@ -38,10 +38,11 @@ folder=("$program"/*)
 
 demo=build/windows/bin/ostravel-demo.exe
 [ -f "$demo" ] || fail "There is no $demo." "packaging/windows/build.sh makes it."
+# Not in the package: it uses the DLLs of the package, and a copy of the database driver beside itself, where Qt looks.
+mkdir "$scratch/demo"
+cp -r "$demo" "${folder[0]}/plugins/sqldrivers" "$scratch/demo/"
 make_demo() {
-    # Uses the DLLs of the package.
-    # The demo is not in the package: it takes Qt and its database driver from there.
-    WINEPATH=$(winepath -w "${folder[0]}") QT_PLUGIN_PATH=$(winepath -w "${folder[0]}/plugins") wine64 "$demo" "$@"
+    WINEPATH=$(winepath -w "${folder[0]}") wine64 "$scratch/demo/ostravel-demo.exe" "$@"
 }
 step smoke-flight "Making a flight of ten minutes" "See the log." make_demo log "$(winepath -w "$data/flight.txt")" --minutes 10 --seed 7
 step smoke-route "Making a route" "See the log." make_demo route "$(winepath -w "$data/route.json")" --waypoints 40
