@@ -30,13 +30,14 @@ constexpr int kConverterLimitMs = 120'000;
 
 /** Runs the converter as a user does. */
 inline ConverterRun runConverter(const QStringList &arguments, const QString &folder = {},
-                                 const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
+                                 const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment(),
+                                 const QString &program = QStringLiteral(CONVERT_PROGRAM))
 {
     QProcess process;
     process.setProcessEnvironment(environment);
     if (!folder.isEmpty())
         process.setWorkingDirectory(folder);
-    process.start(QStringLiteral(CONVERT_PROGRAM), arguments);
+    process.start(program, arguments);
     ConverterRun run;
     if (process.waitForFinished(kConverterLimitMs) && process.exitStatus() == QProcess::NormalExit)
         run.status = process.exitCode();
