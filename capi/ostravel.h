@@ -13,6 +13,9 @@
  * a host program is free to have its own.
  */
 
+/* C99 has neither the headers nor the aliases of C++. */
+/* NOLINTBEGIN(modernize-use-using,modernize-deprecated-headers) */
+
 #include <stddef.h>
 #include <stdint.h>
 
@@ -235,5 +238,7 @@ OSTRAVEL_API void ostravel_free_tasks(ostravel_task_list *tasks);
 #ifdef __cplusplus
 }
 #endif
+
+/* NOLINTEND(modernize-use-using,modernize-deprecated-headers) */
 
 #endif

@@ -32,9 +32,10 @@ std::string layerXml(const LayerInfo &info, std::string_view address)
         + std::string(kMatrixSet) + "</TileMatrixSet>\n        <TileMatrixSetLimits>\n";
     for (int zoom = info.minZoom; zoom <= info.maxZoom; ++zoom) {
         const std::string last = std::to_string((std::int64_t{1} << zoom) - 1);
-        text += "          <TileMatrixLimits><TileMatrix>" + std::to_string(zoom)
-            + "</TileMatrix><MinTileRow>0</MinTileRow><MaxTileRow>" + last
-            + "</MaxTileRow><MinTileCol>0</MinTileCol><MaxTileCol>" + last + "</MaxTileCol></TileMatrixLimits>\n";
+        text.append("          <TileMatrixLimits><TileMatrix>").append(std::to_string(zoom));
+        text.append("</TileMatrix><MinTileRow>0</MinTileRow><MaxTileRow>").append(last);
+        text.append("</MaxTileRow><MinTileCol>0</MinTileCol><MaxTileCol>").append(last);
+        text.append("</MaxTileCol></TileMatrixLimits>\n");
     }
     text += "        </TileMatrixSetLimits>\n      </TileMatrixSetLink>\n      <ResourceURL format=\"" + mediaType(info)
         + "\" resourceType=\"tile\" template=\"" + std::string(address) + '/' + urlSegment(info.name)
