@@ -7,9 +7,9 @@
 #include "Terminal.h"
 
 #include <QElapsedTimer>
-#include <QMutex>
 #include <QThreadPool>
 #include <cmath>
+#include <mutex>
 
 using Outcome = FlightReport::Outcome;
 
@@ -44,7 +44,7 @@ private:
     const Arguments &m_arguments;
     const QVector<LogFile> &m_logs;
     ProgressLine m_line;
-    QMutex m_mutex; // of what is printed, and of the totals
+    std::mutex m_mutex; // of what is printed, and of the totals
     RunTotals m_totals;
 };
 
@@ -59,9 +59,10 @@ RunTotals Batch::run()
     for (const LogFile &log : m_logs)
         pool.start([this, &log] { convert(log); });
     while (!pool.waitForDone(kRedrawMs)) {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard lock(m_mutex);
         m_line.draw();
     }
+    const std::lock_guard lock(m_mutex);
     m_line.clear();
     m_totals.seconds = static_cast<double>(timer.elapsed()) / kMsPerSecond;
     return m_totals;
@@ -83,7 +84,7 @@ void Batch::convert(const LogFile &log)
     }
     m_line.add(log.bytes - told);
     m_line.finishLog();
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard lock(m_mutex);
     m_totals.add(report, log.bytes);
     print(report);
 }
