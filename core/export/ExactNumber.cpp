@@ -1,6 +1,7 @@
 #include "ExactNumber.h"
 
-#include <array>
+#include "DigitPairs.h"
+
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -14,19 +15,6 @@ namespace
 
 /** Whole numbers below it have at most 15 digits, and no two decimals of so few digits read as the same double. */
 constexpr double kMostWhole = 1e15;
-
-/** 00 to 99 in one row: half the divisions by ten. */
-constexpr std::array<char, 200> makePairs()
-{
-    std::array<char, 200> pairs{};
-    for (std::size_t i = 0; i < 100; ++i) {
-        pairs[2 * i] = static_cast<char>('0' + i / 10);
-        pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
-    }
-    return pairs;
-}
-
-constexpr std::array<char, 200> kPairs = makePairs();
 
 bool sameBits(double a, double b)
 {
@@ -46,12 +34,12 @@ char *putWhole(char *to, std::uint64_t number)
     char *begin = digits + kMaxDigits;
     while (number >= 100) {
         begin -= 2;
-        std::memcpy(begin, kPairs.data() + number % 100 * 2, 2);
+        std::memcpy(begin, kDigitPairs.data() + number % 100 * 2, 2);
         number /= 100;
     }
     if (number >= 10) {
         begin -= 2;
-        std::memcpy(begin, kPairs.data() + number * 2, 2);
+        std::memcpy(begin, kDigitPairs.data() + number * 2, 2);
     } else {
         *--begin = static_cast<char>('0' + number);
     }
