@@ -72,6 +72,7 @@ private slots:
     void textIsTheShortestInPlainDecimals();
     void everySixteenBitFieldReadsBack();
     void randomFieldsOfFourBytesReadBack();
+    void wholeNumbersOfUpToFifteenDigitsReadBack();
     void anyDoubleReadsBack();
     void textFitsItsRoom();
 };
@@ -90,6 +91,18 @@ void TestExactNumber::textIsTheShortestInPlainDecimals_data()
     row(65535, 1, "65535");
     row(-100000, 1, "-100000");
     row(4294967295.0, 1, "4294967295");
+    // At the sizes where the way of writing changes: eight digits, and fifteen.
+    row(99999999, 1, "99999999");
+    row(100000000, 1, "100000000");
+    row(100000001, 1, "100000001");
+    row(9999999900000000.0 / 100, 1, "99999999000000");
+    row(999999999999999.0, 1, "999999999999999");
+    row(9999999.9, 10, "9999999.9");
+    row(10000000.1, 10, "10000000.1");
+    row(-9.9999999, 1e7, "-9.9999999");
+    row(10.0000001, 1e7, "10.0000001");
+    row(9007199.2547409, 1e7, "9007199.2547409");
+    row(12345678901.5, 10, "12345678901.5");
     row(0.1, 10, "0.1");
     row(-12.5, 10, "-12.5");
     row(3, 10, "3");
@@ -145,6 +158,20 @@ void TestExactNumber::randomFieldsOfFourBytesReadBack()
                 if (!readsBack(value, divisor) || digitsOf(textOf(value, divisor)) != fewestDigits(value))
                     QFAIL(qPrintable(QString("%1 / %2").arg(raw).arg(divisor)));
             }
+        }
+    }
+}
+
+void TestExactNumber::wholeNumbersOfUpToFifteenDigitsReadBack()
+{
+    constexpr int kTimes = 50'000;
+    std::mt19937_64 random(1); // NOLINT(cert-msc51-cpp): the same numbers every time
+    for (const double divisor : divisors()) {
+        for (int i = 0; i < kTimes; ++i) {
+            const std::uint64_t raw = (random() >> random() % 64) % 1'000'000'000'000'000U;
+            const double value = static_cast<double>(raw) / divisor;
+            if (!readsBack(value, divisor) || digitsOf(textOf(value, divisor)) != fewestDigits(value))
+                QFAIL(qPrintable(QString("%1 / %2").arg(raw).arg(divisor)));
         }
     }
 }
