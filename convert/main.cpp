@@ -1,5 +1,6 @@
 #include "Arguments.h"
 #include "Batch.h"
+#include "FreedMemory.h"
 #include "Listing.h"
 #include "Report.h"
 #include "Terminal.h"
@@ -27,6 +28,7 @@ int run(const QStringList &arguments)
 int main(int argc, char *argv[])
 {
     terminal::begin();
+    keepFreedMemory();
     const QCoreApplication application(argc, argv);
     int code = status::kFailed;
     try {

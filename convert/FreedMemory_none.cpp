@@ -1,0 +1,6 @@
+#include "FreedMemory.h"
+
+void keepFreedMemory()
+{
+    // The allocator of this system has no such setting.
+}
