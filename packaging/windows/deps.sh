@@ -13,10 +13,7 @@ cd "$here/../.."
 cache=${OSTRAVEL_WINDOWS_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/ostravel-windows}
 jobs=${OSTRAVEL_JOBS:-$(nproc)}
 triplet=x86_64-w64-mingw32
-stages=(qtbase qtsvg qcustomplot geographiclib double_conversion minizip sqlite3 logging boost matio cli11)
-
-# The programs can be built without these, with fewer functions. A missing source package does not stop the build.
-optional_stages=(matio)
+stages=(qtbase qtsvg qcustomplot geographiclib double_conversion minizip sqlite3 logging boost cli11)
 
 # The Debian packages of a stage. Their source packages are fetched in the installed version, so that the Windows
 # program uses the same library versions as on Debian.
@@ -30,7 +27,6 @@ declare -A packages_of=(
     [sqlite3]="libsqlite3-dev"
     [logging]="libspdlog-dev libfmt-dev"
     [boost]="libboost-dev"
-    [matio]="libmatio-dev"
     [cli11]="libcli11-dev"
 )
 declare -A needs=([qtsvg]=qtbase [qcustomplot]=qtbase)
@@ -136,16 +132,6 @@ build_boost() {
     mkdir -p "$prefix/include" "$prefix/share/licenses/boost"
     ln -s /usr/include/boost "$prefix/include/boost"
     cp /usr/share/doc/libboost1.74-dev/copyright "$prefix/share/licenses/boost/libboost1.74-dev.txt"
-}
-
-# Only MATLAB files of level 5: without HDF5, which is level 7.3, and without zlib, since nothing is compressed.
-build_matio() {
-    # Names of files are UTF-8, as the library has it for another compiler.
-    sed -i 's/defined(_WIN32) *&& *defined(_MSC_VER)/defined(_WIN32)/' "$src"/libmatio/src/*.c "$src"/libmatio/src/*.h
-    cross_cmake "$src/libmatio" "$prefix" -DMATIO_SHARED=OFF -DBUILD_SHARED_LIBS=OFF -DMATIO_MAT73=OFF \
-        -DMATIO_WITH_HDF5=OFF -DMATIO_WITH_ZLIB=OFF -DMATIO_PIC=OFF
-    mkdir -p "$prefix/lib/pkgconfig"
-    pkg_config_file matio "-lmatio"
 }
 
 # Headers only, like those of logging.
@@ -283,17 +269,6 @@ for stage in "${stages[@]}"; do
         step windows-sources "Refreshing the list of Debian's source packages" \
             "Check the network and /etc/apt/sources.list, then try again." nice -n 19 "$here/deps.sh" --refresh
         refreshed=true
-    fi
-    if [[ " ${optional_stages[*]} " == *" $stage "* ]]; then
-        say "Building $stage for Windows"
-        mkdir -p "$log_dir"
-        if ! nice -n 19 "$here/deps.sh" --stage "$stage" "$folder" >"$log_dir/windows-$stage.log" 2>&1; then
-            say "$stage cannot be built and is left out; see $log_dir/windows-$stage.log"
-            rm -rf "$folder" "$folder.work"
-            continue
-        fi
-        rm -rf "$folder.work"
-        continue
     fi
     step "windows-$stage" "Building $stage for Windows$([ "$stage" != qtbase ] || echo ', about a quarter of an hour')" \
         "The first error in the log tells. A source package that is not found: apt-get upgrade, and try again." \

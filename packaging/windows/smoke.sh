@@ -82,12 +82,15 @@ step smoke-database "Making a database" "See the log." make_demo db "$(winepath 
 convert() {
     wine64 "${folder[0]}/ostravel-convert.exe" "$@"
 }
-step smoke-convert "Converting" "See the log." convert -f csv,xlsx,txt,kml,gpx,geojson --labels -o "$(winepath -w "$many")\\出" "$(winepath -w "$many")"
+step smoke-convert "Converting" "See the log." convert -f csv,xlsx,txt,mat,kml,gpx,geojson --labels -o "$(winepath -w "$many")\\出" "$(winepath -w "$many")"
 for output in flights.csv flights.xlsx flights-export/0x03-AttitudeAndPositionInfo.txt 七月/航班.csv 七月/航班.gpx 七月/航班.kml \
-    七月/航班.geojson; do
+    七月/航班.geojson 七月/航班.mat; do
     [ -s "$many/出/$output" ] || fail "The converter did not write $output." "Run with KEEP=1 and look into $many."
 done
 head -n 1 "$many/出/flights.csv" | grep -q '^.*time,seconds,飞行器类型,' ||
     fail "flights.csv has another head." "Run with KEEP=1 and look at it."
+# Two minutes are 600 samples.
+step smoke-mat "Loading a MATLAB file" "Run with KEEP=1 and load the .mat files of $many." \
+    octave-cli --norc --eval "x = load('$many/出/七月/航班.mat'); assert(size(x.attitude.PGS_Roll), [600 1])"
 
 say "Passed; screenshot: docs/windows/curves.png"
