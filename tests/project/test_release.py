@@ -29,7 +29,7 @@ class Numbers(unittest.TestCase):
         self.assertEqual(sections[0], VERSION)
 
     def test_packages_are_named_after_the_version_of_the_program(self):
-        pages = ["README.md", "README.zh.md", "docs/manual/15-install.md", "docs/manual/17-windows.md"]
+        pages = ["README.md", "README.zh.md", "CONTRIBUTING.md", "docs/manual/15-install.md", "docs/manual/17-windows.md"]
         for system in ("linux", "windows"):
             named = [found for page in pages for found in re.findall(rf"Ostravel-(\d[\d.]*)-{system}-", text(page))]
             self.assertEqual(set(named), {VERSION}, system)
