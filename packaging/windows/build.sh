@@ -69,7 +69,7 @@ imports() {
 }
 
 # carry FILE TARGET: copies a program, library or plug-in without debugging symbols, and recursively the DLLs that it
-# imports, except those of Windows.
+# imports, except those of Windows. The header of a stripped file gets its date from SOURCE_DATE_EPOCH.
 carry() {
     local library folder
     install -D -m 755 "$1" "$stage/$2"
