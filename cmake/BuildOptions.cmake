@@ -9,6 +9,14 @@ set(CMAKE_AUTOUIC_SEARCH_PATHS ${PROJECT_SOURCE_DIR}/Resources/forms)
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
 set(CMAKE_CXX_FLAGS_DEBUG "-g1 -O1")
 
+# Two builds of the same sources make the same files. The log statement contains the name of its source file: without
+# the folder, which differs on every machine.
+add_compile_options("$<$<AND:$<CONFIG:Release>,$<COMPILE_LANGUAGE:CXX>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>")
+if(MINGW)
+    # The header of a program or library gets no date.
+    add_link_options(-Wl,--no-insert-timestamp)
+endif()
+
 option(OSTRAVEL_WERROR "Treat warnings in our own code as errors" ${PROJECT_IS_TOP_LEVEL})
 option(OSTRAVEL_LTO "Link the program and the benchmarks with link-time optimisation" OFF)
 set(OSTRAVEL_SANITIZE "" CACHE STRING "Sanitizers for everything of ours, e.g. address,undefined")

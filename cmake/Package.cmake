@@ -26,14 +26,29 @@ install(DIRECTORY assets/myPlot DESTINATION . USE_SOURCE_PERMISSIONS
 install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/README.html DESTINATION . OPTIONAL)
 install(PROGRAMS assets/linux/ostravel.sh DESTINATION .)
 install(FILES assets/linux/ostravel.desktop LICENSE DESTINATION .)
-# Licences of bundled third-party files: Leaflet in the map page, and the compiled-in style sheets.
-foreach(package libjs-leaflet python3-qdarkstyle)
+# Licences of bundled third-party files: Leaflet in the map page, the compiled-in style sheets, and libraries of headers.
+foreach(package libjs-leaflet python3-qdarkstyle libboost1.74-dev libcli11-dev libfmt-dev libspdlog-dev)
     install(FILES /usr/share/doc/${package}/copyright DESTINATION licences RENAME ${package}.txt OPTIONAL)
 endforeach()
 install(FILES Resources/icons/src/resources-4.svg DESTINATION . RENAME ostravel.svg)
 install(DIRECTORY assets/linux/tiles DESTINATION .)
 
-set(CPACK_GENERATOR TGZ)
+# The last rule: lists what the others have installed.
+if(PYTHON3)
+    set(CONTENTS_COMMAND ${PYTHON3} -B ${PROJECT_SOURCE_DIR}/packaging/contents.py --system linux
+        --version ${PROJECT_VERSION} --manifest ${PROJECT_BINARY_DIR}/package-files)
+    list(JOIN CONTENTS_COMMAND "\" \"" CONTENTS_COMMAND)
+    install(CODE "
+file(WRITE \"${PROJECT_BINARY_DIR}/package-files\" \"\${CMAKE_INSTALL_PREFIX};\${CMAKE_INSTALL_MANIFEST_FILES}\")
+execute_process(COMMAND \"${CONTENTS_COMMAND}\" \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}\" COMMAND_ERROR_IS_FATAL ANY)
+list(APPEND CMAKE_INSTALL_MANIFEST_FILES \"\${CMAKE_INSTALL_PREFIX}/CONTENTS.txt\")")
+endif()
+
+# CPack's own tarballs contain the order, times and owners of the files on this machine.
+set(CPACK_GENERATOR External)
+set(CPACK_EXTERNAL_ENABLE_STAGING ON)
+set(CPACK_EXTERNAL_PACKAGE_SCRIPT ${PROJECT_SOURCE_DIR}/cmake/PackTarball.cmake)
+set(CPACK_OSTRAVEL_SOURCE_DIR ${PROJECT_SOURCE_DIR})
 set(CPACK_PACKAGE_NAME Ostravel)
 set(CPACK_PACKAGE_VENDOR "Corvenne team")
 string(TOLOWER ${CMAKE_SYSTEM_NAME} system)

@@ -32,6 +32,16 @@ step() {
     fi
 }
 
+# same_for_everyone: makes the packages of one commit the same, whoever builds them. Compilers, linkers and packers take
+# their date from SOURCE_DATE_EPOCH.
+same_for_everyone() {
+    export SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct)} TZ=UTC LC_ALL=C.UTF-8
+    umask 022
+    if [ -n "$(git status --porcelain)" ]; then
+        say "Note: the package differs from the last commit, because the tree has changes"
+    fi
+}
+
 # configure PRESET: configures only when there is no build folder, the presets have changed, or the set of installed
 # packages has changed (parts with missing packages are not built). The build detects changes of the CMake files itself.
 configure() {

@@ -32,7 +32,6 @@ Connection::Connection(Socket socket, const TileAnswers &answers, Load &load, Se
 
 Connection::~Connection()
 {
-    m_load.bytesBeingSent -= m_bytesBeingSent;
     --m_load.connections;
 }
 
@@ -49,7 +48,6 @@ void Connection::start()
 void Connection::awaitRequest()
 {
     m_head = RequestHead();
-    m_hasHeadBegun = false;
     limitTo(kMaxIdle);
     readHead();
 }
@@ -58,11 +56,10 @@ void Connection::awaitRequest()
 void Connection::readHead()
 {
     if (m_begin < m_end) {
+        const bool hadBegun = m_head.begun();
         m_begin += m_head.take(std::string_view(m_buffer.data() + m_begin, m_end - m_begin));
-        if (!m_hasHeadBegun) {
-            m_hasHeadBegun = true;
+        if (!hadBegun && m_head.begun())
             limitTo(kMaxHead);
-        }
     }
     if (m_head.ended()) {
         answer();
@@ -87,22 +84,23 @@ void Connection::readHead()
 void Connection::answer()
 {
     const ServiceThreads::Busy busy(m_threads);
-    send(m_answers.answer(m_head));
+    BytesBeingSent held;
+    Response response = m_answers.answer(m_head, &held);
+    send(std::move(response), std::move(held));
 }
 
 void Connection::headIsLate()
 {
-    if (m_hasHeadBegun)
+    if (m_head.begun())
         send(refusal(408));
 }
 
-void Connection::send(Response response)
+void Connection::send(Response response, BytesBeingSent held)
 {
     m_response = std::move(response);
+    m_held = std::move(held);
     if (++m_requests == kMaxRequests)
         m_response.keep_alive(false);
-    m_bytesBeingSent = m_response.body().size();
-    m_load.bytesBeingSent += m_bytesBeingSent;
     m_isSending = true;
     limitTo(kMaxResponse);
     boost::beast::http::async_write(
@@ -112,8 +110,9 @@ void Connection::send(Response response)
 
 void Connection::sent(bool good)
 {
-    m_load.bytesBeingSent -= m_bytesBeingSent;
-    m_bytesBeingSent = 0;
+    // The connection may wait for its next request for a while, without the bytes of this answer.
+    std::string().swap(m_response.body());
+    m_held.release();
     m_isSending = false;
     if (!good || isOverdue())
         return;

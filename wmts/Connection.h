@@ -40,7 +40,7 @@ private:
     void readHead();
     void answer();
     void headIsLate();
-    void send(Response response);
+    void send(Response response, BytesBeingSent held = {});
     void sent(bool good);
     void drain(std::size_t drained);
 
@@ -59,10 +59,9 @@ private:
     std::size_t m_begin = 0; // The unread bytes in the buffer.
     std::size_t m_end = 0;
     RequestHead m_head;
-    bool m_hasHeadBegun = false;
     Response m_response;
+    BytesBeingSent m_held; // The bytes of m_response.
     bool m_isSending = false;
-    std::size_t m_bytesBeingSent = 0;
     int m_requests = 0;
 };
 

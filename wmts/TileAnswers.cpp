@@ -18,6 +18,9 @@ namespace
 
 namespace http = boost::beast::http;
 
+// 200 layers give about half of it.
+constexpr std::size_t kMaxDocumentBytes = 4U << 20;
+
 Response makeResponse(int status, const char *type, std::string body)
 {
     Response response;
@@ -45,6 +48,11 @@ std::optional<Response> missingParameter(const RequestTarget &target, const std:
         if (!target.parameter(name))
             return wmtsException(400, "MissingParameterValue", name, "A parameter is missing.");
     return std::nullopt;
+}
+
+Response tooManyBytes()
+{
+    return plainText(503, "Too many bytes are being sent.\n");
 }
 
 /** The answer to OPTIONS, by which a browser asks before it sends what a page wants to send. */
@@ -77,7 +85,7 @@ Response refusal(int status)
     return response;
 }
 
-TileAnswers::TileAnswers(const Layers &layers, const Load &load, int port)
+TileAnswers::TileAnswers(const Layers &layers, Load &load, int port)
     : m_layers(layers)
     , m_load(load)
     , m_address("http://127.0.0.1:" + std::to_string(port))
@@ -85,7 +93,7 @@ TileAnswers::TileAnswers(const Layers &layers, const Load &load, int port)
 {
 }
 
-Response TileAnswers::answer(const RequestHead &head) const
+Response TileAnswers::answer(const RequestHead &head, BytesBeingSent *held) const
 {
     if (const int status = head.error() != 0 ? head.error() : refusalOf(head))
         return refusal(status);
@@ -99,13 +107,16 @@ Response TileAnswers::answer(const RequestHead &head) const
         return refusal(400);
 
     const std::string_view target(request.target().data(), request.target().size());
+    BytesBeingSent ofThisCall;
+    if (!held)
+        held = &ofThisCall;
     Response response;
     if (request.method() == http::verb::options)
         response = allowedMethods();
     else if (request.method() != http::verb::get && request.method() != http::verb::head)
         response = methodNotAllowed();
     else
-        response = route(RequestTarget(target));
+        response = route(RequestTarget(target), held);
 
     response.set(http::field::server, kServerName);
     response.set(http::field::vary, "Origin"); // A cache must not give one page's answer to another page.
@@ -115,8 +126,10 @@ Response TileAnswers::answer(const RequestHead &head) const
     response.keep_alive(request.version() == 11 && !head.closes());
     if (response.result() != http::status::no_content)
         response.prepare_payload();
-    if (request.method() == http::verb::head)
-        response.body().clear(); // The header fields stay, with the length of the body.
+    if (request.method() == http::verb::head) {
+        std::string().swap(response.body()); // The header fields stay, with the length of the body.
+        held->release();
+    }
     return response;
 }
 
@@ -131,16 +144,17 @@ int TileAnswers::refusalOf(const RequestHead &head) const
     return m_names.isHost(head.hosts().front()) && areOurPages ? 0 : 403;
 }
 
-Response TileAnswers::route(const RequestTarget &target) const
+Response TileAnswers::route(const RequestTarget &target, BytesBeingSent *held) const
 {
     // A slow reader keeps its answer in memory until its time limit ends.
     if (m_load.bytesBeingSent > kMaxBytesBeingSent)
-        return plainText(503, "Too many bytes are being sent.\n");
+        return tooManyBytes();
     const std::string &path = target.path();
     if (path == "/layers.json")
-        return makeResponse(200, "application/json", layersJson(m_layers));
+        return document(
+            "application/json", [this] { return layersJson(m_layers); }, held);
     if (path == "/wmts")
-        return wmts(target);
+        return wmts(target, held);
     const auto address = parseTilePath(path);
     if (!address) {
         const bool hasTileShape = std::count(path.begin(), path.end(), '/') == 4;
@@ -149,10 +163,10 @@ Response TileAnswers::route(const RequestTarget &target) const
     const auto layer = m_layers.find(address->layer);
     if (layer == m_layers.end())
         return plainText(404, "There is no such layer.\n");
-    return tile(*layer->second, address->zoom, address->column, address->row);
+    return tile(*layer->second, address->zoom, address->column, address->row, held);
 }
 
-Response TileAnswers::wmts(const RequestTarget &target) const
+Response TileAnswers::wmts(const RequestTarget &target, BytesBeingSent *held) const
 {
     if (auto missing = missingParameter<2>(target, {"SERVICE", "REQUEST"}))
         return *std::move(missing);
@@ -160,13 +174,14 @@ Response TileAnswers::wmts(const RequestTarget &target) const
         return wmtsException(400, "InvalidParameterValue", "SERVICE", "The service is WMTS.");
     const std::string &operation = *target.parameter("REQUEST");
     if (operation == "GetCapabilities")
-        return makeResponse(200, "text/xml", capabilitiesXml(m_layers, m_address));
+        return document(
+            "text/xml", [this] { return capabilitiesXml(m_layers, m_address); }, held);
     if (operation == "GetTile")
-        return wmtsTile(target);
+        return wmtsTile(target, held);
     return wmtsException(501, "OperationNotSupported", "REQUEST", "The operations are GetCapabilities and GetTile.");
 }
 
-Response TileAnswers::wmtsTile(const RequestTarget &target) const
+Response TileAnswers::wmtsTile(const RequestTarget &target, BytesBeingSent *held) const
 {
     // The standard requires STYLE and FORMAT too. Each has one value here, so a request may omit them.
     if (auto missing = missingParameter<5>(target, {"LAYER", "TILEMATRIXSET", "TILEMATRIX", "TILEROW", "TILECOL"}))
@@ -187,22 +202,35 @@ Response TileAnswers::wmtsTile(const RequestTarget &target) const
         return wmtsException(400, "TileOutOfRange", isColumnGood ? "TILEROW" : "TILECOL",
                              "The level has no such tile.");
     }
-    return tile(*layer->second, zoom, *column, *row);
+    return tile(*layer->second, zoom, *column, *row, held);
 }
 
-Response TileAnswers::tile(TileLayer &layer, int zoom, std::int64_t column, std::int64_t row) const
+Response TileAnswers::tile(TileLayer &layer, int zoom, std::int64_t column, std::int64_t row,
+                           BytesBeingSent *held) const
 {
     const char *type = nullptr;
     std::string bytes;
-    switch (layer.tile(zoom, column, row, &bytes, &type)) {
+    switch (layer.tile(zoom, column, row, &bytes, &type, &m_load, held)) {
     case TileLayer::Found::Yes:
         return makeResponse(200, type, std::move(bytes));
     case TileLayer::Found::No:
         return plainText(404, "There is no such tile.\n");
+    case TileLayer::Found::TooBusy:
+        return tooManyBytes();
     case TileLayer::Found::Unreadable:
         break;
     }
     return plainText(500, "The tile cannot be read.\n");
+}
+
+/** A document about all layers. Its size is known only when it is made, so the maximum is taken before. */
+Response TileAnswers::document(const char *type, const std::function<std::string()> &text, BytesBeingSent *held) const
+{
+    if (!held->take(m_load, kMaxDocumentBytes))
+        return tooManyBytes();
+    Response response = makeResponse(200, type, text());
+    held->shrinkTo(response.body().size());
+    return response;
 }
 
 } // namespace wmts

@@ -188,9 +188,14 @@ bool TileLayer::readZoom()
     return true;
 }
 
-TileLayer::Found TileLayer::tile(int zoom, std::int64_t column, std::int64_t row, std::string *bytes, const char **type)
+TileLayer::Found TileLayer::tile(int zoom, std::int64_t column, std::int64_t row, std::string *bytes, const char **type,
+                                 Load *load, BytesBeingSent *held)
 {
     const std::lock_guard lock(m_mutex);
+    // A queue at a slow file would delay the end of the service by two seconds for each request.
+    if (load && load->isEnding)
+        return Found::Unreadable;
+    m_load = load;
     startClock();
     sqlite3_reset(m_select);
     sqlite3_bind_int(m_select, 1, zoom);
@@ -204,7 +209,9 @@ TileLayer::Found TileLayer::tile(int zoom, std::int64_t column, std::int64_t row
         const void *const data = sqlite3_column_blob(m_select, 0);
         const auto size = static_cast<std::size_t>(sqlite3_column_bytes(m_select, 0));
         *type = data ? imageType(data, size) : nullptr;
-        if (*type && size <= kMaxTileBytes) {
+        if (*type && size <= kMaxTileBytes && load && !held->take(*load, size)) {
+            found = Found::TooBusy;
+        } else if (*type && size <= kMaxTileBytes) {
             bytes->assign(static_cast<const char *>(data), size);
             found = Found::Yes;
         }
@@ -221,7 +228,9 @@ void TileLayer::startClock()
 
 int TileLayer::pastDeadline(void *layer)
 {
-    return std::chrono::steady_clock::now() > static_cast<const TileLayer *>(layer)->m_deadline ? 1 : 0;
+    const auto *const self = static_cast<const TileLayer *>(layer);
+    const bool isEnding = self->m_load && self->m_load->isEnding;
+    return isEnding || std::chrono::steady_clock::now() > self->m_deadline ? 1 : 0;
 }
 
 } // namespace wmts

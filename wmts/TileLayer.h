@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Load.h"
+
 #include <array>
 #include <chrono>
 #include <cstdint>
@@ -37,7 +39,7 @@ const char *imageType(const void *bytes, std::size_t size);
 class TileLayer
 {
 public:
-    enum class Found { Yes, No, Unreadable };
+    enum class Found { Yes, No, Unreadable, TooBusy };
 
     /**
      * @param name plain text, see isPlainText()
@@ -55,11 +57,15 @@ public:
      * Reads one tile. Rows count from the north.
      *
      * Takes two seconds at most, after the earlier requests to this layer have ended: they wait for each other. A tile
-     * is Unreadable if it is too large, is no image, or is in a damaged part of the file. Any thread.
+     * is Unreadable if it is too large, is no image, is in a damaged part of the file, or the service ends meanwhile.
+     * Any thread.
      *
      * @param type media type; a constant string
+     * @param load may be null; when too many bytes are being sent, the tile is TooBusy and is not copied
+     * @param held gets the bytes of the tile; null only without a load
      */
-    Found tile(int zoom, std::int64_t column, std::int64_t row, std::string *bytes, const char **type);
+    Found tile(int zoom, std::int64_t column, std::int64_t row, std::string *bytes, const char **type,
+               Load *load = nullptr, BytesBeingSent *held = nullptr);
 
 private:
     TileLayer() = default;
@@ -77,6 +83,7 @@ private:
     sqlite3 *m_database = nullptr;
     sqlite3_stmt *m_select = nullptr;
     std::chrono::steady_clock::time_point m_deadline;
+    const Load *m_load = nullptr; // Of the current request.
 };
 
 } // namespace wmts

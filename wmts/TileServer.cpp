@@ -7,6 +7,8 @@
 #include <chrono>
 #include <exception>
 #include <memory>
+#include <thread>
+#include <utility>
 
 namespace wmts
 {
@@ -19,7 +21,38 @@ using boost::asio::ip::tcp;
 constexpr int kBacklog = 256;
 constexpr std::chrono::milliseconds kPause{10};
 
+/** This thread is in acceptNext(), which itself tries again. */
+thread_local bool isArming = false;
+
 } // namespace
+
+/**
+ * The duty to wait for the next client. Moves with a handler. Without memory, Asio destroys a handler instead of
+ * calling it; the duty is passed on even then.
+ */
+class TileServer::Duty
+{
+public:
+    explicit Duty(TileServer &server)
+        : m_server(&server)
+    {
+    }
+    Duty(Duty &&other) noexcept
+        : m_server(std::exchange(other.m_server, nullptr))
+    {
+    }
+    Duty &operator=(Duty &&) = delete;
+    ~Duty()
+    {
+        if (m_server && !isArming)
+            m_server->acceptNext(true);
+    }
+
+    void passOn(bool later) { std::exchange(m_server, nullptr)->acceptNext(later); }
+
+private:
+    TileServer *m_server;
+};
 
 TileServer::TileServer()
     : m_acceptor(m_context)
@@ -56,19 +89,20 @@ int TileServer::port() const
 void TileServer::start(const Layers &layers)
 {
     m_answers.emplace(layers, m_load, port());
-    accept();
+    acceptNext(false);
     m_threads.start();
 }
 
 void TileServer::end()
 {
+    m_load.isEnding = true;
     m_context.stop();
     m_threads.join();
 }
 
 void TileServer::accept()
 {
-    const auto accepted = [this](const boost::system::error_code &error, tcp::socket socket) {
+    auto accepted = [this, duty = Duty(*this)](const boost::system::error_code &error, tcp::socket socket) mutable {
         try {
             if (!error)
                 std::make_shared<Connection>(std::move(socket), *m_answers, m_load, m_threads)->start();
@@ -76,22 +110,35 @@ void TileServer::accept()
             // Out of memory: this client is lost, the others go on.
         }
         // An error is, for example, that the process has no file descriptor left.
-        if (error || m_load.connections >= kMaxConnections)
-            acceptLater();
-        else
-            accept();
+        duty.passOn(error || m_load.connections >= kMaxConnections);
     };
-    m_acceptor.async_accept(boost::asio::make_strand(m_context), accepted);
+    m_acceptor.async_accept(boost::asio::make_strand(m_context), std::move(accepted));
+}
+
+/** Waits for the next client. Without memory even that fails and must be tried again, else no client is ever accepted.
+ */
+void TileServer::acceptNext(bool later)
+{
+    isArming = true;
+    for (bool isDone = false; !isDone && !m_context.stopped();) {
+        try {
+            if (later)
+                acceptLater();
+            else
+                accept();
+            isDone = true;
+        } catch (const std::exception &) {
+            std::this_thread::sleep_for(kPause);
+        }
+    }
+    isArming = false;
 }
 
 void TileServer::acceptLater()
 {
     m_pause.expires_after(kPause);
-    m_pause.async_wait([this](const boost::system::error_code &) {
-        if (m_load.connections >= kMaxConnections)
-            acceptLater();
-        else
-            accept();
+    m_pause.async_wait([this, duty = Duty(*this)](const boost::system::error_code &) mutable {
+        duty.passOn(m_load.connections >= kMaxConnections);
     });
 }
 

@@ -36,12 +36,15 @@ public:
     /** Answers requests until end(). The layers must live until then. */
     void start(const Layers &layers);
 
-    /** Cuts off the clients and joins the threads. Waits for the tiles that are being read; see TileLayer::tile. */
+    /** Cuts off the clients and joins the threads. Reading tiles is interrupted. For good: start() cannot follow. */
     void end();
 
 private:
+    class Duty;
+
     void accept();
     void acceptLater();
+    void acceptNext(bool later);
 
     // The context destroys the connections that are left, so it goes before what they use.
     Load m_load;

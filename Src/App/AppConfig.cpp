@@ -34,6 +34,15 @@ void applyStyle(const QString &path)
     qApp->setStyleSheet(QTextStream(&file).readAll());
 }
 
+/** A name beside the file that nothing has: the file's with a number. */
+QString numbered(const QString &path)
+{
+    QString name;
+    for (int number = 1; name.isEmpty() || QFileInfo::exists(name) || QFileInfo(name).isSymLink(); ++number)
+        name = path + QStringLiteral(".%1").arg(number);
+    return name;
+}
+
 /**
  * Renames a file that holds serialised objects. QSettings creates such objects whatever their key is, and a damaged pen
  * or picture crashes there. Our own files never hold any.
@@ -54,7 +63,9 @@ bool setAsideIfHarmful(const QString &path)
     if (!text.contains(QLatin1String("@Variant(")) && !text.contains(QLatin1String("@DateTime(")))
         return true;
     const QString aside = path + QStringLiteral(".damaged");
-    QFile::remove(aside);
+    // Those of earlier times are kept, too.
+    if (QFileInfo(aside).isFile())
+        QFile::rename(aside, numbered(aside));
     const bool done = file.rename(aside);
     logToBoth(warn, "config.ini holds serialised objects and is not read, {} {}",
               done ? "it is now" : "it cannot be renamed to", aside);

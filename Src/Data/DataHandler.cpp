@@ -34,7 +34,10 @@ ostravel::SourceHost logHost()
     return {[](const QString &line) { logToBoth(warn, "{}", line); },
             [](const QString &line) { logToBoth(error, "{}", line); },
             // Without user input, which could start a second read.
-            [] { QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents); }};
+            [] {
+                QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+                return true;
+            }};
 }
 
 /** Shows the list of tasks. @return the ticked ones in ticking order */

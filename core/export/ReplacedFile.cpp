@@ -1,6 +1,7 @@
 #include "ReplacedFile.h"
 
 #include "RegularFile.h"
+#include "WholeWrite.h"
 
 namespace ostravel
 {
@@ -8,9 +9,7 @@ namespace ostravel
 ReplacedFile::ReplacedFile(const QString &path)
     : m_path(path)
     , m_file(path)
-    , m_output([this](const char *data, std::size_t size) {
-        return m_file.write(data, static_cast<qint64>(size)) == static_cast<qint64>(size);
-    })
+    , m_output([this](const char *data, std::size_t size) { return writeAll(m_file, data, static_cast<qint64>(size)); })
 {
 }
 
@@ -30,7 +29,7 @@ std::optional<ExportError> ReplacedFile::finish(bool cancelled)
         return exportCancelled(m_path);
     }
     // A device knows why it failed only until it is closed.
-    if (!m_output.flush() || !m_file.flush()) {
+    if (!m_output.flush() || !flushAll(m_file)) {
         const QString reason = m_file.errorString();
         m_file.cancelWriting();
         return exportError(ExportError::Code::CannotWrite, m_path, reason);

@@ -1,6 +1,7 @@
 #include "FlightDatabase.h"
 
 #include "RegularFile.h"
+#include "WholeWrite.h"
 
 #include <QDir>
 #include <QFile>
@@ -42,30 +43,6 @@ QString immutableName(const QString &path)
     const QString slash = path.startsWith(QLatin1Char('/')) ? QString() : QStringLiteral("/");
     return QStringLiteral("file://") + slash + QString::fromLatin1(QUrl::toPercentEncoding(path, "/:"))
         + QStringLiteral("?immutable=1");
-}
-
-/** Copies the current size of a file, even if it grows meanwhile. @return an empty text, or why the copy failed */
-QString copyFile(const QString &from, const QString &to, const std::function<void()> &idle)
-{
-    constexpr qint64 kBlockBytes = 1 << 20;
-    QFile source(from);
-    QFile target(to);
-    if (!source.open(QIODevice::ReadOnly))
-        return source.errorString();
-    if (!target.open(QIODevice::WriteOnly))
-        return target.errorString();
-    for (qint64 left = source.size(); left > 0;) {
-        const QByteArray block = source.read(std::min(left, kBlockBytes));
-        if (block.isEmpty())
-            return source.error() != QFileDevice::NoError ? source.errorString() : QStringLiteral("it became shorter");
-        // When the disk fills up within a block, Qt writes a part of it and reports no error.
-        if (target.write(block) != block.size() || !target.flush())
-            return target.error() != QFileDevice::NoError ? target.errorString() : QStringLiteral("no room is left");
-        left -= block.size();
-        if (idle)
-            idle();
-    }
-    return {};
 }
 
 } // namespace
@@ -217,6 +194,7 @@ bool FlightDatabase::openCopy()
         bytes += QFileInfo(file + side).size();
 
     m_connection.close();
+    m_cancelled = false;
     m_copy = std::make_unique<QTemporaryDir>();
     QString reason = m_copy->isValid() ? QString() : m_copy->errorString();
     if (reason.isEmpty()) {
@@ -231,11 +209,11 @@ bool FlightDatabase::openCopy()
                  .arg(copy));
     for (const QString &side : qAsConst(sides)) {
         if (reason.isEmpty())
-            reason = copyFile(file + side, copy + side, m_host.idle);
+            reason = copyFile(file + side, copy + side);
     }
     if (!reason.isEmpty()) {
         m_error = reason;
-        if (m_host.error) {
+        if (m_host.error && !m_cancelled) {
             m_host.error(QStringLiteral("database of %1 bytes cannot be copied to %2: %3")
                              .arg(QString::number(bytes), QDir::tempPath(), reason));
         }
@@ -245,6 +223,30 @@ bool FlightDatabase::openCopy()
         return false;
     readTables();
     return true;
+}
+
+QString FlightDatabase::copyFile(const QString &from, const QString &to)
+{
+    constexpr qint64 kBlockBytes = 1 << 20;
+    QFile source(from);
+    QFile target(to);
+    if (!source.open(QIODevice::ReadOnly))
+        return source.errorString();
+    if (!target.open(QIODevice::WriteOnly))
+        return target.errorString();
+    // Only its current size, even if it grows meanwhile.
+    for (qint64 left = source.size(); left > 0;) {
+        const QByteArray block = source.read(std::min(left, kBlockBytes));
+        if (block.isEmpty())
+            return source.error() != QFileDevice::NoError ? source.errorString() : QStringLiteral("it became shorter");
+        if (!writeWhole(target, block))
+            return target.errorString();
+        left -= block.size();
+        m_cancelled = m_host.idle && !m_host.idle();
+        if (m_cancelled)
+            return QStringLiteral("cancelled");
+    }
+    return {};
 }
 
 int FlightDatabase::readTables()

@@ -28,7 +28,7 @@ struct FlightTask {
 struct SourceHost {
     std::function<void(const QString &line)> warning; ///< something is repaired or skipped
     std::function<void(const QString &line)> error; ///< something cannot be read
-    std::function<void()> idle; ///< called regularly during a long copy
+    std::function<bool()> idle; ///< called regularly during a long copy; false cancels it
 };
 
 /**
@@ -58,6 +58,8 @@ public:
     bool open();
     /** Closes the connection and removes the copy. Does nothing when closed. */
     void close();
+    /** Whether open() failed because the host cancelled the copy. */
+    bool cancelled() const { return m_cancelled; }
     /** Why open() failed or the list of tables could not be read; otherwise empty. */
     const QString &error() const { return m_error; }
 
@@ -102,6 +104,8 @@ private:
     SourceEnd endOf(const QSqlQuery &query, const QString &what, qint64 rows);
     bool openFile(const QString &name, const QString &options);
     bool openCopy();
+    /** Copies a file. @return an empty text, or why the copy failed */
+    QString copyFile(const QString &from, const QString &to);
     /** Reads the names of the ordinary tables. @return SQLite's primary result code, 0 for success */
     int readTables();
 
@@ -110,6 +114,7 @@ private:
     const QString m_path;
     const QString m_options;
     std::unique_ptr<QTemporaryDir> m_copy;
+    bool m_cancelled = false;
     QStringList m_tables; // names of ordinary tables, in lower case
     QString m_error; // why m_tables could not be read
     QString m_queryError; // error of the last query

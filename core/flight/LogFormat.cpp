@@ -9,10 +9,15 @@ ReadError readError(ReadError::Code code, const QString &path, const QString &wh
     return {code, QStringLiteral("The flight ") + path + QLatin1Char(' ') + what + QLatin1Char('.')};
 }
 
+ReadError readCancelled(const QString &path)
+{
+    return readError(ReadError::Code::Cancelled, path, QStringLiteral("was not read to its end, as was asked for"));
+}
+
 ReadResult finishedFlight(FlightBuilder &builder, const SourceEnd &end, const QString &path)
 {
     if (end.cancelled)
-        return readError(ReadError::Code::Cancelled, path, QStringLiteral("was not read to its end, as was asked for"));
+        return readCancelled(path);
     if (end.reason.isEmpty())
         return builder.finish();
     return builder.finish(

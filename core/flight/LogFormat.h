@@ -1,13 +1,11 @@
 #pragma once
 
-#include "Flight.h"
 #include "FlightBuilder.h"
-#include "ReadError.h"
-#include "ReadOptions.h"
+#include "ReadFlight.h"
 #include "SourceEnd.h"
 
 #include <QString>
-#include <variant>
+#include <functional>
 
 /**
  * @file
@@ -16,9 +14,6 @@
 
 namespace ostravel
 {
-
-/** A flight, or why there is none. */
-using ReadResult = std::variant<Flight, ReadError>;
 
 /** A kind of file that readFlight reads. */
 struct LogFormat {
@@ -30,6 +25,9 @@ struct LogFormat {
 
 /** The error of a flight that cannot be read: "The flight PATH WHAT.". */
 ReadError readError(ReadError::Code code, const QString &path, const QString &what);
+
+/** The error of a read that the caller cancelled. */
+ReadError readCancelled(const QString &path);
 
 /** The flight of a source that has ended, or the error when it was cancelled. @param path for messages */
 ReadResult finishedFlight(FlightBuilder &builder, const SourceEnd &end, const QString &path);

@@ -38,6 +38,8 @@ private:
 
 ReadError cannotBeOpened(const QString &path, const FlightDatabase &database)
 {
+    if (database.cancelled())
+        return readCancelled(path);
     return readError(ReadError::Code::CannotOpen, path, QStringLiteral("cannot be opened: ") + database.error());
 }
 
@@ -114,7 +116,10 @@ ReadResult readFrames(FlightDatabase &database, const QString &path, const ReadO
 ReadResult readDatabase(const QString &path, const ReadOptions &options)
 {
     const Connection connection(path);
-    FlightDatabase database(connection.database());
+    SourceHost host;
+    if (options.progress)
+        host.idle = [&options] { return options.progress(0, 0); };
+    FlightDatabase database(connection.database(), host);
     if (!database.open())
         return cannotBeOpened(path, database);
     return readFrames(database, path, options);

@@ -23,7 +23,7 @@ constexpr std::array kFormats {
 
 } // namespace
 
-std::variant<Flight, ReadError> readFlight(const QString &path, const ReadOptions &options)
+ReadResult readFlight(const QString &path, const ReadOptions &options)
 {
     const QString suffix = QFileInfo(path).suffix();
     QStringList known;

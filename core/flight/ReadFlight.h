@@ -10,6 +10,9 @@
 namespace ostravel
 {
 
+/** A flight, or why there is none. */
+using ReadResult = std::variant<Flight, ReadError>;
+
 /**
  * Reads a whole flight: a text log of hexadecimal frames, or tasks of a flight database.
  *
@@ -24,6 +27,6 @@ namespace ostravel
  * threads may call this at the same time; one call uses only its own thread. Reading a database needs an application
  * object, for Qt's drivers.
  */
-[[nodiscard]] std::variant<Flight, ReadError> readFlight(const QString &path, const ReadOptions &options = {});
+[[nodiscard]] ReadResult readFlight(const QString &path, const ReadOptions &options = {});
 
 } // namespace ostravel

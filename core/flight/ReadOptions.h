@@ -24,8 +24,8 @@ struct ReadOptions {
     /** Milliseconds between two samples of a group, by function code. Default: kDefaultPeriodMs. */
     QMap<std::uint8_t, int> periodsMs;
     /**
-     * Called regularly on the reading thread with the progress: bytes of a text log or records of a database.
-     * Returning false cancels the read. Must not throw.
+     * Called regularly on the reading thread with the progress: bytes of a text log or records of a database; 0 of 0
+     * while a database is copied. Returning false cancels the read. Must not throw.
      */
     std::function<bool(qint64 done, qint64 total)> progress;
 };

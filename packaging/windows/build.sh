@@ -38,10 +38,13 @@ install_packages "${packages_build[@]}" "${packages_windows[@]}"
 if $tests; then
     install_packages "${packages_wine[@]}"
 fi
+same_for_everyone
 sysroot=$("$here/deps.sh")
 triplet=x86_64-w64-mingw32
 build=build/windows
 
+# Links again, because the date of the last link may be that of another commit, and drops files of earlier builds.
+rm -rf "$build/bin"
 step windows-configure "Configuring for Windows" "Remove $build and try again." \
     cmake -G Ninja -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_TOOLCHAIN_FILE="$here/toolchain.cmake" \
     -DOSTRAVEL_SYSROOT="$sysroot" -DBUILD_TESTING="$($tests && echo ON || echo OFF)"
@@ -66,7 +69,7 @@ imports() {
 }
 
 # carry FILE TARGET: copies a program, library or plug-in without debugging symbols, and recursively the DLLs that it
-# imports, except those of Windows.
+# imports, except those of Windows. The header of a stripped file gets its date from SOURCE_DATE_EPOCH.
 carry() {
     local library folder
     install -D -m 755 "$1" "$stage/$2"
@@ -134,7 +137,7 @@ pack() {
 
 pack ostravel.dll
 pack plugins/sqldrivers/qsqlite.dll
-SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct)} /usr/bin/python3 -B python/make_wheel.py \
+/usr/bin/python3 -B python/make_wheel.py \
     --version "$version" --platform win_amd64 --output "$stage/python" "${wheel[@]}" >/dev/null
 
 # --- licences ---
@@ -167,7 +170,10 @@ if [ "${#unknown[@]}" -ne 0 ]; then
         "A library of ours has to come along; one that every Windows 10 has goes into the list."
 fi
 
-# Reproducible zip: sorted names, time of the last commit, no owner.
-find "$stage" -exec touch -h -d "@${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct)}" {} +
+/usr/bin/python3 -B packaging/contents.py --system windows --version "$version" "$stage"
+
+# Reproducible zip: sorted names, one time for all, no owner, the same permissions whatever the umask.
+find "$stage" -exec touch -h -d "@$SOURCE_DATE_EPOCH" {} +
+chmod -R u=rwX,go=rX "$stage"
 (cd "$build" && find "$name" -type f | LC_ALL=C sort | zip -X -9 -q "$name.zip" -@)
 say "Windows package: $build/$name.zip ($(du -h "$build/$name.zip" | cut -f1))"

@@ -233,6 +233,9 @@ if [ "${1:-}" = --stage ]; then
     mkdir -p "$work/build"
     mapfile -t sources < <(sources_of "$stage")
     (fetch_sources "${sources[@]}")
+    # Dates in the library are those of its source, not of this build or of the commit that asks for it.
+    SOURCE_DATE_EPOCH=$(dpkg-parsechangelog -l "$src/${sources[0]%%=*}/debian/changelog" -S Timestamp)
+    export SOURCE_DATE_EPOCH
     cd "$work/build"
     "build_$stage"
     for package in ${packages_of[$stage]}; do

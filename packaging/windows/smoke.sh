@@ -10,19 +10,25 @@ cd "$here/../.."
 
 usage() {
     cat <<'USAGE'
-Usage: packaging/windows/smoke.sh [ZIP]
+Usage: packaging/windows/smoke.sh [--picture FILE] [ZIP]
 
 Unpacks ZIP (default: the zip made by packaging/windows/build.sh) into a folder with a space and Chinese characters in
 its name, reads flights with ostravel.dll from a C program and operates Ostravel.exe under Wine: select, read, fifteen
 curves, both exports, a route, the calculators, quit. Then converts a database and a folder with Chinese names. Saves a
-screenshot of the curves to docs/windows/curves.png. KEEP=1 keeps the folder.
+screenshot of the curves to FILE (default: build/windows/curves.png). KEEP=1 keeps the folder.
 USAGE
 }
 
+picture=$root/build/windows/curves.png
 case ${1:-} in
 -h | --help)
     usage
     exit 0
+    ;;
+--picture)
+    [ $# -ge 2 ] || fail "--picture needs a file." "README shows docs/windows/curves.png."
+    picture=$(realpath -m "$2")
+    shift 2
     ;;
 esac
 zips=(build/windows/Ostravel-*-windows-x86_64.zip)
@@ -71,9 +77,9 @@ read_flights() {
 }
 step smoke-c-flights "Reading a log and a database with it" "See the log." read_flights
 
-mkdir -p docs/windows
+mkdir -p "${picture%/*}"
 step smoke-drive "Driving Ostravel.exe" "The screen at that moment: run with KEEP=1 and look at failed.png in $data." \
-    timeout 1800 /usr/bin/python3 "$here/drive.py" --waypoints 40 --screenshot docs/windows/curves.png "${folder[0]}" "$data"
+    timeout 1800 /usr/bin/python3 "$here/drive.py" --waypoints 40 --screenshot "$picture" "${folder[0]}" "$data"
 # The converter, on a flight, a database and a folder with Chinese names in it.
 many=$scratch/"批量 转换"
 mkdir -p "$many/七月"
@@ -93,4 +99,4 @@ head -n 1 "$many/出/flights.csv" | grep -q '^.*time,seconds,飞行器类型,' |
 step smoke-mat "Loading a MATLAB file" "Run with KEEP=1 and load the .mat files of $many." \
     octave-cli --norc --eval "x = load('$many/出/七月/航班.mat'); assert(size(x.attitude.PGS_Roll), [600 1])"
 
-say "Passed; screenshot: docs/windows/curves.png"
+say "Passed; screenshot: $picture"

@@ -103,6 +103,7 @@ private slots:
     void garbageGivesTheDefaults();
     void serialisedObjectsAreSetAside_data();
     void serialisedObjectsAreSetAside();
+    void filesSetAsideEarlierAreKept();
     void serialisedObjectsThatCannotBeSetAsideStayUnread();
     void textThatOnlyResemblesAnObjectIsReadAndWrittenBack_data();
     void textThatOnlyResemblesAnObjectIsReadAndWrittenBack();
@@ -359,6 +360,28 @@ void TestAppConfig::serialisedObjectsAreSetAside()
     config().readConfigIni(path);
     QCOMPARE(config().getShowFactor(), true);
     QVERIFY(QFile::remove(aside));
+    for (const char *number : {".1", ".2"})
+        QVERIFY(QFile::remove(aside + number));
+}
+
+void TestAppConfig::filesSetAsideEarlierAreKept()
+{
+    const Fixture fixture;
+    const QString path = config().configPath();
+    const QString aside = path + ".damaged";
+    const QByteArrayList bytes{"[Global]\na=@Variant(1)\n", "[Global]\na=@Variant(2)\n", "[Global]\na=@Variant(3)\n"};
+    for (const QByteArray &text : bytes) {
+        write(path, text);
+        config().readConfigIni(path);
+    }
+    const QStringList names{aside + ".1", aside + ".2", aside};
+    for (int i = 0; i < names.size(); ++i) {
+        QFile kept(names[i]);
+        QVERIFY2(kept.open(QFile::ReadOnly), qPrintable(names[i]));
+        QCOMPARE(kept.readAll(), bytes[i]);
+        kept.close();
+        QVERIFY(QFile::remove(names[i]));
+    }
 }
 
 void TestAppConfig::serialisedObjectsThatCannotBeSetAsideStayUnread()

@@ -1,9 +1,11 @@
 """The package: the unpacked tarball runs in any folder and without the folders of source and build."""
 
+import hashlib
 import os
 import re
 import shutil
 import subprocess
+import tarfile
 import tempfile
 import unittest
 from pathlib import Path
@@ -17,7 +19,7 @@ SOURCE = Path(__file__).resolve().parents[2]
 
 # Files that must be beside the executable.
 EXPECTED = {
-    "LICENSE", "include/ostravel.h", "libostravel.so", "libostravel.so.1", "python/README.md",
+    "CONTENTS.txt", "LICENSE", "include/ostravel.h", "libostravel.so", "libostravel.so.1", "python/README.md",
     "python/examples/first_look.py", "python/ostravel/__init__.py", "python/ostravel/fleet/__main__.py",
     "python/ostravel/py.typed", "Leaflet/demo.html", "Leaflet/leaflet.css", "Leaflet/leaflet.js", "Ostravel", "myPlot/myMatlabPlot.m",
     "myPlot/pythonPlot.py", "myPlot/shell/plot_runner.py", "myPlot/shell/python", "ostravel-convert", "ostravel-demo",
@@ -96,6 +98,60 @@ class Contents(unittest.TestCase):
     def test_licences_of_other_parts_are_included(self):
         for name, holder in (("libjs-leaflet", "Agafonkin"), ("python3-qdarkstyle", "Colin Duquesnoy")):
             self.assertIn(holder, (package / "licences" / f"{name}.txt").read_text(encoding="utf-8"))
+
+    def test_list_of_contents_has_a_row_for_each_file_and_library(self):
+        text = (package / "CONTENTS.txt").read_text(encoding="utf-8")
+        rows = [[cell.strip() for cell in line.split(" | ")] for line in text.splitlines() if " | " in line]
+        listed = {row[2]: row[:2] for row in rows if len(row[0]) == 64 and ":" not in row[2]}
+        files = {str(path.relative_to(package)): path for path in package.rglob("*") if path.is_file()}
+        del files["CONTENTS.txt"]
+        self.assertEqual(set(listed), set(files))
+        components = {row[0]: row[1:] for row in rows if len(row) == 4}
+        for name, path in files.items():
+            self.assertEqual(listed[name][0], hashlib.sha256(path.read_bytes()).hexdigest(), name)
+            self.assertIn(listed[name][1], components)
+        for name, (version, licence, licence_text) in components.items():
+            if name != "component":
+                self.assertRegex(version, r"\d", name)
+                self.assertRegex(licence, r"[A-Z]", name)
+                self.assertIn(licence_text, files, name)
+        needed = {value for path in elf_files() for key, value in dynamic_section(path) if key == "NEEDED"}
+        system = {row[0]: row[2] for row in rows if len(row) == 3 and len(row[0]) != 64}
+        self.assertEqual(needed - set(system), set())
+        for library in needed:
+            self.assertRegex(system[library], r"\d", library)
+
+    def test_second_package_has_the_same_bytes(self):
+        tarballs = []
+        for number, (zone, mask) in enumerate((("Europe/Prague", 0o022), ("Asia/Shanghai", 0o077))):
+            made = package.parent.parent / f"again-{number}"
+            subprocess.run(["cpack", "--config", build_folder() / "CPackConfig.cmake", "-B", made], check=True,
+                           stdout=subprocess.DEVNULL, env={**os.environ, "TZ": zone}, umask=mask)
+            tarballs.append((made / f"{package.name}.tar.gz").read_bytes())
+            shutil.rmtree(made)
+            # As a copy of the checkout would have it.
+            os.utime(build_folder() / "bin" / "Leaflet" / "demo.js")
+        self.assertEqual(*map(lambda data: hashlib.sha256(data).hexdigest(), tarballs))
+
+    def test_tarball_has_sorted_names_one_time_and_no_owner(self):
+        tarball = package.parent.parent / "made" / f"{package.name}.tar.gz"
+        self.assertEqual(tarball.read_bytes()[4:8], bytes(4), "the time in the head of gzip")
+        with tarfile.open(tarball) as archive:
+            entries = archive.getmembers()
+        names = [entry.name for entry in entries]
+        self.assertEqual({name.split("/")[0] for name in names}, {package.name})
+        self.assertEqual(names, sorted(names, key=lambda name: name.split("/")))
+        self.assertEqual(len({entry.mtime for entry in entries}), 1)
+        self.assertEqual({(entry.uid, entry.gid, entry.uname, entry.gname) for entry in entries}, {(0, 0, "", "")})
+        self.assertLessEqual({entry.mode for entry in entries if not entry.issym()}, {0o644, 0o755})
+
+    def test_files_contain_no_path_of_this_machine(self):
+        cache = (build_folder() / "CMakeCache.txt").read_text(encoding="utf-8")
+        if "CMAKE_BUILD_TYPE:STRING=Release" not in cache:
+            self.skipTest("other builds keep the paths for the debugger")
+        for path in sorted(package.rglob("*")):
+            if path.is_file():
+                self.assertNotIn(str(SOURCE).encode() + b"/", path.read_bytes(), path)
 
     def test_libraries_are_not_searched_in_the_build_folder(self):
         self.assertIn(package / "Ostravel", elf_files())

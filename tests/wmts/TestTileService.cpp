@@ -60,6 +60,7 @@ private slots:
     void endsOnSignals_data();
     void endsOnSignals();
     void endsWhileServing();
+    void endsDespiteAQueueAtASlowMap();
     void missingFolder();
     void folderWithoutMaps();
     void brokenFileAlone();
@@ -579,6 +580,39 @@ void TestTileService::endsWhileServing()
     // The port is free again at once.
     QTcpServer successor;
     QVERIFY(successor.listen(QHostAddress::LocalHost, service.port()));
+}
+
+void TestTileService::endsDespiteAQueueAtASlowMap()
+{
+    TileService service(QStringLiteral(WMTS_PROGRAM));
+    {
+        MBTilesFile slow(service.tiles("slow.mbtiles"));
+        slow.run("CREATE TABLE metadata (name TEXT, value TEXT)");
+        slow.addMetadata("minzoom", "0");
+        slow.addMetadata("maxzoom", "5");
+        // The tile of level 0 is found at once. The search for one of level 5 has no end.
+        slow.run("CREATE VIEW tiles AS SELECT 0 AS zoom_level, 0 AS tile_column, 0 AS tile_row, "
+                 "x'89504e470d0a1a0a' AS tile_data UNION ALL SELECT 5, 0, 31, x'00' FROM (WITH RECURSIVE n(i) AS "
+                 "(SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT i FROM n WHERE i < 0)");
+    }
+    QVERIFY(service.start());
+    QCOMPARE(TileService::statusOf(service.get("/slow/0/0/0")), 200);
+    std::vector<std::unique_ptr<QTcpSocket>> sockets;
+    for (int i = 0; i < 20; ++i) {
+        sockets.push_back(std::make_unique<QTcpSocket>());
+        QVERIFY(service.connectTo(*sockets.back()));
+        sockets.back()->write(service.withHost("GET /slow/5/0/0 HTTP/1.1\r\n\r\n"));
+        QVERIFY(sockets.back()->waitForBytesWritten(10000));
+    }
+    // When one is answered, the others wait in the queue.
+    bool isOneAnswered = false;
+    QElapsedTimer timer;
+    timer.start();
+    while (!isOneAnswered && timer.elapsed() < 20000)
+        for (const auto &socket : sockets)
+            isOneAnswered = isOneAnswered || socket->waitForReadyRead(10);
+    QVERIFY(isOneAnswered);
+    QCOMPARE(service.stop(), 0);
 }
 
 int TestTileService::runToEnd(TileService &service, const QStringList &arguments, QByteArray *error)

@@ -1,6 +1,7 @@
 #include "ExportFormats.h"
 
 #include "DemoFlight.h"
+#include "OrdinaryUser.h"
 #include "ReadFlight.h"
 #include "SampleFlight.h"
 
@@ -48,6 +49,8 @@ private slots:
     void folderThatIsMissingIsAnError();
     void cancelledExportLeavesNoFile_data() { everyFormat(); }
     void cancelledExportLeavesNoFile();
+    void fullDiskIsReportedWithItsReason_data();
+    void fullDiskIsReportedWithItsReason();
 
 private:
     static void everyFormat();
@@ -61,6 +64,39 @@ void TestExportFormats::everyFormat()
     QTest::addColumn<QString>("name");
     for (const ExportFormat &format : exportFormats())
         QTest::newRow(format.name) << format.name;
+}
+
+void TestExportFormats::fullDiskIsReportedWithItsReason_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<unsigned>("room");
+    // Text exports write several files; TestTextWriter has their cases.
+    for (const char *name : {"csv", "gpx", "kml", "geojson", "xlsx"}) {
+        QTest::addRow("%s, no byte fits", name) << name << 0U;
+        QTest::addRow("%s, a block fits in part", name) << name << 9001U;
+        QTest::addRow("%s, a block does not fit", name) << name << 8192U;
+    }
+}
+
+void TestExportFormats::fullDiskIsReportedWithItsReason()
+{
+    QFETCH(QString, name);
+    QFETCH(unsigned, room);
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process and rights of its own");
+    const Flight flight = demoFlight(path("flight.txt"));
+    QVERIFY(letOthersWrite(m_dir->path()));
+    const ExportFormat &format = *findExportFormat(name);
+    const QString target = exportPath(format, path("flight.txt"));
+    const int code = asOrdinaryUser([&] {
+        limitFileSize(room);
+        const auto error = format.write(flight, target, {});
+        if (!error || error->code != ExportError::Code::CannotWrite)
+            return 1;
+        return error->message.contains(QLatin1String("File too large")) ? 0 : 2;
+    });
+    QCOMPARE(code, 0);
+    QVERIFY(!QFileInfo::exists(target));
 }
 
 void TestExportFormats::namesAndSuffixesAreUnique()

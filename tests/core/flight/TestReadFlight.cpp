@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QDirIterator>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -21,7 +22,7 @@ using namespace ostravel;
 namespace
 {
 
-using Result = std::variant<Flight, ReadError>;
+using Result = ReadResult;
 
 constexpr int kPage = 4096;
 
@@ -131,6 +132,7 @@ private slots:
     void progressRunsFromZeroToTotal();
     void progressCallbackCancels_data();
     void progressCallbackCancels();
+    void copyOfAnUnfinishedDatabaseIsCancelled();
     void damagedPageKeepsTheRecordsBeforeIt();
     void damagedListOfTasksBreaksTheReadOff();
     void removesItsConnectionAndLeavesTheFilesUnchanged();
@@ -378,6 +380,56 @@ void TestReadFlight::progressCallbackCancels()
     options.progress = [&told, calls](qint64, qint64) { return ++told < calls; };
     const Result result = readFlight(path(name), options);
     QCOMPARE(codeOf(result), int(ReadError::Code::Cancelled));
+}
+
+void TestReadFlight::copyOfAnUnfinishedDatabaseIsCancelled()
+{
+    QVERIFY(QDir(m_dir->path()).mkdir("tmp"));
+    const QByteArray temporaryBefore = qgetenv("TMPDIR");
+    {
+        QSqlDatabase writer = QSqlDatabase::addDatabase("QSQLITE", "unfinished");
+        writer.setDatabaseName(path("live.db"));
+        QVERIFY(writer.open());
+        // A small page cache makes SQLite write pages to the file before the transaction ends.
+        const QStringList statements{
+            kTables[0],
+            kTables[1],
+            "insert into t_fly_task values (1, 'task', 0)",
+            "insert into t_fly_record (task_id, frame) with recursive n(i) as "
+            "(select 1 union all select i + 1 from n limit 50000) select 1, hex(zeroblob(50)) from n",
+            "pragma cache_size = 2",
+            "begin",
+            "update t_fly_record set frame = 'x'"};
+        for (const QString &statement : statements)
+            QVERIFY2(QSqlQuery(writer).exec(statement), qPrintable(statement));
+        for (const char *side : {"", "-journal"})
+            QVERIFY(QFile::copy(path("live.db") + side, path("left.db") + side));
+        writer.close();
+    }
+    QSqlDatabase::removeDatabase("unfinished");
+    QVERIFY(QFileInfo(path("left.db")).size() > 4 << 20);
+
+    // On Windows the copy goes to another folder, where it is not looked at.
+    qputenv("TMPDIR", QFile::encodeName(path("tmp")));
+    qint64 copied = 0;
+    int told = 0;
+    ReadOptions options;
+    options.progress = [&](qint64, qint64) {
+        ++told;
+        QDirIterator files(path("tmp"), QDir::Files, QDirIterator::Subdirectories);
+        while (files.hasNext())
+            copied += QFileInfo(files.next()).size();
+        return false;
+    };
+    const Result result = readFlight(path("left.db"), options);
+    if (temporaryBefore.isNull())
+        qunsetenv("TMPDIR");
+    else
+        qputenv("TMPDIR", temporaryBefore);
+    QCOMPARE(codeOf(result), int(ReadError::Code::Cancelled));
+    QCOMPARE(told, 1);
+    QVERIFY2(copied <= 1 << 20, qPrintable(QString::number(copied)));
+    QVERIFY(QDir(path("tmp")).isEmpty());
 }
 
 void TestReadFlight::damagedPageKeepsTheRecordsBeforeIt()
