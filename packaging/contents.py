@@ -62,7 +62,6 @@ COMPONENTS = {
         Component("double-conversion", "libdouble-conversion-dev", "BSD-3-Clause", stage="double_conversion"),
         Component("minizip", "libminizip-dev", "Zlib", stage="minizip"),
         Component("SQLite", "libsqlite3-dev", "blessing", stage="sqlite3"),
-        Component("matio", "libmatio-dev", "BSD-2-Clause", stage="matio"),
         LEAFLET, STYLE, BOOST, CLI11, FMT, SPDLOG,
     ),
 }
@@ -171,9 +170,7 @@ def file_rows(folder, names, components, problems):
 def contents(folder, system, version, manifest=None):
     """The text of the file, and what is wrong with the package."""
     problems = []
-    # A library that deps.sh could not build has left no licence text, and is not inside.
-    components = [component for component in COMPONENTS[system]
-                  if system != "windows" or not component.stage or (folder / "licenses" / component.stage).is_dir()]
+    components = COMPONENTS[system]
     if system == "windows":
         stages = {path.name for path in (folder / "licenses").iterdir() if path.is_dir()} - {"common"}
         for stage in sorted(stages - {component.stage for component in components}):
