@@ -298,9 +298,15 @@ class WindowTest(AnalystTest):
         self.select_route(app, name)
         self.press(app, "解析航线")
 
-    def save_picture(self, app, name, message):
+    def open_picture_dialog(self, app):
+        # The key belongs to the canvases; a click on the plot gives them the focus.
+        canvas = self.canvases(app)[0]
+        self.desktop.click(canvas.x + canvas.width // 2, canvas.y + canvas.height // 2)
         self.desktop.key("ctrl+shift+s")
         app.find("保存图片", role="dialog")
+
+    def save_picture(self, app, name, message):
+        self.open_picture_dialog(app)
         self.type_path(app, name)
         return app.find(message, role="status bar")
 

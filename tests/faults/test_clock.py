@@ -53,7 +53,7 @@ class Programs(ProgramsTest):
         out, error = process.communicate(timeout=LIMIT)
         self.assertEqual((process.returncode, error), (0, ""))
         self.assertEqual(tree(self.work / "with"), tree(self.work / "without"))
-        seconds = [json.loads(line)["seconds"] for line in out.splitlines() if "seconds" in json.loads(line)]
+        seconds = [json.loads(line)["elapsed"] for line in out.splitlines()]
         self.assertTrue(seconds)
         for value in seconds:
             self.assertTrue(0 <= value < LIMIT, seconds)

@@ -262,8 +262,7 @@ class FullDiskOfTheWindow(WindowTest):
             self.assertTrue(found[name] == content, name)
 
     def save_picture_over(self, app, disk):
-        self.desktop.key("ctrl+shift+s")
-        app.find("保存图片", role="dialog")
+        self.open_picture_dialog(app)
         self.desktop.type(str(disk.folder / "picture.png"))
         self.desktop.key("Return")
         app.find("Yes", role="push button").click()
