@@ -1,6 +1,7 @@
 #include "ReplacedFile.h"
 
 #include "RegularFile.h"
+#include "WholeWrite.h"
 
 namespace ostravel
 {
@@ -9,7 +10,7 @@ ReplacedFile::ReplacedFile(const QString &path)
     : m_path(path)
     , m_file(path)
     , m_output([this](const char *data, std::size_t size) {
-        return m_file.write(data, static_cast<qint64>(size)) == static_cast<qint64>(size);
+        return writeAll(m_file, data, static_cast<qint64>(size));
     })
 {
 }
@@ -29,8 +30,8 @@ std::optional<ExportError> ReplacedFile::finish(bool cancelled)
         m_file.cancelWriting();
         return exportCancelled(m_path);
     }
-    // A device knows why it failed only until it is closed.
-    if (!m_output.flush() || !m_file.flush()) {
+    // A device knows why it failed only until it is closed. The first flush may fail without a reason, after a part.
+    if (!m_output.flush() || (!m_file.flush() && !m_file.flush())) {
         const QString reason = m_file.errorString();
         m_file.cancelWriting();
         return exportError(ExportError::Code::CannotWrite, m_path, reason);

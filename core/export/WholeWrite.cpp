@@ -3,15 +3,20 @@
 namespace ostravel
 {
 
-bool writeWhole(QFileDevice &file, const QByteArray &bytes)
+bool writeAll(QFileDevice &file, const char *data, qint64 size)
 {
-    for (int done = 0; done < bytes.size();) {
-        const qint64 written = file.write(bytes.constData() + done, bytes.size() - done);
+    for (qint64 done = 0; done < size;) {
+        const qint64 written = file.write(data + done, size - done);
         if (written <= 0)
             return false;
-        done += static_cast<int>(written);
+        done += written;
     }
-    return file.flush() || file.flush();
+    return true;
+}
+
+bool writeWhole(QFileDevice &file, const QByteArray &bytes)
+{
+    return writeAll(file, bytes.constData(), bytes.size()) && (file.flush() || file.flush());
 }
 
 } // namespace ostravel
