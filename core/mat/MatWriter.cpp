@@ -1,5 +1,6 @@
 #include "MatWriter.h"
 
+#include "ClockText.h"
 #include "FileRename.h"
 #include "RegularFile.h"
 
@@ -7,6 +8,7 @@
 #include <QFileInfo>
 #include <QUuid>
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <limits>
 #include <matio.h>
@@ -69,14 +71,34 @@ private:
     Variable m_variable;
 };
 
-/** One flight on its way into a file. */
+/** Whether two variables have the same type, shape and content, with all fields. */
+bool areEqual(matvar_t *a, matvar_t *b)
+{
+    if (a == nullptr || b == nullptr || a->class_type != b->class_type || a->rank != b->rank
+        || !std::equal(a->dims, a->dims + a->rank, b->dims))
+        return false;
+    if (a->class_type != MAT_C_STRUCT)
+        return a->nbytes == b->nbytes && (a->nbytes == 0 || std::memcmp(a->data, b->data, a->nbytes) == 0);
+    const unsigned fields = Mat_VarGetNumberOfFields(a);
+    if (fields != Mat_VarGetNumberOfFields(b))
+        return false;
+    for (unsigned i = 0; i < fields; ++i) {
+        if (!areEqual(Mat_VarGetStructFieldByIndex(a, i, 0), Mat_VarGetStructFieldByIndex(b, i, 0)))
+            return false;
+    }
+    return true;
+}
+
+/** One flight on its way into a file; or, for a file that is open for reading, the comparison of the two. */
 class MatOutput
 {
 public:
-    MatOutput(const Flight &flight, mat_t *file, ExportProgress &progress)
+    /** @param isThere whether the file is complete and only to be compared */
+    MatOutput(const Flight &flight, mat_t *file, ExportProgress &progress, bool isThere)
         : m_flight(flight)
         , m_file(file)
         , m_progress(progress)
+        , m_isThere(isThere)
     {
     }
 
@@ -91,12 +113,16 @@ public:
 private:
     void write(matvar_t *variable)
     {
-        m_good = m_good && variable != nullptr && Mat_VarWrite(m_file, variable, MAT_COMPRESSION_NONE) == 0;
+        if (m_good && m_isThere)
+            m_good = areEqual(variable, Variable(Mat_VarRead(m_file, variable->name), &Mat_VarFree).get());
+        else
+            m_good = m_good && variable != nullptr && Mat_VarWrite(m_file, variable, MAT_COMPRESSION_NONE) == 0;
     }
 
     const Flight &m_flight;
     mat_t *m_file;
     ExportProgress &m_progress;
+    bool m_isThere;
     bool m_good = true;
     bool m_cancelled = false;
 };
@@ -124,7 +150,7 @@ void MatOutput::writeGroup(std::uint8_t code, const QVector<frame::ChannelId> &c
     }
     std::vector<double> times(static_cast<std::size_t>(rows));
     std::vector<double> seconds(static_cast<std::size_t>(rows));
-    const double start = dateNumber(m_flight.startTime());
+    const double start = dateNumber(clockOf(m_flight.startTime()));
     for (int i = 0; i < rows; ++i) {
         const auto place = static_cast<std::size_t>(i);
         seconds[place] = static_cast<double>(qint64{i} * m_flight.periodMs(code)) / kMsPerSecond;
@@ -140,7 +166,8 @@ void MatOutput::writeGroup(std::uint8_t code, const QVector<frame::ChannelId> &c
         values += samples.size();
     }
     write(group.get());
-    m_progress.advance(values);
+    if (!m_isThere)
+        m_progress.advance(values);
     m_cancelled = m_cancelled || !m_progress.ask();
 }
 
@@ -165,9 +192,7 @@ void MatOutput::writeOrigin()
 
 void MatOutput::writeStart()
 {
-    QByteArray text = m_flight.startTime().isValid()
-        ? m_flight.startTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")).toLatin1()
-        : QByteArray();
+    QByteArray text = clockOf(m_flight.startTime()).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")).toLatin1();
     std::size_t shape[] = {text.isEmpty() ? 0U : 1U, static_cast<std::size_t>(text.size())};
     const Variable variable(Mat_VarCreate("start", MAT_C_CHAR, MAT_T_UTF8, 2, shape, text.data(), 0), &Mat_VarFree);
     write(variable.get());
@@ -204,6 +229,21 @@ void writeAll(MatOutput &output, const Flight &flight, const QVector<frame::Chan
     output.writeStart();
 }
 
+/**
+ * Whether a file holds all of a flight. The library does not look whether its writes succeed: on a disk that is full it
+ * leaves a file that lacks a part, and reports success.
+ */
+bool isWhole(const Flight &flight, const QString &path, const QVector<frame::ChannelId> &channels,
+             ExportProgress &progress)
+{
+    const MatFile file(Mat_Open(nativePath(path).constData(), MAT_ACC_RDONLY), &Mat_Close);
+    if (file == nullptr)
+        return false;
+    MatOutput comparison(flight, file.get(), progress, true);
+    writeAll(comparison, flight, channels);
+    return comparison.isGood();
+}
+
 } // namespace
 
 std::optional<ExportError> writeMat(const Flight &flight, const QString &path, const ExportOptions &options)
@@ -231,11 +271,11 @@ std::optional<ExportError> writeMat(const Flight &flight, const QString &path, c
         &Mat_Close);
     if (file == nullptr)
         return exportError(ExportError::Code::CannotOpen, path, QStringLiteral("its folder takes no file"));
-    MatOutput output(flight, file.get(), progress);
+    MatOutput output(flight, file.get(), progress, false);
     writeAll(output, flight, channels);
     const bool closed = Mat_Close(file.release()) == 0;
     QString reason;
-    if (!output.isGood() || !closed)
+    if (!output.isGood() || !closed || (!output.isCancelled() && !isWhole(flight, unfinished, channels, progress)))
         reason = QStringLiteral("the disk takes no more");
     else if (!output.isCancelled())
         reason = QXlsx::renamed(unfinished, path);
