@@ -10,6 +10,7 @@ import signal
 import subprocess
 import sys
 import tempfile
+import time
 import zipfile
 from pathlib import Path
 
@@ -267,10 +268,33 @@ class WindowTest(AnalystTest):
         self.desktop.key("ctrl+r")
         self.close_report(app)
 
+    @staticmethod
+    def insist(action, is_done, what):
+        """Repeats an action until it has its effect: on a busy machine a new window takes the focus late."""
+        def probe():
+            action()
+            end = time.monotonic() + 2
+            while time.monotonic() < end:
+                if is_done():
+                    return True
+                time.sleep(0.02)
+            return False
+
+        wait_for(probe, what)
+
+    def type_path(self, app, path):
+        edit = app.find(role="text")
+
+        def fill():
+            self.desktop.key("ctrl+a")
+            self.desktop.type(str(path))
+
+        self.insist(fill, lambda: edit.text == str(path), f"{path} in the file dialog")
+        self.insist(lambda: self.desktop.key("Return"), lambda: not app.find_all(role="text"), "the file dialog to go")
+
     def close_report(self, app):
         app.find("解析完成:", role="label", timeout=LIMIT)
-        self.desktop.key("Escape")
-        app.wait_until_gone("解析完成:")
+        self.insist(lambda: self.desktop.key("Escape"), lambda: not app.find_all("解析完成:"), "the report to go")
 
     def press(self, app, name):
         app.find(name, role="push button").click()
@@ -281,8 +305,8 @@ class WindowTest(AnalystTest):
 
     def close_box(self, app, words):
         app.find(words, role="label", timeout=LIMIT)
-        self.desktop.key("Return")
-        app.wait_until_gone(words, role="label")
+        self.insist(lambda: [button.click() for button in app.find_all("OK", role="push button")],
+                    lambda: not app.find_all(words, role="label"), f"the box {words!r} to go")
 
     def export_both(self, app):
         self.export(app, "写Excel", "Excel导出完成！")

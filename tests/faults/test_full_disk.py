@@ -263,6 +263,7 @@ class FullDiskOfTheWindow(WindowTest):
 
     def save_picture_over(self, app, disk):
         self.open_picture_dialog(app)
+        self.desktop.key("ctrl+a")
         self.desktop.type(str(disk.folder / "picture.png"))
         self.desktop.key("Return")
         app.find("Yes", role="push button").click()

@@ -82,7 +82,7 @@ class TimeZones(ProgramsTest):
 
     def check_moments(self, texts, starts):
         moments = [datetime.fromisoformat(text).replace(tzinfo=timezone.utc).timestamp() for text in texts]
-        self.assertGreater(len(moments), 1000)
+        self.assertGreater(len(moments), 100)
         # Which sample is the first depends on the track; all samples of a flight are multiples of the step away.
         candidates = [start for start in starts if all(
             abs((moment - start) / STEP - round((moment - start) / STEP)) < 1e-3 for moment in moments[:5])]
