@@ -101,6 +101,13 @@ def mount_memory(folder, options=None):
     _system_call(libc.mount, b"none", os.fsencode(folder), b"tmpfs", 0, options and options.encode())
 
 
+def resize_memory(folder, size):
+    """Sets the size of a file system of mount_memory() in bytes; not below what it holds."""
+    ms_remount = 32
+    libc = ctypes.CDLL(None, use_errno=True)
+    _system_call(libc.mount, b"none", os.fsencode(folder), b"tmpfs", ms_remount, f"size={size}".encode())
+
+
 def unmount(folder):
     _system_call(ctypes.CDLL(None, use_errno=True).umount2, os.fsencode(folder), 2)  # detached when still in use
 

@@ -20,7 +20,7 @@ sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "e2e"))
 
 import analyst
 from analyst import AnalystTest, WorkTest
-from harness import install_copy, mount_memory, mount_privately, unmount, wait_for
+from harness import install_copy, mount_memory, mount_privately, resize_memory, unmount, wait_for
 
 NOBODY = 65534  # an unprivileged user
 
@@ -143,6 +143,7 @@ def limit_file_size(size):
 class SmallDisk:
     """A folder with little room: a small file system where it can be mounted, otherwise a limit for each file."""
 
+    _LARGE = 512 << 20
     _mounts = None  # whether this process may mount
 
     def __init__(self, folder):
@@ -151,7 +152,7 @@ class SmallDisk:
         self._room = None
         self.is_mounted = self._may_mount()
         if self.is_mounted:
-            mount_memory(self.folder, "size=512m,mode=0777")
+            mount_memory(self.folder, f"size={self._LARGE},mode=0777")
 
     @classmethod
     def _may_mount(cls):
@@ -166,22 +167,19 @@ class SmallDisk:
         return cls._mounts
 
     def fill(self, left):
-        """Leaves this many bytes, rounded down to whole pages. Further files have no room beyond that."""
+        """Leaves this many bytes, rounded down to whole pages, for what is written from now on."""
         self._room = left
         if self.is_mounted:
             self.clear()
+            disk = os.statvfs(self.folder)
             page = os.sysconf("SC_PAGE_SIZE")
-            with self._filler.open("wb") as stream:
-                free = os.statvfs(self.folder)
-                os.posix_fallocate(stream.fileno(), 0, max(free.f_bavail * free.f_bsize - left // page * page, 1))
-
-    @property
-    def _filler(self):
-        return self.folder / ".filler"
+            used = (disk.f_blocks - disk.f_bfree) * disk.f_bsize
+            resize_memory(self.folder, max(used + left // page * page, page))  # a size of 0 would be no limit
 
     def clear(self):
         """Makes room again."""
-        self._filler.unlink(missing_ok=True)
+        if self.is_mounted:
+            resize_memory(self.folder, self._LARGE)
 
     def prepare(self):
         """What a program's process has to do before it starts."""
@@ -281,6 +279,12 @@ class WindowTest(AnalystTest):
             return False
 
         wait_for(probe, what)
+
+    def select(self, app, path):
+        app.find("俯仰", role="check box")
+        self.insist(lambda: self.desktop.key("ctrl+o"), lambda: app.find_all(role="text"), "the file dialog")
+        self.type_path(app, path)
+        app.find(re.compile(re.escape(str(path))), role="status bar")
 
     def type_path(self, app, path):
         edit = app.find(role="text")

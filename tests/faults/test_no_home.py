@@ -23,13 +23,14 @@ class Converter(ProgramsTest):
 class Window(WindowTest):
     def test_program_reads_exports_opens_the_map_and_quits(self):
         self.make_demo("log", "flight.txt", "--minutes", "2")
+        self.config.write_bytes(b"[Global]\ntheme=lightTheme\n")  # the map has a colour of its own then
         environment = {name: value for name, value in os.environ.items() if name not in NAMES}
         with self.running(env=environment) as app:
             self.read(app, "flight.txt")
             self.show(app, [("横滚", 0, (255, 255, 0))])
             self.export_both(app)
             self.save_picture(app, self.work / "picture.png", f"图片已保存：{self.work / 'picture.png'}")
-            self.open_and_close_map(app)
+            self.assertIsNone(self.open_and_close_map(app))
             self.leave(app)
         self.assertEqual(set(settings(self.config)), {"touchMode", "theme", "showFactor"})
         self.assertEqual([line for line in app.log_lines() if line.level == "error"], [])
