@@ -6,20 +6,28 @@ cd "$(dirname "${BASH_SOURCE[0]}")"
 
 usage() {
     cat <<'USAGE'
-Usage: ./test.sh [--debug | --release | --asan | --tsan] [-- CTEST-ARGUMENT...]
+Usage: ./test.sh [--debug | --release | --asan | --tsan] [--faults] [-- CTEST-ARGUMENT...]
 
 Installs missing packages (Debian 12), builds and runs all tests. Builds the given preset, by default debug. Examples:
 
   ./test.sh --asan              under the address and undefined-behaviour sanitizers
   ./test.sh -- -R Store         the tests whose names contain Store
   ./test.sh -- -LE e2e          all but the end-to-end tests
+  ./test.sh --faults            only the tests of faults, which no other run includes: killed programs, full disks,
+                                read-only folders, clocks, locales, time zones, limits; about a quarter of an hour
 USAGE
 }
 
 preset=debug
+packages=("${packages_build[@]}" "${packages_test[@]}")
+selection=()
 while [ $# -gt 0 ]; do
     case $1 in
     --debug | --release | --asan | --tsan) preset=${1#--} ;;
+    --faults)
+        packages+=("${packages_faults[@]}")
+        selection=(--build-config faults --label-regex '^faults$')
+        ;;
     --)
         shift
         break
@@ -36,10 +44,10 @@ while [ $# -gt 0 ]; do
     shift
 done
 
-install_packages "${packages_build[@]}" "${packages_test[@]}"
+install_packages "${packages[@]}"
 configure "$preset"
 build "$preset" all
 
 # The timeout is for hanging tests; tests that need longer set their own.
 exec env LC_ALL=C.UTF-8 ctest --preset "$preset" --output-on-failure --no-tests=error \
-    --parallel "$(nproc)" --timeout 300 "$@"
+    --parallel "$(nproc)" --timeout 300 "${selection[@]}" "$@"

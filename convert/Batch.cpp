@@ -9,6 +9,7 @@
 #include <QElapsedTimer>
 #include <QThreadPool>
 #include <cmath>
+#include <exception>
 #include <mutex>
 
 using Outcome = FlightReport::Outcome;
@@ -75,12 +76,18 @@ void Batch::convert(const LogFile &log)
     report.outcome = Outcome::Interrupted;
     qint64 told = 0;
     if (!terminal::wasInterrupted()) {
-        report = convertLog(log, m_arguments, [&](double done) {
-            const auto bytes = static_cast<qint64>(done * static_cast<double>(log.bytes));
-            m_line.add(bytes - told);
-            told = bytes;
-            return !terminal::wasInterrupted();
-        });
+        try {
+            report = convertLog(log, m_arguments, [&](double done) {
+                const auto bytes = static_cast<qint64>(done * static_cast<double>(log.bytes));
+                m_line.add(bytes - told);
+                told = bytes;
+                return !terminal::wasInterrupted();
+            });
+        } catch (const std::exception &failure) { // the memory runs out; smaller flights may still fit
+            report.outcome = Outcome::Failed;
+            report.errors.append(QStringLiteral("The flight ") + log.path + QStringLiteral(" cannot be converted: ")
+                                 + QString::fromLocal8Bit(failure.what()) + QLatin1Char('.'));
+        }
     }
     m_line.add(log.bytes - told);
     m_line.finishLog();

@@ -1,11 +1,14 @@
 #include "Report.h"
 
+#include "ClockText.h"
 #include "ProgressLine.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 using Outcome = FlightReport::Outcome;
 
@@ -56,9 +59,17 @@ QString flightText(const FlightReport &report)
         text += QStringLiteral("%1 of other planes, ").arg(report.counts.otherPlanes);
     text += counted(report.samples, "sample") + QStringLiteral(", ") + counted(report.counts.gapsFilled, "gap")
         + QStringLiteral(" filled, ") + clockText(report.spanMs / kMsPerSecond);
-    if (report.start.isValid())
-        text += QStringLiteral(" from ") + report.start.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    const QDateTime start = ostravel::clockOf(report.start);
+    if (start.isValid())
+        text += QStringLiteral(" from ") + start.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
     return text + QStringLiteral(", %1 s").arg(report.seconds, 0, 'f', 2);
+}
+
+/** The system's number of the first failure to print; 0 for none. */
+int &failureOfOutput()
+{
+    static int failure = 0;
+    return failure;
 }
 
 } // namespace
@@ -146,8 +157,9 @@ QJsonObject reportObject(const FlightReport &report)
     object[QStringLiteral("unknown")] = report.counts.unknownCodes;
     object[QStringLiteral("samples")] = report.samples;
     object[QStringLiteral("gaps")] = report.counts.gapsFilled;
-    object[QStringLiteral("start")] = report.start.isValid()
-        ? QJsonValue(report.start.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss")))
+    const QDateTime start = ostravel::clockOf(report.start);
+    object[QStringLiteral("start")] = start.isValid()
+        ? QJsonValue(start.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss")))
         : QJsonValue(QJsonValue::Null);
     object[QStringLiteral("seconds")] = static_cast<double>(report.spanMs) / static_cast<double>(kMsPerSecond);
     return object;
@@ -172,12 +184,26 @@ QByteArray jsonLine(const QJsonObject &object)
 
 void printOut(const QByteArray &text)
 {
-    std::fwrite(text.constData(), 1, static_cast<std::size_t>(text.size()), stdout);
-    std::fflush(stdout);
+    errno = 0;
+    const auto size = static_cast<std::size_t>(text.size());
+    const bool whole = std::fwrite(text.constData(), 1, size, stdout) == size && std::fflush(stdout) == 0;
+    if (!whole && failureOfOutput() == 0)
+        failureOfOutput() = errno;
 }
 
 void printError(const QString &sentence)
 {
     std::fprintf(stderr, "ostravel-convert: %s\n", qUtf8Printable(sentence));
     std::fflush(stderr);
+}
+
+bool isOutputLost()
+{
+    const int failure = failureOfOutput();
+    // Windows has EINVAL for a pipe that nobody reads.
+    if (failure == 0 || failure == EPIPE || failure == EINVAL)
+        return false;
+    printError(QStringLiteral("The standard output cannot be written: ")
+               + QString::fromLocal8Bit(std::strerror(failure)) + QLatin1Char('.'));
+    return true;
 }

@@ -39,3 +39,9 @@ QByteArray jsonLine(const QJsonObject &object);
 void printOut(const QByteArray &text);
 void printError(const QString &sentence);
 ///@}
+
+/**
+ * Whether a part of the standard output is lost, as on a full disk; says so on standard error. Nothing is lost when its
+ * reader has ended, as "head" does.
+ */
+bool isOutputLost();

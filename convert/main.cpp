@@ -20,7 +20,8 @@ int run(const QStringList &arguments)
         return early->status;
     }
     const auto &wanted = std::get<Arguments>(parsed);
-    return wanted.action == Arguments::Action::List ? listContents(wanted) : runBatch(wanted);
+    const int code = wanted.action == Arguments::Action::List ? listContents(wanted) : runBatch(wanted);
+    return isOutputLost() ? status::kFailed : code;
 }
 
 } // namespace

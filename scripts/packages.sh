@@ -27,6 +27,9 @@ packages_bench=(xvfb xauth libxlsxwriter-dev python3-xlsxwriter python3-openpyxl
 packages_windows=(g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev libz-mingw-w64-dev dpkg-dev tcl zip)
 packages_wine=("${packages_screen[@]}" wine wine64 libwine fonts-wine fonts-noto-cjk locales xclip unzip)
 
+# In addition to packages_build and packages_test: the sources of locales, and a clock that can be changed.
+packages_faults=(locales faketime libfaketime tzdata)
+
 packages_deeper=(clang gcovr valgrind linux-perf)
 
 # missing_packages NAME...: prints the packages that are not installed, one per line.

@@ -72,6 +72,17 @@ bool setAsideIfHarmful(const QString &path)
     return done;
 }
 
+/**
+ * Removes an empty lock of QSettings. A process that was killed while it made its lock leaves an empty one. It names no
+ * process, so QSettings would wait half a minute before it takes it over, and the program would hang at its end.
+ */
+void removeEmptyLock(const QString &path)
+{
+    QFile lock(path + QStringLiteral(".lock"));
+    if (lock.exists() && lock.size() == 0)
+        lock.remove();
+}
+
 } // namespace
 
 AppConfig &AppConfig::getInstance()
@@ -152,6 +163,7 @@ void AppConfig::writeConfigIni(const QString &path)
     logToBoth(info, "write config ini");
     if (!setAsideIfHarmful(path)) // QSettings reads the file before it writes it.
         return;
+    removeEmptyLock(path);
     QSettings settings(path, QSettings::IniFormat);
     settings.beginGroup(QLatin1String(kGroup));
     settings.setValue(QLatin1String(kTouchMode), m_touchMode);

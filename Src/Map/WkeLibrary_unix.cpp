@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QMessageBox>
 #include <dlfcn.h>
+#include <sys/resource.h>
 
 namespace
 {
@@ -11,6 +12,26 @@ namespace
 QString enginePath()
 {
     return QCoreApplication::applicationDirPath() + QStringLiteral("/libostravel_web.so");
+}
+
+/**
+ * Why the engine cannot work under the limits of this process, as a Chinese sentence; empty when it can.
+ *
+ * The process of its pages reserves address space: the map appeared with 12 GB, and with 8 GB it stayed empty for ever
+ * without a word. The library is not even loaded then, because it would take space that the user's flight needs.
+ */
+QString lowLimit()
+{
+    constexpr rlim_t kGigabyte = rlim_t{1} << 30;
+    constexpr rlim_t kMegabyte = rlim_t{1} << 20;
+    constexpr rlim_t kMinSpace = 12 * kGigabyte;
+    rlimit space{RLIM_INFINITY, RLIM_INFINITY}; // larger than any limit
+    getrlimit(RLIMIT_AS, &space);
+    if (space.rlim_cur >= kMinSpace)
+        return {};
+    return QStringLiteral("网页引擎至少需要 %1 GB 地址空间，而本进程限于 %2 MB（ulimit -v）。")
+        .arg(kMinSpace / kGigabyte)
+        .arg(space.rlim_cur / kMegabyte);
 }
 
 /**
@@ -45,6 +66,8 @@ QtMessageHandler NoSharingHint::s_before = nullptr;
 // is loaded only when a map is opened: linked to the program, it would add 0.15 s to every start.
 void *wkelibrary::load(const wchar_t *)
 {
+    if (!lowLimit().isEmpty())
+        return nullptr;
     const NoSharingHint quiet;
     return dlopen(QFile::encodeName(enginePath()).constData(), RTLD_NOW | RTLD_NODELETE);
 }
@@ -63,6 +86,9 @@ QString wkelibrary::whatIsMissing()
 {
     if (!QFile::exists(enginePath()))
         return QStringLiteral("程序目录下缺少网页引擎 libostravel_web.so，请安装 qtwebengine5-dev 后重新构建程序。");
+    const QString limit = lowLimit();
+    if (!limit.isEmpty())
+        return limit;
     const char *const why = dlerror();
     return QStringLiteral("网页引擎 libostravel_web.so 加载失败：%1。").arg(QString::fromLocal8Bit(why ? why : "?"));
 }

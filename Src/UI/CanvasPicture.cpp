@@ -1,6 +1,7 @@
 #include "CanvasPicture.h"
 
 #include "Logging.h"
+#include "WholeWrite.h"
 
 #include <QBuffer>
 #include <QClipboard>
@@ -251,7 +252,7 @@ void CanvasPicture::save(const QString &path)
         return;
     }
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+    if (!file.open(QIODevice::WriteOnly) || !ostravel::writeWhole(file, bytes) || !file.commit()) {
         logToBoth(error, "picture not saved: {} ({})", path, file.errorString());
         emit statusShowSignal(tr("Picture not saved: %1 (%2)").arg(path, file.errorString()));
         return;

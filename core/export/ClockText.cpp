@@ -25,9 +25,19 @@ char *putDigits(char *to, qint64 number)
 
 } // namespace
 
+QDateTime clockOf(const QDateTime &start)
+{
+    return {start.date(), start.time(), Qt::UTC};
+}
+
+QDateTime momentOf(const QDateTime &start)
+{
+    return clockOf(start).isValid() ? QDateTime::fromMSecsSinceEpoch(start.toMSecsSinceEpoch(), Qt::UTC) : QDateTime();
+}
+
 ClockText::ClockText(const QDateTime &start)
     : m_startDate(start.date())
-    , m_valid(start.isValid())
+    , m_valid(clockOf(start).isValid())
 {
     if (m_valid)
         m_startMs = start.time().msecsSinceStartOfDay() / kSecondMs * kSecondMs;

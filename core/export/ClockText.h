@@ -6,6 +6,17 @@
 namespace ostravel
 {
 
+/**
+ * What the clock of a start time shows, as a time that is valid in every zone; null for a null start time.
+ *
+ * A start time is a local time, and QDateTime calls one invalid that the zone skips when its clocks go forward. The
+ * aircraft's clock knows no zone, so such a time is as good as any other.
+ */
+QDateTime clockOf(const QDateTime &start);
+
+/** The moment of a start time in UTC, also of one that its zone skips; null for a null start time. */
+QDateTime momentOf(const QDateTime &start);
+
 /** Bytes that ClockText::put() writes at most. */
 inline constexpr int kClockTextRoom = 32;
 

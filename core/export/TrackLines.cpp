@@ -80,8 +80,9 @@ std::optional<ExportError> writeTrackFile(const Flight &flight, const QString &p
     for (const TrackLine &line : lines)
         total += qint64{line.points.size()} * passes;
     ExportProgress progress(options, total);
-    ClockText clock(flight.startTime().toUTC());
-    TrackOutput output(lines, flight.startTime().isValid() ? &clock : nullptr, file.output(), progress);
+    const QDateTime start = momentOf(flight.startTime());
+    ClockText clock(start);
+    TrackOutput output(lines, start.isValid() ? &clock : nullptr, file.output(), progress);
     write(output);
     return file.finish(output.isCancelled() || !progress.ask());
 }

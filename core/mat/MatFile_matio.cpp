@@ -1,6 +1,8 @@
 #include "MatFile.h"
 
 #include <QFile>
+#include <QHashFunctions>
+#include <algorithm>
 #include <filesystem>
 #include <matio.h>
 #include <type_traits>
@@ -33,27 +35,65 @@ matvar_t *variableOf(const MatColumn &column)
                          MAT_F_DONT_COPY_DATA);
 }
 
+/** A hash of the type, shape and content of a variable, with all fields. */
+uint fingerprint(matvar_t *variable, uint seed = 0)
+{
+    if (variable == nullptr)
+        return seed;
+    seed = qHash(static_cast<int>(variable->class_type), seed);
+    seed = qHashBits(variable->dims, static_cast<std::size_t>(variable->rank) * sizeof *variable->dims, seed);
+    if (variable->class_type != MAT_C_STRUCT)
+        return variable->nbytes > 0 ? qHashBits(variable->data, variable->nbytes, seed) : seed;
+    for (unsigned i = 0; i < Mat_VarGetNumberOfFields(variable); ++i)
+        seed = fingerprint(Mat_VarGetStructFieldByIndex(variable, i, 0), seed);
+    return seed;
+}
+
 } // namespace
 
 struct MatFile::File {
+    struct Written {
+        QByteArray name;
+        uint hash;
+    };
+
     void write(const Variable &variable)
     {
         good = good && variable != nullptr && Mat_VarWrite(file, variable.get(), MAT_COMPRESSION_NONE) == 0;
+        if (good)
+            written.push_back({variable->name, fingerprint(variable.get())});
     }
 
+    /**
+     * Whether the closed file holds all variables. The library does not look whether its writes succeed: on a full disk
+     * it leaves a file that lacks a part, and reports success.
+     */
+    bool isWhole() const
+    {
+        const std::unique_ptr<mat_t, int (*)(mat_t *)> closed(Mat_Open(path.constData(), MAT_ACC_RDONLY), &Mat_Close);
+        return closed != nullptr && std::all_of(written.begin(), written.end(), [&](const Written &one) {
+                   const Variable variable(Mat_VarRead(closed.get(), one.name.constData()), &Mat_VarFree);
+                   return variable != nullptr && fingerprint(variable.get()) == one.hash;
+               });
+    }
+
+    QByteArray path;
     mat_t *file;
     bool good;
+    std::vector<Written> written;
 };
 
 MatFile::MatFile(const QString &path)
 {
-    mat_t *const file = Mat_CreateVer(nativePath(path).constData(), kMatFileHead, MAT_FT_MAT5);
-    m_file = std::make_unique<File>(File{file, file != nullptr});
+    const QByteArray native = nativePath(path);
+    mat_t *const file = Mat_CreateVer(native.constData(), kMatFileHead, MAT_FT_MAT5);
+    m_file = std::make_unique<File>(File{native, file, file != nullptr, {}});
 }
 
 MatFile::~MatFile()
 {
-    close();
+    if (m_file->file != nullptr)
+        Mat_Close(m_file->file);
 }
 
 bool MatFile::isGood() const
@@ -84,9 +124,10 @@ void MatFile::writeText(const char *name, const QByteArray &text)
 
 bool MatFile::close()
 {
-    if (m_file->file != nullptr)
-        m_file->good = Mat_Close(m_file->file) == 0 && m_file->good;
-    m_file->file = nullptr;
+    if (m_file->file != nullptr) {
+        m_file->good = Mat_Close(m_file->file) == 0 && m_file->good && m_file->isWhole();
+        m_file->file = nullptr;
+    }
     return m_file->good;
 }
 

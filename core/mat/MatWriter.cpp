@@ -1,5 +1,6 @@
 #include "MatWriter.h"
 
+#include "ClockText.h"
 #include "FileRename.h"
 #include "MatFile.h"
 #include "RegularFile.h"
@@ -62,7 +63,7 @@ void MatOutput::writeGroup(std::uint8_t code, const QVector<frame::ChannelId> &c
         rows = std::max(rows, m_flight.samples(code, channel.row).size());
     std::vector<double> times(static_cast<std::size_t>(rows));
     std::vector<double> seconds(static_cast<std::size_t>(rows));
-    const double start = dateNumber(m_flight.startTime());
+    const double start = dateNumber(clockOf(m_flight.startTime()));
     for (int i = 0; i < rows; ++i) {
         const auto place = static_cast<std::size_t>(i);
         seconds[place] = static_cast<double>(qint64{i} * m_flight.periodMs(code)) / kMsPerSecond;
@@ -98,9 +99,7 @@ void MatOutput::writeOrigin()
 
 void MatOutput::writeStart()
 {
-    const QDateTime &start = m_flight.startTime();
-    m_file.writeText("start",
-                     start.isValid() ? start.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")).toLatin1() : QByteArray());
+    m_file.writeText("start", clockOf(m_flight.startTime()).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")).toLatin1());
 }
 
 /** The chosen channels of a group, in their order. */

@@ -6,6 +6,7 @@
 #include "OrdinaryUser.h"
 
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QSettings>
@@ -121,6 +122,7 @@ private slots:
     void nextWriteSettlesTheSpelling();
     void otherKeysOfTheFileStay();
     void writeThatFailsIsSilent();
+    void lockOfAKilledProcessDoesNotDelayTheWrite();
     void initRunsItsStepsInOrder();
     void initThatFailsAtTheLogHasMadeThePlotFolderAndNoMore();
     void shutdownRunsItsStepsInOrder();
@@ -647,6 +649,22 @@ void TestAppConfig::writeThatFailsIsSilent()
     const LogFile log;
     config().writeConfigIni(fixture.path("logs/log.txt/config.ini"));
     QCOMPARE(log.leveledMessages(), QStringList{"info: write config ini"});
+}
+
+void TestAppConfig::lockOfAKilledProcessDoesNotDelayTheWrite()
+{
+    const Fixture fixture;
+    const QString path = fixture.path("config.ini");
+    write(path, "[Global]\ntheme=lightTheme\n");
+    QVERIFY(QFile(path + ".lock").open(QIODevice::WriteOnly)); // just now, unlike those of write()
+    config().setTheme(darkTheme);
+    QElapsedTimer timer;
+    timer.start();
+    config().writeConfigIni(path);
+    // QSettings takes a lock without a content over after 30 seconds.
+    QVERIFY2(timer.elapsed() < 10'000, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY(content(path).contains("theme=darkTheme"));
+    QVERIFY(!QFileInfo::exists(path + ".lock"));
 }
 
 void TestAppConfig::initRunsItsStepsInOrder()

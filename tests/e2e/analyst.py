@@ -17,22 +17,29 @@ READ_LIMIT = 120.0  # seconds for a read on a slow machine
 options = None
 
 
-class AnalystTest(unittest.TestCase):
-    screen = (1920, 1080)
+class WorkTest(unittest.TestCase):
+    """A test with a working folder of its own."""
 
     def setUp(self):
         self.folder = Path(tempfile.mkdtemp(prefix="analyst-"))
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
-        self.program = install_copy(options.program, self.folder / "bin")
         self.work = self.folder / "work"
         self.work.mkdir()
-        self.desktop = self.enterContext(Desktop(*self.screen))
 
     def make_demo(self, kind, name, *arguments):
         """Writes a demo file; name is relative to the program's working directory. Returns its path."""
         path = self.work / name
         subprocess.run([options.demo, kind, *arguments, str(path)], check=True, stdout=subprocess.DEVNULL)
         return path
+
+
+class AnalystTest(WorkTest):
+    screen = (1920, 1080)
+
+    def setUp(self):
+        super().setUp()
+        self.program = install_copy(options.program, self.folder / "bin")
+        self.desktop = self.enterContext(Desktop(*self.screen))
 
     def step(self, name):
         return self.desktop.screenshot(options.artifacts / f"{name}.png")

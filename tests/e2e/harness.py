@@ -73,28 +73,53 @@ def _end_with_parent():
     ctypes.CDLL(None).prctl(pr_set_pdeathsig, signal.SIGKILL)
 
 
-def hide(*folders):
-    """Hides the contents of folders from this process. Call it in a child before its program starts.
+def _system_call(function, *arguments):
+    if function(*arguments) != 0:
+        raise OSError(ctypes.get_errno(), f"{function.__name__}{arguments}")
+
+
+def mount_privately():
+    """Lets this process mount file systems that only it and its children see.
 
     Raises OSError if the system does not permit it, as in many containers.
     """
     clone_newns, clone_newuser, ms_rec, ms_private = 0x20000, 0x10000000, 0x4000, 0x40000
     libc = ctypes.CDLL(None, use_errno=True)
-
-    def call(function, *arguments):
-        if function(*arguments) != 0:
-            raise OSError(ctypes.get_errno(), f"{function.__name__}{arguments}")
-
     uid, gid = os.getuid(), os.getgid()
-    call(libc.unshare, clone_newns if uid == 0 else clone_newns | clone_newuser)
+    _system_call(libc.unshare, clone_newns if uid == 0 else clone_newns | clone_newuser)
     if uid != 0:
         # Keep the user and group ids, because the message bus compares them.
         Path("/proc/self/setgroups").write_text("deny")
         Path("/proc/self/uid_map").write_text(f"{uid} {uid} 1")
         Path("/proc/self/gid_map").write_text(f"{gid} {gid} 1")
-    call(libc.mount, b"none", b"/", None, ms_rec | ms_private, None)
+    _system_call(libc.mount, b"none", b"/", None, ms_rec | ms_private, None)
+
+
+def mount_memory(folder, options=None):
+    """Mounts an empty file system in memory on a folder, after mount_privately(). The options are those of tmpfs."""
+    libc = ctypes.CDLL(None, use_errno=True)
+    _system_call(libc.mount, b"none", os.fsencode(folder), b"tmpfs", 0, options and options.encode())
+
+
+def resize_memory(folder, size):
+    """Sets the size of a file system of mount_memory() in bytes; not below what it holds."""
+    ms_remount = 32
+    libc = ctypes.CDLL(None, use_errno=True)
+    _system_call(libc.mount, b"none", os.fsencode(folder), b"tmpfs", ms_remount, f"size={size}".encode())
+
+
+def unmount(folder):
+    _system_call(ctypes.CDLL(None, use_errno=True).umount2, os.fsencode(folder), 2)  # detached when still in use
+
+
+def hide(*folders):
+    """Hides the contents of folders from this process. Call it in a child before its program starts.
+
+    Raises OSError if the system does not permit it, as in many containers.
+    """
+    mount_privately()
     for folder in folders:
-        call(libc.mount, b"none", os.fsencode(folder), b"tmpfs", 0, None)
+        mount_memory(folder)
 
 
 class Picture:

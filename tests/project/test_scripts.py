@@ -138,6 +138,25 @@ class Scripts(unittest.TestCase):
         self.assertIn("bench_raed", done.stderr)
         self.assertIn("bench_read", done.stderr)
 
+    # ---- tests of faults ----
+
+    def ctest_of(self, *arguments):
+        """What a run of test.sh passes to ctest."""
+        self.notes.write_text("", encoding="utf-8")
+        done = self.run_script("./test.sh", *arguments)
+        self.assertEqual(done.returncode, 0, done)
+        runs = [line for line in self.notes.read_text(encoding="utf-8").splitlines() if line.startswith("ctest")]
+        self.assertEqual(len(runs), 1, runs)
+        return runs[0]
+
+    def test_faults_are_tested_only_on_request(self):
+        # ctest leaves out tests of a configuration that is not chosen.
+        self.assertNotIn("--build-config", self.ctest_of())
+        self.assertNotIn("--build-config", self.ctest_of("--release"))
+        self.install(*self.packages, *self.listed("packages_faults"))
+        self.assertIn(" --build-config faults --label-regex ^faults$", self.ctest_of("--faults"))
+        self.assertIn(" --label-regex ^faults$ -R kill", self.ctest_of("--faults", "--", "-R", "kill"))
+
     # ---- the check of every change ----
 
     def test_only_end_to_end_tests_are_repeated(self):

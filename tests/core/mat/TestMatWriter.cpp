@@ -1,6 +1,7 @@
 #include "ChannelNames.h"
 #include "DemoFlight.h"
 #include "MatWriter.h"
+#include "OrdinaryUser.h"
 #include "ReadFlight.h"
 
 #include <QDir>
@@ -69,6 +70,8 @@ private slots:
     void onlyChosenGroupsAreWritten();
     void fileIsReplacedOnlyWhenComplete();
     void folderThatIsMissingIsAnError();
+    void fullDiskIsAnErrorAndKeepsTheOldFile_data();
+    void fullDiskIsAnErrorAndKeepsTheOldFile();
     void formatIsThatOfTheTable();
 
 private:
@@ -194,6 +197,37 @@ void TestMatWriter::folderThatIsMissingIsAnError()
     QVERIFY(error->message.startsWith(path("missing/a.mat") + " cannot be written: "));
     QVERIFY(QDir(m_dir->path()).mkdir("b.mat"));
     QVERIFY(writeMat(smallFlight(), path("b.mat")));
+}
+
+void TestMatWriter::fullDiskIsAnErrorAndKeepsTheOldFile_data()
+{
+    QTest::addColumn<unsigned>("room");
+    for (const unsigned room : {0U, 1U, 5000U, 100000U, 1000000U, 1140000U})
+        QTest::newRow(qPrintable(QString::number(room))) << room;
+}
+
+void TestMatWriter::fullDiskIsAnErrorAndKeepsTheOldFile()
+{
+    if (!hasOrdinaryUser())
+        QSKIP("needs a process of its own");
+    QFETCH(unsigned, room);
+    Flight::Parts parts;
+    for (Series &series : parts.series) // 143 channels of 8 bytes a sample, and more
+        series.fill(1.5, 1000);
+    const Flight flight(parts);
+    QFile old(path("a.mat"));
+    QVERIFY(old.open(QIODevice::WriteOnly) && old.write("old") == 3);
+    old.close();
+    QVERIFY(letOthersWrite(m_dir->path()));
+    QVERIFY(letOthersWrite(path("a.mat")));
+    QCOMPARE(asOrdinaryUser([&] {
+                 limitFileSize(room);
+                 const auto error = writeMat(flight, path("a.mat"));
+                 return error && error->code == ExportError::Code::CannotWrite ? 0 : 1;
+             }),
+             0);
+    QCOMPARE(files(), QStringList{"a.mat"});
+    QCOMPARE(content(path("a.mat")), QByteArray("old"));
 }
 
 void TestMatWriter::formatIsThatOfTheTable()
