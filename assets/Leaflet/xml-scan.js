@@ -7,6 +7,8 @@
 
     /* The attributes of a tag: any number of ' name="value"'. */
     var ATTRIBUTES = /^(?:\s+[^\s=<>"'\/]+\s*=\s*(?:"[^"<]*"|'[^'<]*'))*\s*$/;
+    /* One of them. */
+    var PAIR = /([^\s=<>"'\/]+)\s*=\s*(?:"([^"]*)"|'([^']*)')/g;
     var NAME = /^[^\s<>"'=\/&]+$/;
     var NAMES = { lt: '<', gt: '>', amp: '&', quot: '"', apos: "'" };
 
@@ -43,14 +45,12 @@
         }).join('').trim();
     }
 
-    /* Value of an attribute in a tag's text; null when it is missing. */
+    /* Value of an attribute in the text of a valid tag; null when it is missing. */
     function attribute(text, name) {
-        var at = text.indexOf(name);
-        while (at >= 0) {
-            var found = /^\s*=\s*(?:"([^"]*)"|'([^']*)')/.exec(text.substr(at + name.length, 200));
-            if (found && at > 0 && /\s/.test(text.charAt(at - 1)))
-                return decoded(found[1] === undefined ? found[2] : found[1]);
-            at = text.indexOf(name, at + 1);
+        PAIR.lastIndex = 0;
+        for (var found = PAIR.exec(text); found; found = PAIR.exec(text)) {
+            if (found[1] === name)
+                return decoded(found[2] === undefined ? found[3] : found[2]);
         }
         return null;
     }

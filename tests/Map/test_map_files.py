@@ -119,6 +119,13 @@ class Files(tools_page.ToolsTest):
         track, = self.tracks()
         self.assertEqual((track["name"], track["points"]), ("a <b> & 日\U0001F681 <c>&amp;", [[34, 113, 0], [34.5, 113.5, 1]]))
 
+    def test_text_in_another_attribute_is_no_position(self):
+        for note in ("note=\" lat='5' lon='6' \"", "a=' lat=\"5\"' b=' lon=\"6\"'"):
+            with self.subTest(note):
+                self.run_js("clearAllLine()")
+                self.load(self.write("a.gpx", f"<gpx><trk><trkpt {note} lat='34' lon='113'/></trk></gpx>"))
+                self.assertEqual(self.tracks()[0]["points"], [[34, 113, 0]])
+
     def test_a_file_beyond_all_sense_is_refused_unread(self):
         path = self.folder / "huge.gpx"
         with open(path, "wb") as file:
