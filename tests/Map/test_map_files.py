@@ -3,6 +3,7 @@
 import json
 import math
 import sys
+import time
 import xml.etree.ElementTree as ElementTree
 
 import tools_page
@@ -125,6 +126,25 @@ class Files(tools_page.ToolsTest):
                 self.run_js("clearAllLine()")
                 self.load(self.write("a.gpx", f"<gpx><trk><trkpt {note} lat='34' lon='113'/></trk></gpx>"))
                 self.assertEqual(self.tracks()[0]["points"], [[34, 113, 0]])
+
+    def test_markup_in_a_literal_section_is_text(self):
+        self.load(self.write("a.gpx", "<gpx><trk><name>1<![CDATA[<!-- a --> &amp;]]><b c='>'>2</b><!-- > --></name>"
+                                      "<trkpt lat='34' lon='113'/></trk></gpx>"))
+        self.assertEqual(self.tracks()[0]["name"], "1<!-- a --> &amp;2")
+
+    def test_nested_markup_is_read_in_linear_time(self):
+        marks = "<![CDATA[" + "<!--" * 250000 + "]]>"
+        cases = {
+            "values.gpx": ("<gpx><rte><rtept lat='1' lon='2'>" + "<ele>" * 50000 + "</ele>" * 50000 + "</rtept></rte></gpx>",
+                           "文件的元素嵌套过深，不予读取。"),
+            "marks.gpx": (f"<gpx><trk><name>{marks}</name><trkpt lat='1' lon='2'/></trk></gpx>", "航迹 1 条。"),
+        }
+        for name, (text, words) in cases.items():
+            with self.subTest(name):
+                path = self.write(name, text)
+                begin = time.monotonic()
+                self.assertEqual(self.load(path), f"{name}：{words}")
+                self.assertLess(time.monotonic() - begin, 10)
 
     def test_a_file_beyond_all_sense_is_refused_unread(self):
         path = self.folder / "huge.gpx"
