@@ -132,6 +132,10 @@ class Files(tools_page.ToolsTest):
                                       "<trkpt lat='34' lon='113'/></trk></gpx>"))
         self.assertEqual(self.tracks()[0]["name"], "1<!-- a --> &amp;2")
 
+    def test_a_route_inside_a_way_point_is_no_failure_of_the_page(self):
+        words = self.load(self.write("a.gpx", "<gpx><rte><rtept lat='34' lon='113'><rte/></rtept></rte></gpx>"))
+        self.assertEqual(words, "a.gpx：文件里没有航迹或航线。")
+
     def test_nested_markup_is_read_in_linear_time(self):
         marks = "<![CDATA[" + "<!--" * 250000 + "]]>"
         cases = {
