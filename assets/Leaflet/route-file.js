@@ -55,7 +55,9 @@
         return { name: typeof doc.name === 'string' && doc.name ? doc.name : name, points: points, odd: odd, doc: doc };
     }
 
-    function shown(value) { return String(value).slice(0, 30); }
+    function shown(value) {
+        return value === undefined ? '（无）' : (typeof value === 'string' ? value : JSON.stringify(value)).slice(0, 30);
+    }
 
     /* Seven decimals (about 1 cm), like the program's positions. */
     function degreesText(value) {

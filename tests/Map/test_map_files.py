@@ -150,6 +150,12 @@ class Files(tools_page.ToolsTest):
                 self.assertEqual(self.load(path), f"{name}：{words}")
                 self.assertLess(time.monotonic() - begin, 10)
 
+    def test_a_missing_position_is_told_in_words(self):
+        for way, words in (({"latitude": "95"}, "经度 （无），纬度 95"), ({"longitude": "181", "latitude": [5]}, "经度 181，纬度 [5]")):
+            with self.subTest(words):
+                self.assertEqual(self.load(self.write("a.json", json.dumps({"cartographic": [way]}))),
+                                 f"a.json：第 1 个航点的经纬度超出范围：{words}。")
+
     def test_a_file_beyond_all_sense_is_refused_unread(self):
         path = self.folder / "huge.gpx"
         with open(path, "wb") as file:
