@@ -82,7 +82,8 @@
     function write(line) {
         if (line.source)
             return line.source.text;
-        var doc = {}, kept = line.kept || {};
+        /* Without a prototype, "__proto__" is a key like any other. */
+        var doc = Object.create(null), kept = line.kept || {};
         Object.keys(kept).forEach(function (key) { doc[key] = kept[key]; });
         if (kept.name === undefined || typeof kept.name === 'string')
             doc.name = line.name;

@@ -226,6 +226,13 @@ class Files(tools_page.ToolsTest):
         doc = json.loads(saved.read_bytes())
         self.assertEqual((doc["task"], doc["name"], doc["cartographic"][0]["type"]), (ROUTE["task"], ROUTE["name"], "takeoff"))
 
+    def test_a_changed_route_keeps_a_key_with_a_name_of_the_language(self):
+        self.load(self.write("a.json", json.dumps({"__proto__": {"a": 1}, "constructor": 2, **ROUTE})))
+        wait_for(lambda: self.texts("#tools .route"), "the row")
+        self.fill("名称", "other")
+        saved = json.loads(self.save().read_bytes())
+        self.assertEqual((saved["__proto__"], saved["constructor"], saved["name"]), ({"a": 1}, 2, "other"))
+
     def test_a_renamed_route_keeps_every_way_point(self):
         self.load(self.write("a.json", json.dumps(ROUTE)))
         wait_for(lambda: self.texts("#tools .route"), "the row")
