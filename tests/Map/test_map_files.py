@@ -156,6 +156,13 @@ class Files(tools_page.ToolsTest):
                 self.assertEqual(self.load(self.write("a.json", json.dumps({"cartographic": [way]}))),
                                  f"a.json：第 1 个航点的经纬度超出范围：{words}。")
 
+    def test_a_route_file_nested_too_deeply_to_be_saved_is_refused(self):
+        for levels, words in ((50, "航线 1 条。"), (20000, "航线文件嵌套过深，不予读取。")):
+            with self.subTest(levels):
+                self.run_js("clearAllLine()")
+                text = json.dumps(ROUTE).replace('"takeoff"', "[" * levels + "]" * levels)
+                self.assertEqual(self.load(self.write("a.json", text)), "a.json：" + words)
+
     def test_a_file_beyond_all_sense_is_refused_unread(self):
         path = self.folder / "huge.gpx"
         with open(path, "wb") as file:
