@@ -27,7 +27,7 @@ char *putDigits(char *to, qint64 number)
 
 ClockText::ClockText(const QDateTime &start)
     : m_startDate(start.date())
-    , m_valid(start.isValid())
+    , m_valid(start.date().isValid() && start.time().isValid()) // even if the zone leaves out this hour
 {
     if (m_valid)
         m_startMs = start.time().msecsSinceStartOfDay() / kSecondMs * kSecondMs;

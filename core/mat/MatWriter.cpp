@@ -101,12 +101,18 @@ private:
     bool m_cancelled = false;
 };
 
+/** Whether the clock tells a time, also in an hour that the local zone leaves out. */
+bool hasClock(const QDateTime &start)
+{
+    return start.date().isValid() && start.time().isValid();
+}
+
 /** Days since the year 0, as MATLAB counts them. */
 double dateNumber(const QDateTime &start)
 {
     constexpr qint64 kOfJulianDay = 1721059; // the day before its day 1
     constexpr double kDaySeconds = 86400;
-    if (!start.isValid())
+    if (!hasClock(start))
         return std::numeric_limits<double>::quiet_NaN();
     return static_cast<double>(start.date().toJulianDay() - kOfJulianDay)
         + QTime(0, 0).secsTo(start.time()) / kDaySeconds;
@@ -165,9 +171,10 @@ void MatOutput::writeOrigin()
 
 void MatOutput::writeStart()
 {
-    QByteArray text = m_flight.startTime().isValid()
-        ? m_flight.startTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")).toLatin1()
-        : QByteArray();
+    const QDateTime &start = m_flight.startTime();
+    QByteArray text;
+    if (hasClock(start))
+        text = (start.date().toString(Qt::ISODate) + start.time().toString(QStringLiteral(" HH:mm:ss"))).toLatin1();
     std::size_t shape[] = {text.isEmpty() ? 0U : 1U, static_cast<std::size_t>(text.size())};
     const Variable variable(Mat_VarCreate("start", MAT_C_CHAR, MAT_T_UTF8, 2, shape, text.data(), 0), &Mat_VarFree);
     write(variable.get());
