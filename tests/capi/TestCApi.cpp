@@ -3,6 +3,7 @@
 #include "ostravel.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -106,6 +107,7 @@ private slots:
     void everyFormatIsWritten();
     void unknownFormatIsNamed();
     void exportToAMissingFolderFails();
+    void pathThatIsNotUtf8IsRefused();
 
 private:
     QString path(const char *name) const { return m_folder.filePath(QString::fromUtf8(name)); }
@@ -295,6 +297,27 @@ void TestCApi::exportToAMissingFolderFails()
     QCOMPARE(ostravel_export(flight.get(), "xlsx", path("no/such/folder.xlsx").toUtf8().constData(), 0, &error),
              int(OSTRAVEL_CANNOT_WRITE));
     QVERIFY(QByteArray(error.text).contains("no/such/folder.xlsx"));
+}
+
+void TestCApi::pathThatIsNotUtf8IsRefused()
+{
+    const Handle flight = read("飞行.txt");
+    for (const char *const name : {"caf\xe9.txt", "cut\xe9\xa3", "long\xc1\xaf.txt", "half\xed\xa0\x80.txt"}) {
+        const QByteArray bad = path("").toUtf8() + '/' + name;
+        ostravel_error error;
+        QVERIFY(ostravel_read(bad.constData(), nullptr, &error) == nullptr);
+        QCOMPARE(error.code, int(OSTRAVEL_BAD_ARGUMENT));
+        QVERIFY(QByteArray(error.text).contains("UTF-8"));
+        QVERIFY(ostravel_tasks(bad.constData(), &error) == nullptr);
+        QCOMPARE(error.code, int(OSTRAVEL_BAD_ARGUMENT));
+        const QStringList before = QDir(path("")).entryList();
+        QCOMPARE(ostravel_export(flight.get(), "csv", bad.constData(), 0, &error), int(OSTRAVEL_BAD_ARGUMENT));
+        QCOMPARE(error.code, int(OSTRAVEL_BAD_ARGUMENT));
+        QCOMPARE(QDir(path("")).entryList(), before);
+    }
+    const QByteArray good = path("飞行\U0001F681.csv").toUtf8();
+    QCOMPARE(ostravel_export(flight.get(), "csv", good.constData(), 0, nullptr), int(OSTRAVEL_OK));
+    QVERIFY(QFile::exists(path("飞行\U0001F681.csv")));
 }
 
 QTEST_APPLESS_MAIN(TestCApi)
