@@ -120,11 +120,21 @@ bool isByte(int number)
     return number >= 0 && number <= kMaxByte;
 }
 
+/** Whether the calendar and every format have this time: 0001-01-01 00:00:00 to 9999-12-31 23:59:59. */
+bool isInCalendar(qint64 seconds)
+{
+    constexpr qint64 kFirst = -62'135'596'800;
+    constexpr qint64 kLast = 253'402'300'799;
+    return seconds >= kFirst && seconds <= kLast;
+}
+
 /** Why options cannot be used; null when they can. */
 const char *faultOf(const ostravel_read_options &options)
 {
     if (options.plane != OSTRAVEL_ALL_PLANES && !isByte(options.plane))
         return "The plane must be 0 to 255, or OSTRAVEL_ALL_PLANES.";
+    if (options.has_start != 0 && !isInCalendar(options.start_seconds))
+        return "The start must be in the years 1 to 9999.";
     if (options.tasks == nullptr && options.task_count != 0)
         return "The tasks are missing.";
     if (options.periods == nullptr && options.period_count != 0)

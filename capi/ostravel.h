@@ -108,7 +108,8 @@ typedef int (*ostravel_progress)(int64_t done, int64_t total, void *user);
 typedef struct ostravel_read_options {
     int32_t plane; /**< only frames of this plane, 0 to 255, or OSTRAVEL_ALL_PLANES */
     int32_t has_start; /**< not 0: start_seconds instead of the aircraft's clock */
-    int64_t start_seconds; /**< time of sample 0 in seconds since 1970-01-01 00:00 on the aircraft's own clock */
+    int64_t start_seconds; /**< time of sample 0 in seconds since 1970-01-01 00:00 on the aircraft's own clock; in the
+                                years 1 to 9999 */
     const uint8_t *tasks; /**< of a database, in the order to read them; null for all */
     size_t task_count;
     const ostravel_period *periods; /**< null for 200 ms everywhere */

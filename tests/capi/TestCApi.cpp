@@ -8,6 +8,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -108,6 +109,8 @@ private slots:
     void unknownFormatIsNamed();
     void exportToAMissingFolderFails();
     void pathThatIsNotUtf8IsRefused();
+    void startOutsideTheCalendarIsRefused_data();
+    void startOutsideTheCalendarIsRefused();
 
 private:
     QString path(const char *name) const { return m_folder.filePath(QString::fromUtf8(name)); }
@@ -318,6 +321,39 @@ void TestCApi::pathThatIsNotUtf8IsRefused()
     const QByteArray good = path("飞行\U0001F681.csv").toUtf8();
     QCOMPARE(ostravel_export(flight.get(), "csv", good.constData(), 0, nullptr), int(OSTRAVEL_OK));
     QVERIFY(QFile::exists(path("飞行\U0001F681.csv")));
+}
+
+void TestCApi::startOutsideTheCalendarIsRefused_data()
+{
+    QTest::addColumn<qint64>("seconds");
+    QTest::addColumn<bool>("isGood");
+    // By the proleptic Gregorian calendar: 719162 days lie between 0001-01-01 and 1970-01-01, 2932897 between
+    // 1970-01-01 and 10000-01-01.
+    constexpr qint64 kDay = 86400;
+    QTest::newRow("smallest number") << std::numeric_limits<qint64>::min() << false;
+    QTest::newRow("before the year 1") << -719162 * kDay - 1 << false;
+    QTest::newRow("begin of the year 1") << -719162 * kDay << true;
+    QTest::newRow("before 1970") << qint64(-1) << true;
+    QTest::newRow("end of the year 9999") << 2932897 * kDay - 1 << true;
+    QTest::newRow("year 10000") << 2932897 * kDay << false;
+    QTest::newRow("greatest number") << std::numeric_limits<qint64>::max() << false;
+}
+
+void TestCApi::startOutsideTheCalendarIsRefused()
+{
+    QFETCH(qint64, seconds);
+    QFETCH(bool, isGood);
+    ostravel_read_options options;
+    ostravel_read_defaults(&options);
+    options.has_start = 1;
+    options.start_seconds = seconds;
+    ostravel_error error;
+    const Handle flight = read("飞行.txt", &options, &error);
+    QCOMPARE(flight != nullptr, isGood);
+    QCOMPARE(error.code, int(isGood ? OSTRAVEL_OK : OSTRAVEL_BAD_ARGUMENT));
+    std::int64_t start = 0;
+    QCOMPARE(ostravel_start(flight.get(), &start), isGood ? 1 : 0);
+    QCOMPARE(qint64(start), isGood ? seconds : 0);
 }
 
 QTEST_APPLESS_MAIN(TestCApi)
