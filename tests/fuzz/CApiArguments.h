@@ -22,6 +22,7 @@ struct Text {
 struct Error {
     explicit Error(Choices &choices)
         : isAsked(choices.below(8) != 0)
+        , error()
     {
         std::memset(&error, 0xA5, sizeof error);
     }

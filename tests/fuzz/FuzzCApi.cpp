@@ -17,6 +17,7 @@
 #include <array>
 #include <climits>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace
@@ -81,9 +82,9 @@ void compare(const ostravel_flight *handle, const ostravel::Flight &flight)
 class Session
 {
 public:
-    Session(const std::uint8_t *data, std::size_t size, const QString &folder)
+    Session(const std::uint8_t *data, std::size_t size, QString folder)
         : m_choices(data, size)
-        , m_folder(folder)
+        , m_folder(std::move(folder))
     {
         writeSource();
     }
