@@ -12,12 +12,14 @@
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
+#include <QTextCodec>
 #include <QThread>
 #include <algorithm>
 #include <cstring>
 #include <exception>
 #include <memory>
 #include <new>
+#include <optional>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -98,6 +100,19 @@ auto guarded(ostravel_error *error, const Body &body) -> decltype(body())
     return {};
 }
 
+/** A path of the caller; nothing when it is not UTF-8, and would become the name of another file. */
+std::optional<QString> pathOf(const char *path)
+{
+    constexpr int kUtf8 = 106; // the number of the encoding in the registry of IANA
+    QTextCodec::ConverterState state(QTextCodec::IgnoreHeader); // a byte order mark is part of the name
+    const QString text = QTextCodec::codecForMib(kUtf8)->toUnicode(path, static_cast<int>(std::strlen(path)), &state);
+    if (state.invalidChars > 0 || state.remainingChars > 0)
+        return std::nullopt;
+    return text;
+}
+
+constexpr char kNotUtf8[] = "The path is not UTF-8.";
+
 constexpr int kMaxByte = 255;
 
 bool isByte(int number)
@@ -105,11 +120,21 @@ bool isByte(int number)
     return number >= 0 && number <= kMaxByte;
 }
 
+/** Whether the calendar and every format have this time: 0001-01-01 00:00:00 to 9999-12-31 23:59:59. */
+bool isInCalendar(qint64 seconds)
+{
+    constexpr qint64 kFirst = -62'135'596'800;
+    constexpr qint64 kLast = 253'402'300'799;
+    return seconds >= kFirst && seconds <= kLast;
+}
+
 /** Why options cannot be used; null when they can. */
 const char *faultOf(const ostravel_read_options &options)
 {
     if (options.plane != OSTRAVEL_ALL_PLANES && !isByte(options.plane))
         return "The plane must be 0 to 255, or OSTRAVEL_ALL_PLANES.";
+    if (options.has_start != 0 && !isInCalendar(options.start_seconds))
+        return "The start must be in the years 1 to 9999.";
     if (options.tasks == nullptr && options.task_count != 0)
         return "The tasks are missing.";
     if (options.periods == nullptr && options.period_count != 0)
@@ -195,7 +220,12 @@ int exportFlight(const ostravel_flight *flight, const char *format, const char *
     }
     ostravel::ExportOptions options;
     options.labels = (flags & OSTRAVEL_LABELS) != 0;
-    const auto fault = writer->write(flight->flight, QString::fromUtf8(path), options);
+    const auto target = pathOf(path);
+    if (!target.has_value()) {
+        tell(error, OSTRAVEL_BAD_ARGUMENT, kNotUtf8);
+        return OSTRAVEL_BAD_ARGUMENT;
+    }
+    const auto fault = writer->write(flight->flight, *target, options);
     if (!fault.has_value())
         return OSTRAVEL_OK;
     tell(error, OSTRAVEL_CANNOT_WRITE, fault->message.toUtf8().constData());
@@ -245,12 +275,15 @@ ostravel_flight *ostravel_read(const char *path, const ostravel_read_options *op
         ostravel_read_defaults(&given);
         if (options != nullptr)
             given = *options;
-        const char *const fault = path == nullptr ? "The path is missing." : faultOf(given);
+        const auto source = path == nullptr ? QString() : pathOf(path);
+        const char *const fault = path == nullptr ? "The path is missing."
+            : !source.has_value()                 ? kNotUtf8
+                                                  : faultOf(given);
         if (fault != nullptr) {
             tell(error, OSTRAVEL_BAD_ARGUMENT, fault);
             return nullptr;
         }
-        auto result = ostravel::readFlight(QString::fromUtf8(path), optionsOf(given));
+        auto result = ostravel::readFlight(*source, optionsOf(given));
         if (const auto *const why = std::get_if<ostravel::ReadError>(&result)) {
             tell(error, *why);
             return nullptr;
@@ -339,11 +372,12 @@ int ostravel_export(const ostravel_flight *flight, const char *format, const cha
 ostravel_task_list *ostravel_tasks(const char *path, ostravel_error *error)
 {
     return guarded(error, [&]() -> ostravel_task_list * {
-        if (path == nullptr) {
-            tell(error, OSTRAVEL_BAD_ARGUMENT, "The path is missing.");
+        const auto source = path == nullptr ? QString() : pathOf(path);
+        if (path == nullptr || !source.has_value()) {
+            tell(error, OSTRAVEL_BAD_ARGUMENT, path == nullptr ? "The path is missing." : kNotUtf8);
             return nullptr;
         }
-        const auto result = ostravel::readFlightTasks(QString::fromUtf8(path));
+        const auto result = ostravel::readFlightTasks(*source);
         if (const auto *const why = std::get_if<ostravel::ReadError>(&result)) {
             tell(error, *why);
             return nullptr;

@@ -6,8 +6,9 @@
  * C interface to recorded flights: read a text log or a flight database, look at its 143 channels without a copy,
  * export it.
  *
- * All texts are UTF-8 and end in a NUL byte. Functions throw nothing and keep no state between calls. Different handles
- * may be used on different threads at once; a flight that is not being freed may be read by any number of threads.
+ * All texts are UTF-8 and end in a NUL byte; a path that is not UTF-8 is a bad argument. Functions throw nothing and
+ * keep no state between calls. Different handles may be used on different threads at once; a flight that is not being
+ * freed may be read by any number of threads.
  *
  * Databases are read by Qt's SQLite driver, which works without an application object. The library makes none, so that
  * a host program is free to have its own.
@@ -51,7 +52,7 @@ typedef enum ostravel_code {
     OSTRAVEL_NO_TASK = 4, /**< a database without a task, or without the tasks that are asked for */
     OSTRAVEL_BROKEN_OFF = 5, /**< reading stopped before the end of the file; what was read before is there */
     OSTRAVEL_CANCELLED = 6, /**< the progress function said so */
-    OSTRAVEL_BAD_ARGUMENT = 7, /**< a null pointer or a number out of range */
+    OSTRAVEL_BAD_ARGUMENT = 7, /**< a null pointer, a number out of range or a path that is not UTF-8 */
     OSTRAVEL_UNKNOWN_FORMAT = 8, /**< no export of this name */
     OSTRAVEL_CANNOT_WRITE = 9, /**< an export could not be written, or not completely */
     OSTRAVEL_OUT_OF_MEMORY = 10,
@@ -107,7 +108,8 @@ typedef int (*ostravel_progress)(int64_t done, int64_t total, void *user);
 typedef struct ostravel_read_options {
     int32_t plane; /**< only frames of this plane, 0 to 255, or OSTRAVEL_ALL_PLANES */
     int32_t has_start; /**< not 0: start_seconds instead of the aircraft's clock */
-    int64_t start_seconds; /**< time of sample 0 in seconds since 1970-01-01 00:00 on the aircraft's own clock */
+    int64_t start_seconds; /**< time of sample 0 in seconds since 1970-01-01 00:00 on the aircraft's own clock; in the
+                                years 1 to 9999 */
     const uint8_t *tasks; /**< of a database, in the order to read them; null for all */
     size_t task_count;
     const ostravel_period *periods; /**< null for 200 ms everywhere */

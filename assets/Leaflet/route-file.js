@@ -8,6 +8,7 @@
     'use strict';
 
     var NUMBER = /^\s*[+-]?(\d+\.?\d*|\.\d+)(e[+-]?\d+)?\s*$/i;
+    var MAX_DEPTH = 100; /* nesting of other keys; engines write only some thousands of levels */
     var HEIGHTS = ['height', 'radius', 'speed'];
     var WORDS = { height: '高度', radius: '半径', speed: '速度' };
     /* Not 0 for the speed, because the converter would compute an infinite flight time. */
@@ -37,6 +38,8 @@
         var list = doc.cartographic, points = [], odd = 0;
         if (!(list instanceof Array) || list.length === 0)
             return { error: '航线文件里没有航点。' };
+        if (isDeeper(doc, MAX_DEPTH))
+            return { error: '航线文件嵌套过深，不予读取。' };
         for (var i = 0; i < list.length; ++i) {
             var way = isObject(list[i]) ? list[i] : {}, fault = null;
             var lat = degrees(way.latitude), lng = degrees(way.longitude);
@@ -55,7 +58,20 @@
         return { name: typeof doc.name === 'string' && doc.name ? doc.name : name, points: points, odd: odd, doc: doc };
     }
 
-    function shown(value) { return String(value).slice(0, 30); }
+    function shown(value) {
+        return value === undefined ? '（无）' : (typeof value === 'string' ? value : JSON.stringify(value)).slice(0, 30);
+    }
+
+    /* Whether an object or a list contains others in more than so many levels. */
+    function isDeeper(value, levels) {
+        var keys = value instanceof Array ? null : Object.keys(value), count = keys ? keys.length : value.length;
+        for (var i = 0; i < count; ++i) {
+            var inner = value[keys ? keys[i] : i];
+            if (typeof inner === 'object' && inner !== null && (levels === 0 || isDeeper(inner, levels - 1)))
+                return true;
+        }
+        return false;
+    }
 
     /* Seven decimals (about 1 cm), like the program's positions. */
     function degreesText(value) {
@@ -80,7 +96,8 @@
     function write(line) {
         if (line.source)
             return line.source.text;
-        var doc = {}, kept = line.kept || {};
+        /* Without a prototype, "__proto__" is a key like any other. */
+        var doc = Object.create(null), kept = line.kept || {};
         Object.keys(kept).forEach(function (key) { doc[key] = kept[key]; });
         if (kept.name === undefined || typeof kept.name === 'string')
             doc.name = line.name;

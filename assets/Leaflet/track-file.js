@@ -96,6 +96,7 @@
                 var at;
                 if (name === 'trk' || name === 'rte') {
                     line = { name: '', flat: [], places: [] };
+                    point = null;
                 } else if (name === 'trkpt' && line) {
                     at = place(attributes);
                     line.flat.push(at.lat, at.lng);
@@ -116,10 +117,10 @@
                     point = null;
                 } else if (name === 'trk' && line) {
                     gathering.addTrack(line.name, line.flat);
-                    line = null;
+                    line = point = null;
                 } else if (name === 'rte' && line) {
                     gathering.addRoute(line.name, line.places);
-                    line = null;
+                    line = point = null;
                 }
             }
         };

@@ -7,7 +7,11 @@
 
     /* The attributes of a tag: any number of ' name="value"'. */
     var ATTRIBUTES = /^(?:\s+[^\s=<>"'\/]+\s*=\s*(?:"[^"<]*"|'[^'<]*'))*\s*$/;
+    /* One of them. */
+    var PAIR = /([^\s=<>"'\/]+)\s*=\s*(?:"([^"]*)"|'([^']*)')/g;
     var NAME = /^[^\s<>"'=\/&]+$/;
+    /* Maximum nesting of an element that ends. Each level may ask for the content of all levels below it. */
+    var MAX_DEPTH = 64;
     var NAMES = { lt: '<', gt: '>', amp: '&', quot: '"', apos: "'" };
 
     function Broken(at, words) {
@@ -32,25 +36,12 @@
             });
     }
 
-    /* The text content of an element, without tags and comments. */
-    function content(raw) {
-        if (raw.indexOf('<') < 0)
-            return decoded(raw).trim();
-        return raw.replace(/<!--[\s\S]*?-->/g, '').split('<![CDATA[').map(function (part, i) {
-            var end = i > 0 ? part.indexOf(']]>') : -1;
-            return end < 0 ? decoded(part.replace(/<[^>]*>/g, ''))
-                : part.slice(0, end) + decoded(part.slice(end + 3).replace(/<[^>]*>/g, ''));
-        }).join('').trim();
-    }
-
-    /* Value of an attribute in a tag's text; null when it is missing. */
+    /* Value of an attribute in the text of a valid tag; null when it is missing. */
     function attribute(text, name) {
-        var at = text.indexOf(name);
-        while (at >= 0) {
-            var found = /^\s*=\s*(?:"([^"]*)"|'([^']*)')/.exec(text.substr(at + name.length, 200));
-            if (found && at > 0 && /\s/.test(text.charAt(at - 1)))
-                return decoded(found[1] === undefined ? found[2] : found[1]);
-            at = text.indexOf(name, at + 1);
+        PAIR.lastIndex = 0;
+        for (var found = PAIR.exec(text); found; found = PAIR.exec(text)) {
+            if (found[1] === name)
+                return decoded(found[2] === undefined ? found[3] : found[2]);
         }
         return null;
     }
@@ -95,6 +86,24 @@
         return end + ends.length;
     }
 
+    /* The text content of an element whose markup has been scanned, without tags and comments. */
+    function content(raw) {
+        var text = '', at = 0, open = raw.indexOf('<');
+        while (open >= 0) {
+            text += decoded(raw.substring(at, open));
+            var second = raw.charCodeAt(open + 1);
+            if (second === 33 || second === 63) { /* ! ? */
+                at = skip(raw, open);
+                if (raw.substr(open, 9) === '<![CDATA[')
+                    text += raw.substring(open + 9, at - 3);
+            } else {
+                at = (second === 47 ? raw.indexOf('>', open) : readTag(raw, open).end) + 1;
+            }
+            open = raw.indexOf('<', at);
+        }
+        return (text + decoded(raw.slice(at))).trim();
+    }
+
     /*
      * Calls open(name, attributes, path) and close(name, content function, path) for each element. Names have no
      * prefixes; path holds the names of the enclosing elements. Throws errors as { at, words }.
@@ -112,6 +121,8 @@
                 end = text.indexOf('>', at);
                 if (end < 0 || names.length === 0 || text.substring(at + 2, end).trim() !== names.pop())
                     throw new Broken(at);
+                if (path.length > MAX_DEPTH)
+                    throw new Broken(at, '的元素嵌套过深，不予读取');
                 raw = [begins.pop(), at];
                 close(path.pop(), inside, path);
             } else {

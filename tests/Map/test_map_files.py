@@ -3,6 +3,7 @@
 import json
 import math
 import sys
+import time
 import xml.etree.ElementTree as ElementTree
 
 import tools_page
@@ -119,6 +120,49 @@ class Files(tools_page.ToolsTest):
         track, = self.tracks()
         self.assertEqual((track["name"], track["points"]), ("a <b> & 日\U0001F681 <c>&amp;", [[34, 113, 0], [34.5, 113.5, 1]]))
 
+    def test_text_in_another_attribute_is_no_position(self):
+        for note in ("note=\" lat='5' lon='6' \"", "a=' lat=\"5\"' b=' lon=\"6\"'"):
+            with self.subTest(note):
+                self.run_js("clearAllLine()")
+                self.load(self.write("a.gpx", f"<gpx><trk><trkpt {note} lat='34' lon='113'/></trk></gpx>"))
+                self.assertEqual(self.tracks()[0]["points"], [[34, 113, 0]])
+
+    def test_markup_in_a_literal_section_is_text(self):
+        self.load(self.write("a.gpx", "<gpx><trk><name>1<![CDATA[<!-- a --> &amp;]]><b c='>'>2</b><!-- > --></name>"
+                                      "<trkpt lat='34' lon='113'/></trk></gpx>"))
+        self.assertEqual(self.tracks()[0]["name"], "1<!-- a --> &amp;2")
+
+    def test_a_route_inside_a_way_point_is_no_failure_of_the_page(self):
+        words = self.load(self.write("a.gpx", "<gpx><rte><rtept lat='34' lon='113'><rte/></rtept></rte></gpx>"))
+        self.assertEqual(words, "a.gpx：文件里没有航迹或航线。")
+
+    def test_nested_markup_is_read_in_linear_time(self):
+        marks = "<![CDATA[" + "<!--" * 250000 + "]]>"
+        cases = {
+            "values.gpx": ("<gpx><rte><rtept lat='1' lon='2'>" + "<ele>" * 50000 + "</ele>" * 50000 + "</rtept></rte></gpx>",
+                           "文件的元素嵌套过深，不予读取。"),
+            "marks.gpx": (f"<gpx><trk><name>{marks}</name><trkpt lat='1' lon='2'/></trk></gpx>", "航迹 1 条。"),
+        }
+        for name, (text, words) in cases.items():
+            with self.subTest(name):
+                path = self.write(name, text)
+                begin = time.monotonic()
+                self.assertEqual(self.load(path), f"{name}：{words}")
+                self.assertLess(time.monotonic() - begin, 10)
+
+    def test_a_missing_position_is_told_in_words(self):
+        for way, words in (({"latitude": "95"}, "经度 （无），纬度 95"), ({"longitude": "181", "latitude": [5]}, "经度 181，纬度 [5]")):
+            with self.subTest(words):
+                self.assertEqual(self.load(self.write("a.json", json.dumps({"cartographic": [way]}))),
+                                 f"a.json：第 1 个航点的经纬度超出范围：{words}。")
+
+    def test_a_route_file_nested_too_deeply_to_be_saved_is_refused(self):
+        for levels, words in ((50, "航线 1 条。"), (20000, "航线文件嵌套过深，不予读取。")):
+            with self.subTest(levels):
+                self.run_js("clearAllLine()")
+                text = json.dumps(ROUTE).replace('"takeoff"', "[" * levels + "]" * levels)
+                self.assertEqual(self.load(self.write("a.json", text)), "a.json：" + words)
+
     def test_a_file_beyond_all_sense_is_refused_unread(self):
         path = self.folder / "huge.gpx"
         with open(path, "wb") as file:
@@ -188,6 +232,13 @@ class Files(tools_page.ToolsTest):
         self.assertEqual(after[1][2:], (1e-7, 0.1, 18.5))
         doc = json.loads(saved.read_bytes())
         self.assertEqual((doc["task"], doc["name"], doc["cartographic"][0]["type"]), (ROUTE["task"], ROUTE["name"], "takeoff"))
+
+    def test_a_changed_route_keeps_a_key_with_a_name_of_the_language(self):
+        self.load(self.write("a.json", json.dumps({"__proto__": {"a": 1}, "constructor": 2, **ROUTE})))
+        wait_for(lambda: self.texts("#tools .route"), "the row")
+        self.fill("名称", "other")
+        saved = json.loads(self.save().read_bytes())
+        self.assertEqual((saved["__proto__"], saved["constructor"], saved["name"]), ({"a": 1}, 2, "other"))
 
     def test_a_renamed_route_keeps_every_way_point(self):
         self.load(self.write("a.json", json.dumps(ROUTE)))

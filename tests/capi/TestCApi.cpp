@@ -3,10 +3,12 @@
 #include "ostravel.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -106,6 +108,9 @@ private slots:
     void everyFormatIsWritten();
     void unknownFormatIsNamed();
     void exportToAMissingFolderFails();
+    void pathThatIsNotUtf8IsRefused();
+    void startOutsideTheCalendarIsRefused_data();
+    void startOutsideTheCalendarIsRefused();
 
 private:
     QString path(const char *name) const { return m_folder.filePath(QString::fromUtf8(name)); }
@@ -294,6 +299,60 @@ void TestCApi::exportToAMissingFolderFails()
     QCOMPARE(ostravel_export(flight.get(), "xlsx", path("no/such/folder.xlsx").toUtf8().constData(), 0, &error),
              int(OSTRAVEL_CANNOT_WRITE));
     QVERIFY(QByteArray(error.text).contains("no/such/folder.xlsx"));
+}
+
+void TestCApi::pathThatIsNotUtf8IsRefused()
+{
+    const Handle flight = read("飞行.txt");
+    for (const char *const name : {"caf\xe9.txt", "cut\xe9\xa3", "long\xc1\xaf.txt", "half\xed\xa0\x80.txt"}) {
+        const QByteArray bad = path("").toUtf8() + '/' + name;
+        ostravel_error error;
+        QVERIFY(ostravel_read(bad.constData(), nullptr, &error) == nullptr);
+        QCOMPARE(error.code, int(OSTRAVEL_BAD_ARGUMENT));
+        QVERIFY(QByteArray(error.text).contains("UTF-8"));
+        QVERIFY(ostravel_tasks(bad.constData(), &error) == nullptr);
+        QCOMPARE(error.code, int(OSTRAVEL_BAD_ARGUMENT));
+        const QStringList before = QDir(path("")).entryList();
+        QCOMPARE(ostravel_export(flight.get(), "csv", bad.constData(), 0, &error), int(OSTRAVEL_BAD_ARGUMENT));
+        QCOMPARE(error.code, int(OSTRAVEL_BAD_ARGUMENT));
+        QCOMPARE(QDir(path("")).entryList(), before);
+    }
+    const QByteArray good = path("飞行\U0001F681.csv").toUtf8();
+    QCOMPARE(ostravel_export(flight.get(), "csv", good.constData(), 0, nullptr), int(OSTRAVEL_OK));
+    QVERIFY(QFile::exists(path("飞行\U0001F681.csv")));
+}
+
+void TestCApi::startOutsideTheCalendarIsRefused_data()
+{
+    QTest::addColumn<qint64>("seconds");
+    QTest::addColumn<bool>("isGood");
+    // By the proleptic Gregorian calendar: 719162 days lie between 0001-01-01 and 1970-01-01, 2932897 between
+    // 1970-01-01 and 10000-01-01.
+    constexpr qint64 kDay = 86400;
+    QTest::newRow("smallest number") << std::numeric_limits<qint64>::min() << false;
+    QTest::newRow("before the year 1") << -719162 * kDay - 1 << false;
+    QTest::newRow("begin of the year 1") << -719162 * kDay << true;
+    QTest::newRow("before 1970") << qint64(-1) << true;
+    QTest::newRow("end of the year 9999") << 2932897 * kDay - 1 << true;
+    QTest::newRow("year 10000") << 2932897 * kDay << false;
+    QTest::newRow("greatest number") << std::numeric_limits<qint64>::max() << false;
+}
+
+void TestCApi::startOutsideTheCalendarIsRefused()
+{
+    QFETCH(qint64, seconds);
+    QFETCH(bool, isGood);
+    ostravel_read_options options;
+    ostravel_read_defaults(&options);
+    options.has_start = 1;
+    options.start_seconds = seconds;
+    ostravel_error error;
+    const Handle flight = read("飞行.txt", &options, &error);
+    QCOMPARE(flight != nullptr, isGood);
+    QCOMPARE(error.code, int(isGood ? OSTRAVEL_OK : OSTRAVEL_BAD_ARGUMENT));
+    std::int64_t start = 0;
+    QCOMPARE(ostravel_start(flight.get(), &start), isGood ? 1 : 0);
+    QCOMPARE(qint64(start), isGood ? seconds : 0);
 }
 
 QTEST_APPLESS_MAIN(TestCApi)

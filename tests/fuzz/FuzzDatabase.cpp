@@ -2,6 +2,7 @@
 // controls a generator of schemas and rows. A read must not crash, hang or change the file. All channels of a group
 // must have the same length. For ordinary tables, the samples must match the reference decoder.
 
+#include "Choices.h"
 #include "DataHandler.h"
 #include "DataListDia.h"
 #include "Fixture.h"
@@ -21,33 +22,6 @@ namespace
 {
 
 constexpr char kDefault[] = "qt_sql_default_connection";
-
-/** Returns the fuzzer's bytes one by one, then zeros. */
-class Choices
-{
-public:
-    Choices(const std::uint8_t *data, std::size_t size)
-        : m_data(data)
-        , m_size(size)
-    {
-    }
-
-    int next() { return m_at < m_size ? m_data[m_at++] : 0; }
-    int below(int count) { return next() % count; }
-    bool ended() const { return m_at >= m_size; }
-    QByteArray bytes(int count)
-    {
-        QByteArray result;
-        for (int i = 0; i < count && !ended(); ++i)
-            result.append(static_cast<char>(next()));
-        return result;
-    }
-
-private:
-    const std::uint8_t *m_data;
-    std::size_t m_size;
-    std::size_t m_at = 0;
-};
 
 struct Record {
     int task = 0;

@@ -61,6 +61,7 @@ private slots:
     void repeatedNumbersAreComparedByTheirBits();
     void shorterChannelEndsInEmptyCells();
     void timeIsEmptyWithoutAStart();
+    void timeInAnHourThatSummerTimeLeavesOutIsWritten();
     void timeRunsOverMidnightAndIgnoresMilliseconds();
     void timeThatTheZoneSkipsIsThatOfTheClock();
     void labelsComeWithAByteOrderMark();
@@ -135,6 +136,26 @@ void TestCsvWriter::timeIsEmptyWithoutAStart()
     options.channels = {kRoll};
     QVERIFY(!writeCsv(Flight(parts), path("a.csv"), options));
     QCOMPARE(content(path("a.csv")), QByteArray("time,seconds,PGS_Roll\n,0,1\n"));
+}
+
+void TestCsvWriter::timeInAnHourThatSummerTimeLeavesOutIsWritten()
+{
+    const QByteArray before = qgetenv("TZ");
+    qputenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3");
+    Flight::Parts parts;
+    parts.startTime = QDateTime(QDate(2024, 3, 31), QTime(2, 59, 59));
+    const bool isLeftOut = !parts.startTime.isValid();
+    seriesOf(parts, kRoll) = {1.0, 1.0, 1.0, 1.0, 1.0, 1.0};
+    ExportOptions options;
+    options.channels = {kRoll};
+    const bool written = !writeCsv(Flight(parts), path("a.csv"), options);
+    before.isNull() ? qunsetenv("TZ") : qputenv("TZ", before);
+    if (!isLeftOut)
+        QSKIP("The system takes no time zone from TZ");
+    QVERIFY(written);
+    const QList<QByteArray> times = columnsOf(content(path("a.csv")))["time"];
+    QCOMPARE(times.first(), QByteArray("2024-03-31T02:59:59.000"));
+    QCOMPARE(times.last(), QByteArray("2024-03-31T03:00:00.000"));
 }
 
 void TestCsvWriter::timeRunsOverMidnightAndIgnoresMilliseconds()

@@ -66,6 +66,7 @@ private slots:
     void octaveLoadsGroupsTracksAndTimes();
     void octaveHasEveryNumberBitForBit();
     void octaveLoadsAFlightWithoutAnything();
+    void startInAnHourThatSummerTimeLeavesOutIsWritten();
     void equalFlightsGiveEqualFiles();
     void onlyChosenGroupsAreWritten();
     void fileIsReplacedOnlyWhenComplete();
@@ -155,6 +156,21 @@ void TestMatWriter::octaveLoadsAFlightWithoutAnything()
 #else
     QSKIP("GNU Octave is not installed");
 #endif
+}
+
+void TestMatWriter::startInAnHourThatSummerTimeLeavesOutIsWritten()
+{
+    const QByteArray before = qgetenv("TZ");
+    qputenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3");
+    Flight::Parts parts;
+    parts.startTime = QDateTime(QDate(2024, 3, 31), QTime(2, 30, 0));
+    const bool isLeftOut = !parts.startTime.isValid();
+    const bool written = !writeMat(Flight(parts), path("a.mat"));
+    before.isNull() ? qunsetenv("TZ") : qputenv("TZ", before);
+    if (!isLeftOut)
+        QSKIP("The system takes no time zone from TZ");
+    QVERIFY(written);
+    QVERIFY(content(path("a.mat")).contains("2024-03-31 02:30:00"));
 }
 
 void TestMatWriter::equalFlightsGiveEqualFiles()
