@@ -6,20 +6,24 @@ cd "$(dirname "${BASH_SOURCE[0]}")"
 
 usage() {
     cat <<'USAGE'
-Usage: ./test.sh [--debug | --release | --asan | --tsan] [-- CTEST-ARGUMENT...]
+Usage: ./test.sh [--debug | --release | --asan | --tsan] [--soak] [-- CTEST-ARGUMENT...]
 
 Installs missing packages (Debian 12), builds and runs all tests. Builds the given preset, by default debug. Examples:
 
   ./test.sh --asan              under the address and undefined-behaviour sanitizers
+  ./test.sh --release --soak    only the soak tests (tests/soak), which no other run includes; about half an hour
   ./test.sh -- -R Store         the tests whose names contain Store
   ./test.sh -- -LE e2e          all but the end-to-end tests
 USAGE
 }
 
 preset=debug
+selection=()
 while [ $# -gt 0 ]; do
     case $1 in
     --debug | --release | --asan | --tsan) preset=${1#--} ;;
+    # The tests of this label are in a configuration of the same name, which no other run selects.
+    --soak) selection=(-C soak -L soak --verbose) ;;
     --)
         shift
         break
@@ -42,4 +46,4 @@ build "$preset" all
 
 # The timeout is for hanging tests; tests that need longer set their own.
 exec env LC_ALL=C.UTF-8 ctest --preset "$preset" --output-on-failure --no-tests=error \
-    --parallel "$(nproc)" --timeout 300 "$@"
+    --parallel "$(nproc)" --timeout 300 "${selection[@]}" "$@"
