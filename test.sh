@@ -6,11 +6,12 @@ cd "$(dirname "${BASH_SOURCE[0]}")"
 
 usage() {
     cat <<'USAGE'
-Usage: ./test.sh [--debug | --release | --asan | --tsan] [--faults] [-- CTEST-ARGUMENT...]
+Usage: ./test.sh [--debug | --release | --asan | --tsan] [--faults | --soak] [-- CTEST-ARGUMENT...]
 
 Installs missing packages (Debian 12), builds and runs all tests. Builds the given preset, by default debug. Examples:
 
   ./test.sh --asan              under the address and undefined-behaviour sanitizers
+  ./test.sh --release --soak    only the soak tests (tests/soak), which no other run includes; about half an hour
   ./test.sh -- -R Store         the tests whose names contain Store
   ./test.sh -- -LE e2e          all but the end-to-end tests
   ./test.sh --faults            only the tests of faults, which no other run includes: killed programs, full disks,
@@ -24,10 +25,12 @@ selection=()
 while [ $# -gt 0 ]; do
     case $1 in
     --debug | --release | --asan | --tsan) preset=${1#--} ;;
+    # These tests are in configurations of the same name, which no other run selects.
     --faults)
         packages+=("${packages_faults[@]}")
         selection=(--build-config faults --label-regex '^faults$')
         ;;
+    --soak) selection=(--build-config soak --label-regex '^soak$' --verbose) ;;
     --)
         shift
         break

@@ -3,6 +3,7 @@
 #include "WebEngine.h"
 #include "WebPage.h"
 
+#include <QBackingStore>
 #include <QDir>
 #include <QEvent>
 #include <QFileInfo>
@@ -102,6 +103,16 @@ void WebView::dropPageLater()
     }
 }
 
+/**
+ * Releases the picture of the closed dialog, eight megabytes for a full screen. When the dialog is shown again, Qt
+ * makes it anew because its size differs.
+ */
+void WebView::dropPixels()
+{
+    if (QBackingStore *const store = window()->backingStore())
+        store->resize(QSize(1, 1));
+}
+
 void WebView::forgetPage()
 {
     m_waitingScripts.clear();
@@ -114,12 +125,14 @@ bool WebView::eventFilter(QObject *watched, QEvent *event)
 {
     // The system hides a minimised window (a spontaneous event), the program hides a closed one.
     if (watched == window() && !event->spontaneous()) {
-        if (event->type() == QEvent::Hide)
+        if (event->type() == QEvent::Hide) {
             dropPageLater();
-        else if (event->type() == QEvent::Resize)
+            dropPixels();
+        } else if (event->type() == QEvent::Resize) {
             QMetaObject::invokeMethod(this, &WebView::keepClear, Qt::QueuedConnection);
-        else if (event->type() == QEvent::Show && !m_view && !m_url.isEmpty())
+        } else if (event->type() == QEvent::Show && !m_view && !m_url.isEmpty()) {
             load(m_url);
+        }
     }
     return QWidget::eventFilter(watched, event);
 }

@@ -12,8 +12,8 @@ class QWebEngineView;
 /**
  * One window of the engine.
  *
- * Its page lives only while the dialog is open: a closed map dialog stays in memory, and a page takes much of it. The
- * page is loaded again when the dialog is shown again.
+ * Its page and the dialog's picture live only while the dialog is open: a closed map dialog stays in memory, and both
+ * take much of it. The page is loaded again when the dialog is shown again.
  */
 class WebView : public QWidget
 {
@@ -51,6 +51,7 @@ private:
     void loadIfDue();
     void dropPage();
     void dropPageLater();
+    void dropPixels();
     void forgetPage();
     void keepClear();
     void makePage();

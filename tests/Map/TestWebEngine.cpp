@@ -4,6 +4,7 @@
 #include "ModalAnswer.h"
 #include "WebWidget.h"
 
+#include <QBackingStore>
 #include <QFile>
 #include <QFileDialog>
 #include <QGroupBox>
@@ -11,6 +12,7 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QSet>
 #include <QTableWidget>
 #include <QTcpServer>
 #include <QTemporaryDir>
@@ -41,6 +43,7 @@ private slots:
     void onlyOwnFilesAndLoopbackAreAllowed();
     void crashedPageIsReportedAndANewDialogWorks();
     void closedDialogReleasesItsPage();
+    void closedDialogReleasesItsPixels();
     void hangingPageEndsWithItsDialog();
     void pagesOfTwoDialogsShareAProcess();
     void pageMayCloseTheDialogItself();
@@ -243,6 +246,33 @@ void TestWebEngine::closedDialogReleasesItsPage()
     QCOMPARE(ask(map, "window.name").toString(), QString());
     // Its process waits for the next page.
     QCOMPARE(pid_t(view(map)->page()->renderProcessPid()), process);
+}
+
+void TestWebEngine::closedDialogReleasesItsPixels()
+{
+    MapWidget map(nullptr);
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
+    QVERIFY(map.backingStore());
+    QTRY_COMPARE(map.backingStore()->size(), map.size());
+    map.close();
+    // The dialog stays in memory, and a full screen takes eight megabytes.
+    QTRY_VERIFY(map.backingStore()->size().width() <= 1 && map.backingStore()->size().height() <= 1);
+    map.show();
+    QTRY_COMPARE_WITH_TIMEOUT(ask(map, "typeof ostravelMap").toString(), QString("object"), 60000);
+    QTRY_COMPARE(map.backingStore()->size(), map.size());
+    // The buttons are painted again.
+    const auto *const image = dynamic_cast<QImage *>(map.backingStore()->paintDevice());
+    QVERIFY(image);
+    const auto colours = [&] {
+        const QImage buttons = image->copy(map.findChild<QGroupBox *>()->geometry());
+        QSet<QRgb> found;
+        for (int y = 0; y < buttons.height(); ++y) {
+            for (int x = 0; x < buttons.width(); ++x)
+                found.insert(buttons.pixel(x, y));
+        }
+        return found.size();
+    };
+    QTRY_VERIFY(colours() > 2);
 }
 
 void TestWebEngine::hangingPageEndsWithItsDialog()

@@ -80,6 +80,7 @@ private slots:
     void noExportStartsWhileTheBoxIsOpen();
     void missingReadIsReportedEvenWhileAnExportRuns_data();
     void missingReadIsReportedEvenWhileAnExportRuns();
+    void rowsAfterTheLastOfASheetAreLoggedAndAreInTheTextFile();
     void finishedBoxIsShownEvenIfTheFolderIsMissing();
     void finishedBoxIsShownEvenIfTheFolderIsReadOnly_data();
     void finishedBoxIsShownEvenIfTheFolderIsReadOnly();
@@ -314,6 +315,40 @@ void TestMainWindowExport::missingReadIsReportedEvenWhileAnExportRuns()
     QXlsx::Document workbook(m_fixture->path(QStringLiteral("flight.xlsx")));
     workbook.selectSheet(QStringLiteral("0x03-AttitudeAndPositionInfo"));
     QCOMPARE(workbook.read(20001, 1).toDouble(), 19999.0);
+}
+
+void TestMainWindowExport::rowsAfterTheLastOfASheetAreLoggedAndAreInTheTextFile()
+{
+    constexpr int kRows = 1048576; // of a sheet, one of them for the labels
+    QVector<double> samples(kRows + 4, 1.0);
+    samples[kRows - 2] = 2.0; // in the last row
+    for (int row = 0; row < 5; ++row)
+        heartBeatGraphs[row]->setYvalue(samples);
+    dataRead = true;
+    select(m_fixture->path(QStringLiteral("flight.txt")));
+    const LogFile log;
+    BoxContent content;
+    m_answer->next(listen(content));
+    m_fixture->entry(kFileMenu, kWriteExcel)->trigger();
+    QTRY_VERIFY_WITH_TIMEOUT(window().exportThread() == nullptr, 120000);
+    QCOMPARE(content.text, QStringLiteral("Excel导出完成！"));
+    QCOMPARE(log.lines().size(), 1);
+    QVERIFY2(log.messages().constFirst().contains(QStringLiteral("5 rows of sheet 0x01-HeartBeat")),
+             qPrintable(log.messages().constFirst()));
+    {
+        QXlsx::Document document(m_fixture->path(QStringLiteral("flight.xlsx")));
+        QVERIFY(document.selectSheet(QStringLiteral("0x01-HeartBeat")));
+        QCOMPARE(document.read(kRows, 5), QVariant(2.0));
+        QCOMPARE(document.read(kRows - 1, 5), QVariant(1.0));
+    }
+    m_answer->next(listen(content));
+    m_fixture->entry(kFileMenu, kWriteTxt)->trigger();
+    QTRY_VERIFY_WITH_TIMEOUT(window().exportThread() == nullptr, 120000);
+    QCOMPARE(content.text, QStringLiteral("Txt导出完成！"));
+    // Each row begins with a line feed.
+    const QByteArray text = contentOf(m_fixture->path(QStringLiteral("flight-export/0x01-HeartBeat.txt")));
+    QCOMPARE(text.count('\n'), kRows + 4);
+    QVERIFY(text.endsWith("\n2\t2\t2\t2\t2\t" + QByteArray("\n1\t1\t1\t1\t1\t").repeated(5)));
 }
 
 void TestMainWindowExport::finishedBoxIsShownEvenIfTheFolderIsMissing()

@@ -105,6 +105,7 @@ private slots:
     void smallLogLeavesNoProgressDialogOpen();
     void secondReadDuringAReadIsIgnored();
     void moreErrorsThanTheWrappedTotalAreReportedUnchanged();
+    void countersOfALongLogWrapAndItsSamplesDoNot();
     void closingDuringAReadAnsweredNoContinuesTheRead();
     void closingDuringAReadAnsweredYesReadsToTheEndThenQuits();
 
@@ -690,6 +691,23 @@ void TestMainWindowRead::moreErrorsThanTheWrappedTotalAreReportedUnchanged()
     QVERIFY(answer.allAnswered());
     QVERIFY2(report.startsWith(QStringLiteral("解析完成:|总帧数: 4|错误帧： 10|所有飞机的帧数： -6|")),
              qPrintable(report));
+}
+
+void TestMainWindowRead::countersOfALongLogWrapAndItsSamplesDoNot()
+{
+    // 70,000 target frames, to which the repair adds samples of 0x04, 0x02 and 0x03; then 66,000 lines without a header.
+    // The counters have 16 bits: 136,000 - 2 * 65,536 = 4,928 and 66,000 - 65,536 = 464.
+    QStringList lines;
+    lines.reserve(136000);
+    for (int i = 0; i < 70000; ++i)
+        lines.append(QStringLiteral("AAEC0105"));
+    for (int i = 0; i < 66000; ++i)
+        lines.append(QStringLiteral("00"));
+    writeLines(m_fixture->path(QStringLiteral("flight.txt")), lines);
+    drop(m_fixture->path(QStringLiteral("flight.txt")));
+    QCOMPARE(read(),
+             QStringList{QStringLiteral("解析完成:|总帧数: 4928|错误帧： 464|所有飞机的帧数： 4464|"
+                                        "0x01: 0|0x02: 70000|0x03: 70000|0x04: 70000|0x05: 70000|0x41: 0")});
 }
 
 void TestMainWindowRead::closingDuringAReadAnsweredNoContinuesTheRead()

@@ -112,6 +112,7 @@ private slots:
     void wrongUse_data();
     void wrongUse();
     void manyJobsGiveTheSameFiles();
+    void longLogIsCountedInFullAndRowsAfterTheLastOfASheetAreReported();
 
 private:
     QString path(const QString &name) const { return m_dir->filePath(name); }
@@ -583,6 +584,22 @@ void TestConvert::manyJobsGiveTheSameFiles()
     QCOMPARE(treeOf(path("eight")), names);
     for (const QString &name : names)
         QVERIFY2(bytesOf(path("one/" + name)) == bytesOf(path("eight/" + name)), qPrintable(name));
+}
+
+void TestConvert::longLogIsCountedInFullAndRowsAfterTheLastOfASheetAreReported()
+{
+    // A sheet has 1,048,576 rows, one of them for the labels. The counters of the window have 16 bits, these do not.
+    constexpr int kFrames = 1048576 + 4;
+    putBytes(path("flight.txt"), QByteArray("AAEC0101\n").repeated(kFrames) + QByteArray("00\n").repeated(66000));
+    const ConverterRun result = run({"--json", "-f", "csv,xlsx", "--channels", "@heartbeat", "flight.txt"});
+    QVERIFY2(result.status == 0, qPrintable(result.error));
+    const QJsonObject report = result.objects().value(0);
+    QCOMPARE(report["lines"].toInt(), kFrames + 66000);
+    QCOMPARE(report["frames"].toInt(), kFrames);
+    QCOMPARE(report["bad"].toInt(), 66000);
+    QCOMPARE(report["samples"].toInt(), 5 * kFrames); // in five channels
+    QVERIFY2(result.error.contains("5 rows of sheet 0x01-HeartBeat"), qPrintable(result.error));
+    QCOMPARE(bytesOf(path("flight.csv")).count('\n'), 1 + kFrames);
 }
 
 QTEST_GUILESS_MAIN(TestConvert)

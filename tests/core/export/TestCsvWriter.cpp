@@ -63,7 +63,6 @@ private slots:
     void timeIsEmptyWithoutAStart();
     void timeInAnHourThatSummerTimeLeavesOutIsWritten();
     void timeRunsOverMidnightAndIgnoresMilliseconds();
-    void timeThatTheZoneSkipsIsThatOfTheClock();
     void labelsComeWithAByteOrderMark();
     void groupWithAPeriodOfItsOwnHasATableOfItsOwn();
     void onlyGroupsOfTheirOwnLeaveNoMainTable();
@@ -170,29 +169,6 @@ void TestCsvWriter::timeRunsOverMidnightAndIgnoresMilliseconds()
     QCOMPARE(times.first(), QByteArray("2023-12-31T23:59:59.000"));
     QCOMPARE(times.at(4), QByteArray("2023-12-31T23:59:59.800"));
     QCOMPARE(times.last(), QByteArray("2024-01-01T00:00:00.000"));
-}
-
-void TestCsvWriter::timeThatTheZoneSkipsIsThatOfTheClock()
-{
-    const QByteArray zone = qgetenv("TZ");
-    // Clocks go from 02:00 to 03:00 on the last Sunday of March.
-    qputenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3");
-    Flight::Parts parts;
-    parts.startTime = QDateTime(QDate(2023, 3, 26), QTime(2, 30));
-    seriesOf(parts, kRoll) = {1.0, 1.0};
-    ExportOptions options;
-    options.channels = {kRoll};
-    const bool isSkipped = !parts.startTime.isValid();
-    const auto error = writeCsv(Flight(parts), path("a.csv"), options);
-    if (zone.isNull())
-        qunsetenv("TZ");
-    else
-        qputenv("TZ", zone);
-    if (!isSkipped)
-        QSKIP("the system takes no such zone");
-    QVERIFY(!error);
-    QCOMPARE(content(path("a.csv")),
-             QByteArray("time,seconds,PGS_Roll\n2023-03-26T02:30:00.000,0,1\n2023-03-26T02:30:00.200,0.2,1\n"));
 }
 
 void TestCsvWriter::labelsComeWithAByteOrderMark()
