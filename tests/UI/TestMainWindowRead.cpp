@@ -695,8 +695,8 @@ void TestMainWindowRead::moreErrorsThanTheWrappedTotalAreReportedUnchanged()
 
 void TestMainWindowRead::countersOfALongLogWrapAndItsSamplesDoNot()
 {
-    // 70,000 target frames, to which the repair adds samples of 0x04, 0x02 and 0x03; then 66,000 lines without a header.
-    // The counters have 16 bits: 136,000 - 2 * 65,536 = 4,928 and 66,000 - 65,536 = 464.
+    // 70,000 target frames, to which the repair adds samples of 0x04, 0x02 and 0x03; then 66,000 lines without a
+    // header. The counters have 16 bits: 136,000 - 2 * 65,536 = 4,928 and 66,000 - 65,536 = 464.
     QStringList lines;
     lines.reserve(136000);
     for (int i = 0; i < 70000; ++i)
