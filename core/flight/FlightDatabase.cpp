@@ -1,7 +1,6 @@
 #include "FlightDatabase.h"
 
 #include "RegularFile.h"
-#include "WholeWrite.h"
 
 #include <QDir>
 #include <QFile>
@@ -239,8 +238,9 @@ QString FlightDatabase::copyFile(const QString &from, const QString &to)
         const QByteArray block = source.read(std::min(left, kBlockBytes));
         if (block.isEmpty())
             return source.error() != QFileDevice::NoError ? source.errorString() : QStringLiteral("it became shorter");
-        if (!writeWhole(target, block))
-            return target.errorString();
+        // When the disk fills up within a block, Qt writes a part of it and reports no error.
+        if (target.write(block) != block.size() || !target.flush())
+            return target.error() != QFileDevice::NoError ? target.errorString() : QStringLiteral("no room is left");
         left -= block.size();
         m_cancelled = m_host.idle && !m_host.idle();
         if (m_cancelled)
