@@ -5,7 +5,7 @@
 (function (window) {
     'use strict';
 
-    const MAX_MS = 5000;
+    const MAX_MS = 15000; /* for a busy machine */
     const SECOND_POINT = 0.5000001e-7; /* a moved way point of a route file has seven decimals */
 
     const o = window.ostravelMap, files = window.mapFuzzFiles;
