@@ -27,7 +27,7 @@ packages_bench=(xvfb xauth libxlsxwriter-dev python3-xlsxwriter python3-openpyxl
 packages_windows=(g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev libz-mingw-w64-dev dpkg-dev tcl zip)
 packages_wine=("${packages_screen[@]}" wine wine64 libwine fonts-wine fonts-noto-cjk locales xclip unzip)
 
-packages_deeper=(clang gcovr valgrind)
+packages_deeper=(clang gcovr lld valgrind)
 
 # missing_packages NAME...: prints the packages that are not installed, one per line.
 missing_packages() {
