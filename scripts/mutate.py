@@ -295,8 +295,8 @@ class Tree:
                 self.tests[test["name"]] = dict({row["name"]: row["value"] for row in test["properties"]},
                                                 command=test["command"])
 
-    def make(self, targets):
-        return run(["ninja", "-C", str(self.build), "-j", "1", *targets]).returncode == 0
+    def make(self, targets, jobs=1):
+        return run(["ninja", "-C", str(self.build), "-j", str(jobs), *targets]).returncode == 0
 
     def run_test(self, name, limit):
         """Returns "passed", "failed" or "exceeded". Ends the test at its first failure."""
@@ -335,7 +335,7 @@ class Tree:
         """Builds the tests and measures them without a mutant. Tests that fail then are not used."""
         file = WORK / "durations.json"
         self.durations = json.loads(file.read_text(encoding="utf-8")) if file.exists() else {}
-        if not self.make(names):
+        if not self.make(names, os.cpu_count()):
             sys.exit(f"{self.folder}: the tests cannot be built without a mutant")
         for name in names:
             if self.durations.get(name) is None:
@@ -481,13 +481,14 @@ def main():
     parser.add_argument("--seed", type=int, default=1, help="another seed, other mutants (%(default)s)")
     parser.add_argument("--wanted", type=float, default=85.0, help="per cent to kill (%(default)s)")
     parser.add_argument("--workers", type=int, default=1, help="mutants at the same time, each in its own tree")
+    parser.add_argument("--nice", type=int, default=10, help="lowers the priority by this (%(default)s)")
     parser.add_argument("--again", action="store_true", help="judge the survivors again")
     parser.add_argument("--only", default="", help="judge only mutants whose description contains this text")
     parser.add_argument("--list", action="store_true", help="list the mutants and stop")
     parser.add_argument("--report", action="store_true", help="print the results so far and stop")
     parser.add_argument("paths", nargs="*", default=["Src", "core"])
     options = parser.parse_args()
-    os.nice(10)
+    os.nice(options.nice)
     WORK.mkdir(parents=True, exist_ok=True)
     found = pool(options.paths)
     mutants = [mutant for mutant in sample(found, options.seed, options.count) if options.only in describe(mutant)]
