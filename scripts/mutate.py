@@ -117,6 +117,7 @@ _CONSTANT = re.compile(r"(?<![\w.'\"])(\d+\.\d+|\d+|true|false)(?![\w.'\"])")
 _CALL = re.compile(r"^\s+(?!return|delete|throw|emit$|using|else|if|for|while|case|Q_)"
                    r"(?:emit )?[A-Za-z_][\w.:]*(?:(?:->|\.|::)\w+)*(?:\([^;{}]*\))+;$")
 _ARGUMENTS = re.compile(r"(?<=\()([A-Za-z_][\w.]*), ([A-Za-z_][\w.]*)(?=\))")
+_NO_EFFECT = re.compile(r"^\s+(logToBoth|Q_UNUSED)\b|\.reserve\(")  # logs and the speed are not tested
 _SYMMETRIC = re.compile(r"\b(std::min|std::max|qMin|qMax|std::hypot)\($")
 _TEXT = re.compile(r"[\"']|\bQLatin1|\bQString|\btr\(")
 MAX_OF_A_KIND = 5  # mutants of one kind in one source, so that long tables do not dominate
@@ -172,7 +173,7 @@ def mutants_of(path, text):
             if match[1] != match[2] and not _SYMMETRIC.search(code[:match.start()]):
                 change(number, "arguments", match.start(), match.end(), f"{match[2]}, {match[1]}")
         indent = len(line) - len(line.lstrip())
-        is_call = bool(_CALL.match(code)) and not re.match(r"^\s+(logToBoth|Q_UNUSED)\b", code)
+        is_call = bool(_CALL.match(code)) and not _NO_EFFECT.search(code)
         if is_call:
             change(number, "removed call", indent, len(line), ";")
             if previous_call == (number - 1, indent) and depend(lines[number - 1].strip(), stripped):
