@@ -117,7 +117,7 @@ _CONSTANT = re.compile(r"(?<![\w.'\"])(\d+\.\d+|\d+|true|false)(?![\w.'\"])")
 _CALL = re.compile(r"^\s+(?!return|delete|throw|emit$|using|else|if|for|while|case|Q_)"
                    r"(?:emit )?[A-Za-z_][\w.:]*(?:(?:->|\.|::)\w+)*(?:\([^;{}]*\))+;$")
 _ARGUMENTS = re.compile(r"(?<=\()([A-Za-z_][\w.]*), ([A-Za-z_][\w.]*)(?=\))")
-_NO_EFFECT = re.compile(r"^\s+(logToBoth|Q_UNUSED)\b|\.reserve\(")  # logs and the speed are not tested
+_NO_EFFECT = re.compile(r"^\s+(logToBoth|Q_UNUSED)\b|\.reserve\(")  # the log and the speed
 _SYMMETRIC = re.compile(r"\b(std::min|std::max|qMin|qMax|std::hypot)\($")
 _TEXT = re.compile(r"[\"']|\bQLatin1|\bQString|\btr\(")
 MAX_OF_A_KIND = 5  # mutants of one kind in one source, so that long tables do not dominate
@@ -297,9 +297,11 @@ class Tree:
         self.environment = dict(os.environ, CCACHE_PREFIX=str(prefix))
         listed = json.loads(run(["ctest", "--test-dir", str(self.build), "--show-only=json-v1"]).stdout)
         for test in listed["tests"]:
-            if test["name"].startswith("Test") and "command" in test:
-                self.tests[test["name"]] = dict({row["name"]: row["value"] for row in test["properties"]},
-                                                command=test["command"])
+            properties = {row["name"]: row["value"] for row in test["properties"]}
+            # Has no command until the program is built.
+            if test["name"].startswith("Test") and not properties.get("DISABLED"):
+                properties["command"] = [f"{properties['WORKING_DIRECTORY']}/{test['name']}"]
+                self.tests[test["name"]] = properties
 
     def make(self, targets, jobs=1):
         return run(["ninja", "-C", str(self.build), "-j", str(jobs), *targets],
