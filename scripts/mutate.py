@@ -271,6 +271,7 @@ class Tree:
     """A clone of HEAD with its own build, used by one worker."""
 
     serial = threading.Lock()  # for tests that use a fixed port or the whole machine
+    measuring = threading.Lock()
 
     def __init__(self, number):
         self.folder = WORK / f"tree-{number}"
@@ -342,12 +343,14 @@ class Tree:
 
     def measure(self, names):
         """Builds the tests and measures them without a mutant. Tests that fail then are not used."""
-        file = WORK / "durations.json"
-        self.durations = json.loads(file.read_text(encoding="utf-8")) if file.exists() else {}
         if not self.make(names, os.cpu_count()):
-            sys.exit(f"{self.folder}: the tests cannot be built without a mutant")
-        for name in names:
-            if self.durations.get(name) is None:
+            raise RuntimeError(f"{self.folder}: the tests cannot be built without a mutant")
+        file = WORK / "durations.json"
+        with self.measuring:
+            self.durations = json.loads(file.read_text(encoding="utf-8")) if file.exists() else {}
+            for name in names:
+                if self.durations.get(name) is not None:
+                    continue
                 start = time.monotonic()
                 passed = self.run_test(name, 300) == "passed"
                 self.durations[name] = round(time.monotonic() - start, 2) if passed else None
@@ -403,30 +406,28 @@ def ordered(path, tree):
 
 
 def judge(mutants, results, workers):
-    trees = [Tree(number) for number in range(1, workers + 1)]
-    for tree in trees:
-        tree.prepare()
-    needed = sorted({name for mutant in mutants for names in tests_of(mutant.path, trees[0]) for name in names})
-    for tree in trees:
-        tree.measure(needed)
-    free = queue.SimpleQueue()
-    for tree in trees:
-        free.put(tree)
+    todo = queue.SimpleQueue()
+    for mutant in mutants:
+        todo.put(mutant)
 
-    def one(mutant):
-        tree = free.get()
-        start = time.monotonic()
-        try:
+    def work(number):
+        tree = Tree(number)
+        tree.prepare()
+        tree.measure(sorted({name for mutant in mutants for names in tests_of(mutant.path, tree) for name in names}))
+        while True:
+            try:
+                mutant = todo.get_nowait()
+            except queue.Empty:
+                return
+            start = time.monotonic()
             names = ordered(mutant.path, tree)
             verdict, test = tree.verdict(mutant, names) if names else ("no test", "")
-        finally:
-            free.put(tree)
-        seconds = time.monotonic() - start
-        results.add(mutant, verdict, test, seconds)
-        print(f"{verdict:9} {seconds:5.1f} s  {describe(mutant)}  ({test})", flush=True)
+            seconds = time.monotonic() - start
+            results.add(mutant, verdict, test, seconds)
+            print(f"{verdict:9} {seconds:5.1f} s  {describe(mutant)}  ({test})", flush=True)
 
     with concurrent.futures.ThreadPoolExecutor(workers) as executor:
-        for done in [executor.submit(one, mutant) for mutant in mutants]:
+        for done in [executor.submit(work, number) for number in range(1, workers + 1)]:
             done.result()
 
 
