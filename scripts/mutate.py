@@ -305,8 +305,9 @@ class Tree:
                 self.tests[test["name"]] = properties
 
     def make(self, targets, jobs=1):
-        return run(["ninja", "-C", str(self.build), "-j", str(jobs), *targets],
-                   env=self.environment).returncode == 0
+        # In a session of its own, as the tests are, because the scheduler shares the processor between sessions.
+        return run(["ninja", "-C", str(self.build), "-j", str(jobs), *targets], env=self.environment,
+                   start_new_session=True).returncode == 0
 
     def run_test(self, name, limit):
         """Returns "passed", "failed" or "exceeded". Ends the test at its first failure."""
@@ -498,7 +499,6 @@ def main():
     parser.add_argument("--report", action="store_true", help="print the results so far and stop")
     parser.add_argument("paths", nargs="*", default=["Src", "core"])
     options = parser.parse_args()
-    os.nice(options.nice)
     WORK.mkdir(parents=True, exist_ok=True)
     found = pool(options.paths)
     mutants = [mutant for mutant in sample(found, options.seed, options.count) if options.only in describe(mutant)]
@@ -511,6 +511,7 @@ def main():
         print(f"tests/mutants.txt lists a mutant that does not exist: {' | '.join(row)}")
     if not options.report:
         isolate()
+        os.nice(options.nice)
         repeated = ("survived", "no test") if options.again else ()
         judge([mutant for mutant in mutants if key_of(mutant) not in rows and
                (results.of(mutant) is None or results.of(mutant)["verdict"] in repeated)], results, options.workers)
