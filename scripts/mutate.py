@@ -14,6 +14,7 @@ are in it, so an interrupted run continues where it stopped.
     scripts/mutate.py --count 300 --seed 1            # everywhere
     scripts/mutate.py --count 20 Src/Plot core/frame  # in these folders
     scripts/mutate.py --count 300 --again             # judges the survivors again, after tests were added
+    scripts/mutate.py --count 300 --own               # a first look: without the other tests of the folder
 """
 
 import argparse
@@ -399,14 +400,16 @@ def tests_of(path, tree):
            [name for name in others if name in tree.tests and name not in own]
 
 
-def ordered(path, tree):
+def ordered(path, tree, only_own):
     own, others = tests_of(path, tree)
+    if only_own:
+        others = []
     usable = [name for name in others if tree.durations.get(name) is not None and tree.durations[name] <= SLOW]
     return [name for name in own if tree.durations.get(name) is not None] + \
            sorted(usable, key=lambda name: tree.durations[name])
 
 
-def judge(mutants, results, workers):
+def judge(mutants, results, workers, only_own):
     todo = queue.SimpleQueue()
     # Those in headers last, because they take longest to build.
     for mutant in sorted(mutants, key=lambda mutant: mutant.path.suffix == ".h"):
@@ -422,7 +425,7 @@ def judge(mutants, results, workers):
             except queue.Empty:
                 return
             start = time.monotonic()
-            names = ordered(mutant.path, tree)
+            names = ordered(mutant.path, tree, only_own)
             verdict, test = tree.verdict(mutant, names) if names else ("no test", "")
             seconds = time.monotonic() - start
             results.add(mutant, verdict, test, seconds)
@@ -495,6 +498,7 @@ def main():
     parser.add_argument("--workers", type=int, default=1, help="mutants at the same time, each in its own tree")
     parser.add_argument("--nice", type=int, default=10, help="lowers the priority by this (%(default)s)")
     parser.add_argument("--again", action="store_true", help="judge the survivors again")
+    parser.add_argument("--own", action="store_true", help="leave out the other tests of the folder, for a first look")
     parser.add_argument("--only", default="", help="judge only mutants whose description contains this text")
     parser.add_argument("--list", action="store_true", help="list the mutants and stop")
     parser.add_argument("--report", action="store_true", help="print the results so far and stop")
@@ -515,7 +519,8 @@ def main():
         os.nice(options.nice)
         repeated = ("survived", "no test") if options.again else ()
         judge([mutant for mutant in mutants if key_of(mutant) not in rows and
-               (results.of(mutant) is None or results.of(mutant)["verdict"] in repeated)], results, options.workers)
+               (results.of(mutant) is None or results.of(mutant)["verdict"] in repeated)], results, options.workers,
+              options.own)
     counts = report(mutants, results, rows)
     judged = counts["killed"] + counts["survived"]
     return 0 if judged and 100.0 * counts["killed"] / judged >= options.wanted and not counts["no test"] else 1
