@@ -30,7 +30,7 @@ packages_wine=("${packages_screen[@]}" wine wine64 libwine fonts-wine fonts-noto
 # In addition to packages_build and packages_test: the sources of locales, and a clock that can be changed.
 packages_faults=(locales faketime libfaketime tzdata)
 
-packages_deeper=(clang gcovr valgrind linux-perf)
+packages_deeper=(clang gcovr lld valgrind linux-perf)
 
 # missing_packages NAME...: prints the packages that are not installed, one per line.
 missing_packages() {

@@ -1,3 +1,4 @@
+#include "DebugOutput.h"
 #include "MetaMethods.h"
 #include "SwitchButton.h"
 
@@ -180,6 +181,7 @@ private slots:
     void unusedFlagsDoNotChangeThePainting();
     void edgesAreSharpAtScaleTwo();
     void edgesAreSmooth();
+    void paintingPrintsNoWarning();
     void textIsCentredInItsBoxWithSubpixelAccuracy_data();
     void textIsCentredInItsBoxWithSubpixelAccuracy();
     void middleOfThePillStartsAtHalfTheHeightRoundedDown();
@@ -759,6 +761,17 @@ void TestSwitchButton::edgesAreSmooth()
     }
     QVERIFY2(rim > 30, qPrintable(QString::number(rim)));
     QVERIFY2(sliderRim > 20, qPrintable(QString::number(sliderRim)));
+}
+
+void TestSwitchButton::paintingPrintsNoWarning()
+{
+    const std::unique_ptr<SwitchButton> button = colouredButton();
+    const DebugOutput output;
+    for (const bool checked : {false, true}) {
+        button->setChecked(checked);
+        painted(*button, 1);
+    }
+    QCOMPARE(output.texts(), QStringList());
 }
 
 void TestSwitchButton::textIsCentredInItsBoxWithSubpixelAccuracy_data()

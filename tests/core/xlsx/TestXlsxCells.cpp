@@ -16,6 +16,7 @@ private slots:
     void isEmptyByDefault();
     void lastWriteWinsInAnyOrder();
     void memoryIsLittleMoreThanTheNumbers();
+    void otherFormatsOfACellTakeNoMoreMemory();
     void rowsAreInOrder();
     void equalTextsAreStoredOnce();
 };
@@ -85,6 +86,16 @@ void TestXlsxCells::memoryIsLittleMoreThanTheNumbers()
         for (int column = 1; column <= kColumns; ++column)
             cells.setNumber(row, column, row, 1);
     QVERIFY2(cells.bytes() < std::size_t(kRows) * (kColumns * 8 + 44), qPrintable(QString::number(cells.bytes())));
+}
+
+void TestXlsxCells::otherFormatsOfACellTakeNoMoreMemory()
+{
+    XlsxCells cells;
+    cells.setNumber(1, 1, 0, 0);
+    const std::size_t before = cells.bytes();
+    for (int i = 1; i <= 1000; ++i)
+        cells.setNumber(1, 1, i, static_cast<quint32>(i % 2));
+    QCOMPARE(cells.bytes(), before);
 }
 
 void TestXlsxCells::rowsAreInOrder()

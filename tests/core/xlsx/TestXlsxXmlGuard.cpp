@@ -113,6 +113,14 @@ void TestXlsxXmlGuard::stopsBeforeWhatNoWorkbookContains_data()
         << QByteArray("><r><a>") << true;
     QTest::newRow("UTF-16 that declares UTF-8")
         << utf16("<?xml version='1.0' encoding='UTF-8'?><r/>", false, true) << utf16("><r/>", false, false) << true;
+    for (const bool bigEndian : {false, true}) {
+        const char *const order = bigEndian ? "big endian" : "little endian";
+        QTest::newRow(qPrintable(QStringLiteral("UTF-16 without a mark that declares UTF-8, %1").arg(order)))
+            << utf16("<?xml version='1.0' encoding='UTF-8'?><r/>", bigEndian, false) << utf16("><r/>", bigEndian, false)
+            << true;
+        QTest::newRow(qPrintable(QStringLiteral("UTF-16 without a mark behind a comment, %1").arg(order)))
+            << utf16(in("<r><!-- <b c='--><a"), bigEndian, false) << utf16(last, bigEndian, false) << true;
+    }
     QTest::newRow("UTF-32") << QByteArray("<\0\0\0r\0\0\0", 8) << QByteArray("<") << true;
     QTest::newRow("UTF-32 with a mark") << QByteArray("\xff\xfe\0\0<\0\0\0", 8) << QByteArray("\xff\xfe") << true;
     QTest::newRow("endless declaration") << "<?xml " + QByteArray(5000, ' ') + "?><r/>" << QByteArray("><r/>") << true;
