@@ -25,8 +25,7 @@ MAX_EXPONENT = 1.05
 RUNS = {10_000: 5, 100_000: 5, 1_000_000: 3}  # the best counts; the largest size runs twice
 LEAST_RUNS = 2
 
-OCTAVE = ("addpath('{assets}'); graphics_toolkit('gnuplot'); set(0, 'defaultfigurevisible', 'off'); "
-          "myMatlabPlot({arguments}); drawnow; exit")
+OCTAVE = "addpath('{assets}'); myMatlabPlot({arguments}); drawnow; exit"
 ARGUMENTS = ", ".join(f"int32({value})" for value in (1, 1, 1, 1, 0, 1, 1, 0))
 
 NAMES = {
@@ -56,9 +55,10 @@ def resources(command, **options):
 def window_steps(log):
     """What the program does with a log, in one process. Memory is counted above the empty window."""
     output = subprocess.run([STEPS, log], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, check=True, text=True).stdout
+    print(output, file=sys.stderr, flush=True)
     rows = [line.split() for line in output.splitlines()]
     empty = next(float(row[2]) for row in rows if row[0] == "empty")
-    return {name: (float(seconds), float(peak) - empty) for name, seconds, peak in rows if name != "empty"}
+    return {name: (float(seconds), float(peak) - empty) for name, seconds, peak, _ in rows if name != "empty"}
 
 
 def plots():

@@ -1,5 +1,5 @@
-// The steps of a flight in the real window, for bench_scale: each prints "name seconds MiB", the most memory that the
-// program had during the step.
+// The steps of a flight in the real window, for bench_scale: each prints "name seconds MiB CPU-seconds", the most
+// memory that the program had during the step, and the processor time, which depends less on what else runs.
 //   scale_steps --make text|database FILE SAMPLES
 //   scale_steps FILE
 
@@ -31,6 +31,7 @@
 #include <QWebEnginePage>
 #include <QWebEngineView>
 #include <cstdlib>
+#include <ctime>
 #include <memory>
 #include <unistd.h>
 
@@ -70,10 +71,15 @@ void resetPeak()
         giveUp("the peak of the memory cannot be reset");
 }
 
-void printStep(const char *name, double milliseconds)
+double processorSeconds()
+{
+    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
+}
+
+void printStep(const char *name, double milliseconds, double processor)
 {
     constexpr double kPerSecond = 1000;
-    std::printf("%s %.6f %.2f\n", name, milliseconds / kPerSecond, peakMemory());
+    std::printf("%s %.6f %.2f %.6f\n", name, milliseconds / kPerSecond, peakMemory(), processor);
     std::fflush(stdout);
 }
 
@@ -81,7 +87,9 @@ template <typename Work>
 void step(const char *name, Work &&work)
 {
     resetPeak();
-    printStep(name, bench::milliseconds(work));
+    const double before = processorSeconds();
+    const double milliseconds = bench::milliseconds(work);
+    printStep(name, milliseconds, processorSeconds() - before);
 }
 
 /** Waits in an event loop. */
@@ -154,13 +162,14 @@ void measureCurves(MainWindow &window)
         giveUp("there are not fifteen curves");
     resetPeak();
     double best = 1e9;
+    const double before = processorSeconds();
     for (int run = 0; run < kReplots; ++run) {
         best = std::min(best, bench::milliseconds([&] {
                             for (QCustomPlot *const canvas : canvases)
                                 canvas->replot();
                         }));
     }
-    printStep("replot", best);
+    printStep("replot", best, (processorSeconds() - before) / kReplots);
 }
 
 void measureExports(MainWindow &window, const QString &log)
@@ -266,7 +275,7 @@ int main(int argc, char *argv[])
         MainWindow window;
         waitFor([&] { return window.isVisible(); }, "no window");
         resetPeak();
-        printStep("empty", 0);
+        printStep("empty", 0, 0);
         select(window, arguments.value(1));
         step("read", [&] { fileEntry(window, Read)->trigger(); });
         if (!dataRead || channelGroup(0x03)->length() == 0)

@@ -3,6 +3,7 @@
 #include "MyCustomPlot.h"
 
 #include <QCoreApplication>
+#include <QHash>
 #include <QIcon>
 #include <qcustomplot.h>
 
@@ -44,6 +45,19 @@ constexpr Entry kWholeCanvas[] = {
 };
 // clang-format on
 
+/**
+ * The icon of a resource, the same for all menus. Qt keeps the pictures of each icon, up to ten megabytes in all, and a
+ * new icon would be drawn from its file again.
+ */
+QIcon sharedIcon(const char *path)
+{
+    static auto *const icons = new QHash<QByteArray, QIcon>; // not deleted: icons must not outlive the application
+    QIcon &icon = (*icons)[QByteArray(path)];
+    if (icon.isNull())
+        icon = QIcon(QString::fromLatin1(path));
+    return icon;
+}
+
 } // namespace
 
 CanvasMenu::CanvasMenu(MyCustomPlot *controller, Place place, QWidget *parent)
@@ -53,7 +67,7 @@ CanvasMenu::CanvasMenu(MyCustomPlot *controller, Place place, QWidget *parent)
     setAttribute(Qt::WA_DeleteOnClose);
     const auto add = [this, controller](const auto &entries) {
         for (const Entry &entry : entries) {
-            const QIcon icon(QString::fromLatin1(entry.icon));
+            const QIcon icon = sharedIcon(entry.icon);
             const QString text = QCoreApplication::translate("MainWindow", entry.text);
             if (entry.slot)
                 addAction(icon, text, controller, entry.slot);
@@ -67,8 +81,8 @@ CanvasMenu::CanvasMenu(MyCustomPlot *controller, Place place, QWidget *parent)
         else
             add(kLowerCurves);
     } else if (!m_canvas->selectedAxes().isEmpty()) {
-        addAction(QIcon(QStringLiteral(":/tool.svg")), QCoreApplication::translate("MainWindow", "Modify font size"),
-                  this, &CanvasMenu::fontSettingsRequested);
+        addAction(sharedIcon(":/tool.svg"), QCoreApplication::translate("MainWindow", "Modify font size"), this,
+                  &CanvasMenu::fontSettingsRequested);
     } else if (m_canvas->graphCount() > 0) {
         add(kWholeCanvas);
     }

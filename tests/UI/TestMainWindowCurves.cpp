@@ -181,6 +181,7 @@ private slots:
     void menuPrefersASelectedCurveToASelectedAxis();
     void menuDependsOnTheStateOfItsCanvas();
     void menuPopsUpAtTheMouseAndIsDeletedOnClose();
+    void menusShareTheirIcons();
     void entryHasTheExpectedEffect_data();
     void entryHasTheExpectedEffect();
     void penIsSetOnTheSelectedCurveOfEachCanvas();
@@ -829,6 +830,24 @@ void TestMainWindowCurves::menuPopsUpAtTheMouseAndIsDeletedOnClose()
     // Only the menus of the menu bar remain.
     for (const QMenu *menu : window().findChildren<QMenu *>(QString(), Qt::FindDirectChildrenOnly))
         QVERIFY2(!menu->testAttribute(Qt::WA_DeleteOnClose), qPrintable(menu->title()));
+}
+
+void TestMainWindowCurves::menusShareTheirIcons()
+{
+    // Each icon of its own would be drawn anew and fill Qt's cache of pictures.
+    const auto keys = [this](bool second) {
+        QMenu *const menu = openMenu(second);
+        QVector<qint64> result;
+        for (const QAction *action : menu->actions())
+            result.append(action->icon().cacheKey());
+        menu->close();
+        return result;
+    };
+    const QVector<qint64> first = keys(false);
+    QCOMPARE(first.size(), 3);
+    QVERIFY(!first.contains(0));
+    QCOMPARE(keys(false), first);
+    QCOMPARE(keys(true), first);
 }
 
 void TestMainWindowCurves::entryHasTheExpectedEffect_data()
