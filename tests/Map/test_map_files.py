@@ -141,14 +141,14 @@ class Files(tools_page.ToolsTest):
         cases = {
             "values.gpx": ("<gpx><rte><rtept lat='1' lon='2'>" + "<ele>" * 50000 + "</ele>" * 50000 + "</rtept></rte></gpx>",
                            "文件的元素嵌套过深，不予读取。"),
-            "marks.gpx": (f"<gpx><trk><name>{marks}</name><trkpt lat='1' lon='2'/></trk></gpx>", "航迹 1 条。"),
+            "marks.gpx": (f"<gpx><rte><rtept lat='1' lon='2'><ele>{marks}</ele></rtept></rte></gpx>", "航线 1 条。"),
         }
         for name, (text, words) in cases.items():
             with self.subTest(name):
                 path = self.write(name, text)
                 begin = time.monotonic()
                 self.assertEqual(self.load(path), f"{name}：{words}")
-                self.assertLess(time.monotonic() - begin, 10)
+                self.assertLess(time.monotonic() - begin, 20)
 
     def test_a_missing_position_is_told_in_words(self):
         for way, words in (({"latitude": "95"}, "经度 （无），纬度 95"), ({"longitude": "181", "latitude": [5]}, "经度 181，纬度 [5]")):
