@@ -56,7 +56,7 @@ COMPONENTS = {
                   ("libgcc_s_seh-1.dll", "libstdc++-6.dll")),
         Component("mingw-w64 runtime", "mingw-w64-x86-64-dev", "ZPL-2.1 AND MIT AND BSD-3-Clause",
                   ("libwinpthread-1.dll",)),
-        Component("zlib", "libz-mingw-w64-dev", "Zlib", ("zlib1.dll",)),
+        Component("zlib", "libz-mingw-w64", "Zlib", ("zlib1.dll",)),
         Component("QCustomPlot", "libqcustomplot-dev", "GPL-3.0-or-later", stage="qcustomplot"),
         Component("GeographicLib", "libgeographiclib-dev", "MIT", stage="geographiclib"),
         Component("double-conversion", "libdouble-conversion-dev", "BSD-3-Clause", stage="double_conversion"),
