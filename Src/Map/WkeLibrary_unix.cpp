@@ -86,7 +86,7 @@ QString wkelibrary::whatIsMissing()
 {
     if (!QFile::exists(enginePath()))
         return QStringLiteral("程序目录下缺少网页引擎 libostravel_web.so，请安装 qtwebengine5-dev 后重新构建程序。");
-    const QString limit = lowLimit();
+    QString limit = lowLimit();
     if (!limit.isEmpty())
         return limit;
     const char *const why = dlerror();

@@ -9,9 +9,7 @@ namespace ostravel
 ReplacedFile::ReplacedFile(const QString &path)
     : m_path(path)
     , m_file(path)
-    , m_output([this](const char *data, std::size_t size) {
-        return writeAll(m_file, data, static_cast<qint64>(size));
-    })
+    , m_output([this](const char *data, std::size_t size) { return writeAll(m_file, data, static_cast<qint64>(size)); })
 {
 }
 
