@@ -278,7 +278,7 @@ class WindowTest(AnalystTest):
                 time.sleep(0.02)
             return False
 
-        wait_for(probe, what)
+        wait_for(probe, what, LIMIT)
 
     def select(self, app, path):
         app.find("俯仰", role="check box")

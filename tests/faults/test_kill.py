@@ -282,7 +282,8 @@ class KillsOfTheWindow(WindowTest):
                 began = time.time()
                 trigger()
                 ended = self.wait_for_end_of(app, name, began)
-                self.lengths[name] = max(ended - began, 0.01)
+                # The shorter one of two runs, because a busy machine makes them longer.
+                self.lengths[name] = min(max(ended - began, 0.01), self.lengths.get(name, LIMIT))
         return self.snapshot()
 
     def get_ready(self, app, name, is_read=False):

@@ -84,13 +84,14 @@ class TwoWindows(WindowTest):
                 self.desktop.focus(windows[number])
                 self.read(app, f"flight{number}.txt")
             self.switch_theme(first, windows[1])
-            # Both exports run at the same time; each box is closed afterwards.
+            # Both boxes are open before one is closed. A request during an export, or below its box, is ignored.
+            words = "Excel导出完成！"
+            for number, app in apps.items():
+                self.insist(lambda app=app, number=number: self.ask_for_workbook(app, windows[number]),
+                            lambda app=app: app.find_all(words, role="label"), "the end of an export")
             for number, app in apps.items():
                 self.desktop.focus(windows[number])
-                self.press(app, "写Excel")
-            for number, app in apps.items():
-                self.desktop.focus(windows[number])
-                self.close_box(app, "Excel导出完成！")
+                self.close_box(app, words)
             for number, expected in ((1, "lightTheme"), (2, "darkTheme")):
                 self.desktop.focus(windows[number])
                 self.leave(apps[number])
@@ -105,11 +106,15 @@ class TwoWindows(WindowTest):
 
     def window_of(self, app):
         def search():
-            found = self.desktop.xdotool("search", "--onlyvisible", "--pid", app.process.pid, "--name", "^Ostravel$",
+            found = self.desktop.xdotool("search", "--all", "--onlyvisible", "--pid", app.process.pid, "--name", "^Ostravel$",
                                          check=False).split()
             return found[0] if found else None
 
         return wait_for(search, "the window of an instance")
+
+    def ask_for_workbook(self, app, window):
+        self.desktop.focus(window)
+        self.press(app, "写Excel")
 
     def switch_theme(self, app, window):
         self.desktop.focus(window)
