@@ -51,18 +51,35 @@ void repeatLast(Series &series)
 
 void FrameDecoder::reserveForLog(qint64 bytes)
 {
-    // Ten hours. A large file is not necessarily a flight, and above this size the cost of growing no longer matters.
+    // Ten hours. A large file is not necessarily a flight.
     constexpr qint64 kMaxSamples = 200'000;
     constexpr qint64 kRound = frame::roundCharacters();
     static_assert(kRound > 0);
     // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): the analyzer does not evaluate the constant
-    const auto samples = static_cast<int>(std::min(bytes / kRound, kMaxSamples));
+    m_expected = bytes / kRound;
+    reserve(std::min(m_expected, kMaxSamples));
+}
+
+void FrameDecoder::reserve(qint64 samples)
+{
+    m_reserved = static_cast<int>(samples);
     for (const frame::Layout &layout : frame::kLayouts) {
         if (layout.code == frame::kDifference)
             continue; // shares the samples of other series
         for (int row = 0; row < layout.rowCount; ++row)
-            m_series.at(layout.code, row).reserve(samples);
+            m_series.at(layout.code, row).reserve(m_reserved);
     }
+}
+
+/**
+ * Reserves more when the log has filled the reservation, so it is a flight. Series that grow by doubling leave freed
+ * blocks behind, up to a sixth of the samples' own memory.
+ */
+void FrameDecoder::reserveMore()
+{
+    constexpr qint64 kFactor = 4;
+    if (m_expected > m_reserved)
+        reserve(std::min(m_expected, kFactor * m_reserved));
 }
 
 FrameKind FrameDecoder::decode(const Frame &frame)
@@ -88,6 +105,8 @@ FrameKind FrameDecoder::appendSamples(const Frame &frame)
         break;
     case frame::kAttitude:
         appendFields<frame::kAttitude>(frame);
+        if (m_series.at(frame::kAttitude, 0).size() == m_reserved)
+            reserveMore();
         break;
     case frame::kSensor:
         appendFields<frame::kSensor>(frame);

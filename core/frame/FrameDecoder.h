@@ -44,7 +44,8 @@ public:
     /**
      * Reserves memory for the samples of a text log, to avoid repeated reallocation.
      *
-     * @param bytes size of the log; 0 is allowed, and the reservation is limited for very large files
+     * @param bytes size of the log; 0 is allowed. The reservation for very large files is limited, and is raised when
+     *              the samples have filled it
      */
     void reserveForLog(qint64 bytes);
 
@@ -78,12 +79,16 @@ private:
     void appendFields(const Frame &frame);
     void appendEquipment(const Frame &frame);
     void repair();
+    void reserve(qint64 samples);
+    void reserveMore();
     template <std::uint8_t Code>
     void extend();
 
     const SeriesRefs &m_series;
     std::optional<std::uint8_t> m_planeId;
     qint64 m_gapsFilled = 0;
+    qint64 m_expected = 0; // samples of the log, by its size
+    int m_reserved = 0; // samples of each series
 };
 
 /** Appends a copy of the last sample, or 0.0 to an empty series. */

@@ -66,6 +66,8 @@ private slots:
     void seriesCanBeReplacedBetweenTwoFrames();
     void reservesAtMostTenHours_data();
     void reservesAtMostTenHours();
+    void reservesMoreWhenTheReservationIsFull_data();
+    void reservesMoreWhenTheReservationIsFull();
     void randomFramesMatchTheReferenceDecoder_data();
     void randomFramesMatchTheReferenceDecoder();
 };
@@ -294,6 +296,33 @@ void TestFrameDecoder::reservesAtMostTenHours()
     for (const char *channel : {"HBS_Lng", "PGS_Roll", "BU_SpeedAngle", "DS_Top"})
         QVERIFY(series(all, channel).capacity() >= samples && series(all, channel).capacity() <= 2 * samples);
     QCOMPARE(series(all, "DF_YawDiff").capacity(), 0);
+}
+
+void TestFrameDecoder::reservesMoreWhenTheReservationIsFull_data()
+{
+    QTest::addColumn<qint64>("bytes");
+    QTest::addColumn<int>("samples");
+    // 572 bytes for a sample of each series.
+    QTest::newRow("less than four times as much is left") << qint64(572) * 300'000 << 300'000;
+    QTest::newRow("a terabyte") << qint64(1'000'000'000'000) << 800'000;
+}
+
+void TestFrameDecoder::reservesMoreWhenTheReservationIsFull()
+{
+    QFETCH(qint64, bytes);
+    QFETCH(int, samples);
+    SeriesArray all;
+    const SeriesRefs refs(all);
+    FrameDecoder decoder(refs);
+    decoder.reserveForLog(bytes);
+    const Frame frame = Frame::fromHex(QStringLiteral("AAEC0103")); // repeats the samples of its group
+    for (int i = 1; i < 200'000; ++i)
+        decoder.decode(frame);
+    QVERIFY(series(all, "HBS_Lng").capacity() < samples);
+    decoder.decode(frame);
+    for (const char *channel : {"HBS_Lng", "PGS_Roll", "BU_SpeedAngle", "DS_Top"})
+        QVERIFY(series(all, channel).capacity() >= samples && series(all, channel).capacity() <= samples + 16);
+    QCOMPARE(series(all, "PGS_Roll").size(), 200'000);
 }
 
 void TestFrameDecoder::randomFramesMatchTheReferenceDecoder_data()
