@@ -21,6 +21,7 @@ import argparse
 import collections
 import concurrent.futures
 import fcntl
+import io
 import json
 import os
 import queue
@@ -30,6 +31,7 @@ import socket
 import struct
 import subprocess
 import sys
+import tarfile
 import threading
 import time
 from pathlib import Path
@@ -190,9 +192,10 @@ def run(command, **options):
 
 def sources(paths):
     """The sources of HEAD by path, as the trees have them."""
-    names = run(["git", "-C", str(ROOT), "ls-tree", "-r", "--name-only", "HEAD", *paths]).stdout.split("\n")
-    return {Path(name): run(["git", "-C", str(ROOT), "show", f"HEAD:{name}"]).stdout for name in names
-            if re.fullmatch(r"(Src|core)/.*\.(cpp|h)", name) and not NOT_BUILT.search(name)}
+    archive = subprocess.run(["git", "-C", str(ROOT), "archive", "HEAD", *paths], check=True, capture_output=True).stdout
+    with tarfile.open(fileobj=io.BytesIO(archive)) as files:
+        return {Path(name): files.extractfile(name).read().decode("utf-8") for name in sorted(files.getnames())
+                if re.fullmatch(r"(Src|core)/.*\.(cpp|h)", name) and not NOT_BUILT.search(name)}
 
 
 def pool(paths):

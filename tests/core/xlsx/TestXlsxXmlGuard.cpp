@@ -107,6 +107,7 @@ void TestXlsxXmlGuard::stopsBeforeWhatNoWorkbookContains_data()
         QTest::newRow(qPrintable(QStringLiteral("declares %1").arg(encoding)))
             << "<?xml version=\"1.0\" encoding=\"" + QByteArray(encoding) + ' ' + "\"?><r/>" << QByteArray("><r/>")
             << true;
+    QTest::newRow("encoding without a value") << QByteArray("<?xml encoding?><r/>") << QByteArray("><r/>") << true;
     // The second byte of the character equals a bracket, so the row would look like part of a comment.
     QTest::newRow("GBK with a bracket in a character")
         << "<?xml version=\"1.0\" encoding=\"gbk\"?><r><a><![CDATA[\x81\x5D]><!--]]></a><row" + many + "/></r>"
