@@ -8,6 +8,7 @@
 
 #include <QElapsedTimer>
 #include <QThreadPool>
+#include <algorithm>
 #include <cmath>
 #include <exception>
 #include <mutex>
@@ -56,7 +57,7 @@ RunTotals Batch::run()
     QElapsedTimer timer;
     timer.start();
     QThreadPool pool;
-    pool.setMaxThreadCount(m_arguments.jobs);
+    pool.setMaxThreadCount(std::min(m_arguments.jobs, terminal::maxJobs()));
     for (const LogFile &log : m_logs)
         pool.start([this, &log] { convert(log); });
     while (!pool.waitForDone(kRedrawMs)) {

@@ -1,6 +1,6 @@
 #pragma once
 
-/** What differs between systems: Ctrl+C and the terminal. One source a system. */
+/** What differs between systems: Ctrl+C, the terminal and limits of the process. One source a system. */
 namespace terminal
 {
 
@@ -17,5 +17,8 @@ bool wasInterrupted();
 
 /** Whether standard error is a terminal. */
 bool hasTerminal();
+
+/** How many flights may be converted at the same time under the limits of this process; at least 1. */
+int maxJobs();
 
 } // namespace terminal

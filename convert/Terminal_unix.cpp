@@ -1,10 +1,12 @@
 #include "Terminal.h"
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace terminal
@@ -52,6 +54,19 @@ bool hasTerminal()
 {
     const char *const kind = std::getenv("TERM");
     return ::isatty(STDERR_FILENO) == 1 && (kind == nullptr || std::strcmp(kind, "dumb") != 0);
+}
+
+int maxJobs()
+{
+    // A job opens its thread's event queue, a log or a database with its side files, and an output. The toolkit aborts
+    // the process when a thread gets no event queue.
+    constexpr rlim_t kOfProcess = 12;
+    constexpr rlim_t kOfJob = 6;
+    constexpr rlim_t kMost = 1 << 16;
+    rlimit files{kMost, kMost};
+    ::getrlimit(RLIMIT_NOFILE, &files);
+    const rlim_t most = std::min(files.rlim_cur, kMost);
+    return most < kOfProcess + kOfJob ? 1 : static_cast<int>((most - kOfProcess) / kOfJob);
 }
 
 } // namespace terminal

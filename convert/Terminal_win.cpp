@@ -1,6 +1,7 @@
 #include "Terminal.h"
 
 #include <atomic>
+#include <limits>
 #include <windows.h>
 
 namespace terminal
@@ -46,6 +47,11 @@ bool hasTerminal()
 {
     DWORD mode = 0;
     return ::GetConsoleMode(::GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
+}
+
+int maxJobs()
+{
+    return std::numeric_limits<int>::max(); // the number of handles has no limit of its own
 }
 
 } // namespace terminal
