@@ -11,6 +11,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -54,6 +55,9 @@ private slots:
     void overlongSharedFormulaIsReplacedByItsValues();
     void calcChainIsDroppedWithAReplacedFormula();
     void calcChainIsKeptWithoutAReplacedFormula();
+    void orderOfThePartsDoesNotMatter_data();
+    void orderOfThePartsDoesNotMatter();
+    void firstPartKeepsItsName();
     void stylesDoNotGrowByRepeatedExports();
     void styleSheetThatCannotBeReadIsKept();
     void sheetIsAddedAfterTheOthers();
@@ -348,6 +352,56 @@ void TestQXlsxExisting::calcChainIsKeptWithoutAReplacedFormula()
     QVERIFY(readParts(path()).contains("xl/calcChain.xml"));
     QVERIFY(readParts(path()).value("[Content_Types].xml").contains("calcChain"));
     QCOMPARE(Document(path()).sheetNames(), QStringList({"Plan & Ist", "Other", "added"}));
+}
+
+void TestQXlsxExisting::orderOfThePartsDoesNotMatter_data()
+{
+    QTest::addColumn<QByteArray>("first");
+    for (const char *part : {"xl/calcChain.xml", "xl/styles.xml", "xl/workbook.xml", "xl/_rels/workbook.xml.rels",
+                             "xl/worksheets/sheet1.xml", "xl/sharedStrings.xml"})
+        QTest::newRow(part) << QByteArray(part);
+}
+
+void TestQXlsxExisting::orderOfThePartsDoesNotMatter()
+{
+    QFETCH(QByteArray, first);
+    const auto saved = [this](const Parts &parts) {
+        if (!writeParts(path(), parts))
+            return false;
+        Document document(path());
+        document.write(1, 1, 5.0, thin());
+        document.addSheet(QStringLiteral("added"));
+        document.write(1, 1, 6.0);
+        return document.saveAs(path());
+    };
+    Parts parts = foreignWorkbook(sheetXml("<row r=\"1\"><c r=\"B1\"><f>A1</f><v>1</v></c></row>"));
+    QVERIFY(saved(parts));
+    const auto expected = readParts(path());
+    // Each part is packed by itself, so another size would mean that one is there twice.
+    const qint64 size = QFileInfo(path()).size();
+
+    const auto place = std::find_if(parts.begin(), parts.end(), [&](const auto &part) { return part.first == first; });
+    QVERIFY(place != parts.end());
+    std::rotate(parts.begin(), place, place + 1);
+    QVERIFY(saved(parts));
+    QCOMPARE(readParts(path()), expected);
+    QCOMPARE(QFileInfo(path()).size(), size);
+}
+
+void TestQXlsxExisting::firstPartKeepsItsName()
+{
+    // The lists refer to parts without regard to upper and lower case.
+    Parts parts = foreignWorkbook(sheetXml("<row r=\"1\"><c r=\"A1\"><v>1</v></c></row>"));
+    const auto place
+        = std::find_if(parts.begin(), parts.end(), [](const auto &part) { return part.first == kSheetPart; });
+    place->first = "xl/worksheets/SHEET1.xml";
+    std::rotate(parts.begin(), place, place + 1);
+    QVERIFY(writeParts(path(), parts));
+    Document document(path());
+    document.write(1, 2, 5.0);
+    QVERIFY(document.saveAs(path()));
+    QVERIFY(readParts(path()).value("xl/worksheets/SHEET1.xml").contains("<c r=\"B1\"><v>5</v></c>"));
+    QVERIFY(!readParts(path()).contains(kSheetPart));
 }
 
 void TestQXlsxExisting::stylesDoNotGrowByRepeatedExports()
