@@ -8,7 +8,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 install_packages "${packages_build[@]}" "${packages_test[@]}" "${packages_deeper[@]}"
 configure coverage
-build coverage all
+build coverage tests/all
 
 # The counts of an earlier run would add up. Tests as another user write their counts, too.
 find build/coverage -name '*.gcda' -delete
