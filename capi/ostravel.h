@@ -98,7 +98,7 @@ typedef struct ostravel_period {
  * Called now and then on the thread that reads.
  *
  * @param done bytes of a text log or records of a database that are read
- * @param total how many there are
+ * @param total how many there are; 0 while a database is copied before it is read
  * @param user what the options hold
  * @return 0 to cancel, anything else to go on
  */

@@ -16,7 +16,8 @@ namespace
 
 double shareOf(qint64 done, qint64 total)
 {
-    return total > 0 ? std::min(1.0, static_cast<double>(done) / static_cast<double>(total)) : 1.0;
+    // The total is not known yet while a database is copied.
+    return total > 0 ? std::min(1.0, static_cast<double>(done) / static_cast<double>(total)) : 0.0;
 }
 
 void describe(const Flight &flight, FlightReport &report)

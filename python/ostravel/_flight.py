@@ -392,7 +392,8 @@ def read(path: PathLike, plane: Optional[int] = None, tasks: Optional[Sequence[i
         aircraft's clock. No time zone: it is that clock's own time.
     periods: milliseconds between two samples, by function code or group: {0x01: 1000}. 200 where it is missing; the
         differences and the equipment follow the control status.
-    progress: called now and then with what is done and the whole, bytes or records; returning False cancels.
+    progress: called now and then with what is done and the whole, bytes or records; the whole is 0 while a database is
+        copied before it is read. Returning False cancels.
 
     Damaged lines are counted in Flight.report. A file that breaks off gives what could be read; Flight.report says why.
     Raises FlightNotFound, NotAFlight, NoSuchTask or ReadCancelled. Other Python threads run during a read.

@@ -3,6 +3,7 @@
 #include "FrameText.h"
 #include "ReadDatabase.h"
 #include "ReadFlight.h"
+#include "UnfinishedDatabase.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -386,27 +387,7 @@ void TestReadFlight::copyOfAnUnfinishedDatabaseIsCancelled()
 {
     QVERIFY(QDir(m_dir->path()).mkdir("tmp"));
     const QByteArray temporaryBefore = qgetenv("TMPDIR");
-    {
-        QSqlDatabase writer = QSqlDatabase::addDatabase("QSQLITE", "unfinished");
-        writer.setDatabaseName(path("live.db"));
-        QVERIFY(writer.open());
-        // A small page cache makes SQLite write pages to the file before the transaction ends.
-        const QStringList statements{
-            kTables[0],
-            kTables[1],
-            "insert into t_fly_task values (1, 'task', 0)",
-            "insert into t_fly_record (task_id, frame) with recursive n(i) as "
-            "(select 1 union all select i + 1 from n limit 50000) select 1, hex(zeroblob(50)) from n",
-            "pragma cache_size = 2",
-            "begin",
-            "update t_fly_record set frame = 'x'"};
-        for (const QString &statement : statements)
-            QVERIFY2(QSqlQuery(writer).exec(statement), qPrintable(statement));
-        for (const char *side : {"", "-journal"})
-            QVERIFY(QFile::copy(path("live.db") + side, path("left.db") + side));
-        writer.close();
-    }
-    QSqlDatabase::removeDatabase("unfinished");
+    QVERIFY(writeUnfinishedDatabase(path("left.db"), path("live.db")));
     QVERIFY(QFileInfo(path("left.db")).size() > 4 << 20);
 
     // On Windows the copy goes to another folder, where it is not looked at.
