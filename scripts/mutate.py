@@ -79,7 +79,6 @@ OWN_TESTS = (
     ("Src/UI/Updater", "TestMainWindowUpdate"),
     ("Src/UI/WindowLook", "TestMainWindow TestWindowSettingDialog TestIcons"),
     ("core/export/ClockText", "TestCsvWriter TestTrackWriters TestTxtExport"),
-    ("core/export/DigitPairs", "TestNumberText TestExactNumber TestCsvWriter"),
     ("core/export/ExportGroup", "TestTextWriter TestWorkbookWriter TestTxtExport TestExcelOperator"),
     ("core/export/GeoJsonWriter", "TestTrackWriters"),
     ("core/export/GpxWriter", "TestTrackWriters"),

@@ -1,8 +1,7 @@
 #include "NumberText.h"
 
-#include "DigitPairs.h"
-
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <double-conversion/double-conversion.h>
 
@@ -21,6 +20,19 @@ constexpr int kMaxCharacters = 16;
 /** The powers of ten that a double holds exactly. */
 constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
                               1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+/** "00" to "99" in sequence: two digits for each division. */
+constexpr std::array<char, 200> makeDigitPairs()
+{
+    std::array<char, 200> pairs{};
+    for (std::size_t i = 0; i < 100; ++i) {
+        pairs[2 * i] = static_cast<char>('0' + i / 10);
+        pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
+    }
+    return pairs;
+}
+
+constexpr std::array<char, 200> kDigitPairs = makeDigitPairs();
 
 /** A magnitude times a power of ten, rounded once; exponent from -22 to 22. */
 double scaled(double magnitude, int exponent)
