@@ -3,7 +3,7 @@
 #include "MatFile.h"
 
 #include <QFile>
-#include <QtEndian>
+#include <QtGlobal>
 #include <algorithm>
 #include <cstring>
 #include <initializer_list>
@@ -21,6 +21,8 @@ enum class Type : std::uint32_t { Int8 = 1, Int32 = 5, UInt32 = 6, Double = 9, M
 enum class Class : std::uint32_t { Struct = 2, Char = 4, Double = 6 };
 
 constexpr std::size_t kTagBytes = 8;
+
+static_assert(Q_BYTE_ORDER == Q_LITTLE_ENDIAN, "numbers are written as they lie in memory");
 
 /** Elements start at multiples of eight bytes. */
 constexpr std::size_t padded(std::size_t bytes)
@@ -61,10 +63,7 @@ struct MatFile::File {
     }
     void put(std::initializer_list<std::uint32_t> numbers)
     {
-        for (const std::uint32_t number : numbers) {
-            const std::uint32_t little = qToLittleEndian(number);
-            put(&little, sizeof little);
-        }
+        put(numbers.begin(), numbers.size() * sizeof(std::uint32_t));
     }
     void putTag(Type type, std::size_t size) { put({static_cast<std::uint32_t>(type), numberOf(size)}); }
     /** Text as an element, with zero bytes up to the next one. */
@@ -88,15 +87,8 @@ struct MatFile::File {
         putTag(Type::Matrix, columnBytes(column));
         putHead(Class::Double, column.size, 1, "");
         putTag(Type::Double, bytes);
-        if constexpr (Q_BYTE_ORDER == Q_LITTLE_ENDIAN) {
-            if (bytes > 0)
-                put(column.values, bytes);
-        } else {
-            for (std::size_t i = 0; i < column.size; ++i) {
-                const double little = qToLittleEndian(column.values[i]);
-                put(&little, sizeof little);
-            }
-        }
+        if (bytes > 0)
+            put(column.values, bytes);
     }
 
     QFile file;

@@ -3,9 +3,7 @@
 #include <QFile>
 #include <QHashFunctions>
 #include <algorithm>
-#include <filesystem>
 #include <matio.h>
-#include <type_traits>
 
 namespace ostravel
 {
@@ -14,15 +12,6 @@ namespace
 {
 
 using Variable = std::unique_ptr<matvar_t, void (*)(matvar_t *)>;
-
-/** A path as the library wants it: it opens UTF-8 on Windows and bytes elsewhere. */
-QByteArray nativePath(const QString &path)
-{
-    if constexpr (std::is_same_v<std::filesystem::path::value_type, wchar_t>)
-        return path.toUtf8();
-    else
-        return QFile::encodeName(path);
-}
 
 /** A column that stays with its owner until the variable is gone. */
 matvar_t *variableOf(const MatColumn &column)
@@ -85,7 +74,7 @@ struct MatFile::File {
 
 MatFile::MatFile(const QString &path)
 {
-    const QByteArray native = nativePath(path);
+    const QByteArray native = QFile::encodeName(path);
     mat_t *const file = Mat_CreateVer(native.constData(), kMatFileHead, MAT_FT_MAT5);
     m_file = std::make_unique<File>(File{native, file, file != nullptr, {}});
 }
