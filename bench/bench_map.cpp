@@ -6,6 +6,7 @@
 #include "ChannelStore.h"
 #include "FrameTable.h"
 #include "MapWidget.h"
+#include "Waiting.h"
 #include "WkeApi.h"
 
 #include <QApplication>
@@ -34,7 +35,6 @@ constexpr int kSamples = 180000;
 constexpr double kTextTarget = 1.3;
 constexpr int kMoreOpenings = 10;
 constexpr int kTimeoutMs = 60000; // the benchmark fails when a step takes longer
-constexpr int kPollIntervalMs = 4;
 
 constexpr QRgb kBackground = qRgb(0xee, 0xf1, 0xf3); // of the page, where there is no tile
 constexpr QRgb kTrack = qRgb(0xd8, 0x1b, 0x60);
@@ -79,18 +79,8 @@ void floorWork()
 template <typename Probe>
 void waitFor(Probe &&probe, const char *what)
 {
-    QElapsedTimer patience;
-    patience.start();
-    QEventLoop loop;
-    QTimer timer;
-    QObject::connect(&timer, &QTimer::timeout, &loop, [&] {
-        if (probe())
-            loop.quit();
-        else if (patience.elapsed() > kTimeoutMs)
-            giveUp(what);
-    });
-    timer.start(kPollIntervalMs);
-    loop.exec();
+    if (!bench::waitFor(probe, kTimeoutMs))
+        giveUp(what);
 }
 
 /** The engine's view in a dialog; null when it does not exist. */

@@ -9,6 +9,7 @@
 #include "DemoFlight.h"
 #include "MainWindow.h"
 #include "MapWidget.h"
+#include "Waiting.h"
 #include "WkeApi.h"
 
 #include <QAction>
@@ -17,7 +18,6 @@
 #include <QDialog>
 #include <QDir>
 #include <QDropEvent>
-#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QMenu>
@@ -42,7 +42,6 @@ namespace
 {
 
 constexpr int kReplots = 5;
-constexpr int kPollIntervalMs = 4;
 constexpr int kTimeoutMs = 600'000;
 
 [[noreturn]] void giveUp(const char *what)
@@ -96,18 +95,8 @@ void step(const char *name, Work &&work)
 template <typename Probe>
 void waitFor(Probe &&probe, const char *what)
 {
-    QElapsedTimer patience;
-    patience.start();
-    QEventLoop loop;
-    QTimer timer;
-    QObject::connect(&timer, &QTimer::timeout, &loop, [&] {
-        if (probe())
-            loop.quit();
-        else if (patience.elapsed() > kTimeoutMs)
-            giveUp(what);
-    });
-    timer.start(kPollIntervalMs);
-    loop.exec();
+    if (!bench::waitFor(probe, kTimeoutMs))
+        giveUp(what);
 }
 
 /** Confirms every modal dialog as soon as it is shown. Of the tasks of a database the first is ticked. */
