@@ -613,8 +613,13 @@ private slots:
         c.select(kActual);
         c.moveTo({c.canvas.xAxis->coordToPixel(Canvas::kStart + 0.2), 100});
         SignalRecord record(c.control);
+        Series painted;
+        const auto listener
+            = connect(&c.canvas, &QCustomPlot::afterReplot, this, [&] { painted = Canvas::values(c.curve(kActual)); });
         c.control.removeSelectedPointSlot();
+        disconnect(listener);
         QCOMPARE(record.take(), QStringList("replot"));
+        QCOMPARE(painted, (Series{10, 30}));
         QCOMPARE(Canvas::values(c.curve(kActual)), (Series{10, 30}));
         QCOMPARE(g->yvalue(), (Series{10, 20, 30}));
         // It is back when the curve is shown again.

@@ -475,13 +475,28 @@ void TestMainWindowCurves::timeAxesAreLinked()
 {
     QSignalSpy first(canvas(), &QCustomPlot::afterReplot);
     QSignalSpy second(canvas(true), &QCustomPlot::afterReplot);
+    QCPRange painted[2];
+    const QObject listener;
+    for (const bool isSecond : {false, true}) {
+        connect(canvas(isSecond), &QCustomPlot::afterReplot, &listener,
+                [this, &painted, isSecond] { painted[isSecond] = canvas(isSecond)->xAxis->range(); });
+    }
     canvas()->xAxis->setRange(100, 200);
     QCOMPARE(canvas(true)->xAxis->range(), QCPRange(100, 200));
     QVERIFY(second.count() >= 1);
+    QCOMPARE(painted[1], QCPRange(100, 200));
     first.clear();
     canvas(true)->xAxis->setRange(-5, 5);
     QCOMPARE(canvas()->xAxis->range(), QCPRange(-5, 5));
     QVERIFY(first.count() >= 1);
+    QCOMPARE(painted[0], QCPRange(-5, 5));
+    // The slot without a range takes that of the first canvas.
+    {
+        const QSignalBlocker blocker(canvas(true)->xAxis);
+        canvas(true)->xAxis->setRange(7, 8);
+    }
+    QVERIFY(QMetaObject::invokeMethod(&window(), "followRescaleXAxisSlot"));
+    QCOMPARE(painted[1], QCPRange(-5, 5));
     // The mutual updates end: setting the same range again emits nothing.
     first.clear();
     second.clear();

@@ -124,6 +124,8 @@ private slots:
     void timesAreThoseOfThePeriod();
     void trackBeginsAtItsFirstFix();
     void placesOutsideTheEarthAreLeftOut();
+    void placesAtTheEndOfTheRangeStay_data();
+    void placesAtTheEndOfTheRangeStay();
     void flightWithoutPositionsIsAnError_data();
     void flightWithoutPositionsIsAnError();
     void cancelledExportLeavesNothing_data();
@@ -230,6 +232,33 @@ void TestTrackWriters::placesOutsideTheEarthAreLeftOut()
     const QVector<TrackLine> lines = trackLines(Flight(parts), "f");
     // The second point is a jump away from the first, and repeats its latitude.
     QVERIFY(lines.isEmpty());
+}
+
+void TestTrackWriters::placesAtTheEndOfTheRangeStay_data()
+{
+    QTest::addColumn<double>("longitude");
+    QTest::addColumn<double>("latitude");
+    QTest::newRow("east") << 180.0 << 10.0;
+    QTest::newRow("west") << -180.0 << 10.0;
+    QTest::newRow("north pole") << 10.0 << 90.0;
+    QTest::newRow("south pole") << 10.0 << -90.0;
+}
+
+void TestTrackWriters::placesAtTheEndOfTheRangeStay()
+{
+    QFETCH(double, longitude);
+    QFETCH(double, latitude);
+    Flight::Parts parts = plainParts();
+    parts.origin = LocalFrame::at(static_cast<float>(latitude), static_cast<float>(longitude));
+    Series &lng = seriesOf(parts, frame::kAttitude, "PGS_GPS_Lng");
+    lng.fill(longitude);
+    seriesOf(parts, frame::kAttitude, "PGS_GPS_Lat").fill(latitude);
+    parts.track = makeTrack(SeriesRefs(parts.series), parts.origin);
+    const QVector<TrackLine> lines = trackLines(Flight(parts), "f");
+    QCOMPARE(lines.size(), 1);
+    QCOMPARE(lines[0].points.size(), lng.size());
+    QCOMPARE(lines[0].points[0].longitude, longitude);
+    QCOMPARE(lines[0].points[0].latitude, latitude);
 }
 
 void TestTrackWriters::flightWithoutPositionsIsAnError_data()

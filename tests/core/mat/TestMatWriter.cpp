@@ -69,6 +69,7 @@ private slots:
     void startInAnHourThatSummerTimeLeavesOutIsWritten();
     void equalFlightsGiveEqualFiles();
     void onlyChosenGroupsAreWritten();
+    void progressEndsAtTheNumberOfSamples();
     void fileIsReplacedOnlyWhenComplete();
     void folderThatIsMissingIsAnError();
     void fullDiskIsAnErrorAndKeepsTheOldFile_data();
@@ -190,6 +191,26 @@ void TestMatWriter::onlyChosenGroupsAreWritten()
     const QByteArray bytes = content(path("a.mat"));
     QVERIFY(bytes.contains("attitude") && bytes.contains("PGS_Roll") && bytes.contains("track"));
     QVERIFY(!bytes.contains("heartbeat") && !bytes.contains("PGS_Pitch"));
+}
+
+void TestMatWriter::progressEndsAtTheNumberOfSamples()
+{
+    const Flight flight = smallFlight();
+    qint64 samples = 0;
+    for (const frame::ChannelId &channel : frame::allChannels())
+        samples += flight.samples(channel.code, channel.row).size();
+    QVERIFY(samples > 0);
+    ExportOptions options;
+    qint64 last = -1;
+    QVector<qint64> totals;
+    options.progress = [&](qint64 done, qint64 total) {
+        last = done;
+        totals.append(total);
+        return true;
+    };
+    QVERIFY(!writeMat(flight, path("a.mat"), options));
+    QCOMPARE(last, samples);
+    QCOMPARE(totals, QVector<qint64>(totals.size(), samples));
 }
 
 void TestMatWriter::fileIsReplacedOnlyWhenComplete()

@@ -212,6 +212,10 @@ void TestQXlsx::overlongTextIsCut()
     QCOMPARE(document.takeWarnings(),
              QStringList("the text in row 1, column 1 of sheet Sheet1 is cut to 32767 of 40000 characters"));
     QCOMPARE(document.takeWarnings(), QStringList());
+    // Not between the two halves of a character.
+    const QString start(32766, QLatin1Char('a'));
+    QVERIFY(document.write(1, 1, start + QString::fromUtf8("🛩") + "b"));
+    QCOMPARE(document.read(1, 1).toString(), start);
 }
 
 void TestQXlsx::documentWithoutSheetsHasSheet1()

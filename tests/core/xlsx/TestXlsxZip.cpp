@@ -70,7 +70,9 @@ private slots:
     void firstOfTwoPartsOfOneNameCounts();
     void equalPartsGiveEqualBytes();
     void carriedPartIsTheSame();
+    void partWithADamagedHeadIsNotCarried();
     void partLongerThanTheLimitIsNotRead();
+    void partOfManyPiecesIsReadWhole();
     void changedByteIsDamage_data();
     void changedByteIsDamage();
     void otherFilesAreRefused_data();
@@ -164,6 +166,19 @@ void TestXlsxZip::carriedPartIsTheSame()
     QVERIFY(bytes == kLong);
 }
 
+void TestXlsxZip::partWithADamagedHeadIsNotCarried()
+{
+    QByteArray archive = archiveOf({{"a.xml", kLong}});
+    archive[0] = 'X';
+    write(archive);
+    XlsxZipReader from;
+    QVERIFY(from.open(path()));
+    QBuffer device;
+    QVERIFY(device.open(QIODevice::ReadWrite));
+    XlsxZipWriter zip(device);
+    QVERIFY(!zip.carry(from, 0, {}));
+}
+
 void TestXlsxZip::partLongerThanTheLimitIsNotRead()
 {
     QVERIFY(writeParts(path(), {{"a.xml", "12345"}}));
@@ -174,6 +189,17 @@ void TestXlsxZip::partLongerThanTheLimitIsNotRead()
     QVERIFY(zip.readPart(0, 5, bytes));
     QVERIFY(!zip.readPart(1, 5, bytes));
     QVERIFY(!zip.readPart(-1, 5, bytes));
+}
+
+void TestXlsxZip::partOfManyPiecesIsReadWhole()
+{
+    const QByteArray part(40 << 20, 'a');
+    QVERIFY(writeParts(path(), {{"a.xml", part}}));
+    XlsxZipReader zip;
+    QVERIFY(zip.open(path()));
+    QByteArray bytes;
+    QVERIFY(zip.readPart(0, quint64(part.size()), bytes));
+    QVERIFY(bytes == part);
 }
 
 void TestXlsxZip::changedByteIsDamage_data()
