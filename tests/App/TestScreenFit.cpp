@@ -1,3 +1,8 @@
+#include "CommonModule.h"
+#include "DataListDia.h"
+#include "DecodeRoutes.h"
+#include "Fixture.h"
+#include "GlobalSettingDialog.h"
 #include "ScreenFit.h"
 
 #include <QDialog>
@@ -14,6 +19,7 @@ private slots:
     void onlyTheTooLongSideIsShrunk();
     void sizeChosenByTheUserIsKept();
     void minimumSizeIsRespected();
+    void largeDialogsAreKeptOnScreen();
 };
 
 namespace
@@ -69,6 +75,20 @@ void TestScreenFit::sizeChosenByTheUserIsKept()
 void TestScreenFit::minimumSizeIsRespected()
 {
     QCOMPARE(shown({5000, 4000}, {2000, 1500})->size(), QSize(2000, 1500));
+}
+
+void TestScreenFit::largeDialogsAreKeptOnScreen()
+{
+    const Fixture fixture; // the settings show the channels
+    CommonModule calculators;
+    DataListDia values(nullptr);
+    DecodeRoutes routes(nullptr);
+    GlobalSettingDialog settings(nullptr);
+    for (QWidget *const dialog : std::initializer_list<QWidget *>{&calculators, &values, &routes, &settings}) {
+        dialog->resize(5000, 4000);
+        dialog->show();
+        QVERIFY2(dialog->width() < 5000 && dialog->height() < 4000, dialog->metaObject()->className());
+    }
 }
 
 QTEST_MAIN(TestScreenFit)

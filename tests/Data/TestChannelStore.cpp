@@ -321,6 +321,9 @@ void TestChannelStore::createGraphDoesNotChangeTheStore()
     QCOMPARE(int(graph->planeId()), 12);
     QCOMPARE(int(graph->functionCode()), 0x03);
     QCOMPARE(attitudeGraphs[2], inStore);
+    const std::unique_ptr<MyGraph> another(DataHandler::createGraph(0x03, 2));
+    QVERIFY(another && another.get() != inStore && another.get() != graph.get());
+    QCOMPARE(another->graphName(), QStringLiteral("航向"));
 }
 
 void TestChannelStore::findGraphFindsEveryChannel()

@@ -111,7 +111,7 @@ void TestQXlsxExisting::valuesOfOtherProgramsAreRead()
                            "<row><c><f>1+1</f><v>2</v></c><c t=\"str\"><f>A1</f><v>t</v></c><c><f>NOW()</f></c>"
                            "<c t=\"e\"><v>#REF!</v></c><c t=\"e\"><f>1/0</f><v>#DIV/0!</v></c>"
                            "<c t=\"e\"><v>#NUM!</v></c><c t=\"inlineStr\"><is><r><t>a</t></r><r><t>b</t></r></is></c>"
-                           "</row>"))));
+                           "<c><v>no number</v></c></row>"))));
     Document document(path());
     QCOMPARE(document.sheetNames(), QStringList({"Plan & Ist", "Other"}));
     QVERIFY(!document.read(2, 1).isValid());
@@ -128,6 +128,7 @@ void TestQXlsxExisting::valuesOfOtherProgramsAreRead()
     QVERIFY(std::isinf(document.read(4, 5).toDouble()));
     QVERIFY(std::isnan(document.read(4, 6).toDouble()));
     QCOMPARE(document.read(4, 7), QVariant(QStringLiteral("ab")));
+    QCOMPARE(document.read(4, 8), QVariant(QStringLiteral("no number")));
     QVERIFY(document.selectSheet(QStringLiteral("other")));
     QCOMPARE(document.read(1, 1), QVariant(5.0));
     QCOMPARE(document.takeWarnings(), QStringList());
