@@ -22,6 +22,7 @@ USAGE
 preset=debug
 packages=("${packages_build[@]}" "${packages_test[@]}")
 selection=()
+target=all
 while [ $# -gt 0 ]; do
     case $1 in
     --debug | --release | --asan | --tsan) preset=${1#--} ;;
@@ -30,7 +31,10 @@ while [ $# -gt 0 ]; do
         packages+=("${packages_faults[@]}")
         selection=(--build-config faults --label-regex '^faults$')
         ;;
-    --soak) selection=(--build-config soak --label-regex '^soak$' --verbose) ;;
+    --soak)
+        target=tests/soak/all
+        selection=(--build-config soak --label-regex '^soak$' --verbose)
+        ;;
     --)
         shift
         break
@@ -49,7 +53,7 @@ done
 
 install_packages "${packages[@]}"
 configure "$preset"
-build "$preset" all
+build "$preset" "$target"
 
 # The timeout is for hanging tests; tests that need longer set their own.
 exec env LC_ALL=C.UTF-8 ctest --preset "$preset" --output-on-failure --no-tests=error \

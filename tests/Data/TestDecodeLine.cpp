@@ -351,6 +351,9 @@ void TestDecodeLine::longerBadLineIsLoggedTruncatedWithItsLength()
     const int kept = message.count('x');
     QVERIFY2(kept > 1000 && kept <= kBadLineLimit, qPrintable(QString::number(kept)));
     QVERIFY(message.size() < kBadLineLimit + 200);
+    // The limit is one of bytes.
+    handler.decodeLine(QString(kBadLineLimit / 2, QChar(0x98DE)));
+    QVERIFY(log.messages().last().endsWith(QStringLiteral("飞... (%1 characters)").arg(kBadLineLimit / 2)));
     // A place marker in the line is logged unchanged.
     handler.decodeLine(QStringLiteral("%1%2").repeated(100000));
     QVERIFY(log.messages().last().startsWith("error data :%1%2%1%2"));

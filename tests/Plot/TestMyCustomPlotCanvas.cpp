@@ -701,10 +701,11 @@ private slots:
         Canvas c;
         c.show("横滚", {1, 0.123456789, -2e10});
         SignalRecord record(c.control);
-        emit c.canvas.plottableClick(c.curve("横滚"), 1, nullptr);
-        emit c.canvas.plottableClick(c.curve("横滚"), 2, nullptr);
+        for (const int index : {0, 1, 2})
+            emit c.canvas.plottableClick(c.curve("横滚"), index, nullptr);
         QCOMPARE(record.take(),
-                 (QStringList{"status Clicked on graph '横滚' at data point #1 with value 0.123457.",
+                 (QStringList{"status Clicked on graph '横滚' at data point #0 with value 1.",
+                              "status Clicked on graph '横滚' at data point #1 with value 0.123457.",
                               "status Clicked on graph '横滚' at data point #2 with value -2e+10."}));
     }
     void aClickOnADeletedPointReportsNothing()

@@ -128,6 +128,8 @@ private slots:
     void placesAtTheEndOfTheRangeStay();
     void flightWithoutPositionsIsAnError_data();
     void flightWithoutPositionsIsAnError();
+    void progressEndsAtItsTotal_data();
+    void progressEndsAtItsTotal();
     void cancelledExportLeavesNothing_data();
     void cancelledExportLeavesNothing();
 
@@ -272,6 +274,27 @@ void TestTrackWriters::flightWithoutPositionsIsAnError()
     const auto error = write(Flight(), path("f"), {});
     QVERIFY(error && error->code == ExportError::Code::NothingToWrite);
     QVERIFY(!QFile::exists(path("f")));
+}
+
+void TestTrackWriters::progressEndsAtItsTotal_data()
+{
+    formats();
+}
+
+void TestTrackWriters::progressEndsAtItsTotal()
+{
+    QFETCH(Write, write);
+    qint64 last = -1;
+    qint64 lastTotal = 0;
+    ExportOptions options;
+    options.progress = [&](qint64 done, qint64 total) {
+        last = done;
+        lastTotal = total;
+        return true;
+    };
+    QVERIFY(!write(Flight(attackParts()), path("f"), options));
+    QVERIFY(lastTotal > 0);
+    QCOMPARE(last, lastTotal);
 }
 
 void TestTrackWriters::cancelledExportLeavesNothing_data()

@@ -79,6 +79,7 @@ private slots:
     void relationThatOnlyTheWorkbookKnowsIsNotTaken();
     void contentOfNoWorkbookIsRefusedQuickly_data();
     void contentOfNoWorkbookIsRefusedQuickly();
+    void selectedSheetStaysWhenItsWorkbookIsReplaced();
     void mostAttributesAndSheetsAreAccepted();
     void largeListsAreCancelled_data();
     void largeListsAreCancelled();
@@ -815,6 +816,30 @@ void TestQXlsxExisting::contentOfNoWorkbookIsRefusedQuickly()
     std::printf("%lld ms\n", static_cast<long long>(timer.elapsed()));
     QVERIFY(timer.elapsed() < 10000);
     QCOMPARE(Document(path()).read(1, 1), QVariant(5.0));
+}
+
+void TestQXlsxExisting::selectedSheetStaysWhenItsWorkbookIsReplaced()
+{
+    QByteArray attributes;
+    for (int i = 0; i < 2000; ++i)
+        attributes += " a" + QByteArray::number(i) + "=\"\"";
+    QVERIFY(writeParts(path(), foreignWorkbook(sheetXml("<row" + attributes + "/>"))));
+    Document document(path());
+    document.write(1, 1, 5.0);
+    QVERIFY(document.addSheet("added"));
+    document.write(1, 1, 6.0);
+    QVERIFY(document.selectSheet("Plan & Ist"));
+    QVERIFY(document.saveAs(path()));
+    document.write(2, 1, 7.0);
+    QVERIFY(document.saveAs(path()));
+    Document loaded(path());
+    QCOMPARE(loaded.sheetNames(), QStringList({"Plan & Ist", "added"}));
+    QVERIFY(loaded.selectSheet("Plan & Ist"));
+    QCOMPARE(loaded.read(1, 1), QVariant(5.0));
+    QCOMPARE(loaded.read(2, 1), QVariant(7.0));
+    QVERIFY(loaded.selectSheet("added"));
+    QCOMPARE(loaded.read(1, 1), QVariant(6.0));
+    QVERIFY(!loaded.read(2, 1).isValid());
 }
 
 void TestQXlsxExisting::mostAttributesAndSheetsAreAccepted()
