@@ -50,7 +50,7 @@ OWN_TESTS = (
     ("Src/App/main", "TestProcess"),
     ("Src/App/AppConfig", "TestProcess"),
     ("Src/Data/DataHandler", "TestDecodeLine TestReadText TestReadDatabase TestMainWindowRead"),
-    ("Src/Data/LogText", "TestReadText"),
+    ("Src/Data/LogText", "TestDecodeLine TestReadText"),
     ("Src/Data/FrameTable", "TestDecodeLine"),
     ("Src/FileOperator/ExportGroups", "TestTxtExport TestExcelOperator TestSameExport"),
     ("Src/Map/Page", "TestWebEngine"),

@@ -1,6 +1,7 @@
 #include "MatFile.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QHashFunctions>
 #include <algorithm>
 #include <matio.h>
@@ -59,6 +60,9 @@ struct MatFile::File {
      */
     bool isWhole() const
     {
+        constexpr qint64 kAlignment = 8; // of elements; a reader does not miss the last filling bytes
+        if (QFileInfo(QFile::decodeName(path)).size() % kAlignment != 0)
+            return false;
         const std::unique_ptr<mat_t, int (*)(mat_t *)> closed(Mat_Open(path.constData(), MAT_ACC_RDONLY), &Mat_Close);
         return closed != nullptr && std::all_of(written.begin(), written.end(), [&](const Written &one) {
                    const Variable variable(Mat_VarRead(closed.get(), one.name.constData()), &Mat_VarFree);

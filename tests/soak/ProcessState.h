@@ -33,7 +33,10 @@ struct ProcessState {
         return state;
     }
 
-    /** Proportional memory of all descendants of a process. */
+    /**
+     * Proportional memory of all descendants of a process, without mapped files: how much of a library counts depends
+     * on who else uses it.
+     */
     static double childrenMiB(qint64 process)
     {
         double sum = 0;
@@ -41,9 +44,11 @@ struct ProcessState {
         for (const QString &task : entries(folder + QStringLiteral("/task"))) {
             for (const QString &child :
                  firstLine(folder + QStringLiteral("/task/%1/children").arg(task)).split(QLatin1Char(' '))) {
-                if (!child.isEmpty())
-                    sum += megabytes(QStringLiteral("/proc/%1/smaps_rollup").arg(child), "Pss:")
-                        + childrenMiB(child.toLongLong());
+                if (child.isEmpty())
+                    continue;
+                const QString rollup = QStringLiteral("/proc/%1/smaps_rollup").arg(child);
+                sum += megabytes(rollup, "Pss_Anon:") + megabytes(rollup, "Pss_Shmem:")
+                    + childrenMiB(child.toLongLong());
             }
         }
         return sum;

@@ -51,6 +51,9 @@ void TestXlsxXmlGuard::acceptsPartsOfWorkbooks_data()
     QTest::newRow("signs in texts") << "<r>" + QByteArray("a=\"b\" = ' ").repeated(3000) + "</r>";
     QTest::newRow("signs in a value") << "<r a=\"" + QByteArray("=").repeated(3000) + "\"/>";
     QTest::newRow("signs in a comment") << "<r><!-- <a" + QByteArray("=- >").repeated(3000) + "--></r>";
+    QTest::newRow("two dashes in a comment") << "<r><!-- -- <a" + QByteArray("=").repeated(3000) + "--></r>";
+    QTest::newRow("two brackets in character data")
+        << "<r><![CDATA[ ]] <a" + QByteArray("=").repeated(3000) + "]]></r>";
     QTest::newRow("comment that ends in three dashes") << "<r><!-- ' ---><a" + attributes(900) + "/></r>";
     QTest::newRow("signs in character data") << "<r><![CDATA[<a" + QByteArray("=]>").repeated(3000) + "]]></r>";
     QTest::newRow("encoding in an instruction") << QByteArray("<r><?xml-x encoding=\"UTF-16\"?></r>");
