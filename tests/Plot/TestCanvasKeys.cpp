@@ -123,6 +123,15 @@ private slots:
         c.press(Qt::Key_Left, Qt::ControlModifier);
         QCOMPARE(c.sample(), 2);
     }
+    void controlMovesToTheFirstSampleToo()
+    {
+        KeyCanvas c;
+        c.show(kCurve, {1, 2, 2, 2});
+        c.select(kCurve);
+        c.point(2);
+        c.press(Qt::Key_Left, Qt::ControlModifier);
+        QCOMPARE(c.sample(), 0);
+    }
     void nanSamplesCountAsEqualValues()
     {
         KeyCanvas c;

@@ -207,6 +207,11 @@ private slots:
             QVERIFY(!contents(path).contains("<image"));
         } else {
             QVERIFY(contents(path).startsWith("%PDF-"));
+            // In UTF-16, big endian, with its mark.
+            QByteArray title("\xfe\xff");
+            for (const QChar character : window().windowTitle())
+                title.append(char(character.unicode() >> 8)).append(char(character.unicode() & 0xFF));
+            QVERIFY(!window().windowTitle().isEmpty() && contents(path).contains("/Title (" + title + ')'));
             QVERIFY(contents(path).trimmed().endsWith("%%EOF"));
         }
         QCOMPARE(m_fixture->status(), QStringLiteral("图片已保存：") + path);

@@ -333,6 +333,7 @@ void TestConvert::controlStatusPeriodTakesItsFollowersAlong()
 {
     writeLog("a.txt");
     QCOMPARE(run({"--period", "0x02=1000", "a.txt"}).status, 0);
+    QCOMPARE(run({"--overwrite", "--period", "0x02=86400000", "a.txt"}).status, 0);
     QCOMPARE(QDir(m_dir->path()).entryList({"*.csv"}),
              QStringList({"a.0x02.csv", "a.0x51.csv", "a.0x53.csv", "a.csv"}));
 }
@@ -545,6 +546,7 @@ void TestConvert::wrongUse_data()
     row("31 June", {"--start", "2023-06-31 00:00:00", "a.txt"}, "--start takes");
     row("period", {"--period", "0x01", "a.txt"}, "--period takes");
     row("period of nothing", {"--period", "0x01=0", "a.txt"}, "--period takes");
+    row("period of more than a day", {"--period", "0x01=86400001", "a.txt"}, "--period takes");
     row("period of no group", {"--period", "0x77=100", "a.txt"}, "--period takes");
     row("period of a follower", {"--period", "0x51=100", "a.txt"}, "0x51 has no period of its own");
     row("channel", {"--channels", "PGS_Rol", "a.txt"}, "there is no channel \"PGS_Rol\"; did you mean PGS_Roll");

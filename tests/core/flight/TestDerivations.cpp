@@ -90,7 +90,9 @@ private slots:
     void localFrameScalesLongitudeByTheCosine();
     void trackStartsAtTheFirstFix();
     void trackWithFewSatellitesStartsAtZero();
+    void initialFrameIsAtTheInitialOrigin();
     void jumpRepeatsThePreviousPoint();
+    void jumpToTheNorthRepeatsThePreviousPoint();
     void heightsAreLimited();
     void attackTrackStartsAtTheLastRun_data();
     void attackTrackStartsAtTheLastRun();
@@ -240,6 +242,12 @@ void TestDerivations::trackWithFewSatellitesStartsAtZero()
     QCOMPARE(metres(makeTrack(channels.refs, LocalFrame::initial()).x), QVector<int>({0, 10, 20}));
 }
 
+void TestDerivations::initialFrameIsAtTheInitialOrigin()
+{
+    QCOMPARE(LocalFrame::initial().latitude, 33.947071F);
+    QCOMPARE(LocalFrame::initial().longitude, 113.91378F);
+}
+
 void TestDerivations::jumpRepeatsThePreviousPoint()
 {
     Channels channels;
@@ -247,6 +255,18 @@ void TestDerivations::jumpRepeatsThePreviousPoint()
     channels.setSubModes({1, 1, 1, 1, 1});
     QCOMPARE(metres(makeTrack(channels.refs, LocalFrame::initial()).x), QVector<int>({0, 0, 900, 900, 900}));
     QCOMPARE(metres(makeAttackTrack(channels.refs, LocalFrame::initial()).x), QVector<int>({0, 1500, 900, 900, 900}));
+}
+
+void TestDerivations::jumpToTheNorthRepeatsThePreviousPoint()
+{
+    Channels channels;
+    channels.setPath({0, 0, 0, 0, 0}, {0, 0, 0, 0, 0});
+    const double start = double(LocalFrame::initial().latitude);
+    Series &lat = channels["PGS_GPS_Lat"];
+    lat.clear();
+    for (const double metres : {900, 1800, 3000, 2700, 1600})
+        lat.append(start + metres / (1e7 * 0.011131884530186653));
+    QCOMPARE(metres(makeTrack(channels.refs, LocalFrame::initial()).y), QVector<int>({900, 1800, 1800, 2700, 2700}));
 }
 
 void TestDerivations::heightsAreLimited()

@@ -76,6 +76,8 @@ void TestChannelNames::nearNamesAreOffered()
 {
     QCOMPARE(channelsLike("PGS_Rol").value(0), QString("PGS_Roll"));
     QCOMPARE(channelsLike("pgs_pitch").value(0), QString("PGS_Pitch"));
+    QCOMPARE(channelsLike("xPGS_Pitch").value(0), QString("PGS_Pitch"));
+    QCOMPARE(channelsLike("XGS_Pitch").value(0), QString("PGS_Pitch"));
     QVERIFY(channelsLike("目标横").contains("目标横滚"));
     QVERIFY(channelsLike("lng").size() <= 3 && channelsLike("lng").contains("HBS_Lng"));
     QCOMPARE(channelsLike("zzzzzzzzzzzz"), QStringList());

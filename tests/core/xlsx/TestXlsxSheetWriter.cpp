@@ -140,6 +140,8 @@ void TestXlsxSheetWriter::frozenRowsAndWidthsPrecedeTheRows()
                    "<cols><col min=\"1\" max=\"1\" width=\"12\" customWidth=\"1\"/>"
                    "<col min=\"3\" max=\"3\" width=\"9\" customWidth=\"1\"/></cols>"
                    "<sheetData/></worksheet>");
+    // A list of columns must not be empty.
+    QCOMPARE(writeNew({0, 0, 0}).xml, kDeclaration + "<worksheet xmlns=\"ns\"><sheetData/></worksheet>");
 }
 
 void TestXlsxSheetWriter::cellsAreMergedIntoTheirRows()
