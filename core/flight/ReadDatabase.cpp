@@ -93,6 +93,7 @@ ReadResult readFrames(FlightDatabase &database, const QString &path, const ReadO
         total += database.countRecords(task);
 
     FlightBuilder builder(options);
+    builder.reserveForLog(total * frame::roundCharacters() / frame::roundFrames());
     ReadProgress progress(options);
     SourceEnd end;
     end.cancelled = !progress.tell(0, total);

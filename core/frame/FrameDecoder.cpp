@@ -72,14 +72,15 @@ void FrameDecoder::reserve(qint64 samples)
 }
 
 /**
- * Reserves more when the log has filled the reservation, so it is a flight. Series that grow by doubling leave freed
- * blocks behind, up to a sixth of the samples' own memory.
+ * Reserves the rest when the log has filled the reservation, so it is a flight; of a file beyond measure only a part.
+ * Series that grow by doubling leave freed blocks behind, up to a sixth of the samples' own memory.
  */
 void FrameDecoder::reserveMore()
 {
     constexpr qint64 kFactor = 4;
+    constexpr qint64 kMaxFactor = 16; // a week of flight
     if (m_expected > m_reserved)
-        reserve(std::min(m_expected, kFactor * m_reserved));
+        reserve(m_expected <= kMaxFactor * m_reserved ? m_expected : kFactor * m_reserved);
 }
 
 FrameKind FrameDecoder::decode(const Frame &frame)

@@ -331,6 +331,17 @@ constexpr int roundCharacters()
     return characters;
 }
 
+/** Number of decoded codes: of the frames that roundCharacters() counts. */
+constexpr int roundFrames()
+{
+    int frames = 0;
+    for (const Layout &layout : kLayouts) {
+        if (layout.gate != kNoGate)
+            ++frames;
+    }
+    return frames;
+}
+
 /** Index of a code's first row among the rows of all tables, in the order of kLayouts. */
 constexpr int firstRowOf(std::uint8_t code)
 {

@@ -304,6 +304,7 @@ void TestFrameDecoder::reservesMoreWhenTheReservationIsFull_data()
     QTest::addColumn<int>("samples");
     // 572 bytes for a sample of each series.
     QTest::newRow("less than four times as much is left") << qint64(572) * 300'000 << 300'000;
+    QTest::newRow("more than four times as much is left") << qint64(572) * 900'000 << 900'000;
     QTest::newRow("a terabyte") << qint64(1'000'000'000'000) << 800'000;
 }
 
