@@ -16,8 +16,8 @@ A benchmark is a program build/release/bench/bench_*. Lines of its standard outp
 are rows of the table; all other output goes to build/logs/bench.log. Benchmarks that cannot be built are listed with
 the missing package.
 
-Only by name, because it takes half an hour: scale, time and memory of flights of 10,000 to 5,000,000 frames, with the
-columns of its own.
+Only by name, because it takes minutes and much memory: scale, time and memory of flights of 10,000 to 5,000,000
+frames, with columns of its own.
 USAGE
 }
 

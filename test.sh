@@ -11,11 +11,11 @@ Usage: ./test.sh [--debug | --release | --asan | --tsan] [--faults | --soak] [--
 Installs missing packages (Debian 12), builds and runs all tests. Builds the given preset, by default debug. Examples:
 
   ./test.sh --asan              under the address and undefined-behaviour sanitizers
-  ./test.sh --release --soak    only the soak tests (tests/soak), which no other run includes; about half an hour
+  ./test.sh --release --soak    only the soak tests (tests/soak), which no other run includes; about twelve minutes
   ./test.sh -- -R Store         the tests whose names contain Store
   ./test.sh -- -LE e2e          all but the end-to-end tests
   ./test.sh --faults            only the tests of faults, which no other run includes: killed programs, full disks,
-                                read-only folders, clocks, locales, time zones, limits; about a quarter of an hour
+                                read-only folders, clocks, locales, time zones, limits; about four minutes
 USAGE
 }
 

@@ -2,7 +2,7 @@
 """How time and memory grow from 10,000 frames to 5,000,000, in the window, the plots and the converter.
 
 bench_scale: prints a table of its own, a row for each step with its exponent between the last two sizes: 1 is as the
-input grows. Takes about half an hour and needs 3 GB of disk and 6 GB of memory, so that bench.sh runs it only by name.
+input grows. Takes about six minutes and needs 3 GB of disk and 6 GB of memory, so that bench.sh runs it only by name.
 Uses Xvfb without a display.
 """
 
