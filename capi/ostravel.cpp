@@ -205,6 +205,11 @@ int exportFlight(const ostravel_flight *flight, const char *format, const char *
         tell(error, OSTRAVEL_BAD_ARGUMENT, "The flight, the format or the path is missing.");
         return OSTRAVEL_BAD_ARGUMENT;
     }
+    const auto target = pathOf(path);
+    if (!target.has_value()) {
+        tell(error, OSTRAVEL_BAD_ARGUMENT, kNotUtf8);
+        return OSTRAVEL_BAD_ARGUMENT;
+    }
     const QVector<ostravel::ExportFormat> known = formats();
     const auto writer = std::find_if(known.cbegin(), known.cend(), [format](const ostravel::ExportFormat &each) {
         return std::strcmp(each.name, format) == 0;
@@ -220,11 +225,6 @@ int exportFlight(const ostravel_flight *flight, const char *format, const char *
     }
     ostravel::ExportOptions options;
     options.labels = (flags & OSTRAVEL_LABELS) != 0;
-    const auto target = pathOf(path);
-    if (!target.has_value()) {
-        tell(error, OSTRAVEL_BAD_ARGUMENT, kNotUtf8);
-        return OSTRAVEL_BAD_ARGUMENT;
-    }
     const auto fault = writer->write(flight->flight, *target, options);
     if (!fault.has_value())
         return OSTRAVEL_OK;

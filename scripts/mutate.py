@@ -13,7 +13,7 @@ are in it, so an interrupted run continues where it stopped.
 
     scripts/mutate.py --count 300 --seed 1            # everywhere
     scripts/mutate.py --count 20 Src/Plot core/frame  # in these folders
-    scripts/mutate.py --count 300 --again             # judges the survivors again, after tests were added
+    scripts/mutate.py --again                         # judges the survivors again, after tests were added
     scripts/mutate.py --count 300 --own               # a first look: without the other tests of the folder
 """
 
@@ -463,6 +463,11 @@ def table(title, mutants, verdict_of, group_of):
     return counts["all"]
 
 
+def judged_of(found, results):
+    """All mutants with a result. After a change of the sources the same seed chooses others, but most of these remain."""
+    return [mutant for kind in found.values() for mutant in kind if results.of(mutant)]
+
+
 def report(mutants, results, rows):
     def verdict_of(mutant):
         row = results.of(mutant)
@@ -503,7 +508,7 @@ def main():
     parser.add_argument("--wanted", type=float, default=85.0, help="per cent to kill (%(default)s)")
     parser.add_argument("--workers", type=int, default=1, help="mutants at the same time, each in its own tree")
     parser.add_argument("--nice", type=int, default=10, help="lowers the priority by this (%(default)s)")
-    parser.add_argument("--again", action="store_true", help="judge the survivors again")
+    parser.add_argument("--again", action="store_true", help="judge only the survivors so far, again")
     parser.add_argument("--own", action="store_true", help="leave out the other tests of the folder, for a first look")
     parser.add_argument("--only", default="", help="judge only mutants whose description contains this text")
     parser.add_argument("--list", action="store_true", help="list the mutants and stop")
@@ -523,11 +528,13 @@ def main():
     if not options.report:
         isolate()
         os.nice(options.nice)
-        repeated = ("survived", "no test") if options.again else ()
-        judge([mutant for mutant in mutants if key_of(mutant) not in rows and
-               (results.of(mutant) is None or results.of(mutant)["verdict"] in repeated)], results, options.workers,
-              options.own)
-    counts = report(mutants, results, rows)
+        if options.again:
+            todo = [mutant for mutant in judged_of(found, results)
+                    if options.only in describe(mutant) and results.of(mutant)["verdict"] in ("survived", "no test")]
+        else:
+            todo = [mutant for mutant in mutants if results.of(mutant) is None]
+        judge([mutant for mutant in todo if key_of(mutant) not in rows], results, options.workers, options.own)
+    counts = report(judged_of(found, results), results, rows)
     judged = counts["killed"] + counts["survived"]
     return 0 if judged and 100.0 * counts["killed"] / judged >= options.wanted and not counts["no test"] else 1
 

@@ -354,6 +354,7 @@ void TestDecodeLine::longerBadLineIsLoggedTruncatedWithItsLength()
     // The limit is one of bytes.
     handler.decodeLine(QString(kBadLineLimit / 2, QChar(0x98DE)));
     QVERIFY(log.messages().last().endsWith(QStringLiteral("飞... (%1 characters)").arg(kBadLineLimit / 2)));
+    QCOMPARE(log.messages().last().count(QChar(0x98DE)), kBadLineLimit / 3);
     // A place marker in the line is logged unchanged.
     handler.decodeLine(QStringLiteral("%1%2").repeated(100000));
     QVERIFY(log.messages().last().startsWith("error data :%1%2%1%2"));

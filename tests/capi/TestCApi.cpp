@@ -316,6 +316,7 @@ void TestCApi::pathThatIsNotUtf8IsRefused()
         QCOMPARE(ostravel_export(flight.get(), "csv", bad.constData(), 0, &error), int(OSTRAVEL_BAD_ARGUMENT));
         QCOMPARE(error.code, int(OSTRAVEL_BAD_ARGUMENT));
         QCOMPARE(QDir(path("")).entryList(), before);
+        QCOMPARE(ostravel_export(flight.get(), "odd", bad.constData(), 0, &error), int(OSTRAVEL_BAD_ARGUMENT));
     }
     const QByteArray good = path("飞行\U0001F681.csv").toUtf8();
     QCOMPARE(ostravel_export(flight.get(), "csv", good.constData(), 0, nullptr), int(OSTRAVEL_OK));

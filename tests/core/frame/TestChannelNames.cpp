@@ -81,6 +81,7 @@ void TestChannelNames::nearNamesAreOffered()
     QVERIFY(channelsLike("目标横").contains("目标横滚"));
     QVERIFY(channelsLike("lng").size() <= 3 && channelsLike("lng").contains("HBS_Lng"));
     QCOMPARE(channelsLike("zzzzzzzzzzzz"), QStringList());
+    QCOMPARE(channelsLike("xoll"), QStringList()); // the end of a name with an error is not near
     QCOMPARE(channelsLike(""), QStringList());
 }
 

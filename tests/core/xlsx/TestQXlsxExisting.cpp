@@ -80,6 +80,7 @@ private slots:
     void contentOfNoWorkbookIsRefusedQuickly_data();
     void contentOfNoWorkbookIsRefusedQuickly();
     void selectedSheetStaysWhenItsWorkbookIsReplaced();
+    void lastSheetIsSelectedWhenTheSelectedOneIsLost();
     void mostAttributesAndSheetsAreAccepted();
     void largeListsAreCancelled_data();
     void largeListsAreCancelled();
@@ -840,6 +841,22 @@ void TestQXlsxExisting::selectedSheetStaysWhenItsWorkbookIsReplaced()
     QVERIFY(loaded.selectSheet("added"));
     QCOMPARE(loaded.read(1, 1), QVariant(6.0));
     QVERIFY(!loaded.read(2, 1).isValid());
+}
+
+void TestQXlsxExisting::lastSheetIsSelectedWhenTheSelectedOneIsLost()
+{
+    QByteArray attributes;
+    for (int i = 0; i < 2000; ++i)
+        attributes += " a" + QByteArray::number(i) + "=\"\"";
+    QVERIFY(writeParts(path(), foreignWorkbook(sheetXml("<row" + attributes + "/>"))));
+    Document document(path());
+    document.write(1, 1, 5.0);
+    QVERIFY(document.addSheet("added"));
+    document.write(1, 1, 6.0);
+    QVERIFY(document.selectSheet("Other")); // not written, so it is not in the new workbook
+    QVERIFY(document.saveAs(path()));
+    QCOMPARE(document.sheetNames(), QStringList({"Plan & Ist", "added"}));
+    QCOMPARE(document.read(1, 1), QVariant(6.0));
 }
 
 void TestQXlsxExisting::mostAttributesAndSheetsAreAccepted()

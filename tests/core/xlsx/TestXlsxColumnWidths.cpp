@@ -124,6 +124,12 @@ void TestXlsxColumnWidths::largerFontIsWider()
     QCOMPARE(widths.at(1), widthOf(12, 22));
     QCOMPARE(widths.at(2), widthOf(12));
     QCOMPARE(widths.at(3), 255);
+    // 100 characters of a point each are 67 pixels, with the margins 74: 11 digits of 7 pixels.
+    cells.setText(1, 1, QString(100, 'a'), 1);
+    QCOMPARE(columnWidths(cells, {Format(), sized(1)}, {}).at(1), 11);
+    // 22 characters of 11 points are 162 pixels, with the margins 169: 24 digits and a pixel.
+    cells.setText(1, 2, QString(22, 'a'), 0);
+    QCOMPARE(columnWidths(cells, {Format(), sized(1)}, {}).at(2), 25);
 }
 
 void TestXlsxColumnWidths::noSheetHasNoWidths()

@@ -17,7 +17,7 @@ namespace
 using Outcome = XlsxSheetWriter::Outcome;
 
 const QByteArray kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n";
-const QVector<int> kStyles{-1, 3}; // format 0 keeps the style of the cell, format 1 is style 3
+const QVector<int> kStyles{-1, 3, 0}; // format 0 keeps the style of the cell, the others are styles 3 and 0
 
 /** A sheet as a writer leaves it. */
 struct Written {
@@ -170,9 +170,13 @@ void TestXlsxSheetWriter::replacedCellKeepsItsStyle()
     m_cells = XlsxCells();
     m_cells.setNumber(1, 1, 10, 0); // no format of its own
     m_cells.setNumber(1, 2, 20, 1);
-    QCOMPARE(merge(sheet("<row r=\"1\"><c r=\"A1\" s=\"7\"><v>1</v></c><c r=\"B1\" s=\"7\"><v>2</v></c></row>")).xml,
+    m_cells.setNumber(1, 3, 30, 2);
+    QCOMPARE(merge(sheet("<row r=\"1\"><c r=\"A1\" s=\"7\"><v>1</v></c><c r=\"B1\" s=\"7\"><v>2</v></c>"
+                         "<c r=\"C1\" s=\"7\"><v>3</v></c></row>"))
+                 .xml,
              kDeclaration
-                 + sheet("<row r=\"1\"><c r=\"A1\" s=\"7\"><v>10</v></c><c r=\"B1\" s=\"3\"><v>20</v></c></row>"));
+                 + sheet("<row r=\"1\"><c r=\"A1\" s=\"7\"><v>10</v></c><c r=\"B1\" s=\"3\"><v>20</v></c>"
+                         "<c r=\"C1\"><v>30</v></c></row>"));
 }
 
 void TestXlsxSheetWriter::rowsOutOfOrderGetTheirCellsOnce()

@@ -173,6 +173,8 @@ void TestXlsxText::formulaMovesItsRelativeReferences_data()
                            << "T[[#All],[A1]]+B3";
     QTest::newRow("name and number") << "ABC+12+1.5+_A1+A1_"
                                      << "ABC+12+1.5+_A1+A1_";
+    QTest::newRow("names with other signs") << "my.A1+my\\A1+my?A1"
+                                            << "my.A1+my\\A1+my?A1";
     QTest::newRow("leaves the sheet") << "XFD1+A1048576"
                                       << "#REF!+#REF!";
     QTest::newRow("an open quote") << "A1&\"A1"
