@@ -139,7 +139,8 @@ void XlsxPackage::placeSheet(Sheet &sheet, QSet<QByteArray> &taken) const
     const QByteArray folder = folderOf(m_workbookPart) + "worksheets/sheet";
     for (int number = 1;; ++number) {
         sheet.part = folder + QByteArray::number(number) + ".xml";
-        if (m_zip.indexOf(sheet.part) < 0 && !taken.contains(sheet.part.toLower()))
+        const QByteArray key = sheet.part.toLower();
+        if (m_zip.indexOf(sheet.part) < 0 && !m_usedParts.contains(key) && !taken.contains(key))
             break;
     }
     taken.insert(sheet.part.toLower());
@@ -277,6 +278,7 @@ bool XlsxPackage::readRelations()
         const QByteArray part
             = external ? QByteArray() : resolve(m_workbookPart, list.attribute(QLatin1String("Target")));
         m_targets.insert(list.attribute(QLatin1String("Id")), {type, part});
+        m_usedParts.insert(part.toLower());
         if (type == QLatin1String("styles"))
             m_stylesPart = part;
         else if (type == QLatin1String("sharedStrings"))

@@ -78,6 +78,7 @@ private:
     QHash<QString, QPair<QString, QByteArray>> m_targets; // by relation: its type and part
     QVector<Sheet> m_sheets;
     int m_activeSheet = 0;
+    QSet<QByteArray> m_usedParts; // in lower case: what relations lead to, whether or not it is there
     QSet<QString> m_usedRelations; // in the list of relations or called by the workbook
     QSet<quint32> m_sheetIds;
     quint32 m_lastSheetId = 0;

@@ -81,6 +81,7 @@ private slots:
     void contentOfNoWorkbookIsRefusedQuickly();
     void selectedSheetStaysWhenItsWorkbookIsReplaced();
     void lastSheetIsSelectedWhenTheSelectedOneIsLost();
+    void addedSheetTakesNoPartOfASheetThatIsMissing();
     void mostAttributesAndSheetsAreAccepted();
     void largeListsAreCancelled_data();
     void largeListsAreCancelled();
@@ -857,6 +858,22 @@ void TestQXlsxExisting::lastSheetIsSelectedWhenTheSelectedOneIsLost()
     QVERIFY(document.saveAs(path()));
     QCOMPARE(document.sheetNames(), QStringList({"Plan & Ist", "added"}));
     QCOMPARE(document.read(1, 1), QVariant(6.0));
+}
+
+void TestQXlsxExisting::addedSheetTakesNoPartOfASheetThatIsMissing()
+{
+    Parts parts = foreignWorkbook(sheetXml({}));
+    // The part of sheet "Other" is the first name that is not in the file.
+    for (auto &part : parts)
+        part.second.replace("worksheets/sheet7.xml", "worksheets/sheet2.xml");
+    QVERIFY(writeParts(path(), parts));
+    Document document(path());
+    QVERIFY(document.addSheet("added"));
+    document.write(3, 3, 5.0);
+    QVERIFY(document.saveAs(path()));
+    Document loaded(path());
+    QVERIFY(loaded.selectSheet("added"));
+    QCOMPARE(loaded.read(3, 3), QVariant(5.0));
 }
 
 void TestQXlsxExisting::mostAttributesAndSheetsAreAccepted()
