@@ -102,6 +102,7 @@ OWN_TESTS = (
     ("core/frame/ChannelNames", "TestCApi"),
     ("core/frame/FieldValue", "TestFrameDecoder TestFrameTable"),
     ("core/frame/Frame", "TestFrameDecoder TestFrameTable TestDecodeLine"),
+    ("core/frame/FrameRows", "TestDerivations"),
     ("core/frame/SeriesRefs", "TestFrameDecoder"),
     ("core/frame/Triads", "TestDerivations TestChannelStore TestPostProcess TestMainWindowCurves"),
     ("core/geodesy", "TestCommonModule"),

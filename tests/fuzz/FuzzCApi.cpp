@@ -334,7 +334,8 @@ bool belongsTo(const QString &entry, const QByteArray &format, const QString &pa
 {
     const QFileInfo target(path);
     return entry == target.fileName() || (format == "csv" && entry.startsWith(target.completeBaseName()))
-        || (format == "xlsx" && entry == target.fileName() + QLatin1String(".old"));
+        || (format == "xlsx" && entry == target.fileName() + QLatin1String(".old"))
+        || (format == "txt" && path.endsWith(QLatin1Char('/')) && entry.endsWith(QLatin1String(".txt")));
 }
 
 void checkExport(const ostravel_flight *flight, const QByteArray &format, const QString &path)

@@ -171,12 +171,13 @@ void TestXlsxSheetWriter::replacedCellKeepsItsStyle()
     m_cells.setNumber(1, 1, 10, 0); // no format of its own
     m_cells.setNumber(1, 2, 20, 1);
     m_cells.setNumber(1, 3, 30, 2);
+    m_cells.setText(1, 4, QStringLiteral("t"), 2);
     QCOMPARE(merge(sheet("<row r=\"1\"><c r=\"A1\" s=\"7\"><v>1</v></c><c r=\"B1\" s=\"7\"><v>2</v></c>"
-                         "<c r=\"C1\" s=\"7\"><v>3</v></c></row>"))
+                         "<c r=\"C1\" s=\"7\"><v>3</v></c><c r=\"D1\" s=\"7\"><v>4</v></c></row>"))
                  .xml,
              kDeclaration
                  + sheet("<row r=\"1\"><c r=\"A1\" s=\"7\"><v>10</v></c><c r=\"B1\" s=\"3\"><v>20</v></c>"
-                         "<c r=\"C1\"><v>30</v></c></row>"));
+                         "<c r=\"C1\"><v>30</v></c><c r=\"D1\" t=\"inlineStr\"><is><t>t</t></is></c></row>"));
 }
 
 void TestXlsxSheetWriter::rowsOutOfOrderGetTheirCellsOnce()
