@@ -284,16 +284,17 @@ class Tree:
     def __init__(self, number):
         self.folder = WORK / f"tree-{number}"
         self.build = self.folder / "build" / "debug"
+        self.head = ""
         self.environment = {}
         self.tests = {}
         self.durations = {}
 
     def prepare(self):
-        head = run(["git", "-C", str(ROOT), "rev-parse", "HEAD"]).stdout.strip()
+        self.head = run(["git", "-C", str(ROOT), "rev-parse", "HEAD"]).stdout.strip()
         if not self.folder.exists():
             subprocess.run(["git", "clone", "-q", "--shared", str(ROOT), str(self.folder)], check=True)
-        subprocess.run(["git", "-C", str(self.folder), "fetch", "-q", "origin", head], check=True)
-        subprocess.run(["git", "-C", str(self.folder), "checkout", "-q", "--force", head], check=True)
+        subprocess.run(["git", "-C", str(self.folder), "fetch", "-q", "origin", self.head], check=True)
+        subprocess.run(["git", "-C", str(self.folder), "checkout", "-q", "--force", self.head], check=True)
         # The compiler flags of debug, so that everything but the mutant comes from the compiler cache.
         link = "-fuse-ld=lld"
         subprocess.run(["cmake", "--preset", "debug", f"-DCMAKE_EXE_LINKER_FLAGS={link}",
@@ -354,7 +355,8 @@ class Tree:
         """Builds the tests and measures them without a mutant. Tests that fail then are not used."""
         if not self.make(names, os.cpu_count()):
             raise RuntimeError(f"{self.folder}: the tests cannot be built without a mutant")
-        file = WORK / "durations.json"
+        # Measured anew for each commit: a test that fails without a mutant would kill all of them.
+        file = WORK / f"durations-{self.head[:12]}.json"
         with self.measuring:
             self.durations = json.loads(file.read_text(encoding="utf-8")) if file.exists() else {}
             for name in names:
