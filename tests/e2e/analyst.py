@@ -7,6 +7,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 from pathlib import Path
 
@@ -54,18 +55,36 @@ class AnalystTest(WorkTest):
             self.step("failed")
             raise
 
+    @staticmethod
+    def insist(action, is_done, what):
+        """Repeats an action until it has its effect: on a busy machine a new window takes the focus late."""
+        def probe():
+            action()
+            end = time.monotonic() + 2
+            while time.monotonic() < end:
+                if is_done():
+                    return True
+                time.sleep(0.02)
+            return False
+
+        wait_for(probe, what, READ_LIMIT)
+
     def select(self, app, path):
         app.find("俯仰", role="check box")
-        self.desktop.key("ctrl+o")
+        self.insist(lambda: self.desktop.key("ctrl+o"), lambda: app.find_all(role="text"), "the file dialog")
         self.type_path(app, path)
         app.find(re.compile(re.escape(str(path))), role="status bar")
 
     def type_path(self, app, path):
         """Types a path into the open file dialog and confirms it."""
-        app.find(role="text")
-        self.desktop.type(str(path))
-        self.desktop.key("Return")
-        app.wait_until_gone(role="text")
+        edit = app.find(role="text")
+
+        def fill():
+            self.desktop.key("ctrl+a")
+            self.desktop.type(str(path))
+
+        self.insist(fill, lambda: edit.text == str(path), f"{path} in the file dialog")
+        self.insist(lambda: self.desktop.key("Return"), lambda: not app.find_all(role="text"), "the file dialog to go")
 
     @staticmethod
     def choose_entry(app, menu, entry):

@@ -10,7 +10,6 @@ import signal
 import subprocess
 import sys
 import tempfile
-import time
 import zipfile
 from pathlib import Path
 
@@ -265,36 +264,6 @@ class WindowTest(AnalystTest):
         self.select(app, name)
         self.desktop.key("ctrl+r")
         self.close_report(app)
-
-    @staticmethod
-    def insist(action, is_done, what):
-        """Repeats an action until it has its effect: on a busy machine a new window takes the focus late."""
-        def probe():
-            action()
-            end = time.monotonic() + 2
-            while time.monotonic() < end:
-                if is_done():
-                    return True
-                time.sleep(0.02)
-            return False
-
-        wait_for(probe, what, LIMIT)
-
-    def select(self, app, path):
-        app.find("俯仰", role="check box")
-        self.insist(lambda: self.desktop.key("ctrl+o"), lambda: app.find_all(role="text"), "the file dialog")
-        self.type_path(app, path)
-        app.find(re.compile(re.escape(str(path))), role="status bar")
-
-    def type_path(self, app, path):
-        edit = app.find(role="text")
-
-        def fill():
-            self.desktop.key("ctrl+a")
-            self.desktop.type(str(path))
-
-        self.insist(fill, lambda: edit.text == str(path), f"{path} in the file dialog")
-        self.insist(lambda: self.desktop.key("Return"), lambda: not app.find_all(role="text"), "the file dialog to go")
 
     def close_report(self, app):
         app.find("解析完成:", role="label", timeout=LIMIT)
