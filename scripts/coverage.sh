@@ -24,15 +24,17 @@ counts=build/coverage/coverage.json
 gcovr --object-directory build/coverage --filter core/ --filter Src/ --exclude-throw-branches --exclude-unreachable-branches \
     -j "$(nproc)" --json "$counts" --html-details build/coverage/coverage.html
 
+# gcovr replaces its output file, so that as root it would replace /dev/null.
+table=build/coverage/table.txt
 # row NAME FILTER: prints the figures of the sources under FILTER.
 row() {
     local lines branches
-    lines=$(gcovr -a "$counts" --filter "$2" --print-summary -o /dev/null | sed -n 's/^lines: //p')
-    branches=$(gcovr -a "$counts" --filter "$2" --print-summary -o /dev/null | sed -n 's/^branches: //p')
+    lines=$(gcovr -a "$counts" --filter "$2" --print-summary -o "$table" | sed -n 's/^lines: //p')
+    branches=$(gcovr -a "$counts" --filter "$2" --print-summary -o "$table" | sed -n 's/^branches: //p')
     printf '%-20s lines %-28s branches %s\n' "$1" "$lines" "$branches"
 }
 for folder in core/*/ Src/*/; do
     row "${folder%/}" "$folder"
 done
 row all .
-gcovr -a "$counts" --fail-under-line 93 -o /dev/null
+gcovr -a "$counts" --fail-under-line 93 -o "$table"
