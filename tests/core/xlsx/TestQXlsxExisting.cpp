@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 
 using QXlsx::Document;
 using QXlsx::Format;
@@ -92,6 +93,7 @@ private slots:
     void lastSheetIsSelectedWhenTheSelectedOneIsLost();
     void addedSheetTakesNoPartOfASheetThatIsMissing();
     void mostAttributesAndSheetsAreAccepted();
+    void cancelledSaveLeavesTheOldFileOrAWholeOne();
     void largeListsAreCancelled_data();
     void largeListsAreCancelled();
 
@@ -891,6 +893,34 @@ void TestQXlsxExisting::mostAttributesAndSheetsAreAccepted()
     QCOMPARE(document.takeWarnings(), QStringList());
     QVERIFY(sheet().contains(" a998=\"\""));
     QCOMPARE(QDir(m_dir->path()).entryList(QDir::Files), QStringList("book.xlsx"));
+}
+
+void TestQXlsxExisting::cancelledSaveLeavesTheOldFileOrAWholeOne()
+{
+    QVERIFY(writeParts(path(), foreignWorkbook(sheetXml({}))));
+    const QByteArray bytes = fileContent(path());
+    int asked = 0;
+    const auto save = [&](int cancelAt) {
+        asked = 0;
+        Document document(path(), [&] { return asked++ >= cancelAt; });
+        document.write(1, 1, 5.0, thin());
+        return document.saveAs(path());
+    };
+    QVERIFY(save(std::numeric_limits<int>::max()));
+    const int questions = asked;
+    const auto whole = readParts(path());
+    int cancelled = 0;
+    for (int cancelAt = 0; cancelAt < questions; ++cancelAt) {
+        QVERIFY(writeFile(path(), bytes));
+        if (save(cancelAt)) {
+            // The last questions come after the file is replaced.
+            QVERIFY2(readParts(path()) == whole, qPrintable(QString::number(cancelAt)));
+        } else {
+            QVERIFY2(fileContent(path()) == bytes, qPrintable(QString::number(cancelAt)));
+            ++cancelled;
+        }
+    }
+    QVERIFY(cancelled > questions / 2);
 }
 
 void TestQXlsxExisting::largeListsAreCancelled_data()
